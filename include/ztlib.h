@@ -1,0 +1,286 @@
+/**
+ * ztlib - image and codec functions of the video-surveillance client.
+ *
+ * The whole interface is C. Handles are opaque pointers. The library opens no file, socket or
+ * window and starts no thread: a call works on the caller's thread and is done when it returns.
+ *
+ * Order of a client's life
+ *   1. ztlib_registerAVFrameMgr: all picture memory comes from the client, so this comes before
+ *      the first image.
+ *   2. ztlib_context_create, ztlib_registerLogger, ztlib_registerExceptionHandler.
+ *   3. Work on handles.
+ *   4. ztlib_context_destroy, last.
+ *
+ * Failures
+ *   There are no error codes. A guarded call that fails writes one line of level 1 to the logger,
+ *   then calls the exception handler with the text, then returns its default value (null, false or
+ *   0; nothing for void) and leaves output arguments as they were. All calls are guarded unless
+ *   their comment says "not guarded"; those cannot fail. A null handle, image, block or callback,
+ *   and null data with a size, is such a failure ("Using null-pointer") unless a comment allows it.
+ *
+ * Threads
+ *   Different handles may be used on different threads at once. One encoder serialises its own
+ *   calls. A decoder and an image belong to one thread at a time. The logger, the exception handler
+ *   and the frame manager may be called on every thread that calls the library.
+ *
+ * Floating point
+ *   Nearly all calls mask the floating-point exceptions while they run and put the caller's mask
+ *   back before they return.
+ */
+#ifndef ZTLIB_H
+#define ZTLIB_H
+
+#include <stdint.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#if defined(ZTLIB_STATIC)
+#define ZTLIB_API
+#elif defined(_WIN32)
+#if defined(ZTLIB_BUILD)
+#define ZTLIB_API __declspec(dllexport)
+#else
+#define ZTLIB_API __declspec(dllimport)
+#endif
+#else
+#define ZTLIB_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------------
+ * Shared shapes
+ * --------------------------------------------------------------------------------------------- */
+
+/** A block of client memory. The library reads it during the call and keeps no pointer to it. */
+typedef struct {
+  const void* data;
+  uint64_t size; /**< in bytes */
+} ztlib_blob;
+
+/**
+ * Receives a result. Called on the calling thread before the export returns, never after a failure.
+ * `data` belongs to the library and is valid during the call only.
+ */
+typedef void (*ztlib_output)(void* user, const void* data, uint32_t size);
+
+/** Receives log lines, levels 0 to 4, without a newline. Runs under the logger's lock. */
+typedef void (*ztlib_logger)(int level, const char* text);
+
+/** Receives the text of an exception that a guarded call has caught. */
+typedef void (*ztlib_exception_handler)(const char* text);
+
+/**
+ * Pixel formats. An image is measured in samples: a sample is one pixel, a pair of pixels
+ * (YUYV, UYVY), a 2 by 2 group (YUVBAYERBLOCK) or a 16 by 16 tile (YUV420BLOCK). Rows follow each
+ * other without padding.
+ */
+enum ztlib_pixel_format {
+  ZTLIB_BOOL8 = 0,         /**< 1 byte, 0 or 1 */
+  ZTLIB_GRAY = 1,          /**< 1 byte */
+  ZTLIB_RGB = 2,           /**< 4 bytes: blue, green, red, unused */
+  ZTLIB_YUV = 3,           /**< 4 bytes: Y, U, V, unused */
+  ZTLIB_YUYV = 4,          /**< 4 bytes for 2 pixels: Y0, U, Y1, V */
+  ZTLIB_UYVY = 5,          /**< 4 bytes for 2 pixels: U, Y0, V, Y1 */
+  ZTLIB_RGBBAYER = 6,      /**< 1 byte per sensor site */
+  ZTLIB_YUVBAYERBLOCK = 7, /**< 4 bytes for 2 by 2 pixels: Y top left, Y bottom right, U, V */
+  ZTLIB_YUV420BLOCK = 8    /**< 384 bytes for 16 by 16 pixels: four 8 by 8 Y tiles, U, V */
+};
+
+/** Video formats, as found at offset 24 of a coded frame. */
+enum ztlib_video_format {
+  ZTLIB_VIDEO_MJPEG = 3 /**< every frame is one JPEG stream behind the 112-byte header */
+};
+
+/* ------------------------------------------------------------------------------------------------
+ * Context and registration
+ * --------------------------------------------------------------------------------------------- */
+
+/** Marks the start of the client's use of the library. Not guarded. Returns a token. */
+ZTLIB_API void* ztlib_context_create(void);
+
+/**
+ * Deletes the library's services in reverse order of their creation, the logger with its
+ * callbacks among them, and reports that on standard output. Does nothing without a create.
+ * Call it last and once. Not guarded.
+ */
+ZTLIB_API void ztlib_context_destroy(void);
+
+/** Adds a log callback. It cannot be removed; registered twice it is called twice. Not guarded. */
+ZTLIB_API void ztlib_registerLogger(ztlib_logger callback);
+
+/** Replaces the exception handler; null switches it off. Set it before threads start. Not guarded.
+ */
+ZTLIB_API void ztlib_registerExceptionHandler(ztlib_exception_handler handler);
+
+/* ------------------------------------------------------------------------------------------------
+ * Frame manager: all picture memory is the client's
+ * --------------------------------------------------------------------------------------------- */
+
+/**
+ * Returns a frame for a picture of `width` by `height` pixels in `pixelFormat`, or null to refuse.
+ * A frame is a record laid out as FFmpeg's AVFrame: data[0] at offset 0, width (int32) at 104,
+ * height (int32) at 108. data[0] must hold all rows without padding.
+ */
+typedef void* (*ztlib_frame_allocate)(int width, int height, int pixelFormat);
+
+/** Takes a frame back, once, when the last image that shows it is gone. */
+typedef void (*ztlib_frame_release)(void* frame);
+
+/** Stored and never called. */
+typedef void (*ztlib_frame_third)(void);
+
+/**
+ * Registers the frame manager. With `keepExisting` 0 all three functions are replaced, also by
+ * null; otherwise only those that are null at present. The functions must be thread-safe if images
+ * are used on several threads. Not guarded.
+ */
+ZTLIB_API void ztlib_registerAVFrameMgr(ztlib_frame_allocate allocate, ztlib_frame_release release,
+                                        ztlib_frame_third third, uint8_t keepExisting);
+
+/* ------------------------------------------------------------------------------------------------
+ * Images
+ * --------------------------------------------------------------------------------------------- */
+
+/** Returns a new empty image; the caller destroys it. Null after a failure. */
+ZTLIB_API void* ztlib_ztimage_create(void);
+
+/** Destroys an image; null is allowed. Not guarded. */
+ZTLIB_API void ztlib_ztimage_destroy(void* image);
+
+/**
+ * Wraps a client frame as an image of `format` without copying. On success the image owns the
+ * frame: it goes to the manager's release when the last view of it is gone. On failure (null
+ * frame, format not 0 to 8, negative size) it returns null and the frame stays the client's.
+ * The size in samples is the frame's size divided by the sample size, truncated.
+ */
+ZTLIB_API void* ztlib_ztimage_create_avframe(int32_t format, void* frame);
+
+/** Returns the frame behind an image, still owned by it; null for an empty image. */
+ZTLIB_API void* ztlib_ztimage_get_avframe(const void* image);
+
+/**
+ * Hands the image as one self-contained block (version 1: 32-byte header, body) to `out`.
+ * An empty image is a failure.
+ */
+ZTLIB_API void ztlib_ztimage_saveToZTMem(const void* image, void* user, ztlib_output out);
+
+/**
+ * Replaces the image by the one in a block of ztlib_ztimage_saveToZTMem. Returns true after a
+ * load; after a failure the image keeps its old content. The lower 32 bits of the size count.
+ */
+ZTLIB_API bool ztlib_ztimage_loadFromZTMem(void* image, const ztlib_blob* memory);
+
+/* ------------------------------------------------------------------------------------------------
+ * Virtual coordinates: 16384 units across each axis of a picture. Rounded, not clamped; pure
+ * functions without guard. A size of 0 gives 0.
+ * --------------------------------------------------------------------------------------------- */
+
+ZTLIB_API int32_t ztlib_getPixelXByVirtualX(int32_t virtualX, int32_t width);
+ZTLIB_API int32_t ztlib_getPixelYByVirtualY(int32_t virtualY, int32_t height);
+ZTLIB_API int32_t ztlib_getVirtualXByPixelX(int32_t pixelX, int32_t width);
+ZTLIB_API int32_t ztlib_getVirtualYByPixelY(int32_t pixelY, int32_t height);
+
+/* ------------------------------------------------------------------------------------------------
+ * Scale-down choice
+ * --------------------------------------------------------------------------------------------- */
+
+/**
+ * The power of two by which a picture of `width` by `height` pixels should be divided so that its
+ * larger side comes closest to `target` pixels; it is limited by how often both sides halve
+ * evenly. 0 if an argument is not positive. Not guarded.
+ */
+ZTLIB_API int32_t ztlib_getScaleDownByPixel1(int32_t target, int32_t width, int32_t height);
+
+/**
+ * The same choice in whole samples of `format`; 0 also if the size is not a whole number of
+ * samples. A format that does not exist is a failure.
+ */
+ZTLIB_API int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int32_t width,
+                                             int32_t height);
+
+/* ------------------------------------------------------------------------------------------------
+ * Codec
+ *
+ * Configuration blocks are trees in the tagged form. Keys that are absent or of another kind leave
+ * the present value.
+ *   decoder: ScaleDown (int, 1 or more), PixelFormat (int), SwapRGB (bool)
+ *   encoder: Width, Height, JPEGQuality (default 75), LineSize (int)
+ * --------------------------------------------------------------------------------------------- */
+
+/** Returns a decoder for a video format; null, with a log line, for an unknown one. */
+ZTLIB_API void* ztlib_decoder_create(int32_t format);
+
+/** Destroys the decoder and sets the handle to null. Null address and null handle are allowed. */
+ZTLIB_API void ztlib_decoder_destroy(void** decoder);
+
+/** Configures a decoder. The default PixelFormat is ZTLIB_BOOL8, which no frame decodes to. */
+ZTLIB_API void ztlib_decoder_config(void* decoder, const ztlib_blob* config);
+
+/**
+ * Decodes one frame into `image`, whose old picture is dropped. If the frame has another video
+ * format than the decoder, the decoder behind the handle is replaced by one with default
+ * configuration. A frame of an unknown format is logged and leaves all as it is; with a null
+ * handle it ends the process. The bytes are not copied. After a failure the handle stays usable.
+ */
+ZTLIB_API void ztlib_decoder_process(void** decoder, void* image, void* data, uint32_t size);
+
+/**
+ * Gives a decoder of differential video a picture to start from (deep copy). Does nothing for
+ * every other decoder and for a null one.
+ */
+ZTLIB_API void ztlib_decoder_setBaseImage(void* decoder, const void* image);
+
+/** Returns an encoder for a video format; null, with a log line, for an unknown one. */
+ZTLIB_API void* ztlib_encoder_create(int32_t format);
+
+/** Destroys the encoder and sets the handle to null. Null address and null handle are allowed. */
+ZTLIB_API void ztlib_encoder_destroy(void** encoder);
+
+/** Configures an encoder; required before the first picture. After a failure the old one holds. */
+ZTLIB_API void ztlib_encoder_config(void* encoder, const ztlib_blob* config);
+
+/**
+ * Encodes a picture of any format that converts to ZTLIB_YUV and hands the coded frame to `out`
+ * once. The picture should have the configured size; a smaller one is a failure. A coded picture
+ * has at most width * height * 2 bytes, which noise at tiny sizes can exceed (a failure).
+ * `key` other than 0 forces a key frame.
+ */
+ZTLIB_API void ztlib_encoder_process(void* encoder, void* user, ztlib_output out, const void* image,
+                                     uint8_t key);
+
+/** Wraps a JPEG file image into a frame of format 3 and hands it to `out` once. */
+ZTLIB_API void ztlib_copyAndAddHeader(void* user, ztlib_output out, const void* jpeg,
+                                      uint32_t size);
+
+/**
+ * Reads a frame's header; frames below 64 bytes are a failure. Null output pointers are skipped.
+ * `frameType` is that of differential video, else the value of `differential`. The payload (what
+ * follows the header) goes to `out` once.
+ */
+ZTLIB_API void ztlib_getFrameInfo1(const ztlib_blob* frame, int32_t* width, int32_t* height,
+                                   int32_t* format, int32_t* differential, int32_t* refresh,
+                                   int32_t* frameType, void* user, ztlib_output out);
+
+/** The same without a copy: `payload` receives an address inside `data`. */
+ZTLIB_API void ztlib_getFrameInfo2(const void* data, uint32_t size, int32_t* width, int32_t* height,
+                                   int32_t* format, int32_t* differential, int32_t* refresh,
+                                   int32_t* frameType, const void** payload, uint32_t* payloadSize);
+
+/** Returns a frame's video format, -1 if the frame is too short to have one. Not guarded. */
+ZTLIB_API int32_t ztlib_getVideoFormat(const ztlib_blob* frame);
+
+/**
+ * The inverse transform of the legacy layered format: 8 rows of 8 coefficients, in place, any
+ * alignment. Shifts and additions only; overflow wraps. Not guarded.
+ */
+ZTLIB_API void idct8x8_mmx(int16_t block[64]);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZTLIB_H */

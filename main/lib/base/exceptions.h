@@ -1,0 +1,39 @@
+#pragma once
+
+#include <exception>
+
+// The exception family. Every text is bounded: a longer message is cut, never an overrun.
+// `source` is the path of the throwing source without extension; it is part of the text that
+// clients see.
+class CException : public std::exception {
+ public:
+  explicit CException(const char* message);
+  // `function` identifies the site to a debugger and is not part of the text.
+  CException(const char* message, const char* function, const char* source, int line);
+  const char* what() const noexcept override { return text; }
+
+ protected:
+  CException() = default;
+  char text[512] = {};
+};
+
+class CDataException : public CException {
+ public:
+  using CException::CException;
+};
+
+class CSynchronException : public CException {
+ public:
+  using CException::CException;
+};
+
+class CRegexException : public CException {
+ public:
+  using CException::CException;
+};
+
+// A failed call of the runtime library: number and text of `errno` at construction.
+class CStdLibErrException : public CException {
+ public:
+  CStdLibErrException();
+};

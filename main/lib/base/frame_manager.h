@@ -1,0 +1,26 @@
+#pragma once
+
+// The client's frame manager: the only source of picture memory. The three functions are set at
+// start-up and may be called on any thread.
+namespace frame_manager {
+
+using AllocateFunction = void* (*)(int width, int height, int pixelFormat);
+using ReleaseFunction = void (*)(void* frame);
+using ThirdFunction = void (*)();
+
+// With keepExisting only functions that are null at present are replaced.
+void Register(AllocateFunction allocate, ReleaseFunction release, ThirdFunction third,
+              bool keepExisting) noexcept;
+
+// Size in pixels. Null if the manager refuses or none is registered.
+void* Allocate(int width, int height, int pixelFormat);
+
+// Gives a frame back to the manager of this moment, if it has a release function.
+void Release(void* frame);
+
+// The fields of a frame that this library reads: those of FFmpeg's AVFrame.
+void* FirstPointer(const void* frame) noexcept;
+int Width(const void* frame) noexcept;
+int Height(const void* frame) noexcept;
+
+}  // namespace frame_manager

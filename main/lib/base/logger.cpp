@@ -1,0 +1,50 @@
+#include "main/lib/base/logger.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+namespace {
+const ComponentRegistration<ILogger, CLoggerWin> registration("CLoggerWin");
+}
+
+void CFunctionLogStream::Write(int level, const char* text) {
+  if (function) function(level, text);
+}
+
+void ILogger::AddStream(ILogStream* stream) {
+  delete stream;
+}
+
+CLoggerWin::~CLoggerWin() {
+  const std::lock_guard lock(mutex);
+  while (!streams.empty())
+    streams.pop_back();
+}
+
+void CLoggerWin::Log(int level, const char*, int, const char* format, ...) {
+  const std::lock_guard lock(mutex);
+  if (streams.empty()) return;
+  // A line that a callback logs while this one is being handed out gets room of its own.
+  std::array<char, 10240> nestedBuffer;
+  const bool nested = bufferInUse;
+  char* const text = nested ? nestedBuffer.data() : buffer.data();
+  bufferInUse = true;
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, buffer.size(), format, arguments);
+  va_end(arguments);
+  // By index: a callback may register further streams.
+  for (std::size_t i = 0; i < streams.size(); ++i)
+    streams[i]->Write(level, text);
+  bufferInUse = nested;
+}
+
+void CLoggerWin::AddStream(ILogStream* stream) {
+  const std::lock_guard lock(mutex);
+  streams.emplace_back(stream);
+}
+
+ILogger& Logger() {
+  return *Get<ILogger>();
+}

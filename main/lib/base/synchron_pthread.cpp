@@ -1,0 +1,168 @@
+#include "main/lib/base/synchron_pthread.h"
+
+#include "main/lib/base/debug.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+
+namespace {
+constexpr char source[] = "main/lib/base/synchron_pthread";
+
+[[noreturn]] void Fail(const char* message, const char* function, int line) {
+  ZT_THROW(CSynchronException, message, function, source, line);
+}
+}  // namespace
+
+CMutex::CMutex(Kind kind) {
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_settype(&attributes, static_cast<int>(kind));
+  pthread_mutex_init(&mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+}
+
+CMutex::~CMutex() {
+  if (pthread_mutex_destroy(&mutex) != 0)
+    std::printf("ERROR: Mutex still locked in mutex destructor! [0x%16p]\n",
+                static_cast<void*>(this));
+}
+
+void CMutex::Lock() {
+  switch (pthread_mutex_lock(&mutex)) {
+    case 0:
+      return;
+    // Which of the two a deadlock gives depends on the threads library.
+    case EDEADLK:
+    case EAGAIN:
+      Fail("Mutex deadlock detected", "Lock", 46);
+    case EINVAL:
+      Fail("Uninitialized mutex being used", "Lock", 49);
+    default:
+      Fail("Mutex error", "Lock", 52);
+  }
+}
+
+void CMutex::Unlock() {
+  switch (pthread_mutex_unlock(&mutex)) {
+    case 0:
+      return;
+    case EPERM:
+      Fail("Mutex not locked in this thread", "Unlock", 65);
+    case EINVAL:
+      Fail("Uninitialized mutex being used", "Unlock", 68);
+    default:
+      Fail("Mutex error", "Unlock", 71);
+  }
+}
+
+bool CMutex::TryLock() {
+  switch (pthread_mutex_trylock(&mutex)) {
+    case 0:
+      return true;
+    case EBUSY:
+      return false;
+    case EINVAL:
+      Fail("Uninitialized mutex being used", "TryLock", 85);
+    default:
+      Fail("Mutex error", "TryLock", 88);
+  }
+}
+
+CAutoLock::CAutoLock(CMutex* mutex) : mutex(mutex) {
+  if (!mutex) Fail("Uninitialized mutex used for autolock", "CAutoLock", __LINE__);
+  mutex->Lock();
+}
+
+CAutoLock::~CAutoLock() {
+  if (!mutex) {
+    std::printf("ERROR: Uninitialized mutex used for autolock\n");
+    return;
+  }
+  mutex->Unlock();
+}
+
+CConditionMutex::CConditionMutex(Kind kind) : CMutex(kind) {
+  Init();
+}
+
+void CConditionMutex::Init() {
+  pthread_condattr_t attributes;
+  pthread_condattr_init(&attributes);
+  const int code = pthread_cond_init(&condition, &attributes);
+  pthread_condattr_destroy(&attributes);
+  if (code != 0) Fail("Condition variable could not be initialized", "Init", __LINE__);
+}
+
+CConditionMutex::~CConditionMutex() {
+  if (pthread_cond_destroy(&condition) != 0)
+    std::printf("ERROR: ConditionMutex could not be destroyed, possibly locked & waiting\n");
+}
+
+void CConditionMutex::Wait() {
+  if (pthread_cond_wait(&condition, &mutex) != 0)
+    Fail("Waiting on condition failed", "Wait", __LINE__);
+}
+
+bool CConditionMutex::TimedWaitMS(std::uint32_t ms) {
+  constexpr std::int64_t nsPerSecond = 1'000'000'000;
+  timespec deadline{};
+  clock_gettime(CLOCK_REALTIME, &deadline);
+  const std::int64_t ns = deadline.tv_nsec + std::int64_t{ms % 1000} * 1'000'000;
+  deadline.tv_sec += static_cast<std::time_t>(ms / 1000 + ns / nsPerSecond);
+  deadline.tv_nsec = static_cast<decltype(deadline.tv_nsec)>(ns % nsPerSecond);
+  const int code = pthread_cond_timedwait(&condition, &mutex, &deadline);
+  if (code == 0) return true;
+  if (code == ETIMEDOUT) return false;
+  ZT_LOG(1, source, __LINE__, "pthread_cond_timedwait() returned with code %d", code);
+  Fail("Waiting on condition failed!", "TimedWaitMS", __LINE__);
+}
+
+void CConditionMutex::Signal() {
+  if (pthread_cond_signal(&condition) != 0) Fail("Invalid condition variable", "Signal", __LINE__);
+}
+
+void CConditionMutex::Broadcast() {
+  if (pthread_cond_broadcast(&condition) != 0)
+    Fail("Invalid condition variable", "Broadcast", __LINE__);
+}
+
+CRWMutex::CRWMutex() {
+  Init();
+}
+
+void CRWMutex::Init() {
+  if (pthread_rwlock_init(&lock, nullptr) != 0)
+    Fail("Read/Write Lock initialization failed", "Init", __LINE__);
+}
+
+CRWMutex::~CRWMutex() {
+  if (pthread_rwlock_destroy(&lock) != 0)
+    std::printf("ERROR: Read/Write lock still locked in destructor\n");
+}
+
+void CRWMutex::RLock() {
+  if (pthread_rwlock_rdlock(&lock) != 0)
+    Fail("Read/Write lock's readlock deadlocked", "RLock", 231);
+}
+
+void CRWMutex::WLock() {
+  if (pthread_rwlock_wrlock(&lock) != 0)
+    Fail("Read/Write lock's writelock is deadlocked", "WLock", 236);
+}
+
+void CRWMutex::Unlock() {
+  if (pthread_rwlock_unlock(&lock) != 0)
+    Fail("Read/Write lock's unlock failed", "Unlock", __LINE__);
+}
+
+CAutoRWLock::CAutoRWLock(CRWMutex& mutex, bool forWriting) : mutex(mutex) {
+  if (forWriting)
+    mutex.WLock();
+  else
+    mutex.RLock();
+}
+
+CAutoRWLock::~CAutoRWLock() {
+  mutex.Unlock();
+}

@@ -1,0 +1,91 @@
+#include "main/lib/base/component_repository.h"
+
+#include "main/lib/base/exceptions.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::vector<std::string> events;
+
+template <int N>
+struct IService : IComponent {};
+
+template <int N>
+struct CService : IService<N> {
+  CService() { events.push_back("+" + std::to_string(N)); }
+  ~CService() override { events.push_back("-" + std::to_string(N)); }
+};
+
+// Fetches another component in its constructor.
+template <int N, int Other>
+struct CUserOf : IService<N> {
+  CUserOf() {
+    Get<IService<Other>>();
+    events.push_back("+" + std::to_string(N));
+  }
+  ~CUserOf() override { events.push_back("-" + std::to_string(N)); }
+};
+
+std::string TextOf(void (*call)()) {
+  try {
+    call();
+  } catch (const CException& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+
+TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
+  auto& repository = CComponentRepository::Instance();
+  repository.Register<IService<1>, CService<1>>("One");
+  repository.Register<IService<2>, CUserOf<2, 3>>("Two");
+  repository.Register<IService<3>, CService<3>>("Three");
+  events.clear();
+  Get<IService<1>>();
+  EXPECT_EQ(Get<IService<2>>(), Get<IService<2>>());
+  testing::internal::CaptureStdout();
+  repository.DeleteAll();
+  std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1"}));
+  EXPECT_NE(text.find("[ComponentRepository] Deleting 3 components ("), std::string::npos);
+  EXPECT_NE(text.find(" registered)...\n[ComponentRepository] Done!\n"), std::string::npos);
+
+  testing::internal::CaptureStdout();
+  repository.DeleteAll();
+  text = testing::internal::GetCapturedStdout();
+  const std::string critical = "[ComponentRepository] (CRITICAL) Component of '";
+  EXPECT_NE(text.find(critical + "Two' deleted twice!\n" + critical + "Three' deleted twice!\n" +
+                      critical + "One' deleted twice!\n"),
+            std::string::npos);
+
+  // The caches were cleared with the components: no dangling pointer is handed out.
+  events.clear();
+  Get<IService<1>>();
+  EXPECT_EQ(events, std::vector<std::string>{"+1"});
+}
+
+TEST(ComponentRepository, ReportsWhatIsMissingTwiceOrCircular) {
+  auto& repository = CComponentRepository::Instance();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(TextOf([] { Get<IService<10>>(); }),
+            "Exception [main/lib/base/component_repository:112] - Not registered component!");
+  repository.Register<IService<11>, CUserOf<11, 12>>("Eleven");
+  repository.Register<IService<12>, CUserOf<12, 11>>("Twelve");
+  repository.Register<IService<12>, CService<12>>("Other");
+  EXPECT_EQ(TextOf([] { Get<IService<11>>(); }),
+            "Exception [main/lib/base/component_repository:99] - Cycle in ComponentCreation");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "\n\n -= Not registered component! =- \n\n"
+            "\n-= Already registered component! =-\n"
+            "\n\n -= Cycle in ComponentCreation (Eleven)! =- \n\n");
+  // The failure is final, and it holds no lock.
+  testing::internal::CaptureStdout();
+  EXPECT_THROW(Get<IService<12>>(), CException);
+  testing::internal::GetCapturedStdout();
+}
+
+}  // namespace
