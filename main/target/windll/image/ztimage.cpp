@@ -1,0 +1,145 @@
+#include "main/target/windll/image/ztimage.h"
+
+#include "main/lib/base/debug.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr char source[] = "main/target/windll/image/ztimage";
+
+// Calls f with the pixel type of the format and gives its result to the base.
+template <class F>
+std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
+  if (!IsPixelFormat(format))
+    ZT_THROW(CException, "Wrong format", "CreateNewImageBase", source, __LINE__);
+  return VisitPixelType(format,
+                        [&](auto tag) -> std::unique_ptr<CZTImageImplBase> { return f(tag); });
+}
+
+// Copies the rows of an image into one of the same format and size.
+void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from) {
+  const int rowSize = from.GetRowSize();
+  if (rowSize == 0) return;
+  for (int y = 0; y < from.GetDy(); ++y)
+    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), static_cast<std::size_t>(rowSize));
+}
+
+}  // namespace
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format) {
+  return CreateOfType(format, [](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>();
+  });
+}
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, int dx, int dy) {
+  return CreateOfType(format, [&](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(dx, dy);
+  });
+}
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, void* frame) {
+  return CreateOfType(format, [&](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(frame);
+  });
+}
+
+CZTImageImplBase& CZTImage::Impl(const char* function) {
+  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  return *impl;
+}
+
+const CZTImageImplBase& CZTImage::ConstImpl(const char* function) const {
+  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  return *impl;
+}
+
+PixelFormat CZTImage::GetPixelFormat() const {
+  return impl ? impl->GetPixelFormat() : PixelFormat::NONE;
+}
+int CZTImage::GetDx() const {
+  return ConstImpl("GetDx").GetDx();
+}
+int CZTImage::GetDy() const {
+  return ConstImpl("GetDy").GetDy();
+}
+int CZTImage::GetDxInPixels() const {
+  return ConstImpl("GetDxInPixels").GetDxInPixels();
+}
+int CZTImage::GetDyInPixels() const {
+  return ConstImpl("GetDyInPixels").GetDyInPixels();
+}
+int CZTImage::GetSampleSize() const {
+  return ConstImpl("GetSampleSize").GetSampleSize();
+}
+int CZTImage::GetScanlineSize() const {
+  return ConstImpl("GetScanlineSize").GetScanlineSize();
+}
+void* CZTImage::GetFrame() const {
+  return impl ? impl->GetFrame() : nullptr;
+}
+
+void CZTImage::CreateBySizeInPixels(PixelFormat format, int width, int height) {
+  // Clients know these throws by the place where the templates are instantiated.
+  constexpr char site[] = "main/target/windll/image/ztimage_impl";
+  constexpr int line = 627;
+  const int sampleDx = GetSampleDx(format);
+  const int sampleDy = GetSampleDy(format);
+  if (sampleDx == 0 || sampleDy == 0 || width % sampleDx != 0 || height % sampleDy != 0)
+    ZT_THROW(CException, "Invalid range", "CreateBySizeInPixels", site, line);
+  const int dx = width / sampleDx;
+  const int dy = height / sampleDy;
+  CheckImageSize(dx, dy, sampleDx, sampleDy, "CreateBySizeInPixels", site, line);
+  if (GetPixelFormat() != format) {
+    Reset();
+    impl = CreateNewImageBase(format, dx, dy);
+    return;
+  }
+  // The same objects serve the next picture: decoding in a loop allocates nothing but frames.
+  std::unique_ptr<CZTImageImplBase> reused = std::move(impl);
+  reused->Recreate(dx, dy);
+  impl = std::move(reused);
+}
+
+void CZTImage::SetPixelFormat(PixelFormat format) {
+  if (Impl("SetPixelFormat").GetPixelFormat() != format) impl = impl->ConvertToNew(format);
+}
+
+void CZTImage::ConvertOrMap(PixelFormat format, const CZTImage& from) {
+  if (from.IsEmpty()) return Reset();
+  if (format == PixelFormat::NONE)
+    ZT_THROW(CException, "Wrong format", "ConvertOrMap", source, __LINE__);
+  if (from.GetPixelFormat() != format) {
+    impl = from.impl->ConvertToNew(format);
+    return;
+  }
+  Reset();
+  if (!from.IsEmpty()) impl = from.impl->CreateMap();
+}
+
+void CZTImage::ConvertOrCopy(PixelFormat format, const CZTImage& from) {
+  if (from.IsEmpty()) return Reset();
+  if (format == PixelFormat::NONE)
+    ZT_THROW(CException, "Wrong format", "ConvertOrCopy", source, __LINE__);
+  if (from.GetPixelFormat() != format)
+    impl = from.impl->ConvertToNew(format);
+  else
+    Copy(from);
+}
+
+void CZTImage::Copy(const CZTImage& from) {
+  Reset();
+  if (from.IsEmpty()) return;
+  impl = CreateNewImageBase(from.GetPixelFormat(), from.GetDx(), from.GetDy());
+  CopyPixels(*impl, *from.impl);
+}
+
+void CZTImage::OverWrite(const CZTImage& from) {
+  if (from.IsEmpty()) return Reset();
+  if (GetPixelFormat() != from.GetPixelFormat())
+    ZT_THROW(CException, "Wrong format", "OverWrite", source, __LINE__);
+  if (GetDxInPixels() != from.GetDxInPixels() || GetDyInPixels() != from.GetDyInPixels())
+    ZT_THROW(CException, "Unknown exception", "OverWrite", source, __LINE__);
+  CopyPixels(*impl, *from.impl);
+}

@@ -1,0 +1,109 @@
+#include "main/target/windll/image/ztimage_impl.h"
+
+#include "main/lib/base/debug.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/target/windll/image_convert/image_convert.h"
+
+namespace {
+
+constexpr char source[] = "main/target/windll/image/ztimage_impl";
+
+template <class T>
+void CheckNotEmpty(const TCImageView<T>& view, const char* function, int line) {
+  if (view.IsEmpty()) ZT_THROW(CException, "Using null-pointer", function, source, line);
+}
+
+template <class T>
+TCImageView<T> WrapFrame(void* frame) {
+  using Traits = PixelTraits<T>;
+  if (!frame) ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, __LINE__);
+  const int width = frame_manager::Width(frame);
+  const int height = frame_manager::Height(frame);
+  if (width < 0 || height < 0)
+    ZT_THROW(CException, "Invalid range", "TCZTImageImpl", source, __LINE__);
+  const int dx = width / Traits::sampleDx;
+  const int dy = height / Traits::sampleDy;
+  CheckImageSize(dx, dy, Traits::sampleDx, Traits::sampleDy, "TCZTImageImpl", source, __LINE__);
+  void* const data = frame_manager::FirstPointer(frame);
+  if (!data && dx > 0 && dy > 0)
+    ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, __LINE__);
+  TCImageView<T> view;
+  view.Wrap(dx, dy, {frame, data});
+  return view;
+}
+
+}  // namespace
+
+template <class T>
+TCZTImageImpl<T>::TCZTImageImpl(void* frame) : view(WrapFrame<T>(frame)) {}
+
+template <class T>
+void TCZTImageImpl<T>::GetSizeInFormat(int* dx, int* dy, PixelFormat format) const {
+  const int sampleDx = ::GetSampleDx(format);
+  const int sampleDy = ::GetSampleDy(format);
+  if (sampleDx == 0 || sampleDy == 0)
+    ZT_THROW(CException, "Invalid range", "GetSizeInFormat", source, __LINE__);
+  *dx = GetDxInPixels() / sampleDx;
+  *dy = GetDyInPixels() / sampleDy;
+}
+
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateSameSize(PixelFormat format) const {
+  int dx = 0;
+  int dy = 0;
+  GetSizeInFormat(&dx, &dy, format);
+  return CreateNewImageBase(format, dx, dy);
+}
+
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::ConvertToNew(PixelFormat format) const {
+  int dx = 0;
+  int dy = 0;
+  GetSizeInFormat(&dx, &dy, format);
+  return VisitPixelType(format, [&](auto tag) -> std::unique_ptr<CZTImageImplBase> {
+    using Target = typename decltype(tag)::type;
+    if constexpr (!IsConvertible<Target, T>) {
+      RefuseConversion(Traits::format, format);
+    } else {
+      auto result = std::make_unique<TCZTImageImpl<Target>>(dx, dy);
+      Convert(result->View(), view);
+      return result;
+    }
+  });
+}
+
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMap() const {
+  CheckNotEmpty(view, "CreateMap", __LINE__);
+  return std::make_unique<TCZTImageImpl>(view);
+}
+
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMapOfCorners(const Rect& corners) const {
+  return CreateMapOfRect(
+      {corners.x, corners.y, corners.width - corners.x, corners.height - corners.y});
+}
+
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMapOfRect(const Rect& rect) const {
+  CheckNotEmpty(view, "CreateMap", __LINE__);
+  return std::make_unique<TCZTImageImpl>(TCImageView<T>::MapOf(view, rect));
+}
+
+template <class T>
+void TCZTImageImpl<T>::Reloc(int dx, int dy, const char* function) {
+  CheckNotEmpty(view, function, __LINE__);
+  view.data += std::int64_t{dy} * view.scanline + dx;
+  view.originX += dx;
+  view.originY += dy;
+}
+
+template class TCZTImageImpl<TBool8>;
+template class TCZTImageImpl<TTGray<unsigned char>>;
+template class TCZTImageImpl<TTRGB<unsigned char>>;
+template class TCZTImageImpl<TTYUV<unsigned char>>;
+template class TCZTImageImpl<TTYUYV<unsigned char>>;
+template class TCZTImageImpl<TTUYVY<unsigned char>>;
+template class TCZTImageImpl<TTRGBBayer<unsigned char>>;
+template class TCZTImageImpl<TTYUVBayerBlock<unsigned char>>;
+template class TCZTImageImpl<TTYUV420Block<unsigned char>>;
