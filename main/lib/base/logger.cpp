@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 namespace {
 const ComponentRegistration<ILogger, CLoggerWin> registration("CLoggerWin");
@@ -27,9 +28,10 @@ void CLoggerWin::Log(int level, const char*, int, const char* format, ...) {
   if (streams.empty()) return;
   // A line that a callback logs while this one is being handed out gets room of its own.
   std::array<char, 10240> nestedBuffer;
-  const bool nested = bufferInUse;
+  const bool nested = std::exchange(bufferInUse, true);
+  const std::unique_ptr<bool, void (*)(bool*)> restore(nested ? nullptr : &bufferInUse,
+                                                       [](bool* flag) { *flag = false; });
   char* const text = nested ? nestedBuffer.data() : buffer.data();
-  bufferInUse = true;
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text, buffer.size(), format, arguments);
@@ -37,7 +39,6 @@ void CLoggerWin::Log(int level, const char*, int, const char* format, ...) {
   // By index: a callback may register further streams.
   for (std::size_t i = 0; i < streams.size(); ++i)
     streams[i]->Write(level, text);
-  bufferInUse = nested;
 }
 
 void CLoggerWin::AddStream(ILogStream* stream) {
