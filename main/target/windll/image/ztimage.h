@@ -13,7 +13,6 @@ class CBinData;
 class CZTImage {
  public:
   CZTImage() = default;
-  explicit CZTImage(std::unique_ptr<CZTImageImplBase> impl) : impl(std::move(impl)) {}
   virtual ~CZTImage() = default;
   CZTImage(const CZTImage&) = delete;
   CZTImage& operator=(const CZTImage&) = delete;
@@ -54,6 +53,9 @@ class CZTImage {
   // Drops the picture and creates a new one. The size must be whole samples of the format. If the
   // frame manager refuses, the image is empty.
   void CreateBySizeInPixels(PixelFormat format, int width, int height);
+
+  // Becomes a picture around a client frame and takes ownership of it, unless it throws.
+  void WrapFrame(PixelFormat format, void* frame) { impl = CreateNewImageBase(format, frame); }
 
   // Converts the picture in place.
   void SetPixelFormat(PixelFormat format);

@@ -1,0 +1,112 @@
+#include "include/ztlib.h"
+#include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/debug.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/target/windll/call_guard.h"
+#include "main/target/windll/device_components.h"
+#include "main/target/windll/image/ztimage.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <utility>
+
+namespace {
+
+constexpr char source[] = "main/target/windll/base_api";
+
+// What happens when the library is loaded.
+const struct Load {
+  Load() {
+    RegisterDeviceComponents();
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+  }
+} load;
+
+// The token only tells that a create came first. It stays set after the destroy, so that a second
+// destroy tears down again; its byte is freed once.
+char* contextToken = nullptr;
+char* contextByte = nullptr;
+
+CZTImage& ImageOf(void* image, const char* function) {
+  if (!image) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  return *static_cast<CZTImage*>(image);
+}
+
+const CZTImage& ImageOf(const void* image, const char* function) {
+  if (!image) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  return *static_cast<const CZTImage*>(image);
+}
+
+}  // namespace
+
+void* ztlib_context_create(void) {
+  contextByte = new char(0);
+  contextToken = contextByte;
+  return contextToken;
+}
+
+void ztlib_context_destroy(void) {
+  if (!contextToken) return;
+  // An exception that leaves the teardown ends the process.
+  []() noexcept { CComponentRepository::Instance().DeleteAll(); }();
+  delete std::exchange(contextByte, nullptr);
+}
+
+void ztlib_registerLogger(ztlib_logger callback) {
+  Logger().AddStream(new CFunctionLogStream(callback));
+}
+
+void ztlib_registerExceptionHandler(ztlib_exception_handler handler) {
+  SetExceptionHandler(handler);
+}
+
+void ztlib_registerAVFrameMgr(ztlib_frame_allocate allocate, ztlib_frame_release release,
+                              ztlib_frame_third third, uint8_t keepExisting) {
+  frame_manager::Register(allocate, release, third, keepExisting != 0);
+}
+
+void* ztlib_ztimage_create(void) {
+  return GuardedCall({"ztlib_ztimage_create", source, 92}, static_cast<void*>(nullptr),
+                     []() -> void* { return new CZTImage; });
+}
+
+void ztlib_ztimage_destroy(void* image) {
+  const FloatingPointGuard guard;
+  delete static_cast<CZTImage*>(image);
+}
+
+void* ztlib_ztimage_create_avframe(int32_t format, void* frame) {
+  return GuardedCall({"ztlib_ztimage_create_avframe", source, 103}, static_cast<void*>(nullptr),
+                     [&]() -> void* {
+                       auto image = std::make_unique<CZTImage>();
+                       image->WrapFrame(PixelFormat{format}, frame);
+                       return image.release();
+                     });
+}
+
+void* ztlib_ztimage_get_avframe(const void* image) {
+  return GuardedCall({"ztlib_ztimage_get_avframe", source, 113}, static_cast<void*>(nullptr),
+                     [&] { return ImageOf(image, "ztlib_ztimage_get_avframe").GetFrame(); });
+}
+
+void ztlib_ztimage_saveToZTMem(const void* image, void* user, ztlib_output out) {
+  constexpr char name[] = "ztlib_ztimage_saveToZTMem";
+  GuardedCall({name, source, 338}, [&] {
+    if (!out) ZT_THROW(CException, "Using null-pointer", name, source, __LINE__);
+    CBinData block;
+    ImageOf(image, name).SaveToBinData(block);
+    out(user, block.Data(), static_cast<uint32_t>(block.Size()));
+  });
+}
+
+bool ztlib_ztimage_loadFromZTMem(void* image, const ztlib_blob* memory) {
+  constexpr char name[] = "ztlib_ztimage_loadFromZTMem";
+  return GuardedCall({name, source, 348}, false, [&] {
+    CZTImage& target = ImageOf(image, name);
+    if (!memory) ZT_THROW(CException, "Using null-pointer", name, source, __LINE__);
+    // Clients of the older interface passed 32-bit sizes in this field.
+    target.LoadFromBuff(memory->data, static_cast<int32_t>(static_cast<uint32_t>(memory->size)));
+    return true;
+  });
+}

@@ -1,0 +1,25 @@
+#include "main/target/windll/device_components.h"
+
+#include "main/lib/base/component_repository.h"
+
+namespace {
+
+class CEventServer : public IComponent {};
+class IProductTypeHandler : public IComponent {};
+class CProductTypeHandler : public IProductTypeHandler {};
+class CTimestamper : public IComponent {};
+class CTinker : public IComponent {};
+class CUserManager : public IComponent {};
+class CCalibration : public IComponent {};
+
+}  // namespace
+
+void RegisterDeviceComponents() {
+  CComponentRepository& repository = CComponentRepository::Instance();
+  repository.Register<CEventServer, CEventServer>("CEventServer");
+  repository.Register<IProductTypeHandler, CProductTypeHandler>("CProductTypeHandler");
+  repository.Register<CTimestamper, CTimestamper>("CTimestamper");
+  repository.Register<CTinker, CTinker>("CTinker");
+  repository.Register<CUserManager, CUserManager>("CUserManager");
+  repository.Register<CCalibration, CCalibration>("CCalibration");
+}
