@@ -25,11 +25,6 @@ constexpr std::uint64_t MurmurHash64A(std::string_view text) {
   return hash ^ (hash >> 47);
 }
 
-struct Row {
-  std::string_view text;
-  std::uint64_t hash;
-};
-
 constexpr std::string_view texts[] = {
     "",
 #define ZT_TOKEN(name) #name,
@@ -45,8 +40,8 @@ constexpr std::string_view texts[] = {
 };
 static_assert(std::size(texts) == TokenCount);
 
-constexpr std::array<Row, TokenCount> rows = [] {
-  std::array<Row, TokenCount> result{};
+constexpr std::array<TokenRow, TokenCount> rows = [] {
+  std::array<TokenRow, TokenCount> result{};
   for (std::size_t i = 0; i < result.size(); ++i)
     result[i] = {texts[i], MurmurHash64A(texts[i])};
   return result;
@@ -66,25 +61,14 @@ constexpr std::array<std::uint16_t, placeCount> places = [] {
   return result;
 }();
 
-constexpr const Row& RowOf(Token token) {
-  return rows[static_cast<std::uint32_t>(token) < rows.size() ? static_cast<std::size_t>(token)
-                                                              : 0];
-}
-
 }  // namespace
 
-std::string_view TokenText(Token token) {
-  return RowOf(token).text;
-}
-
-std::uint64_t TokenHash(Token token) {
-  return RowOf(token).hash;
-}
+constexpr std::array<TokenRow, TokenCount> tokenRows = rows;
 
 Token TokenOf(std::string_view name) {
   const std::uint64_t hash = MurmurHash64A(name);
   for (std::size_t place = hash % placeCount; places[place] != 0; place = (place + 1) % placeCount)
-    if (const Row& row = rows[places[place]]; row.hash == hash && row.text == name)
+    if (const TokenRow& row = tokenRows[places[place]]; row.hash == hash && row.text == name)
       return places[place];
   return Tok::Empty;
 }
