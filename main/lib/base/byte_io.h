@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -25,6 +26,21 @@ template <WireNumber T>
 template <WireNumber T>
 void StoreLE(std::uint8_t* to, T value) {
   std::memcpy(to, &value, sizeof value);
+}
+
+// For names and the like: some ten bytes, where a call, or the string instruction that compilers
+// take for a known upper bound, costs more than the copy.
+inline void CopyShort(std::uint8_t* to, const void* bytes, std::size_t count) {
+  const auto* from = static_cast<const std::uint8_t*>(bytes);
+  if (count >= 8) {
+    for (std::size_t at = 0; at + 8 < count; at += 8) std::memcpy(to + at, from + at, 8);
+    std::memcpy(to + count - 8, from + count - 8, 8);
+  } else if (count >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + count - 4, from + count - 4, 4);
+  } else {
+    for (std::size_t at = 0; at < count; ++at) to[at] = from[at];
+  }
 }
 
 // Reads from the front of a block. A read that does not fit is refused as a whole: it gives false

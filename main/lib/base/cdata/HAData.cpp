@@ -97,9 +97,7 @@ std::string CGuid::ToString() const {
 
 CBinData::CBinData(const void* data, std::uint64_t size) {
   if (data == nullptr) return;
-  owner = std::make_shared_for_overwrite<std::uint8_t[]>(size);
-  bytes = owner.get();
-  length = size;
+  *this = Uninitialised(size);
   std::memcpy(bytes, data, size);
 }
 
@@ -107,6 +105,14 @@ CBinData CBinData::Wrap(void* data, std::uint64_t size) {
   CBinData result;
   result.bytes = static_cast<std::uint8_t*>(data);
   result.length = data != nullptr ? size : 0;
+  return result;
+}
+
+CBinData CBinData::Uninitialised(std::uint64_t size) {
+  CBinData result;
+  result.owner = std::make_shared_for_overwrite<std::uint8_t[]>(size);
+  result.bytes = result.owner.get();
+  result.length = size;
   return result;
 }
 
@@ -252,21 +258,6 @@ void CDataValue::DestroyOwned() noexcept {
       std::destroy_at(&node);
       break;
   }
-}
-
-const std::string& CDataValue::GetString() const {
-  static const std::string none;
-  return kind == cdString ? text : none;
-}
-
-const std::u16string& CDataValue::GetWideString() const {
-  static const std::u16string none;
-  return kind == cdWideString ? wideText : none;
-}
-
-const std::shared_ptr<CBinData>& CDataValue::GetBinary() const {
-  static const std::shared_ptr<CBinData> none;
-  return kind == cdBinary ? binary : none;
 }
 
 // A hash multimap from the hash of a name to the positions of the elements. The chain of a bucket
@@ -535,8 +526,7 @@ void CData::RemoveAll(Token token) {
   if (indexed) BuildIndex();
 }
 
-std::string_view CData::KeyText(std::int64_t key) const {
-  if (key >= 0) return key < TokenCount ? TokenText(static_cast<Token>(key)) : std::string_view();
+std::string_view CData::LocalName(std::int64_t key) const {
   const std::uint64_t local = static_cast<std::uint64_t>(key) & ~localKeyBit;
   return local < localNames.size() ? std::string_view(localNames[local]) : std::string_view();
 }

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -32,6 +33,7 @@ class CBinData {
   CBinData(const void* data, std::uint64_t size);
   // Borrows memory that must outlive the object and all its copies.
   [[nodiscard]] static CBinData Wrap(void* data, std::uint64_t size);
+  [[nodiscard]] static CBinData Uninitialised(std::uint64_t size);
   [[nodiscard]] bool HasMemory() const { return bytes != nullptr; }
   [[nodiscard]] std::uint8_t* Data() { return bytes + offset; }
   [[nodiscard]] const std::uint8_t* Data() const { return bytes + offset; }
@@ -67,6 +69,10 @@ enum CDataKind : std::uint16_t {
   cdBinary = 0x1000,
   cdNode = 0x2000
 };
+
+// Children deeper below the root than this are invalid in both flat forms, so that a hostile block
+// cannot exhaust the stack of whatever walks its tree.
+inline constexpr int cdDeepestNode = 256;
 
 class CData;
 
@@ -114,8 +120,12 @@ class CDataValue {
     return kind == cdDouble ? std::bit_cast<double>(bits) : 0;
   }
   [[nodiscard]] std::uint64_t GetTime() const { return Scalar<std::uint64_t>(cdTime); }
-  [[nodiscard]] const std::string& GetString() const;
-  [[nodiscard]] const std::u16string& GetWideString() const;
+  [[nodiscard]] const std::string& GetString() const {
+    return kind == cdString ? text : None<std::string>();
+  }
+  [[nodiscard]] const std::u16string& GetWideString() const {
+    return kind == cdWideString ? wideText : None<std::u16string>();
+  }
   [[nodiscard]] const std::vector<std::uint8_t>* GetByteArray() const {
     return kind == cdByteArray ? byteArray.get() : nullptr;
   }
@@ -123,7 +133,9 @@ class CDataValue {
     return kind == cdShortArray ? shortArray.get() : nullptr;
   }
   [[nodiscard]] const CGuid* GetGuid() const { return kind == cdGuid ? guid.get() : nullptr; }
-  [[nodiscard]] const std::shared_ptr<CBinData>& GetBinary() const;
+  [[nodiscard]] const std::shared_ptr<CBinData>& GetBinary() const {
+    return kind == cdBinary ? binary : None<std::shared_ptr<CBinData>>();
+  }
   [[nodiscard]] CData* GetNode() { return kind == cdNode ? node.get() : nullptr; }
   [[nodiscard]] const CData* GetNode() const { return kind == cdNode ? node.get() : nullptr; }
 
@@ -136,6 +148,11 @@ class CDataValue {
   template <class T>
   [[nodiscard]] T Scalar(std::uint16_t kinds) const {
     return kind & kinds ? static_cast<T>(bits) : T{};
+  }
+  template <class T>
+  static const T& None() {
+    static const T none;
+    return none;
   }
   // Moves the payload of `other` into this one, which holds nothing, and leaves `other` empty.
   void Take(CDataValue& other) noexcept {
@@ -205,6 +222,7 @@ class CData {
   CDataElement& Append(std::string_view name, CDataValue value);
 
   [[nodiscard]] std::uint64_t Count() const { return elements.size(); }
+  [[nodiscard]] std::span<const CDataElement> Elements() const { return elements; }
   // Position of the first element of that name, or -1. No search finds an element without a name.
   [[nodiscard]] std::int64_t Find(Token token) const;
   // The first search by name in a node of more than 50 elements builds the index.
@@ -232,7 +250,15 @@ class CData {
   void RemoveAt(std::uint64_t position);
   void RemoveAll(Token token);
 
-  [[nodiscard]] std::string_view KeyText(std::int64_t key) const;
+  [[nodiscard]] std::string_view KeyText(std::int64_t key) const {
+    if (key < 0) return LocalName(key);
+    return key < TokenCount ? TokenText(static_cast<Token>(key)) : std::string_view();
+  }
+  // As both flat forms have it: cut to what the one byte of its length says.
+  [[nodiscard]] std::string_view WrittenName(std::int64_t key) const {
+    const std::string_view name = KeyText(key);
+    return name.substr(0, static_cast<std::uint8_t>(name.size()));
+  }
   [[nodiscard]] bool HasIndex() const { return index != nullptr; }
 
  private:
@@ -240,6 +266,7 @@ class CData {
 
   CDataElement& Push(std::int64_t key, CDataValue&& value);
   void Push(Token token, CDataValue&& value);
+  [[nodiscard]] std::string_view LocalName(std::int64_t key) const;
   [[nodiscard]] std::uint64_t KeyHash(std::int64_t key) const;
   void BuildIndex() const;
 
@@ -254,8 +281,8 @@ class CData {
 // `out` has room for TaggedSize bytes. Gives the pointer behind the last byte written. At an empty
 // value it stops with a complete form of what stands before, and gives null.
 std::uint8_t* WriteTagged(const CData& data, std::uint8_t* out);
-// Measured, allocated once and written.
-[[nodiscard]] std::vector<std::uint8_t> ToTagged(const CData& data);
+// Measured, allocated once and written; zeros behind a form that had to stop early.
+[[nodiscard]] CBinData ToTagged(const CData& data);
 // Clears the target, reads as far as the bytes make sense, keeps that, and is always true. Elements
 // of the root whose kind is in the mask are passed over.
 bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask = 0);

@@ -1,7 +1,10 @@
 #include "main/lib/base/cdata/token_table.h"
 
 #include <array>
-#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string_view>
 
 namespace {
 
@@ -25,11 +28,6 @@ constexpr std::uint64_t MurmurHash64A(std::string_view text) {
   return hash ^ (hash >> 47);
 }
 
-struct Row {
-  std::string_view text;
-  std::uint64_t hash;
-};
-
 constexpr std::string_view texts[] = {
     "",
 #define ZT_TOKEN(name) #name,
@@ -45,20 +43,24 @@ constexpr std::string_view texts[] = {
 };
 static_assert(std::size(texts) == TokenCount);
 
-constexpr std::array<Row, TokenCount> rows = [] {
-  std::array<Row, TokenCount> result{};
+}  // namespace
+
+constexpr std::array<TokenRow, TokenCount> tokenRows = [] {
+  std::array<TokenRow, TokenCount> result{};
   for (std::size_t i = 0; i < result.size(); ++i)
     result[i] = {texts[i], MurmurHash64A(texts[i])};
   return result;
 }();
+
+namespace {
 
 // Open addressing by the low bits of the hash; 0 is a free place, so the empty name has none. At
 // this load a search for any name ends after one or two places.
 constexpr std::size_t placeCount = 4096;
 constexpr std::array<std::uint16_t, placeCount> places = [] {
   std::array<std::uint16_t, placeCount> result{};
-  for (std::size_t i = 1; i < rows.size(); ++i) {
-    std::size_t place = rows[i].hash % placeCount;
+  for (std::size_t i = 1; i < tokenRows.size(); ++i) {
+    std::size_t place = tokenRows[i].hash % placeCount;
     while (result[place] != 0)
       place = (place + 1) % placeCount;
     result[place] = static_cast<std::uint16_t>(i);
@@ -66,25 +68,12 @@ constexpr std::array<std::uint16_t, placeCount> places = [] {
   return result;
 }();
 
-constexpr const Row& RowOf(Token token) {
-  return rows[static_cast<std::uint32_t>(token) < rows.size() ? static_cast<std::size_t>(token)
-                                                              : 0];
-}
-
 }  // namespace
-
-std::string_view TokenText(Token token) {
-  return RowOf(token).text;
-}
-
-std::uint64_t TokenHash(Token token) {
-  return RowOf(token).hash;
-}
 
 Token TokenOf(std::string_view name) {
   const std::uint64_t hash = MurmurHash64A(name);
   for (std::size_t place = hash % placeCount; places[place] != 0; place = (place + 1) % placeCount)
-    if (const Row& row = rows[places[place]]; row.hash == hash && row.text == name)
+    if (const TokenRow& row = tokenRows[places[place]]; row.hash == hash && row.text == name)
       return places[place];
   return Tok::Empty;
 }

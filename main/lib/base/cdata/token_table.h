@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -21,9 +23,24 @@ inline constexpr Token TokenCount = 826;
 static_assert(Tok::Config == 76 && Tok::Default == 100 && Tok::Minimum == 440 &&
               Tok::Options == 488 && Tok::Enum == 818 && Tok::Enum + 8 == TokenCount);
 
+struct TokenRow {
+  std::string_view text;
+  std::uint64_t hash;
+};
+// Constant data: usable before any constructor has run.
+extern const std::array<TokenRow, TokenCount> tokenRows;
+
 // A token outside of the table reads as the empty name.
-[[nodiscard]] std::string_view TokenText(Token token);
-[[nodiscard]] std::uint64_t TokenHash(Token token);
+[[nodiscard]] inline const TokenRow& TokenRowOf(Token token) {
+  const bool known = static_cast<std::uint32_t>(token) < tokenRows.size();
+  return tokenRows[known ? static_cast<std::size_t>(token) : 0];
+}
+[[nodiscard]] inline std::string_view TokenText(Token token) {
+  return TokenRowOf(token).text;
+}
+[[nodiscard]] inline std::uint64_t TokenHash(Token token) {
+  return TokenRowOf(token).hash;
+}
 // 0 when the table has no such name. Case counts.
 [[nodiscard]] Token TokenOf(std::string_view name);
 // MurmurHash64A, as std::hash<std::string> of libstdc++ has it.

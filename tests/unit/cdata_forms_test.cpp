@@ -1,0 +1,404 @@
+#include "main/lib/base/byte_io.h"
+#include "main/lib/base/cdata/HAData.h"
+#include "tests/unit/rich_tree.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Block = std::vector<std::uint8_t>;
+
+// Hexadecimal pairs, with text in single quotes: "42 02 'Id' 01000000 01".
+Block Bytes(std::string_view text) {
+  Block bytes;
+  for (std::size_t i = 0; i < text.size();) {
+    if (text[i] == ' ') {
+      ++i;
+    } else if (text[i] == '\'') {
+      for (++i; text[i] != '\''; ++i)
+        bytes.push_back(static_cast<std::uint8_t>(text[i]));
+      ++i;
+    } else {
+      bytes.push_back(
+          static_cast<std::uint8_t>(std::stoul(std::string(text.substr(i, 2)), nullptr, 16)));
+      i += 2;
+    }
+  }
+  return bytes;
+}
+
+// Writes into a block of exactly the measured size, so that the sanitizer sees one byte too many.
+Block Tagged(const CData& data) {
+  Block bytes(TaggedSize(data));
+  EXPECT_EQ(WriteTagged(data, bytes.data()), bytes.data() + bytes.size());
+  const CBinData block = ToTagged(data);
+  EXPECT_EQ(bytes, Block(block.Data(), block.Data() + block.Size()));
+  return bytes;
+}
+
+// Parses a copy on the heap of exactly this size, for the same reason.
+CData ParsedTagged(Block bytes, std::uint16_t skipMask = 0) {
+  bytes.shrink_to_fit();
+  CData data;
+  data.AddInt(Tok::Bits, 1);
+  EXPECT_TRUE(ParseTagged(data, bytes.data(), bytes.size(), skipMask));
+  return data;
+}
+
+Block Counted(const CData& data) {
+  Block bytes(CountedSize(data));
+  bytes.resize(static_cast<std::size_t>(WriteCounted(data, bytes.data()) - bytes.data()));
+  return bytes;
+}
+
+CData ParsedCounted(Block bytes) {
+  bytes.shrink_to_fit();
+  CData data;
+  ByteReader in(bytes);
+  if (std::uint32_t count; in.Read(count)) {
+    const std::uint8_t* cursor = in.Rest().data();
+    EXPECT_TRUE(ParseCounted(data, count, cursor, in.Remaining()));
+    EXPECT_LE(cursor, bytes.data() + bytes.size());
+  }
+  return data;
+}
+
+constexpr std::string_view richTagged =
+    "'B' 07 'Enabled' 01000000 02"
+    "'1' 05 'Alpha' 01000000 c8"
+    "'2' 02 'Dx' 02000000 feff"
+    "'I' 04 'Bits' 04000000 fdffffff"
+    "'Q' 05 'Count' 08000000 fcffffffffffffff"
+    "'F' 06 'Factor' 08000000 000000000000f8bf"
+    "'S' 04 'Name' 02000000 'ab'"
+    "'W' 04 'Text' 02000000 ac20"
+    "'*' 04 'Data' 03000000 '1' 01ff"
+    "'*' 06 'Coords' 05000000 '2' ffff0200"
+    "'G' 02 'ID' 10000000 01020000000000000000000000000000"
+    "'T' 09 'EventTime' 08000000 0500000000000000"
+    "'X' 06 'Motion' 04000000 00 'xyz'"
+    "'@' 06 'Config' 14000000"
+    "  'I' 03 'own' 04000000 04000000"
+    "  'S' 00 00000000 00"
+    "'*' 00 01000000 '1'  '*' 00 01000000 '2'  'G' 00 10000000 00000000000000000000000000000000"
+    "'X' 00 01000000 00  '@' 00 01000000 00  00";
+
+constexpr std::string_view richCounted =
+    "08000000"
+    "00 07 'Enabled' 02000000"
+    "01 04 'Bits' fdffffff"
+    "02 06 'Factor' cdcccc3d"
+    "03 04 'Name' 02000000 'ab'"
+    "04 04 'Data' 02000000 01ff"
+    "04 00 00000000"
+    "05 06 'Config' 01000000 01 03 'own' 04000000"
+    "05 00 00000000";
+
+TEST(TaggedForm, WritesAndReadsEveryKindByteByByte) {
+  const Block bytes = Bytes(richTagged);
+  EXPECT_EQ(Tagged(RichTree()), bytes);
+  const CData data = ParsedTagged(bytes);
+  EXPECT_EQ(Tagged(data), bytes);
+  EXPECT_EQ(data.At(0).value.GetByte(), 2);
+  EXPECT_EQ(data.At(12).value.GetBinary()->GetOffset(), 0u);
+  EXPECT_EQ(data.At(13).key, Tok::Config);
+  EXPECT_LT(data.Child(Tok::Config).At(0).key, 0);
+  EXPECT_EQ(data.Child(Tok::Config).FindByName("own"), 0);
+  EXPECT_EQ(Tagged(CData()), Bytes("00"));
+}
+
+TEST(TaggedForm, AnEmptyValueEndsTheFormBehindWhatIsGood) {
+  CData data;
+  data.AddInt(Tok::Bits, 1);
+  CData& child = data.AddChild(Tok::Config);
+  child.AddBool(Tok::Active, true);
+  child.Append("empty", {});
+  data.AddInt(Tok::Fps, 2);
+  Block bytes(TaggedSize(data));
+  EXPECT_EQ(WriteTagged(data, bytes.data()), nullptr);
+  const Block good = Bytes(
+      "'I' 04 'Bits' 04000000 01000000 '@' 06 'Config' 0e000000 'B' 06 'Active' 01000000 01 00 00");
+  EXPECT_EQ(Tagged(ParsedTagged(bytes)), good);
+  const CBinData block = ToTagged(data);
+  EXPECT_EQ(Tagged(ParsedTagged(Block(block.Data(), block.Data() + block.Size()))), good);
+}
+
+// Each case is read as the good element before it and no further, or, where told, as more.
+TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
+  const struct {
+    std::string_view text;
+    std::uint64_t read = 0;
+  } cases[] = {
+      {"00 'B' 00 01000000 01"},       // behind the terminator
+      {"'Y' 00 01000000 01"},          // no tag
+      {"'A' 00 01000000 01"},          // no tag, below 'X'
+      {"ff 00 01000000 01"},           //
+      {"'I' 00 03000000 010203"},      // wrong sizes
+      {"'I' 00 05000000 0102030405"},  //
+      {"'B' 00 00000000"},             //
+      {"'B' 00 02000000 0101"},        //
+      {"'Q' 00 04000000 01020304"},    //
+      {"'G' 00 0f000000 000000000000000000000000000000 00"},
+      {"'I' 80 04000000 01020304"},   // name length -128
+      {"'I' ff 04000000 01020304"},   //
+      {"'I' 7f 04000000 01020304"},   // name behind the end
+      {"'I' 00 04000000 010203"},     // value behind the end
+      {"'S' 00 ffffffff 'abc'"},      //
+      {"'@' 00 ffffffff 00"},         //
+      {"'X' 00 ffffffff 00"},         //
+      {"'*' 00 00000000"},            // no subtype
+      {"'*' 00 02000000 '3' 01"},     // no such subtype
+      {"'X' 00 00000000"},            // no end of the metadata
+      {"'X' 00 03000000 'I' 00 01"},  //
+      {"'X' 00 07000000 'I' 80 01000000 00"},
+      {"'X' 00 07000000 'I' 00 ffffffff 00"},
+      {"'X' 00 08000000 'Z' 01 'n' 01000000 00", 0},
+      {"'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab", 1},  // metadata passed over
+      {"'@' 00 00000000", 1},                               // an empty child
+      {"'S' 00 00000000", 1},
+      {"'W' 00 03000000 610062", 1},  // odd sizes lose their last byte
+      {"'*' 00 04000000 '2' 010002", 1},
+      {"'@' 00 03000000 'I' 00 03 'B' 00 01000000 01", 2},  // a bad child ends alone
+  };
+  for (const auto& c : cases) {
+    Block bytes = Bytes("'I' 04 'Bits' 04000000 2a000000");
+    const Block more = Bytes(c.text);
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    const CData data = ParsedTagged(bytes);
+    EXPECT_EQ(data.Count(), 1 + c.read) << c.text;
+    EXPECT_EQ(data.GetInt(Tok::Bits, 0), 42) << c.text;
+  }
+  const CData odd = ParsedTagged(Bytes("'W' 00 03000000 610062 '*' 00 04000000 '2' 010002"));
+  EXPECT_EQ(odd.At(0).value.GetWideString(), u"a");
+  EXPECT_EQ(*odd.At(1).value.GetShortArray(), std::vector<std::int16_t>{1});
+  const CData metadata = ParsedTagged(Bytes("'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab"));
+  EXPECT_EQ(metadata.At(0).value.GetBinary()->Size(), 1u);
+  EXPECT_EQ(metadata.At(0).value.GetBinary()->Data()[0], 0xAB);
+  CData empty = RichTree();
+  EXPECT_TRUE(ParseTagged(empty, nullptr, 0));
+  EXPECT_EQ(empty.Count(), 0u);
+}
+
+TEST(TaggedForm, ValuesAbove16MiBAreInvalidButForNodesAndBinaries) {
+  const struct {
+    char tag;
+    std::uint32_t size;
+    std::uint64_t read;
+  } cases[] = {{'S', 0x1000000, 1}, {'S', 0x1000001, 0}, {'X', 0x1000001, 1}, {'@', 0x1000001, 1}};
+  for (const auto& c : cases) {
+    Block bytes(6 + std::uint64_t{c.size});
+    bytes[0] = static_cast<std::uint8_t>(c.tag);
+    StoreLE(bytes.data() + 2, c.size);
+    EXPECT_EQ(ParsedTagged(bytes).Count(), c.read) << c.tag << c.size;
+  }
+}
+
+std::ptrdiff_t CountOfKind(const CData& data, int kind) {
+  return std::ranges::count_if(data.Elements(),
+                               [kind](const CDataElement& e) { return e.value.GetKind() == kind; });
+}
+
+TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
+  const Block bytes = Bytes(richTagged);
+  for (int bit = 0; bit < 14; ++bit) {
+    const CData data = ParsedTagged(bytes, static_cast<std::uint16_t>(1 << bit));
+    EXPECT_EQ(CountOfKind(data, 1 << bit), 0);
+    EXPECT_EQ(data.Count(), 19u - static_cast<std::uint64_t>(CountOfKind(RichTree(), 1 << bit)));
+    if (bit != 13) {
+      EXPECT_EQ(data.Child(Tok::Config).Count(), 2u);
+    }
+  }
+  // Sizes are checked before the mask is asked.
+  EXPECT_EQ(ParsedTagged(Bytes("'I' 00 03000000 010203 'B' 00 01000000 01"), cdInt).Count(), 0u);
+  // A name that is passed over leaves nothing behind.
+  const CData data = ParsedTagged(Bytes("'B' 01 'a' 01000000 01 'B' 01 'b' 01000000 01"), cdInt);
+  EXPECT_EQ(data.At(1).key, INT64_MIN + 1);
+  EXPECT_EQ(
+      ParsedTagged(Bytes("'I' 01 'a' 04000000 00000000 'B' 01 'b' 01000000 01"), cdInt).At(0).key,
+      INT64_MIN);
+}
+
+TEST(TaggedForm, NamesAreCutToTheirLengthByte) {
+  for (const std::size_t length : {127u, 128u, 255u, 256u, 300u}) {
+    CData data;
+    data.Append(std::string(length, 'n'), CDataValue::OfInt(1));
+    const Block bytes = Tagged(data);
+    EXPECT_EQ(bytes.size(), 11 + length % 256);
+    EXPECT_EQ(bytes[1], length % 256);
+    EXPECT_EQ(ParsedTagged(bytes).Count(), length % 256 < 128 ? 1u : 0u);
+  }
+}
+
+// Depth of the tree along the last elements.
+int Depth(const CData& data) {
+  const CData* child = data.Count() != 0 ? data.At(data.Count() - 1).value.GetNode() : nullptr;
+  return child != nullptr ? 1 + Depth(*child) : 0;
+}
+
+TEST(BothForms, NestEndsAtTheLimit) {
+  for (const int depth : {cdDeepestNode, cdDeepestNode + 1, 100'000}) {
+    Block tagged, counted = Bytes("01000000");
+    for (int i = depth; i > 0; --i) {
+      const Block head = Bytes("'@' 00 00000000");
+      tagged.insert(tagged.end(), head.begin(), head.end());
+      StoreLE(tagged.data() + tagged.size() - 4, static_cast<std::uint32_t>(6 * (i - 1)));
+      const Block element = Bytes(i > 1 ? "05 00 01000000" : "05 00 00000000");
+      counted.insert(counted.end(), element.begin(), element.end());
+    }
+    EXPECT_EQ(Depth(ParsedTagged(tagged)), cdDeepestNode);
+    EXPECT_EQ(Depth(ParsedCounted(counted)), cdDeepestNode);
+  }
+}
+
+// What a parser makes of any block can be written, and reads back as the same bytes.
+TEST(BothForms, SurviveEveryTruncationAndEveryChangedByte) {
+  const auto expectStable = [](const Block& bytes, bool tagged) {
+    const auto rewrite = [tagged](const Block& b) {
+      return tagged ? Tagged(ParsedTagged(b)) : Counted(ParsedCounted(b));
+    };
+    const Block written = rewrite(bytes);
+    ASSERT_EQ(rewrite(written), written);
+  };
+  for (const bool tagged : {true, false}) {
+    const Block whole = Bytes(tagged ? richTagged : richCounted);
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      expectStable({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)}, tagged);
+      for (const int flip : {0x01, 0x80, 0xFF}) {
+        Block bytes = whole;
+        bytes[at] = static_cast<std::uint8_t>(bytes[at] ^ flip);
+        expectStable(bytes, tagged);
+      }
+    }
+  }
+}
+
+TEST(CountedForm, WritesAndReadsItsSixTypesByteByByte) {
+  CData data;
+  data.Append("Enabled", CDataValue::OfBool(2));
+  data.AddInt(Tok::Bits, -3);
+  data.AddDouble(Tok::Factor, 0.1);
+  data.AddString(Tok::Name, "ab");
+  data.AddByteArray(Tok::Data, {1, 255});
+  data.Append("", CDataValue::OfByteArray(nullptr));
+  data.AddChild(Tok::Config).Append("own", CDataValue::OfInt(4));
+  data.Append("", CDataValue::OfNode(nullptr));
+  const Block bytes = Bytes(richCounted);
+  EXPECT_EQ(CountedSize(data), bytes.size());
+  EXPECT_EQ(Counted(data), bytes);
+  const CData read = ParsedCounted(bytes);
+  EXPECT_EQ(read.At(0).value.GetByte(), 1);
+  EXPECT_EQ(read.GetDouble(Tok::Factor, 0), static_cast<double>(0.1f));
+  EXPECT_EQ(read.Child(Tok::Config).FindByName("own"), 0);
+  EXPECT_EQ(read.Count(), 8u);
+
+  CData inexpressible;
+  inexpressible.AddByte(Tok::Alpha, 1);
+  inexpressible.AddInt(Tok::Bits, 2);
+  EXPECT_EQ(CountedSize(inexpressible), 4u + 6 + 5 + 6 + 4);
+  EXPECT_EQ(Counted(inexpressible), Bytes("02000000 01 04 'Bits' 02000000"));
+}
+
+TEST(CountedForm, AFaultEndsAllLevels) {
+  const struct {
+    std::string_view text;
+    std::uint64_t count, childCount;
+  } cases[] = {
+      {"03000000 01 00 01000000 05 00 02000000 01 00 02000000 06 00 01000000 01 00 03000000", 2, 1},
+      {"03000000 01 00 01000000 05 00 01000000 03 00 ffffffff 01 00 03000000", 2, 0},
+      {"03000000 01 00 01000000 05 00 01000000 01 80 02000000 01 00 03000000", 2, 0},
+      {"ffffffff 01 00 01000000 05 00 ffffffff 01 00 02000000", 2, 1},
+      {"03000000 01 00 01000000 05 00 00000000 01 00 03000000", 3, 0},
+      {"02000000 01 00 01000000 05 00 00000000 01 00 03000000", 2, 0},
+  };
+  for (const auto& c : cases) {
+    const CData data = ParsedCounted(Bytes(c.text));
+    ASSERT_EQ(data.Count(), c.count) << c.text;
+    EXPECT_EQ(data.At(1).value.GetNode()->Count(), c.childCount) << c.text;
+  }
+}
+
+TEST(CountedForm, FilesKeepTheTreeAndBadOnesLeaveTheTarget) {
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("ztlib_" + CGuid::Generate().ToString())).string();
+  CData data;
+  data.AddString(Tok::Name, std::string(5000, 'n'));
+  data.AddChild(Tok::Config).AddInt(Tok::Bits, 7);
+  ASSERT_TRUE(SaveCountedFile(data, path.c_str()));
+  EXPECT_EQ(std::filesystem::file_size(path), 2 + CountedSize(data));
+  CData read;
+  ASSERT_TRUE(LoadCountedFile(read, path.c_str()));
+  EXPECT_EQ(Counted(read), Counted(data));
+
+  data.AddTime(Tok::EventTime, 1);
+  ASSERT_TRUE(SaveCountedFile(data, path.c_str()));
+  EXPECT_EQ(std::filesystem::file_size(path), 2 + Counted(data).size());
+
+  for (const std::string_view text :
+       {"", "05", "05 00 000000", "04 00 00000000", "05 01 00000000"}) {
+    const Block bytes = Bytes(text);
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    EXPECT_FALSE(LoadCountedFile(read, path.c_str())) << text;
+    EXPECT_EQ(read.Count(), 2u);
+  }
+  std::filesystem::remove(path);
+  EXPECT_FALSE(LoadCountedFile(read, path.c_str()));
+  EXPECT_FALSE(SaveCountedFile(data, (path + "/no/such/folder").c_str()));
+}
+
+TEST(BothForms, SizesAbove4GiBAreRefused) {
+  CData data;
+  auto binary = std::make_shared<CBinData>(CBinData::Wrap(&data, 1u << 31));
+  data.AddBinary(Tok::Motion, binary);
+  EXPECT_EQ(TaggedSize(data), (1u << 31) + 1 + 12 + 1);
+  data.AddBinary(Tok::Motion, binary);
+  EXPECT_THROW((void)TaggedSize(data), std::length_error);
+  EXPECT_THROW((void)ToTagged(data), std::length_error);
+}
+
+TEST(ByteIo, RefusesWhatDoesNotFitAsAWhole) {
+  const Block bytes = Bytes("01 0203 04050607");
+  ByteReader in(bytes);
+  std::uint8_t first = 0;
+  std::uint16_t second = 0;
+  std::uint64_t whole = 9;
+  std::span<const std::uint8_t> span;
+  EXPECT_FALSE(in.Read(whole));
+  EXPECT_EQ(whole, 9u);
+  EXPECT_TRUE(in.Read(first) && in.Read(second));
+  EXPECT_EQ(second, 0x0302);
+  EXPECT_FALSE(in.ReadSpan(UINT64_MAX, span) || in.Skip(5) || in.ReadSpan(5, span));
+  EXPECT_TRUE(in.ReadSpan(4, span));
+  EXPECT_EQ(LoadLE<std::int32_t>(span.data()), 0x07060504);
+  EXPECT_TRUE(in.Skip(0));
+  EXPECT_FALSE(in.Read(first));
+
+  Block out(5);
+  ByteWriter writer(out);
+  writer.Write(std::uint32_t{0x04030201});
+  EXPECT_THROW(writer.Write(std::uint16_t{5}), std::length_error);
+  writer.WriteBytes("x", 1);
+  EXPECT_THROW(writer.Write('y'), std::length_error);
+  EXPECT_EQ(out, Bytes("01020304 'x'"));
+  const std::string text = "0123456789abcdefghijklmnopqrstuvwxyz";
+  for (std::size_t count = 0; count <= text.size(); ++count) {
+    std::string copy(count + 1, '.');
+    CopyShort(reinterpret_cast<std::uint8_t*>(copy.data()), text.data(), count);
+    EXPECT_EQ(copy, text.substr(0, count) + ".");
+  }
+}
+
+}  // namespace

@@ -1,0 +1,252 @@
+#include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/cdata/bindatastream.h"
+#include "main/lib/base/exceptions.h"
+#include "tests/unit/rich_tree.h"
+
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+template <class F>
+std::string TextOf(F call) {
+  try {
+    call();
+  } catch (const CDataException& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+
+TEST(CData, LookupTakesTheFirstElementOfANameAndNoOtherKind) {
+  CData data;
+  data.AddInt(Tok::Empty, 1);
+  data.AddDouble(Tok::Bits, 2.5);
+  data.AddInt(Tok::Bits, 7);
+  data.AddInt(Tok::Fps, 8);
+  data.AddBool(Tok::Active, true);
+  data.AddLongLong(Tok::ViolationTimeMs, -5'000'000'000);
+  data.AddInt(-3, 9);
+  data.AddInt(TokenCount, 9);
+
+  EXPECT_EQ(data.Find(Tok::Empty), -1);
+  EXPECT_EQ(data.Find(-3), -1);
+  EXPECT_EQ(data.At(6).key, 0);
+  EXPECT_EQ(data.At(7).key, 0);
+  EXPECT_EQ(data.FindByName(""), -1);
+  EXPECT_EQ(data.Find(Tok::Bits), 1);
+  EXPECT_EQ(data.FindByName("Bits"), 1);
+  EXPECT_EQ(data.Exists(Tok::Bits, cdDouble), 1);
+  EXPECT_EQ(data.Exists(Tok::Bits, cdInt), -1);
+  EXPECT_EQ(data.GetInt(Tok::Bits, 42), 42);
+  EXPECT_EQ(data.GetDouble(Tok::Bits, 0), 2.5);
+  EXPECT_EQ(data.GetDouble(Tok::Fps, 1.5), 1.5);
+  EXPECT_EQ(data.GetInt(Tok::Fps, 0), 8);
+  EXPECT_TRUE(data.GetBool(Tok::Active, false));
+  EXPECT_TRUE(data.GetBool(Tok::Fps, true));
+  EXPECT_EQ(data.GetLongLong(Tok::ViolationTimeMs, 0), -5'000'000'000);
+  EXPECT_EQ(data.GetLongLong(Tok::Fps, 3), 3);
+}
+
+TEST(CData, FailedLookupsNameTheTokenOrThePosition) {
+  CData data;
+  data.AddInt(Tok::Config, 1);
+  data.Append("Masks", CDataValue::OfNode(nullptr));
+  const std::string where = "Exception [main/lib/base/cdata/HAData:";
+  for (const Token token : {Tok::Config, Tok::Masks, Tok::Figures}) {
+    const std::string text = TextOf([&] { data.Child(token); });
+    EXPECT_EQ(text.find(where), 0u) << text;
+    EXPECT_NE(text.find("] - Unknown token: " + std::string(TokenText(token))), text.npos) << text;
+  }
+  const std::string text = TextOf([&] { data.At(UINT64_MAX); });
+  EXPECT_NE(text.find("] - Unknown index: 18446744073709551615"), text.npos) << text;
+  EXPECT_EQ(TextOf([&] { data.At(1); }), "no exception");
+  data.AddChild(Tok::Figures).AddInt(Tok::Count, 5);
+  EXPECT_EQ(data.Child(Tok::Figures).GetInt(Tok::Count, 0), 5);
+}
+
+TEST(CData, AValueAnswersOnlyForItsOwnKind) {
+  const CData data = RichTree();
+  const int types[] = {0, -1, -1, 1, -1, 2, 3, -1, -1, -1, -1, -1, 4, 5, -1, -1, -1, 4, 5};
+  for (std::uint64_t i = 0; i < data.Count(); ++i) {
+    const CDataValue& v = data.At(i).value;
+    const std::uint16_t kind = v.GetKind();
+    if (i < 14) {
+      EXPECT_EQ(kind, 1 << i);
+    }
+    EXPECT_EQ(data.Type(i), types[i]) << i;
+    EXPECT_EQ(v.GetBool(), kind == cdBool);
+    EXPECT_EQ(v.GetByte(), kind == cdBool ? 2 : kind == cdByte ? 200 : 0);
+    EXPECT_EQ(v.GetShort(), kind == cdShort ? -2 : 0);
+    EXPECT_EQ(v.GetInt(), kind == cdInt ? -3 : 0);
+    EXPECT_EQ(v.GetLongLong(), kind == cdLongLong ? -4 : 0);
+    EXPECT_EQ(v.GetDouble(), kind == cdDouble ? -1.5 : 0);
+    EXPECT_EQ(v.GetTime(), kind == cdTime ? 5u : 0u);
+    EXPECT_EQ(v.GetString(), kind == cdString ? "ab" : "");
+    EXPECT_EQ(v.GetWideString(), kind == cdWideString ? u"\u20ac" : u"");
+    EXPECT_EQ(v.GetByteArray() != nullptr, i == 8);
+    EXPECT_EQ(v.GetShortArray() != nullptr, i == 9);
+    EXPECT_EQ(v.GetGuid() != nullptr, i == 10);
+    EXPECT_EQ(v.GetBinary() != nullptr, i == 12);
+    EXPECT_EQ(v.GetNode() != nullptr, i == 13);
+  }
+  EXPECT_EQ(data.Type(data.Count()), -1);
+}
+
+TEST(CData, CopiesAreDeepButShareBinaryBytes) {
+  const CData original = RichTree();
+  CData copy = original;
+  copy.At(3).value = CDataValue::OfString("another kind");
+  copy.Child(Tok::Config).AddInt(Tok::Bits, 1);
+  copy.At(12).value.GetBinary()->Data()[0] = 'X';
+  EXPECT_EQ(original.GetInt(Tok::Bits, 0), -3);
+  EXPECT_EQ(original.Child(Tok::Config).Count(), 2u);
+  EXPECT_EQ(original.At(12).value.GetBinary(), copy.At(12).value.GetBinary());
+  EXPECT_EQ(original.At(12).value.GetBinary()->Data()[0], 'X');
+  for (const std::uint64_t i : {8u, 9u, 10u})
+    EXPECT_EQ(original.At(i).value.GetKind(), copy.At(i).value.GetKind());
+  EXPECT_NE(original.At(8).value.GetByteArray(), copy.At(8).value.GetByteArray());
+  EXPECT_EQ(*original.At(8).value.GetByteArray(), *copy.At(8).value.GetByteArray());
+  EXPECT_EQ(*original.At(9).value.GetShortArray(), *copy.At(9).value.GetShortArray());
+  EXPECT_EQ(*original.At(10).value.GetGuid(), *copy.At(10).value.GetGuid());
+
+  const CData& alias = copy;
+  copy = alias;
+  EXPECT_EQ(copy.Child(Tok::Config).FindByName("own"), 0);
+  const CData moved = std::move(copy);
+  EXPECT_EQ(moved.Count(), original.Count());
+  EXPECT_EQ(copy.Count(), 0u);  // NOLINT(bugprone-use-after-move): a moved-from node is empty
+  copy.AddInt(Tok::Bits, 1);
+  EXPECT_EQ(copy.GetInt(Tok::Bits, 0), 1);
+
+  CDataValue value = CDataValue::OfString("text");
+  const CDataValue taken = std::move(value);
+  EXPECT_EQ(value.GetKind(), cdEmpty);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(taken.GetString(), "text");
+}
+
+TEST(CData, TheIndexIsBuiltByASearchByNameAbove50Elements) {
+  CData data;
+  for (int i = 0; i < 50; ++i)
+    data.AddInt(Tok::Bits, i);
+  EXPECT_EQ(data.FindByName("Bits"), 0);
+  EXPECT_FALSE(data.HasIndex());
+  data.Append("local", CDataValue::OfInt(50));
+  EXPECT_EQ(data.Find(Tok::Bits), 0);
+  EXPECT_FALSE(data.HasIndex());
+  EXPECT_EQ(data.FindByName("local"), 50);
+  EXPECT_TRUE(data.HasIndex());
+  EXPECT_FALSE(CData(data).HasIndex());
+  data.Clear();
+  EXPECT_FALSE(data.HasIndex());
+  EXPECT_EQ(data.Append("fresh", {}).key, INT64_MIN);
+}
+
+// Random edits of a node and of a plain list of names; every search must agree with the list.
+TEST(CData, SearchesAgreeWithAListOfNamesThroughAnyEdits) {
+  std::mt19937 random(1);
+  const std::string names[] = {"",    "Config", "Bits", "Id",    "ID", "Fps",
+                               "own", "own2",   "Bx",   "Count", "x",  "Masks"};
+  for (int round = 0; round < 20; ++round) {
+    CData data;
+    std::vector<std::string> model;
+    for (int step = 0; step < 300; ++step) {
+      const std::string& name = names[random() % std::size(names)];
+      const unsigned choice = random() % 16;
+      if (choice < 11) {
+        data.Append(name, CDataValue::OfInt(step));
+        model.push_back(name);
+      } else if (choice < 14) {
+        const std::uint64_t position = random() % (model.size() + 2);
+        data.RemoveAt(position);
+        if (position < model.size())
+          model.erase(model.begin() + static_cast<std::ptrdiff_t>(position));
+      } else if (choice == 14 && step % 8 == 0) {
+        data.RemoveAll(TokenOf(name));
+        if (TokenOf(name) != 0) std::erase(model, name);
+      }
+      const std::string& wanted = names[random() % std::size(names)];
+      std::int64_t expected = -1;
+      for (std::size_t i = model.size(); i-- > 0;)
+        if (model[i] == wanted && !wanted.empty()) expected = static_cast<std::int64_t>(i);
+      ASSERT_EQ(data.Count(), model.size());
+      if (random() % 2 != 0) {
+        ASSERT_EQ(data.FindByName(wanted), expected) << wanted;
+      }
+      ASSERT_EQ(data.Find(TokenOf(wanted)), TokenOf(wanted) != 0 ? expected : -1) << wanted;
+    }
+    EXPECT_TRUE(data.HasIndex());
+  }
+}
+
+TEST(CBinData, WrapsSharesCutsAndResizes) {
+  EXPECT_FALSE(CBinData().HasMemory());
+  EXPECT_EQ(CBinData::Wrap(nullptr, 5).Size(), 0u);
+  std::uint8_t bytes[4] = {1, 2, 3, 4};
+  CBinData wrapped = CBinData::Wrap(bytes, 4);
+  wrapped.SetOffset(3);
+  wrapped.Data()[0] = 9;
+  EXPECT_EQ(bytes[3], 9);
+  EXPECT_EQ(wrapped.Size(), 1u);
+  wrapped.SetOffset(UINT64_MAX);
+  EXPECT_EQ(wrapped.GetOffset(), 4u);
+  EXPECT_EQ(wrapped.Size(), 0u);
+
+  CBinData own(bytes, 4);
+  const CBinData shared = own;
+  own.Data()[0] = 7;
+  EXPECT_EQ(bytes[0], 1);
+  EXPECT_EQ(shared.Data()[0], 7);
+  own.Resize(1000);
+  EXPECT_EQ(std::vector<std::uint8_t>(own.Data(), own.Data() + own.Size()),
+            std::vector<std::uint8_t>(1000));
+  EXPECT_EQ(shared.Size(), 4u);
+}
+
+TEST(BinDataStream, ReadsTheBlockAndNothingBehindIt) {
+  const char text[] = {'1', '2', ' ', 'x', '\n', '7', '7'};
+  bindatastream stream(text, 6);
+  int number = 0;
+  std::string word;
+  EXPECT_TRUE(stream >> number >> word);
+  EXPECT_EQ(number, 12);
+  EXPECT_EQ(word, "x");
+  EXPECT_TRUE(stream >> number);
+  EXPECT_EQ(number, 7);
+  EXPECT_TRUE(stream.eof());
+  EXPECT_FALSE(bindatastream(nullptr, 0) >> number);
+}
+
+TEST(CGuid, ParsesSixteenPairsAndNothingLess) {
+  const std::string text = "01234567-89AB-cdef-0011-223344556677";
+  const struct {
+    std::string text;
+    bool good;
+  } cases[] = {{text, true},
+               {text + "} behind", true},
+               {"{" + text + "}", false},
+               {text.substr(0, 34), false},
+               {text.substr(0, 8) + text.substr(9), false},
+               {"", false}};
+  for (const auto& c : cases) {
+    CGuid guid{{0xEE}};
+    EXPECT_EQ(CGuid::Parse(c.text.c_str(), guid), c.good) << c.text;
+    EXPECT_EQ(guid.ToString(), c.good ? "{01234567-89AB-CDEF-0011-223344556677}"
+                                      : "{EE000000-0000-0000-0000-000000000000}");
+  }
+  CGuid guid;
+  EXPECT_FALSE(CGuid::Parse(nullptr, guid));
+  EXPECT_TRUE(guid.IsEmpty());
+  const CGuid fresh = CGuid::Generate();
+  EXPECT_NE(fresh, CGuid::Generate());
+  EXPECT_EQ(fresh.bytes[6] >> 4, 4);
+  EXPECT_EQ(fresh.bytes[8] >> 6, 2);
+}
+
+}  // namespace

@@ -1,0 +1,54 @@
+#include "main/lib/base/cdata/token_table.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(TokenTable, EveryRowIsFoundByItsNameAndHasItsHash) {
+  for (Token token = 0; token < TokenCount; ++token) {
+    const std::string_view text = TokenText(token);
+    EXPECT_EQ(TokenOf(text), token) << text;
+    EXPECT_EQ(TokenHash(token), std::hash<std::string_view>()(text)) << text;
+  }
+}
+
+TEST(TokenTable, RowsStandWhereTheNumbersSayAndAreSpeltAsOnTheWire) {
+  const struct {
+    Token token;
+    std::string_view text;
+  } rows[] = {
+      {1, "AbandonedObjects"},
+      {76, "Config"},
+      {818, "Enum"},
+      {819, "{00000000-0000-0000-0000-000000000000}"},
+      {825, "{01E8C591-EE4D-5B3F-AB9D-75180DC9DCB6}"},
+      {Tok::EdgeAboveTresholdPercent, "EdgeAboveTresholdPercent"},
+      {Tok::SupressedPixelAVG, "SupressedPixelAVG"},
+      {Tok::VerifyTreshold, "VerifyTreshold"},
+      {Tok::MeltinReduction, "MeltinReduction"},
+      {Tok::FollowingHysteresisToCollusion, "FollowingHysteresisToCollusion"},
+      {-1, ""},
+      {826, ""},
+      {INT32_MIN, ""},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(TokenText(row.token), row.text) << row.token;
+  EXPECT_EQ(TokenHash(-1), NameHash(""));
+  for (const std::string_view name : {"config", "Config ", "Confi", "no such name"})
+    EXPECT_EQ(TokenOf(name), 0) << name;
+}
+
+TEST(TokenTable, HashAgreesWithTheStandardLibraryForEveryLength) {
+  std::string name;
+  for (int i = 0; i < 40; ++i) {
+    EXPECT_EQ(NameHash(name), std::hash<std::string>()(name)) << i;
+    name += static_cast<char>(250 - 37 * i);
+  }
+  EXPECT_EQ(NameHash("Id"), 0xd97524f7d9494220);
+}
+
+}  // namespace
