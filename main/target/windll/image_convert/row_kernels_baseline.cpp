@@ -1,0 +1,3 @@
+#include "main/target/windll/image_convert/row_kernels_impl.h"
+
+const RowKernels baselineRows = rowKernels;

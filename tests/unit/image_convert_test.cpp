@@ -1,0 +1,377 @@
+#include "main/target/windll/image_convert/image_convert.h"
+
+#include "main/lib/base/exceptions.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/target/windll/image/ztimage.h"
+#include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/test_frames.h"
+
+#include <array>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The model: a row is a list of pixels of three values, and every conversion a chain of the steps
+// that the formats' definitions name, one pixel after the other.
+using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
+using Pixels = std::vector<Pixel>;
+constexpr std::uint8_t fill = 0xA5;
+
+Pixels Read1(const Bytes& row) {
+  Pixels pixels;
+  for (const int value : row)
+    pixels.push_back({value, 0, 0});
+  return pixels;
+}
+Pixels Read4(const Bytes& row) {
+  Pixels pixels;
+  for (std::size_t i = 0; i < row.size(); i += 4)
+    pixels.push_back({row[i], row[i + 1], row[i + 2]});
+  return pixels;
+}
+Bytes Write1(const Pixels& pixels) {
+  Bytes row;
+  for (const Pixel& p : pixels)
+    row.push_back(static_cast<std::uint8_t>(p[0]));
+  return row;
+}
+Bytes Write4(const Pixels& pixels) {
+  Bytes row;
+  for (const Pixel& p : pixels) {
+    for (const int value : p)
+      row.push_back(static_cast<std::uint8_t>(value));
+    row.push_back(fill);
+  }
+  return row;
+}
+Bytes Swap(Bytes row) {
+  for (std::size_t i = 0; i < row.size(); i += 2)
+    std::swap(row[i], row[i + 1]);
+  return row;
+}
+Pixels Each(Pixels pixels, Pixel (*step)(const Pixel&)) {
+  for (Pixel& p : pixels)
+    p = step(p);
+  return pixels;
+}
+
+Pixel BoolToGray(const Pixel& p) {
+  return {(256 - p[0]) & 255, 0, 0};
+}
+Pixel GrayToBool(const Pixel& p) {
+  return {p[0] ? 1 : 0, 0, 0};
+}
+Pixel GrayToRgb(const Pixel& p) {
+  return {p[0], p[0], p[0]};
+}
+Pixel GrayToYuv(const Pixel& p) {
+  return {p[0], 128, 128};
+}
+Pixel RgbToYuv(const Pixel& p) {
+  const auto [b, g, r] = p;
+  return {(r * 77 + g * 150 + b * 29) >> 8, ((r * -43 + g * -85 + b * 128) >> 8) + 128,
+          ((r * 128 + g * -107 + b * -21) >> 8) + 128};
+}
+int Saturate(int value) {
+  return value < 0 ? 0 : value > 254 ? 255 : value;
+}
+Pixel YuvToRgb(const Pixel& p) {
+  const int y = p[0] * 256;
+  const int u = p[1] - 128;
+  const int v = p[2] - 128;
+  return {Saturate((y + u * 454) >> 8), Saturate((y + u * -88 + v * -183) >> 8),
+          Saturate((y + v * 359) >> 8)};
+}
+Bytes YuvToYuyv(const Pixels& pixels) {
+  Bytes row;
+  for (std::size_t i = 0; i + 1 < pixels.size(); i += 2) {
+    const Pixel& l = pixels[i];
+    const Pixel& r = pixels[i + 1];
+    for (const int value : {l[0], (l[1] + r[1] + 1) >> 1, r[0], (l[2] + r[2] + 1) >> 1})
+      row.push_back(static_cast<std::uint8_t>(value));
+  }
+  return row;
+}
+Pixels Expand(const Bytes& yuyv) {
+  Pixels pixels;
+  for (std::size_t i = 0; i < yuyv.size(); i += 4)
+    for (const int y : {yuyv[i], yuyv[i + 2]})
+      pixels.push_back({y, yuyv[i + 1], yuyv[i + 3]});
+  return pixels;
+}
+Pixels YuyvToYuv(const Bytes& yuyv) {
+  const Pixels raw = Expand(yuyv);
+  Pixels pixels = raw;
+  for (std::size_t a = 1; a + 1 < raw.size(); a += 2)
+    for (const int c : {1, 2}) {
+      pixels[a][c] = (3 * raw[a][c] + raw[a + 1][c] + 2) >> 2;
+      pixels[a + 1][c] = (3 * raw[a + 1][c] + raw[a][c] + 2) >> 2;
+    }
+  return pixels;
+}
+Pixels UyvyToYuv(const Bytes& uyvy) {
+  Pixels pixels = Expand(Swap(uyvy));
+  for (std::size_t a = 1; a + 1 < pixels.size(); a += 2)
+    for (const int c : {1, 2}) {
+      pixels[a][c] = (3 * pixels[a][c] + pixels[a + 1][c] + 2) >> 2;
+      pixels[a + 1][c] = (pixels[a][c] + 3 * pixels[a + 1][c] + 2) >> 2;
+    }
+  return pixels;
+}
+
+struct Kernel {
+  const char* name;
+  RowKernels::Row RowKernels::*row;
+  std::size_t pixels;       // of one count
+  std::size_t sourceBytes;  // of one count
+  std::size_t targetBytes;
+  Bytes (*model)(const Bytes&);
+};
+#define KERNEL(name, ...) #name, &RowKernels::name, __VA_ARGS__
+const Kernel kernels[] = {
+    {KERNEL(boolToGray, 1, 1, 1, [](auto& s) { return Write1(Each(Read1(s), BoolToGray)); })},
+    {KERNEL(boolToRgb, 1, 1, 4,
+            [](auto& s) { return Write4(Each(Each(Read1(s), BoolToGray), GrayToRgb)); })},
+    {KERNEL(grayToBool, 1, 1, 1, [](auto& s) { return Write1(Each(Read1(s), GrayToBool)); })},
+    {KERNEL(grayToRgb, 1, 1, 4, [](auto& s) { return Write4(Each(Read1(s), GrayToRgb)); })},
+    {KERNEL(grayToYuv, 1, 1, 4, [](auto& s) { return Write4(Each(Read1(s), GrayToYuv)); })},
+    {KERNEL(grayToYuyv, 2, 2, 4,
+            [](auto& s) { return YuvToYuyv(Each(Each(Read1(s), GrayToRgb), RgbToYuv)); })},
+    {KERNEL(grayToUyvy, 2, 2, 4,
+            [](auto& s) { return Swap(YuvToYuyv(Each(Read1(s), GrayToYuv))); })},
+    {KERNEL(rgbToGray, 1, 4, 1, [](auto& s) { return Write1(Each(Read4(s), RgbToYuv)); })},
+    {KERNEL(rgbToYuv, 1, 4, 4, [](auto& s) { return Write4(Each(Read4(s), RgbToYuv)); })},
+    {KERNEL(rgbToYuyv, 2, 8, 4, [](auto& s) { return YuvToYuyv(Each(Read4(s), RgbToYuv)); })},
+    {KERNEL(rgbToUyvy, 2, 8, 4, [](auto& s) { return Swap(YuvToYuyv(Each(Read4(s), RgbToYuv))); })},
+    {KERNEL(yuvToGray, 1, 4, 1, [](auto& s) { return Write1(Read4(s)); })},
+    {KERNEL(yuvToRgb, 1, 4, 4, [](auto& s) { return Write4(Each(Read4(s), YuvToRgb)); })},
+    {KERNEL(yuvToYuyv, 2, 8, 4, [](auto& s) { return YuvToYuyv(Read4(s)); })},
+    {KERNEL(yuvToUyvy, 2, 8, 4, [](auto& s) { return Swap(YuvToYuyv(Read4(s))); })},
+    {KERNEL(yuyvToGray, 2, 4, 2, [](auto& s) { return Write1(YuyvToYuv(s)); })},
+    {KERNEL(yuyvToRgb, 2, 4, 8, [](auto& s) { return Write4(Each(YuyvToYuv(s), YuvToRgb)); })},
+    {KERNEL(yuyvToYuv, 2, 4, 8, [](auto& s) { return Write4(YuyvToYuv(s)); })},
+    {KERNEL(yuyvToUyvy, 2, 4, 4, [](auto& s) { return Swap(s); })},
+    {KERNEL(uyvyToGray, 2, 4, 2, [](auto& s) { return Write1(UyvyToYuv(s)); })},
+    {KERNEL(uyvyToRgb, 2, 4, 8, [](auto& s) { return Write4(Each(UyvyToYuv(s), YuvToRgb)); })},
+    {KERNEL(uyvyToYuv, 2, 4, 8, [](auto& s) { return Write4(UyvyToYuv(s)); })},
+    {KERNEL(uyvyToYuyv, 2, 4, 4, [](auto& s) { return YuvToYuyv(UyvyToYuv(s)); })},
+};
+
+// Random bytes with many values at the ends and around the middle, where rounding shows.
+Bytes RandomBytes(std::size_t size) {
+  static std::mt19937 random(20);
+  constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
+  Bytes bytes(size);
+  for (auto& byte : bytes) {
+    const auto value = static_cast<std::uint32_t>(random());
+    byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
+  }
+  return bytes;
+}
+
+// Memory with a page on either side that faults.
+class GuardedMemory {
+ public:
+  explicit GuardedMemory(std::size_t capacity) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    size = (capacity + page - 1) / page * page;
+    mapped = size + 2 * page;
+    base = static_cast<std::uint8_t*>(
+        mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    begin = base + page;
+    EXPECT_EQ(mprotect(begin, size, PROT_READ | PROT_WRITE), 0);
+  }
+  ~GuardedMemory() { munmap(base, mapped); }
+  GuardedMemory(const GuardedMemory&) = delete;
+  GuardedMemory& operator=(const GuardedMemory&) = delete;
+
+  // Room that starts `offset` behind the front guard, or ends as far before the rear one.
+  [[nodiscard]] std::uint8_t* Room(std::size_t bytes, std::size_t offset, bool atEnd) const {
+    return atEnd ? begin + size - bytes - offset : begin + offset;
+  }
+
+ private:
+  std::size_t size;
+  std::size_t mapped;
+  std::uint8_t* base;
+  std::uint8_t* begin;
+};
+
+void CheckKernels(const RowKernels& table) {
+  const GuardedMemory sourceMemory(20100 * 8);
+  const GuardedMemory targetMemory(20100 * 8);
+  std::vector<std::size_t> counts = {255, 641, 20011};
+  for (std::size_t count = 0; count <= 67; ++count)
+    counts.push_back(count);
+  for (const Kernel& kernel : kernels)
+    for (const std::size_t count : counts) {
+      const Bytes source = RandomBytes(count * kernel.sourceBytes);
+      const Bytes expected = kernel.model(source);
+      ASSERT_EQ(expected.size(), count * kernel.targetBytes) << kernel.name;
+      for (const bool atEnd : {false, true})
+        for (const std::size_t offset : {0, 1, 3}) {
+          std::uint8_t* const from = sourceMemory.Room(source.size(), offset, atEnd);
+          std::uint8_t* const to = targetMemory.Room(expected.size(), 2 * offset, atEnd);
+          std::copy(source.begin(), source.end(), from);
+          std::fill_n(to, expected.size(), fill);
+          (table.*kernel.row)(to, from, count);
+          ASSERT_EQ(Bytes(to, to + expected.size()), expected)
+              << kernel.name << " of " << count << " at " << offset << atEnd;
+        }
+    }
+}
+
+TEST(ImageConvert, BaselineKernelsFollowTheModel) {
+  CheckKernels(baselineRows);
+}
+
+#if defined(ZTLIB_AVX2)
+TEST(ImageConvert, Avx2KernelsFollowTheModel) {
+  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
+  CheckKernels(avx2Rows);
+}
+#endif
+
+// What becomes of a pair: the name of a kernel, "copy", "unwritten", or the refusing source.
+constexpr const char* general = "image/ztimage_impl";
+#define REFUSED(target) "image_convert/image_convert_to" target "_impl"
+// clang-format off
+constexpr const char* matrix[9][9] = {
+    // to BOOL8, GRAY, RGB, YUV, YUYV, UYVY, RGBBAYER, YUVBAYERBLOCK, YUV420BLOCK
+    {"copy", "boolToGray", "boolToRgb", REFUSED("yuv"), REFUSED("yuyv"), REFUSED("uyvy"),
+     general, general, REFUSED("yuv420block")},
+    {"grayToBool", "copy", "grayToRgb", "grayToYuv", "grayToYuyv", "grayToUyvy",
+     general, general, "unwritten"},
+    {REFUSED("bool"), "rgbToGray", "copy", "rgbToYuv", "rgbToYuyv", "rgbToUyvy",
+     general, general, "unwritten"},
+    {REFUSED("bool"), "yuvToGray", "yuvToRgb", "copy", "yuvToYuyv", "yuvToUyvy",
+     general, general, REFUSED("yuv420block")},
+    {REFUSED("bool"), "yuyvToGray", "yuyvToRgb", "yuyvToYuv", "copy", "yuyvToUyvy",
+     general, general, REFUSED("yuv420block")},
+    {REFUSED("bool"), "uyvyToGray", "uyvyToRgb", "uyvyToYuv", "uyvyToYuyv", "copy",
+     general, general, "unwritten"},
+    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
+     REFUSED("uyvy"), general, general, REFUSED("yuv")},
+    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
+     REFUSED("uyvy"), general, general, "unwritten"},
+    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
+     REFUSED("uyvy"), general, general, "copy"},
+};
+// clang-format on
+
+// The rows of a picture, which has no padding.
+Bytes RowOf(const CZTImageImplBase& image, int y, std::size_t size) {
+  const auto* const row = static_cast<const std::uint8_t*>(image.GetPtrAt(0, y));
+  return {row, row + size};
+}
+
+void CheckPair(int source, int target, int width, int height) {
+  const auto from = static_cast<PixelFormat>(source);
+  const auto to = static_cast<PixelFormat>(target);
+  const std::unique_ptr<CZTImageImplBase> image =
+      CreateNewImageBase(from, width / GetSampleDx(from), height / GetSampleDy(from));
+  for (int y = 0; y < image->GetDy(); ++y) {
+    const Bytes row = RandomBytes(static_cast<std::size_t>(image->GetRowSize()));
+    if (!row.empty()) std::memcpy(image->GetPtrAt(0, y), row.data(), row.size());
+  }
+  const std::string cell = matrix[source][target];
+  SCOPED_TRACE(cell + " " + std::to_string(source) + " " + std::to_string(target) + " " +
+               std::to_string(width) + "x" + std::to_string(height));
+  const int allocated = CTestFrames::allocated;
+  if (cell.find('/') != std::string::npos) {
+    try {
+      (void)image->ConvertToNew(to);
+      ADD_FAILURE() << "not refused";
+    } catch (const CException& e) {
+      const std::string text = e.what();
+      EXPECT_EQ(text.rfind("Exception [main/target/windll/" + cell + ":", 0), 0U) << text;
+      EXPECT_EQ(text.substr(text.find(']')), "] - Wrong format");
+    }
+    EXPECT_EQ(CTestFrames::allocated, allocated);
+    return;
+  }
+  const std::unique_ptr<CZTImageImplBase> result = image->ConvertToNew(to);
+  EXPECT_EQ(CTestFrames::allocated, allocated + 1);
+  ASSERT_EQ(result->GetPixelFormat(), to);
+  ASSERT_EQ(result->GetDx(), image->GetDxInPixels() / GetSampleDx(to));
+  ASSERT_EQ(result->GetDy(), image->GetDyInPixels() / GetSampleDy(to));
+  const Kernel* kernel = nullptr;
+  for (const Kernel& candidate : kernels)
+    if (cell == candidate.name) kernel = &candidate;
+  for (int y = 0; y < result->GetDy(); ++y) {
+    const auto size = static_cast<std::size_t>(result->GetRowSize());
+    Bytes expected(size, fill);
+    if (cell == "copy") {
+      expected = RowOf(*image, y, size);
+    } else if (kernel) {
+      const std::size_t count = static_cast<std::size_t>(image->GetDxInPixels()) / kernel->pixels;
+      expected = kernel->model(RowOf(*image, y, count * kernel->sourceBytes));
+    } else {
+      ASSERT_EQ(cell, "unwritten");
+    }
+    EXPECT_EQ(RowOf(*result, y, size), expected) << "row " << y;
+  }
+}
+
+TEST(ImageConvert, EveryCellOfTheMatrix) {
+  const CTestFrames frames(&frame_manager::Register, fill);
+  for (int source = 0; source < 9; ++source)
+    for (int target = 0; target < 9; ++target)
+      for (const auto& [width, height] :
+           {std::pair{0, 0}, {0, 3}, {1, 2}, {2, 1}, {3, 1}, {35, 18}, {80, 33}})
+        CheckPair(source, target, width, height);
+}
+
+// Parts of pictures have rows that lie further apart than they are long.
+TEST(ImageConvert, KeepsToTheRowsOfParts) {
+  const CTestFrames frames(&frame_manager::Register, fill);
+  YuyvView whole;
+  whole.Create(8, 4);
+  const Bytes content = RandomBytes(128);
+  std::memcpy(whole.data, content.data(), content.size());
+  const auto part = YuyvView::MapOf(whole, {3, 1, 2, 3});
+  UyvyView swapped;
+  swapped.Create(8, 4);
+  auto swappedPart = UyvyView::MapOf(swapped, {5, 0, 3, 2});
+  Convert(swappedPart, part);
+  Bytes expected(128, fill);
+  const Bytes all = Swap(content);
+  for (const std::size_t y : {0, 1})
+    std::copy_n(all.begin() + static_cast<int>(32 * (y + 1) + 12), 8,
+                expected.begin() + static_cast<int>(32 * y + 20));
+  const auto* const bytes = swapped.RowBytes(0);
+  EXPECT_EQ(Bytes(bytes, bytes + 128), expected);
+}
+
+TEST(ImageConvert, InPlaceAndRoundTripOfKnownColours) {
+  const CTestFrames frames(&frame_manager::Register, fill);
+  CZTImage image;
+  image.CreateBySizeInPixels(PixelFormat::RGB, 1, 1);
+  const std::uint8_t white[] = {255, 255, 255, 7};
+  std::memcpy(image.GetPtrAs<void>(), white, 4);
+  const auto becomes = [&](PixelFormat format, std::array<int, 4> expected) {
+    image.SetPixelFormat(format);
+    const auto* const p = image.GetPtrAs<std::uint8_t>();
+    EXPECT_EQ((std::array<int, 4>{p[0], p[1], p[2], p[3]}), expected);
+  };
+  becomes(PixelFormat::YUV, {255, 128, 128, fill});
+  becomes(PixelFormat::RGB, {255, 255, 255, fill});
+  image.SetPixelFormat(PixelFormat::YUV);
+  const std::uint8_t red[] = {0, 128, 255, 7};
+  std::memcpy(image.GetPtrAs<void>(), red, 4);
+  becomes(PixelFormat::RGB, {0, 0, 178, fill});
+  EXPECT_THROW(image.SetPixelFormat(PixelFormat::BOOL8), CException);
+  EXPECT_EQ(image.GetPixelFormat(), PixelFormat::RGB);
+  EXPECT_THROW(image.SetPixelFormat(static_cast<PixelFormat>(9)), CException);
+}
+
+}  // namespace
