@@ -2,6 +2,7 @@
 
 #include "main/lib/base/pixel_format.h"
 #include "main/target/windll/codec/jpeg_io.h"
+#include "main/target/windll/codec/jpeg_planes.h"
 
 #include <vector>
 
@@ -10,8 +11,8 @@ struct JpegSize {
   std::uint32_t height = 0;
 };
 
-// A picture to decode into: rows without padding, sizes in pixels. The format is GRAY, RGB or
-// YUV.
+// A picture to decode into: rows without padding, sizes in pixels. The format is GRAY, RGB, YUV,
+// YUYV or UYVY; the width of the last two is even.
 struct JpegTarget {
   PixelFormat format;
   std::uint8_t* pixels;
@@ -28,12 +29,14 @@ class CJPEGDecoder {
   CJPEGDecoder(const CJPEGDecoder&) = delete;
   CJPEGDecoder& operator=(const CJPEGDecoder&) = delete;
 
+  [[nodiscard]] static bool IsTargetFormat(PixelFormat format);
+
   // The size at full scale; 0 by 0 for a stream that holds tables only.
   virtual JpegSize ReadHeader(std::span<const std::uint8_t> data);
 
   // Decodes at 1 / `scaleDenominator`. If the decoded picture has another size than the target, its
-  // rows are packed one behind the other where all of them fit into the target's bytes; otherwise
-  // the picture is cropped. The unused byte of RGB and YUV pixels is set to 255.
+  // rows are packed one behind the other where all of them fit into the target; otherwise it is
+  // cropped. The unused byte of RGB and YUV pixels is set to 255.
   virtual void Decode(std::span<const std::uint8_t> data, const JpegTarget& target,
                       std::uint32_t scaleDenominator);
 
@@ -44,14 +47,17 @@ class CJPEGDecoder {
   struct RowPlan;
 
   void Begin(std::span<const std::uint8_t> data);
-  void SetOutput(PixelFormat format);
-  void ReadRows(const RowPlan& plan);
-  void SkipRow();
+  // Whether the picture is read as planes.
+  bool ChooseOutput(PixelFormat format);
+  void ReadScanline(PixelFormat format, std::uint8_t* target);
+  void ReadScanlines(const RowPlan& plan);
+  void ReadPlanes(const RowPlan& plan);
 
   jpeg_error_mgr errors{};
   JpegSource source;
   JpegScanLimit scanLimit;
   jpeg_decompress_struct object{};
-  std::vector<std::uint8_t> row;
+  JpegPlanes planes;
+  std::vector<std::uint8_t> scratch;
   bool swapRGB = false;
 };

@@ -45,8 +45,7 @@ void CVideoDecoderMJPEG::DecodeStream(CZTImage& picture, std::span<const std::ui
                     .height = static_cast<std::uint32_t>(height)},
                    static_cast<std::uint32_t>(activeScale));
   };
-  if (format == PixelFormat::GRAY || format == PixelFormat::RGB || format == PixelFormat::YUV)
-    return decodeInto(picture);
+  if (CJPEGDecoder::IsTargetFormat(format)) return decodeInto(picture);
   CZTImage decoded;
   decoded.CreateBySizeInPixels(PixelFormat::YUV, width, height);
   decodeInto(decoded);
