@@ -1,0 +1,99 @@
+#include "main/target/windll/codec/jpeg_encoder.h"
+
+#include "main/target/windll/codec/plane_kernels.h"
+
+#include <algorithm>
+#include <cstring>
+
+CJPEGEncoder::CJPEGEncoder() {
+  InitJpegErrors(errors);
+  object.err = &errors;
+  jpeg_create_compress(&object);
+}
+
+CJPEGEncoder::~CJPEGEncoder() {
+  jpeg_destroy_compress(&object);
+}
+
+void CJPEGEncoder::Init(std::uint32_t newWidth, std::uint32_t newHeight, std::uint32_t newQuality) {
+  jpeg_abort_compress(&object);
+  width = newWidth;
+  height = newHeight;
+  object.image_width = width;
+  object.image_height = height;
+  object.input_components = 4;
+  object.in_color_space = JCS_YCbCr;
+  jpeg_set_defaults(&object);
+  object.raw_data_in = TRUE;
+  SetQuality(newQuality);
+}
+
+void CJPEGEncoder::SetQuality(std::uint32_t newQuality) {
+  quality = newQuality;
+  jpeg_set_quality(&object, static_cast<int>(quality), TRUE);
+}
+
+void CJPEGEncoder::AllocatePlanes() {
+  const std::size_t unit = lumaRows;
+  const std::size_t needed = (width + unit - 1) / unit * unit;
+  if (needed == paddedWidth) return;
+  paddedWidth = 0;
+  memory.resize(needed * (lumaRows + chromaRows + 4));
+  std::uint8_t* next = memory.data();
+  const auto place = [&next](auto& rows, std::size_t distance) {
+    for (std::uint8_t*& row : rows) {
+      row = next;
+      next += distance;
+    }
+  };
+  place(yRows, needed);
+  place(uRows, needed / 2);
+  place(vRows, needed / 2);
+  place(uPair, needed);
+  place(vPair, needed);
+  paddedWidth = needed;
+}
+
+std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint8_t> out) {
+  // The last picture may have been left in the middle by an exception that was not libjpeg's.
+  jpeg_abort_compress(&object);
+  object.dest = destination.Attach(out);
+  jpeg_start_compress(&object, TRUE);
+  AllocatePlanes();
+  JSAMPARRAY planes[] = {yRows.data(), uRows.data(), vRows.data()};
+  for (std::uint32_t top = 0; top < height; top += lumaRows) {
+    FillPlanes(picture, top);
+    jpeg_write_raw_data(&object, planes, lumaRows);
+  }
+  jpeg_finish_compress(&object);
+  return out.size() - destination.FreeRoom();
+}
+
+// Below the picture its last row goes on, and its last chroma row after halving.
+void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
+  const std::uint32_t rows = std::min(height - top, lumaRows);
+  const std::size_t chromaWidth = paddedWidth / 2;
+  for (std::uint32_t y = 0; y < lumaRows; y += 2) {
+    std::uint8_t* const u = uRows[y / 2];
+    std::uint8_t* const v = vRows[y / 2];
+    if (y >= rows) {
+      std::memcpy(yRows[y], yRows[y - 1], paddedWidth);
+      std::memcpy(yRows[y + 1], yRows[y - 1], paddedWidth);
+      std::memcpy(u, uRows[y / 2 - 1], chromaWidth);
+      std::memcpy(v, vRows[y / 2 - 1], chromaWidth);
+      continue;
+    }
+    ReadRow(picture, top + y, yRows[y], 0);
+    ReadRow(picture, top + std::min(y + 1, rows - 1), yRows[y + 1], 1);
+    Planes().halve(u, uPair[0], uPair[1], chromaWidth);
+    Planes().halve(v, vPair[0], vPair[1], chromaWidth);
+  }
+}
+
+void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma,
+                           int parity) {
+  std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
+  Planes().splitYuv(planes[0], planes[1], planes[2], picture.pixels + y * picture.distance, width);
+  for (std::uint8_t* plane : planes)
+    std::memset(plane + width, plane[width - 1], paddedWidth - width);
+}

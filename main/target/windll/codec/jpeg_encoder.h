@@ -1,0 +1,58 @@
+#pragma once
+
+#include "main/target/windll/codec/jpeg_io.h"
+
+#include <array>
+#include <vector>
+
+// Rows of four-byte YUV pixels.
+struct JpegPicture {
+  const std::uint8_t* pixels;
+  std::size_t distance;  // of two rows, in bytes
+};
+
+// Encodes pictures of one size as baseline JPEG streams, chroma halved both ways; each stream holds
+// all its tables. Failures throw the plain `int` 1 and leave the object usable. One thread at a
+// time.
+class CJPEGEncoder {
+ public:
+  CJPEGEncoder();
+  virtual ~CJPEGEncoder();
+  CJPEGEncoder(const CJPEGEncoder&) = delete;
+  CJPEGEncoder& operator=(const CJPEGEncoder&) = delete;
+
+  // libjpeg cuts the quality to 1 to 100.
+  virtual void Init(std::uint32_t newWidth, std::uint32_t newHeight, std::uint32_t newQuality);
+
+  // Encodes a picture of at least the size of Init. Gives the number of bytes written; a stream
+  // that does not fit into `out` is a failure.
+  virtual std::size_t Encode(const JpegPicture& picture, std::span<std::uint8_t> out);
+
+  virtual void SetQuality(std::uint32_t newQuality);
+
+ private:
+  // Luma rows and chroma rows that libjpeg takes in one call.
+  static constexpr std::uint32_t lumaRows = 2 * DCTSIZE;
+  static constexpr std::uint32_t chromaRows = DCTSIZE;
+
+  void AllocatePlanes();
+  void FillPlanes(const JpegPicture& picture, std::uint32_t top);
+  void ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma, int parity);
+
+  jpeg_error_mgr errors{};
+  JpegDestination destination;
+  jpeg_compress_struct object{};
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t quality = 0;
+
+  // Width of the planes: whole units of two blocks, filled up with a row's last pixel.
+  std::size_t paddedWidth = 0;
+  std::vector<std::uint8_t> memory;
+  std::array<std::uint8_t*, lumaRows> yRows{};
+  std::array<std::uint8_t*, chromaRows> uRows{};
+  std::array<std::uint8_t*, chromaRows> vRows{};
+  // Chroma of two rows before it is halved.
+  std::array<std::uint8_t*, 2> uPair{};
+  std::array<std::uint8_t*, 2> vPair{};
+};

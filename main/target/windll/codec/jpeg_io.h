@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+
+#include <jpeglib.h>
+
+// How libjpeg is bound to this library: failures, the compressed data and the limits of its work.
+
+// A fatal error aborts the object's work and throws the plain `int` 1 through libjpeg's frames. The
+// first warning of a picture is one line on standard error; traces are silent.
+void InitJpegErrors(jpeg_error_mgr& errors);
+
+// Reads a stream from memory. A stream that ends before its end marker is a fatal error, never
+// padded.
+class JpegSource {
+ public:
+  JpegSource();
+  JpegSource(const JpegSource&) = delete;
+  JpegSource& operator=(const JpegSource&) = delete;
+  jpeg_source_mgr* Attach(std::span<const std::uint8_t> data);
+
+ private:
+  jpeg_source_mgr manager{};
+};
+
+// Writes a stream into a block of fixed size. A stream that does not fit is a fatal error.
+class JpegDestination {
+ public:
+  JpegDestination();
+  JpegDestination(const JpegDestination&) = delete;
+  JpegDestination& operator=(const JpegDestination&) = delete;
+  jpeg_destination_mgr* Attach(std::span<std::uint8_t> room);
+  [[nodiscard]] std::size_t FreeRoom() const { return manager.free_in_buffer; }
+
+ private:
+  jpeg_destination_mgr manager{};
+};
+
+// Refuses progressive streams of more scans than any encoder makes: each scan costs a pass over the
+// whole picture, however few bytes it has.
+class JpegScanLimit {
+ public:
+  static constexpr int maxScans = 500;
+  JpegScanLimit();
+  JpegScanLimit(const JpegScanLimit&) = delete;
+  JpegScanLimit& operator=(const JpegScanLimit&) = delete;
+  jpeg_progress_mgr* Monitor() { return &manager; }
+
+ private:
+  jpeg_progress_mgr manager{};
+};

@@ -1,0 +1,3 @@
+#include "main/target/windll/codec/plane_kernels_impl.h"
+
+const PlaneKernels avx2Planes = planeKernels;

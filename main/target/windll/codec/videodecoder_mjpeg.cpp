@@ -1,0 +1,53 @@
+#include "main/target/windll/codec/videodecoder_mjpeg.h"
+
+#include "main/lib/base/cdata/HAData.h"
+#include "main/target/windll/codec/frame_header.h"
+#include "main/target/windll/image/ztimage.h"
+
+#include <algorithm>
+
+std::int16_t CVideoDecoderMJPEG::GetVideoFormat() const {
+  return videoFormatMJPEG;
+}
+
+void CVideoDecoderMJPEG::Configure(const CData& config) {
+  CVideoDecoderBase::Configure(config);
+  activeScale = scaleDown;
+  ConfigureSwap(config);
+}
+
+void CVideoDecoderMJPEG::ConfigureSwap(const CData& config) {
+  const std::int64_t position = config.Exists(Tok::SwapRGB, cdBool);
+  if (position >= 0)
+    decoder.SetSwapRGB(config.At(static_cast<std::uint64_t>(position)).value.GetBool());
+}
+
+void CVideoDecoderMJPEG::Decode(CZTImage& out, CBinData& frame) {
+  const std::span<const std::uint8_t> bytes(frame.Data(), frame.Size());
+  // A frame that ends in its header has an empty stream, which the JPEG layer refuses.
+  const auto stream = bytes.subspan(std::min<std::size_t>(FrameHeader::size, bytes.size()));
+  const JpegSize size = decoder.ReadHeader(stream);
+  const auto scale = static_cast<std::uint32_t>(activeScale);
+  out.CreateBySizeInPixels(pixelFormat, static_cast<int>(size.width / scale),
+                           static_cast<int>(size.height / scale));
+  DecodeStream(out, stream);
+}
+
+void CVideoDecoderMJPEG::DecodeStream(CZTImage& picture, std::span<const std::uint8_t> stream) {
+  const PixelFormat format = picture.GetPixelFormat();
+  const int width = picture.GetDxInPixels();
+  const int height = picture.GetDyInPixels();
+  const auto decodeInto = [&](CZTImage& target) {
+    decoder.Decode(stream,
+                   {.format = target.GetPixelFormat(),
+                    .pixels = target.GetPtrAs<std::uint8_t>(),
+                    .width = static_cast<std::uint32_t>(width),
+                    .height = static_cast<std::uint32_t>(height)},
+                   static_cast<std::uint32_t>(activeScale));
+  };
+  if (CJPEGDecoder::IsTargetFormat(format)) return decodeInto(picture);
+  CZTImage decoded;
+  decoded.CreateBySizeInPixels(PixelFormat::YUV, width, height);
+  decodeInto(decoded);
+  picture.ConvertOrMap(format, decoded);
+}

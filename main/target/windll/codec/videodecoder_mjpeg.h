@@ -1,0 +1,23 @@
+#pragma once
+
+#include "main/target/windll/codec/jpeg_decoder.h"
+#include "main/target/windll/codec/videodecoder_base.h"
+
+#include <span>
+
+// Plain video: every frame is one JPEG stream behind the header.
+class CVideoDecoderMJPEG : public CVideoDecoderBase {
+ public:
+  void Decode(CZTImage& out, CBinData& frame) override;
+  void Configure(const CData& config) override;
+  [[nodiscard]] std::int16_t GetVideoFormat() const override;
+
+ protected:
+  // Decodes a stream at `activeScale` into `picture`, which has format and size. On return it may
+  // stand in another client frame than before.
+  void DecodeStream(CZTImage& picture, std::span<const std::uint8_t> stream);
+  // Takes the flag of red and blue from a configuration that has it.
+  void ConfigureSwap(const CData& config);
+
+  CJPEGDecoder decoder;
+};

@@ -1,0 +1,216 @@
+#include "include/ztlib.h"
+#include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/debug.h"
+#include "main/target/windll/call_guard.h"
+#include "main/target/windll/codec/codec.h"
+#include "main/target/windll/codec/frame_header.h"
+#include "main/target/windll/codec/idct8x8.h"
+#include "main/target/windll/codec/jpeg_decoder.h"
+#include "main/target/windll/codec/videodecoder_base.h"
+#include "main/target/windll/codec/videoencoder_base.h"
+#include "main/target/windll/image/ztimage.h"
+
+#include <cstring>
+#include <span>
+
+namespace {
+
+constexpr char source[] = "main/target/windll/codec_api";
+
+using Bytes = std::span<const std::uint8_t>;
+
+void CheckNotNull(const void* pointer, const char* function) {
+  if (!pointer) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+}
+void CheckNotNull(ztlib_output out, const char* function) {
+  if (!out) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+}
+
+template <class T, class Pointer>
+T& Deref(Pointer* pointer, const char* function) {
+  CheckNotNull(pointer, function);
+  return *static_cast<T*>(pointer);
+}
+
+// Client memory in place.
+Bytes BytesAt(const void* data, std::uint64_t size, const char* function) {
+  if (size > 0) CheckNotNull(data, function);
+  return {static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(size)};
+}
+Bytes BytesOf(const ztlib_blob* blob, const char* function) {
+  CheckNotNull(blob, function);
+  return BytesAt(blob->data, blob->size, function);
+}
+
+CData ParseConfig(const ztlib_blob* blob, const char* function) {
+  const Bytes bytes = BytesOf(blob, function);
+  CData config;
+  ParseTagged(config, bytes.data(), bytes.size());
+  return config;
+}
+
+FrameInfo CheckedFrameInfo(Bytes frame, const char* function) {
+  if (frame.size() < FrameHeader::minSize)
+    ZT_THROW(CException, "Invalid range", function, source, __LINE__);
+  return ReadFrameInfo(frame);
+}
+
+template <class Output, class Value>
+void Store(Output* output, Value value) {
+  if (output) *output = static_cast<Output>(value);
+}
+
+void StoreInfo(const FrameInfo& info, std::int32_t* width, std::int32_t* height,
+               std::int32_t* format, std::int32_t* differential, std::int32_t* refresh,
+               std::int32_t* frameType) {
+  Store(width, info.header.width);
+  Store(height, info.header.height);
+  Store(format, info.header.format);
+  Store(differential, info.header.differential);
+  Store(refresh, info.header.refresh);
+  Store(frameType, info.frameType);
+}
+
+// The handle behind its address becomes null, whatever it was.
+template <class Codec>
+void DestroyHandle(void** handle) {
+  const FloatingPointGuard guard;
+  if (!handle) return;
+  delete static_cast<Codec*>(*handle);
+  *handle = nullptr;
+}
+
+}  // namespace
+
+void* ztlib_encoder_create(std::int32_t format) {
+  return GuardedCall({"ztlib_encoder_create", source, 53}, static_cast<void*>(nullptr),
+                     [&]() -> void* { return CreateEncoder(format).release(); });
+}
+
+void* ztlib_decoder_create(std::int32_t format) {
+  return GuardedCall({"ztlib_decoder_create", source, 65}, static_cast<void*>(nullptr),
+                     [&]() -> void* { return CreateDecoder(format).release(); });
+}
+
+void ztlib_encoder_destroy(void** encoder) {
+  DestroyHandle<CVideoEncoderBase>(encoder);
+}
+
+void ztlib_decoder_destroy(void** decoder) {
+  DestroyHandle<CVideoDecoderBase>(decoder);
+}
+
+void ztlib_encoder_config(void* encoder, const ztlib_blob* config) {
+  constexpr ExportSite site{"ztlib_encoder_config", source, 80};
+  GuardedCall(site, [&] {
+    auto& object = Deref<CVideoEncoderBase>(encoder, site.name);
+    object.Configure(ParseConfig(config, site.name));
+  });
+}
+
+void ztlib_decoder_config(void* decoder, const ztlib_blob* config) {
+  constexpr ExportSite site{"ztlib_decoder_config", source, 94};
+  GuardedCall(site, [&] {
+    auto& object = Deref<CVideoDecoderBase>(decoder, site.name);
+    object.Configure(ParseConfig(config, site.name));
+  });
+}
+
+void ztlib_encoder_process(void* encoder, void* user, ztlib_output out, const void* image,
+                           std::uint8_t key) {
+  constexpr ExportSite site{"ztlib_encoder_process", source, 140};
+  GuardedCall(site, [&] {
+    auto& object = Deref<CVideoEncoderBase>(encoder, site.name);
+    CheckNotNull(out, site.name);
+    CBinData frame;
+    object.Encode(frame, Deref<const CZTImage>(image, site.name), {.forceKeyFrame = key != 0});
+    out(user, frame.Data(), static_cast<std::uint32_t>(frame.Size()));
+  });
+}
+
+void ztlib_decoder_process(void** decoder, void* image, void* data, std::uint32_t size) {
+  constexpr ExportSite site{"ztlib_decoder_process", source, 155};
+  GuardedCall(site, [&] {
+    CheckNotNull(decoder, site.name);
+    auto& picture = Deref<CZTImage>(image, site.name);
+    if (size > 0) CheckNotNull(data, site.name);
+    CBinData frame = CBinData::Wrap(data, size);
+    auto* object = static_cast<CVideoDecoderBase*>(*decoder);
+    const struct HandleUpdate {
+      void** handle;
+      CVideoDecoderBase*& object;
+      ~HandleUpdate() { *handle = object; }
+    } update{decoder, object};
+    DecodeFrame(&object, picture, frame);
+  });
+}
+
+void ztlib_decoder_setBaseImage(void* decoder, const void* image) {
+  constexpr ExportSite site{"ztlib_decoder_setBaseImage", source, 169};
+  GuardedCall(site, [&] {
+    auto* const object = static_cast<CVideoDecoderBase*>(decoder);
+    if (!object || object->GetVideoFormat() != videoFormatMJPEGDIFF) return;
+    object->SetBaseImage(Deref<const CZTImage>(image, site.name));
+  });
+}
+
+void ztlib_getFrameInfo1(const ztlib_blob* frame, std::int32_t* width, std::int32_t* height,
+                         std::int32_t* format, std::int32_t* differential, std::int32_t* refresh,
+                         std::int32_t* frameType, void* user, ztlib_output out) {
+  constexpr ExportSite site{"ztlib_getFrameInfo1", source, 190};
+  GuardedCall(site, [&] {
+    const Bytes bytes = BytesOf(frame, site.name);
+    CheckNotNull(out, site.name);
+    const FrameInfo info = CheckedFrameInfo(bytes, site.name);
+    // The callback gets bytes of the library's own: it may write to the frame.
+    const CBinData payload(info.payload.data(), info.payload.size());
+    StoreInfo(info, width, height, format, differential, refresh, frameType);
+    out(user, payload.Data(), static_cast<std::uint32_t>(payload.Size()));
+  });
+}
+
+void ztlib_getFrameInfo2(const void* data, std::uint32_t size, std::int32_t* width,
+                         std::int32_t* height, std::int32_t* format, std::int32_t* differential,
+                         std::int32_t* refresh, std::int32_t* frameType, const void** payload,
+                         std::uint32_t* payloadSize) {
+  constexpr ExportSite site{"ztlib_getFrameInfo2", source, 221};
+  GuardedCall(site, [&] {
+    const FrameInfo info = CheckedFrameInfo(BytesAt(data, size, site.name), site.name);
+    StoreInfo(info, width, height, format, differential, refresh, frameType);
+    Store(payload, info.payload.data());
+    Store(payloadSize, info.payload.size());
+  });
+}
+
+void ztlib_copyAndAddHeader(void* user, ztlib_output out, const void* jpeg, std::uint32_t size) {
+  constexpr ExportSite site{"ztlib_copyAndAddHeader", source, 324};
+  GuardedCall(site, [&] {
+    CheckNotNull(out, site.name);
+    const Bytes stream = BytesAt(jpeg, size, site.name);
+    if (size > UINT32_MAX - FrameHeader::size)
+      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+    const JpegSize picture = CJPEGDecoder().ReadHeader(stream);
+    const FrameHeader header{.kind = FrameHeader::kindAdded,
+                             .totalSize = size + FrameHeader::size,
+                             .headerSize = FrameHeader::size,
+                             .format = videoFormatMJPEG,
+                             .addedHeaderMark = 1,
+                             .width = picture.width,
+                             .height = picture.height};
+    const auto frame = std::make_unique_for_overwrite<std::uint8_t[]>(header.totalSize);
+    header.Write(std::span<std::uint8_t, FrameHeader::size>(frame.get(), FrameHeader::size));
+    std::memcpy(frame.get() + FrameHeader::size, stream.data(), stream.size());
+    out(user, frame.get(), header.totalSize);
+  });
+}
+
+std::int32_t ztlib_getVideoFormat(const ztlib_blob* frame) {
+  const FloatingPointGuard guard;
+  if (!frame || !frame->data || frame->size < FrameHeader::formatEnd) return -1;
+  return ReadVideoFormat(
+      {static_cast<const std::uint8_t*>(frame->data), static_cast<std::size_t>(frame->size)});
+}
+
+void idct8x8_mmx(std::int16_t block[64]) {
+  InverseTransform8x8(block);
+}
