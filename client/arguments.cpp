@@ -97,6 +97,16 @@ CArguments ParseArguments(int count, char** values) {
   info.add_flag("--json", infoOptions->isJson, "As JSON");
   info.final_callback([&] { arguments.run = [infoOptions] { return Info(*infoOptions); }; });
 
+  auto demoOptions = std::make_shared<CDemoOptions>();
+  CLI::App& demo =
+      *app.add_subcommand("demo", "Record, play back and write report.html and demo.zts");
+  demo.add_option("input", demoOptions->input, "As for record; a drawn street scene if not given");
+  demo.add_option("--out", demoOptions->folder, "Folder for the results")
+      ->option_text("DIR")
+      ->capture_default_str();
+  AddRecordSettings(demo, demoOptions->settings);
+  demo.final_callback([&] { arguments.run = [demoOptions] { return Demo(*demoOptions); }; });
+
   try {
     app.parse(count, values);
   } catch (const CLI::Success& request) {

@@ -26,3 +26,10 @@ struct CInfoOptions {
   bool isJson = false;
 };
 int Info(const CInfoOptions& options);
+
+struct CDemoOptions {
+  std::string input;  // empty: the synthetic scene
+  std::string folder = "demo";
+  CRecordSettings settings;
+};
+int Demo(const CDemoOptions& options);
