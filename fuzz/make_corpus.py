@@ -104,7 +104,17 @@ def parse_counted():
             yield f"depth_{depth}", nested
 
 
-TARGETS = {"parse_tagged": parse_tagged, "parse_counted": parse_counted}
+def convert():
+    ramp = bytes(range(0, 256, 3)) + bytes(range(255, -1, -5))
+    for pair in range(9 * 11):
+        source, target = divmod(pair, 11)
+        yield f"pair_{source}_{target}", bytes([source, target, 37, 3, pair]) + ramp
+    for kernel in range(23):
+        for width in (0, 1, 9, 255):
+            yield f"kernel_{kernel:02}_{width}", bytes([1, 1, width, 0, kernel]) + ramp
+
+
+TARGETS = {"parse_tagged": parse_tagged, "parse_counted": parse_counted, "convert": convert}
 
 
 def main():
