@@ -13,6 +13,15 @@
 // start out filled with one value. Every frame must have come back when the object dies.
 class CTestFrames {
  public:
+  struct Frame {
+    std::uint8_t* data;
+    char unread[96];
+    std::int32_t width;
+    std::int32_t height;
+    std::int32_t format;
+  };
+  static_assert(offsetof(Frame, width) == 104 && offsetof(Frame, height) == 108);
+
   // `registerManager` is either form of the registration: of the library's inside or of its export.
   template <class Register>
   explicit CTestFrames(Register registerManager, std::uint8_t fill = 0xA5) {
@@ -42,16 +51,21 @@ class CTestFrames {
            halfBytesPerPixel[pixelFormat] / 2;
   }
 
-  static void* Allocate(int width, int height, int pixelFormat) {
-    if (refuse) return nullptr;
+  // Also for frames that a test wraps; they count as allocated.
+  static Frame* Make(int width, int height, int pixelFormat) {
     const std::size_t size = PictureSize(width, height, pixelFormat);
     auto* const frame = new Frame{};
-    frame->data = std::malloc(size);
+    frame->data = static_cast<std::uint8_t*>(std::malloc(size));
     frame->width = width;
     frame->height = height;
-    std::memset(frame->data, fill, size);
+    frame->format = pixelFormat;
+    if (size > 0) std::memset(frame->data, fill, size);
     ++allocated;
     return frame;
+  }
+
+  static void* Allocate(int width, int height, int pixelFormat) {
+    return refuse ? nullptr : Make(width, height, pixelFormat);
   }
 
   static void Release(void* frame) {
@@ -61,14 +75,6 @@ class CTestFrames {
   }
 
  private:
-  struct Frame {
-    void* data;
-    char unread[96];
-    std::int32_t width;
-    std::int32_t height;
-  };
-  static_assert(offsetof(Frame, width) == 104 && offsetof(Frame, height) == 108);
-
   static inline std::atomic<std::uint8_t> fill = 0;
   void* function;
   void (*unregister)(void*);

@@ -1,7 +1,10 @@
 #include "main/lib/base/cdata/token_table.h"
 
 #include <array>
-#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string_view>
 
 namespace {
 
@@ -40,20 +43,24 @@ constexpr std::string_view texts[] = {
 };
 static_assert(std::size(texts) == TokenCount);
 
-constexpr std::array<TokenRow, TokenCount> rows = [] {
+}  // namespace
+
+constexpr std::array<TokenRow, TokenCount> tokenRows = [] {
   std::array<TokenRow, TokenCount> result{};
   for (std::size_t i = 0; i < result.size(); ++i)
     result[i] = {texts[i], MurmurHash64A(texts[i])};
   return result;
 }();
 
+namespace {
+
 // Open addressing by the low bits of the hash; 0 is a free place, so the empty name has none. At
 // this load a search for any name ends after one or two places.
 constexpr std::size_t placeCount = 4096;
 constexpr std::array<std::uint16_t, placeCount> places = [] {
   std::array<std::uint16_t, placeCount> result{};
-  for (std::size_t i = 1; i < rows.size(); ++i) {
-    std::size_t place = rows[i].hash % placeCount;
+  for (std::size_t i = 1; i < tokenRows.size(); ++i) {
+    std::size_t place = tokenRows[i].hash % placeCount;
     while (result[place] != 0)
       place = (place + 1) % placeCount;
     result[place] = static_cast<std::uint16_t>(i);
@@ -62,8 +69,6 @@ constexpr std::array<std::uint16_t, placeCount> places = [] {
 }();
 
 }  // namespace
-
-constexpr std::array<TokenRow, TokenCount> tokenRows = rows;
 
 Token TokenOf(std::string_view name) {
   const std::uint64_t hash = MurmurHash64A(name);

@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""Writes the seed corpus of every fuzz target: make_corpus.py OUTPUT_FOLDER.
+
+Each function in TARGETS yields (file name, bytes). The same script gives the same files.
+"""
+
+import pathlib
+import struct
+import sys
+
+
+def u16(value):
+    return struct.pack("<H", value & 0xFFFF)
+
+
+def u32(value):
+    return struct.pack("<I", value & 0xFFFFFFFF)
+
+
+def tagged(tag, name, value):
+    return tag.encode() + bytes([len(name)]) + name.encode() + u32(len(value)) + value
+
+
+def tagged_node(name, *elements):
+    return tagged("@", name, b"".join(elements) + b"\0")
+
+
+def every_tag():
+    return [
+        tagged("B", "Enabled", b"\1"),
+        tagged("1", "Alpha", b"\x80"),
+        tagged("2", "Dx", u16(-2)),
+        tagged("I", "Bits", u32(-3)),
+        tagged("Q", "Count", struct.pack("<q", -4)),
+        tagged("F", "Factor", struct.pack("<d", 0.1)),
+        tagged("S", "Name", b"a string that does not fit in place"),
+        tagged("W", "Text", "wide".encode("utf-16-le")),
+        tagged("*", "Data", b"1" + bytes(range(9))),
+        tagged("*", "Coords", b"2" + b"".join(u16(i * 999) for i in range(7))),
+        tagged("G", "ID", bytes(range(16))),
+        tagged("T", "EventTime", struct.pack("<Q", 2**64 - 1)),
+        tagged("X", "Motion", b"\0payload"),
+        tagged("X", "", tagged("Z", "m", b"meta") + b"\0payload"),
+        tagged_node("Config", tagged("I", "own", u32(1)), tagged_node("")),
+    ]
+
+
+def parse_tagged():
+    def block(*elements, mask=0, end=b"\0"):
+        return b"".join(elements) + end + u16(mask)
+
+    yield "empty", block()
+    yield "every_tag", block(*every_tag())
+    for number, element in enumerate(every_tag()):
+        yield f"tag_{number:02}", block(element)
+        yield f"mask_{number:02}", block(*every_tag(), mask=1 << number)
+    yield "repeated_names", block(*(tagged("I", f"n{i % 7}", u32(i)) for i in range(60)))
+    yield "tokens_indexed", block(*(tagged("B", "Config", b"\1") for _ in range(60)))
+    nested = b"\0"
+    for depth in range(1, 301):
+        nested = tagged("@", "", nested) + b"\0"
+        if depth in (10, 256, 257, 300):
+            yield f"depth_{depth}", nested + u16(0)
+    for cut in (1, 5, 20):
+        whole = block(*every_tag())[:-2]
+        yield f"cut_{cut}", whole[:-cut] + u16(0)
+    yield "odd_wide", block(tagged("W", "Text", b"abc"), tagged("*", "", b"2abc"))
+    yield "bad_subtype", block(tagged("*", "", b"3abc"))
+    yield "bad_size", block(tagged("I", "", b"abc"))
+    yield "long_size", b"S\0" + u32(0xFFFFFFFF) + b"abc" + u16(0)
+    yield "negative_name", b"I\x80" + u32(4) + bytes(200) + u16(0)
+
+
+def counted(kind, name, value):
+    return bytes([kind, len(name)]) + name.encode() + value
+
+
+def parse_counted():
+    def node(*elements, count=None):
+        return u32(len(elements) if count is None else count) + b"".join(elements)
+
+    six = [
+        counted(0, "Enabled", u32(1)),
+        counted(1, "Bits", u32(-3)),
+        counted(2, "Factor", struct.pack("<f", 0.1)),
+        counted(3, "Name", u32(4) + b"text"),
+        counted(4, "Data", u32(3) + b"\0\1\2"),
+        counted(5, "Config", node(counted(1, "own", u32(4)), counted(5, "", node()))),
+    ]
+    yield "empty", node()
+    yield "six_types", node(*six)
+    for number, element in enumerate(six):
+        yield f"type_{number}", node(element)
+    yield "cut", node(*six)[:-7]
+    yield "huge_count", node(*six, count=0xFFFFFFFF)
+    yield "bad_type", node(six[0], counted(6, "", u32(0)), six[1])
+    yield "bad_child", node(counted(5, "", node(counted(9, "", u32(0)))), six[1])
+    yield "long_string", node(counted(3, "", u32(0xFFFFFFFF) + b"abc"))
+    yield "bool_bytes", node(counted(0, "", u32(0xFFFFFF00)))
+    nested = node()
+    for depth in range(1, 301):
+        nested = node(counted(5, "", nested))
+        if depth in (10, 256, 257, 300):
+            yield f"depth_{depth}", nested
+
+
+TARGETS = {"parse_tagged": parse_tagged, "parse_counted": parse_counted}
+
+
+def main():
+    root = pathlib.Path(sys.argv[1])
+    for target, seeds in TARGETS.items():
+        folder = root / target
+        folder.mkdir(parents=True, exist_ok=True)
+        for name, data in seeds():
+            (folder / name).write_bytes(data)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,213 @@
+#include "tests/support/export_fixture.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr char base[] = "main/target/windll/base_api";
+constexpr char impl[] = "main/target/windll/image/ztimage_impl";
+constexpr char handle[] = "main/target/windll/image/ztimage";
+constexpr char create[] = "ztlib_ztimage_create_avframe";
+constexpr char load[] = "ztlib_ztimage_loadFromZTMem";
+constexpr char save[] = "ztlib_ztimage_saveToZTMem";
+
+class ImageExports : public ExportTest {
+ protected:
+  static std::vector<std::uint8_t> Save(const Image& image) {
+    Output output;
+    ztlib_ztimage_saveToZTMem(image.get(), &output, Output::Receive);
+    EXPECT_EQ(output.calls, 1);
+    return output.bytes;
+  }
+  static bool Load(const Image& image, const std::vector<std::uint8_t>& block) {
+    // A buffer of exactly that size, so that the sanitizer sees a read behind it.
+    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[block.size()]);
+    std::copy(block.begin(), block.end(), copy.get());
+    const ztlib_blob memory{copy.get(), block.size()};
+    return ztlib_ztimage_loadFromZTMem(image.get(), &memory);
+  }
+  static std::vector<std::uint8_t> Header(std::uint32_t version, int format, int dx, int dy,
+                                          std::size_t body) {
+    const std::uint32_t words[8] = {version,
+                                    static_cast<std::uint32_t>(32 + body),
+                                    32,
+                                    0,
+                                    static_cast<std::uint32_t>(format),
+                                    static_cast<std::uint32_t>(dx),
+                                    static_cast<std::uint32_t>(dy),
+                                    0};
+    std::vector<std::uint8_t> block(32 + body);
+    std::memcpy(block.data(), words, sizeof words);
+    return block;
+  }
+};
+
+TEST_F(ImageExports, WrapsAFrameAndReleasesItOnce) {
+  CTestFrames::Frame* const frame = CTestFrames::Make(1000, 600, 8);
+  {
+    const Image image(ztlib_ztimage_create_avframe(8, frame));
+    EXPECT_EQ(ztlib_ztimage_get_avframe(image.get()), frame);
+    EXPECT_EQ(CTestFrames::released, 0);
+    EXPECT_EQ(Save(image).size(), 32U + 62 * 37 * 384);  // truncated to whole tiles
+  }
+  EXPECT_EQ(CTestFrames::released, 1);
+  ztlib_ztimage_destroy(nullptr);
+  EXPECT_EQ(ztlib_ztimage_get_avframe(NewImage().get()), nullptr);
+  ExpectNoFailure();
+}
+
+TEST_F(ImageExports, RefusedFramesStayTheClients) {
+  CTestFrames::Frame frame{};
+  EXPECT_EQ(ztlib_ztimage_create_avframe(1, nullptr), nullptr);
+  ExpectFailure(create, impl, "Using null-pointer");
+  for (int format : {9, -1, INT32_MIN}) {
+    EXPECT_EQ(ztlib_ztimage_create_avframe(format, &frame), nullptr);
+    ExpectFailure(create, handle, "Wrong format");
+  }
+  frame.width = 4;
+  frame.height = 4;
+  EXPECT_EQ(ztlib_ztimage_create_avframe(1, &frame), nullptr);
+  ExpectFailure(create, impl, "Using null-pointer");
+  for (const auto& [width, height] : {std::pair(-4, 4), {4, -4}, {65536, 65536}}) {
+    frame.width = width;
+    frame.height = height;
+    EXPECT_EQ(ztlib_ztimage_create_avframe(1, &frame), nullptr);
+    ExpectFailure(create, impl, "Invalid range");
+  }
+  EXPECT_EQ(CTestFrames::released, 0);
+}
+
+TEST_F(ImageExports, FrameManagerIsReplacedOrFilledIn) {
+  static int calls;
+  calls = 0;
+  const auto other = [](int, int, int) -> void* {
+    ++calls;
+    return nullptr;
+  };
+  const auto block = Header(1, 1, 2, 2, 4);
+  const Image image = NewImage();
+  ztlib_registerAVFrameMgr(other, nullptr, nullptr, 1);
+  EXPECT_TRUE(Load(image, block));
+  EXPECT_EQ(calls, 0);
+  ztlib_registerAVFrameMgr(nullptr, CTestFrames::Release, nullptr, 0);
+  EXPECT_FALSE(Load(image, block));
+  ExpectFailure(load, "main/lib/base/image_rw", "Using null-pointer");
+  ztlib_registerAVFrameMgr(other, nullptr, nullptr, 1);
+  EXPECT_FALSE(Load(image, block));
+  ExpectFailure(load, "main/lib/base/image_rw", "Using null-pointer");
+  EXPECT_EQ(calls, 1);
+  ASSERT_NE(FrameOf(image), nullptr) << "a failed load keeps the picture";
+}
+
+TEST_F(ImageExports, MemoryFormOfEachFormat) {
+  const std::vector<std::uint8_t> pattern = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0};
+  struct {
+    int format, width, height, dx, dy;
+    std::size_t body;
+  } const cases[] = {
+      {1, 3, 2, 3, 2, 6},       {2, 3, 2, 3, 2, 24},    {3, 1, 5, 1, 5, 20},
+      {4, 6, 2, 3, 2, 24},      {5, 2, 2, 1, 2, 8},     {6, 5, 3, 5, 3, 15},
+      {7, 4, 6, 2, 3, 24},      {8, 32, 16, 2, 1, 768}, {0, 10, 3, 10, 3, 3 + 16},
+      {0, 16, 1, 16, 1, 18},    {0, 17, 1, 17, 1, 18},  {0, 0, 0, 0, 0, 16},
+      {0, 100, 7, 100, 7, 103},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.format << ": " << c.width << "x" << c.height);
+    const Image image = NewImage(c.format, c.width, c.height, pattern);
+    const auto block = Save(image);
+    ASSERT_EQ(block.size(), 32 + c.body);
+    const auto header = Header(1, c.format, c.dx, c.dy, c.body);
+    EXPECT_TRUE(std::equal(header.begin(), header.begin() + 32, block.begin()));
+    const auto pixels = BytesOf(image);
+    if (c.format == 0) {
+      for (std::size_t n = 0; n < c.body * 8; ++n)
+        ASSERT_EQ((block[32 + n / 8] >> n % 8) & 1, n < pixels.size() ? pixels[n] : 0) << n;
+    } else {
+      EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), block.begin() + 32));
+    }
+    const Image loaded = NewImage();
+    EXPECT_TRUE(Load(loaded, block));
+    EXPECT_EQ(BytesOf(loaded), pixels);
+    EXPECT_EQ(FrameOf(loaded)->format, c.format);
+  }
+  ExpectNoFailure();
+}
+
+TEST_F(ImageExports, BoolBytesAreOredAsTheyStandAndReadBackAsBits) {
+  // 0x83 sets its own bit, the next one and the one 7 further on.
+  std::vector<std::uint8_t> pixels(20);
+  pixels[10] = 0x83;
+  pixels[19] = 0x83;
+  const auto block = Save(NewImage(0, 20, 1, pixels));
+  EXPECT_EQ(block[33], 0x0C);
+  EXPECT_EQ(block[34], 0x02 | 0x08 | 0x10);  // 10 + 7, 19, 20
+  EXPECT_EQ(block[35], 0x04);                // 19 + 7
+  const Image loaded = NewImage();
+  ASSERT_TRUE(Load(loaded, block));
+  for (std::uint8_t pixel : BytesOf(loaded))
+    EXPECT_LE(pixel, 1);
+}
+
+TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
+  const Image image = NewImage(1, 2, 2, {9});
+  const auto before = BytesOf(image);
+  struct {
+    std::vector<std::uint8_t> block;
+    const char* source;
+    const char* message;
+  } const cases[] = {
+      {std::vector<std::uint8_t>(31), handle, "Invalid or nullptr memory!"},
+      {Header(1, 9, 0, 0, 0), handle, "Wrong format"},
+      {Header(1, -1, 0, 0, 0), handle, "Wrong format"},
+      {Header(1, 1, -1, 4, 100), "main/lib/base/image_rw", "Invalid range"},
+      {Header(1, 1, 65536, 65536, 100), "main/lib/base/image_rw", "Invalid range"},
+      {Header(1, 8, 1 << 30, 1, 100), "main/lib/base/image_rw", "Invalid range"},
+      {Header(1, 1, 10, 10, 99), handle, "Invalid or nullptr memory!"},
+      {Header(1, 2, 5, 5, 99), handle, "Invalid or nullptr memory!"},
+      {Header(1, 0, 100, 1, 12), handle, "Invalid or nullptr memory!"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_FALSE(Load(image, c.block));
+    ExpectFailure(load, c.source, c.message);
+  }
+  EXPECT_EQ(CTestFrames::allocated, 1) << "refused before any memory is asked for";
+  EXPECT_EQ(BytesOf(image), before);
+  EXPECT_TRUE(Load(image, Header(1, 0, 100, 1, 13)));
+  EXPECT_TRUE(Load(image, Header(1, 1, 0, 0, 0)));
+
+  // Another version is a warning only.
+  EXPECT_TRUE(Load(image, Header(2, 1, 2, 2, 4)));
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_EQ(lines[0].first, 1);
+  EXPECT_EQ(lines[0].second.find("EXCEPTION! main/target/windll/image/ztimage:"), 0U);
+  EXPECT_NE(lines[0].second.find(": ver != 1should be false!"), std::string::npos);
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(ImageExports, LowerHalfOfTheSizeCountsAndNullsAreFailures) {
+  const Image image = NewImage();
+  const auto block = Header(1, 1, 2, 2, 4);
+  ztlib_blob memory{block.data(), block.size() + (std::uint64_t{1} << 32)};
+  EXPECT_TRUE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
+  memory.size = 0x80000000;
+  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
+  ExpectFailure(load, handle, "Invalid or nullptr memory!");
+  memory = {nullptr, 36};
+  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
+  ExpectFailure(load, handle, "Invalid or nullptr memory!");
+  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), nullptr));
+  ExpectFailure(load, base, "Using null-pointer");
+  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(nullptr, &memory));
+  ExpectFailure(load, base, "Using null-pointer");
+  EXPECT_EQ(ztlib_ztimage_get_avframe(nullptr), nullptr);
+  ExpectFailure("ztlib_ztimage_get_avframe", base, "Using null-pointer");
+  ztlib_ztimage_saveToZTMem(image.get(), nullptr, nullptr);
+  ExpectFailure(save, base, "Using null-pointer");
+  Output output;
+  ztlib_ztimage_saveToZTMem(NewImage().get(), &output, Output::Receive);
+  ExpectFailure(save, handle, "Using null-pointer");
+  EXPECT_EQ(output.calls, 0);
+}
+
+}  // namespace

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "include/ztlib.h"
+#include "tests/support/test_frames.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+// A client of the exports: registers a frame manager, a logger and a handler once, and starts each
+// test with empty records of what they were told.
+class ExportTest : public testing::Test {
+ protected:
+  using Line = std::pair<int, std::string>;
+
+  CTestFrames frames{ztlib_registerAVFrameMgr};
+
+  static inline std::vector<Line> lines;
+  static inline std::vector<std::string> failures;
+
+  static void SetUpTestSuite() {
+    static const bool once = [] {
+      ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
+      ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
+      return true;
+    }();
+    (void)once;
+  }
+
+  void SetUp() override { Forget(); }
+
+  static void Forget() {
+    lines.clear();
+    failures.clear();
+  }
+
+  // One failure, reported by one line of level 1 with the same text in quotes; the line number in
+  // the text is left open. `kind` is "CException" or "std::exception".
+  static void ExpectFailure(const std::string& function, const std::string& source,
+                            const std::string& message, const std::string& kind = "CException") {
+    ASSERT_EQ(failures.size(), 1U);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0], Line(1, kind + " (" + function + "): '" + failures[0] + "'!"));
+    const std::string head = "Exception [" + source + ":";
+    EXPECT_EQ(failures[0].substr(0, head.size()), head);
+    const std::string tail = "] - " + message;
+    ASSERT_GE(failures[0].size(), tail.size());
+    EXPECT_EQ(failures[0].substr(failures[0].size() - tail.size()), tail);
+    Forget();
+  }
+
+  // The failure of damaged JPEG data, which has no text.
+  static void ExpectUnknownFailure(const std::string& function) {
+    EXPECT_EQ(lines, std::vector<Line>{Line(1, "Unknown exception (" + function + ")!")});
+    EXPECT_EQ(failures, std::vector<std::string>{"Unknown exception!"});
+    Forget();
+  }
+
+  static void ExpectNoFailure() {
+    EXPECT_TRUE(failures.empty()) << failures.front();
+    EXPECT_TRUE(lines.empty()) << lines.front().second;
+  }
+
+  struct ImageDeleter {
+    void operator()(void* image) const { ztlib_ztimage_destroy(image); }
+  };
+  using Image = std::unique_ptr<void, ImageDeleter>;
+  static Image NewImage() { return Image(ztlib_ztimage_create()); }
+
+  // An image around a frame whose bytes are `content`, repeated.
+  static Image NewImage(int format, int width, int height,
+                        const std::vector<std::uint8_t>& content) {
+    CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
+    const std::size_t size = CTestFrames::PictureSize(width, height, format);
+    for (std::size_t i = 0; i < size && !content.empty(); ++i)
+      frame->data[i] = content[i % content.size()];
+    return Image(ztlib_ztimage_create_avframe(format, frame));
+  }
+
+  static const CTestFrames::Frame* FrameOf(const Image& image) {
+    return static_cast<const CTestFrames::Frame*>(ztlib_ztimage_get_avframe(image.get()));
+  }
+  static std::vector<std::uint8_t> BytesOf(const Image& image) {
+    const CTestFrames::Frame* frame = FrameOf(image);
+    if (!frame) return {};
+    return {frame->data,
+            frame->data + CTestFrames::PictureSize(frame->width, frame->height, frame->format)};
+  }
+
+  // Collects what an export hands out; `calls` counts.
+  struct Output {
+    std::vector<std::uint8_t> bytes;
+    int calls = 0;
+    static void Receive(void* user, const void* data, uint32_t size) {
+      auto& self = *static_cast<Output*>(user);
+      ++self.calls;
+      const auto* begin = static_cast<const std::uint8_t*>(data);
+      self.bytes.assign(begin, begin + size);
+    }
+  };
+};

@@ -1,0 +1,223 @@
+#include "main/lib/base/debug.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/target/windll/image/ztimagex.h"
+#include "tests/support/test_frames.h"
+
+#include <cstring>
+#include <numeric>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Gray = TTGray<unsigned char>;
+
+class Images : public testing::Test {
+ protected:
+  CTestFrames frames{frame_manager::Register};
+
+  // Pixel n of a gray picture has the value n.
+  static CZTImage& Count(CZTImage& image, int width, int height) {
+    image.CreateBySizeInPixels(PixelFormat::GRAY, width, height);
+    auto* const pixels = image.GetPtrAs<std::uint8_t>();
+    std::iota(pixels, pixels + width * height, std::uint8_t{0});
+    return image;
+  }
+};
+
+template <class F>
+std::string TextOf(F&& call) {
+  try {
+    call();
+  } catch (const CException& e) {
+    const std::string text = e.what();
+    return text.substr(text.rfind("] - ") + 4);
+  }
+  return "no exception";
+}
+
+TEST_F(Images, SampleGeometryKeepsItsGap) {
+  EXPECT_EQ(GetSampleDx(PixelFormat{9}), 0);
+  EXPECT_EQ(GetSampleDy(PixelFormat::YUV420BLOCK), 16);
+  for (int format : {10, -1}) {
+    EXPECT_EQ(TextOf([&] { (void)GetSampleDx(PixelFormat{format}); }), "Invalid range");
+    EXPECT_EQ(TextOf([&] { (void)GetSampleDy(PixelFormat{format}); }), "Invalid range");
+  }
+}
+
+TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
+  CZTImage image;
+  image.CreateBySizeInPixels(PixelFormat::YUYV, 640, 3);
+  EXPECT_EQ(image.GetDx(), 320);
+  EXPECT_EQ(image.GetDxInPixels(), 640);
+  struct {
+    int format, width, height;
+  } const refused[] = {{4, 641, 480}, {9, 16, 16}, {10, 16, 16},      {-1, 16, 16},
+                       {1, -1, 5},    {8, 16, 24}, {1, 65536, 65536}, {2, -16, -16}};
+  for (const auto& c : refused)
+    EXPECT_EQ(TextOf([&] { image.CreateBySizeInPixels(PixelFormat{c.format}, c.width, c.height); }),
+              "Invalid range")
+        << c.format << " " << c.width;
+  EXPECT_EQ(image.GetDx(), 320);
+  EXPECT_EQ(CTestFrames::released, 0);
+
+  // Old frame first, then the new one; a refusal leaves the image empty.
+  image.CreateBySizeInPixels(PixelFormat::YUYV, 32, 2);
+  EXPECT_EQ(CTestFrames::released, 1);
+  CTestFrames::refuse = true;
+  EXPECT_EQ(TextOf([&] { image.CreateBySizeInPixels(PixelFormat::YUYV, 16, 2); }),
+            "Using null-pointer");
+  EXPECT_TRUE(image.IsEmpty());
+  EXPECT_EQ(CTestFrames::released, 2);
+  EXPECT_NO_THROW(image.CreateBySizeInPixels(PixelFormat::GRAY, 0, 4)) << "no samples, no memory";
+}
+
+TEST_F(Images, APictureThatIsStillViewedKeepsItsFrame) {
+  CZTImage image;
+  CZTImage map;
+  Count(image, 4, 2);
+  map.ConvertOrMap(PixelFormat::GRAY, image);
+  EXPECT_EQ(map.GetFrame(), image.GetFrame());
+  image.CreateBySizeInPixels(PixelFormat::GRAY, 4, 2);
+  EXPECT_NE(map.GetFrame(), image.GetFrame());
+  EXPECT_EQ(CTestFrames::released, 0);
+  EXPECT_EQ(*map.GetPtrAs<std::uint8_t>(3, 1), 7);
+}
+
+TEST_F(Images, CopiesAndMapsOfOneself) {
+  CZTImage image;
+  CZTImage other;
+  Count(image, 5, 3);
+  other.ConvertOrCopy(PixelFormat::GRAY, image);
+  EXPECT_NE(other.GetFrame(), image.GetFrame());
+  EXPECT_EQ(std::memcmp(other.GetPtrAs<char>(), image.GetPtrAs<char>(), 15), 0);
+  image.ConvertOrMap(PixelFormat::GRAY, image);
+  EXPECT_TRUE(image.IsEmpty());
+  EXPECT_EQ(TextOf([&] { image.ConvertOrMap(PixelFormat::NONE, other); }), "Wrong format");
+  EXPECT_EQ(TextOf([&] { image.SetPixelFormat(PixelFormat::GRAY); }), "Using null-pointer");
+  EXPECT_EQ(TextOf([&] { other.SetPixelFormat(PixelFormat::NONE); }), "Invalid range");
+  EXPECT_EQ(TextOf([&] { other.SetPixelFormat(PixelFormat{9}); }), "Invalid range");
+  other.Copy(other);
+  EXPECT_TRUE(other.IsEmpty());
+  other.ConvertOrMap(PixelFormat::NONE, image);
+  EXPECT_EQ(other.GetPixelFormat(), PixelFormat::NONE);
+}
+
+TEST_F(Images, OverWriteKeepsTheBuffer) {
+  CZTImage target;
+  CZTImage source;
+  Count(source, 4, 4);
+  target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 4);
+  void* const frame = target.GetFrame();
+  target.OverWrite(source);
+  EXPECT_EQ(target.GetFrame(), frame);
+  EXPECT_EQ(*target.GetPtrAs<std::uint8_t>(3, 3), 15);
+  target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 5);
+  EXPECT_EQ(TextOf([&] { target.OverWrite(source); }), "Unknown exception");
+  target.CreateBySizeInPixels(PixelFormat::RGB, 4, 5);
+  EXPECT_EQ(TextOf([&] { target.OverWrite(source); }), "Wrong format");
+  source.Reset();
+  target.OverWrite(source);
+  EXPECT_TRUE(target.IsEmpty());
+}
+
+TEST_F(Images, MapsShareAndSlide) {
+  CZTImage image;
+  Count(image, 20, 4);
+  const auto& whole = image.GetView<Gray>();
+  TCZTImageImpl<Gray> picture(whole);
+  const auto map = picture.CreateMapOfCorners({2, 1, 12, 3});
+  EXPECT_EQ(map->GetDx(), 10);
+  EXPECT_EQ(map->GetDy(), 2);
+  EXPECT_EQ(map->GetScanlineSamples(), 20);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtr()), 22);
+  EXPECT_EQ(map->GetUseCount(), 3);
+  map->RelocMapX(4);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtr()), 26);
+  map->RelocMap(-4, -1);
+  map->RelocMapY(2);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtrAt(1, 0)), 43);
+  EXPECT_EQ(map->GetDx(), 10);
+  const auto inner = map->CreateMapOfRect({3, 0, 2, 1});
+  EXPECT_EQ(*static_cast<std::uint8_t*>(inner->GetPtr()), 45);
+  const auto& view = *static_cast<const TCImageView<Gray>*>(inner->GetImage());
+  EXPECT_EQ(view.originX, 5);
+  EXPECT_EQ(view.originY, 2);
+  EXPECT_EQ(inner->GetFrame(), image.GetFrame());
+
+  const auto empty = CreateNewImageBase(PixelFormat::GRAY);
+  EXPECT_EQ(TextOf([&] { (void)empty->CreateMap(); }), "Using null-pointer");
+  EXPECT_EQ(TextOf([&] { empty->RelocMapX(1); }), "Using null-pointer");
+  EXPECT_EQ(empty->GetUseCount(), 0);
+}
+
+TEST_F(Images, SizesInOtherFormatsAreTruncated) {
+  CZTImage image;
+  image.CreateBySizeInPixels(PixelFormat::GRAY, 1001, 601);
+  const TCZTImageImpl<Gray> picture(image.GetView<Gray>());
+  const auto tiles = picture.CreateSameSize(PixelFormat::YUV420BLOCK);
+  EXPECT_EQ(tiles->GetDx(), 62);
+  EXPECT_EQ(tiles->GetDy(), 37);
+  EXPECT_EQ(tiles->GetDxInPixels(), 992);
+  EXPECT_EQ(picture.CreateSameSize(PixelFormat::UYVY)->GetRowSize(), 2000);
+  EXPECT_EQ(picture.GetRectInPixels().width, 1001);
+}
+
+TEST_F(Images, ViewsReuseTheirBufferOnlyWhenAlone) {
+  TCImageView<Gray> view;
+  view.Create(8, 8);
+  view.Create(8, 8);
+  EXPECT_EQ(CTestFrames::allocated, 1);
+  const TCImageView<Gray> second = view;
+  view.Create(8, 8);
+  EXPECT_EQ(CTestFrames::allocated, 2);
+  EXPECT_NE(second.data, view.data);
+  EXPECT_TRUE(TCImageView<Gray>::MapOf(TCImageView<Gray>(), {0, 0, 1, 1}).IsEmpty());
+}
+
+TEST_F(Images, WorkingBuffersArePaddedAndCopiedOnWrite) {
+  using Buffer = TCImageX<unsigned char, long long>;
+  EXPECT_EQ(Buffer(5, 3).GetScanline(), 8);
+  EXPECT_EQ(Buffer(8, 3).GetScanline(), 8);
+  EXPECT_EQ(Buffer(0, 0).GetWritePtr(), nullptr);
+  EXPECT_THROW(Buffer(1LL << 40, 1LL << 40), std::bad_alloc);
+  Buffer image(5, 3);
+  std::memset(image.GetWritePtr(), 7, 24);
+  Buffer copy = image;
+  EXPECT_EQ(copy.GetWritePtr(), image.GetPtr());
+  copy.copyOnWrite = true;
+  copy.GetWritePtr()[23] = 1;
+  EXPECT_NE(copy.GetPtr(), image.GetPtr());
+  EXPECT_EQ(image.GetPtr()[23], 7);
+  EXPECT_EQ(copy.GetPtr()[22], 7);
+  EXPECT_FALSE(copy.copyOnWrite);
+}
+
+TEST_F(Images, BlocksOfATree) {
+  CZTImage image;
+  Count(image, 6, 3);
+  CData tree;
+  ToCData(tree, Tok::Image, &image, false);
+  ToCData(tree, Tok::Masks, &image, true);
+  CZTImage loaded;
+  loaded.FromBindata(*tree.At(0).value.GetBinary());
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 17);
+  CBinData& packed = *tree.At(1).value.GetBinary();
+  EXPECT_EQ(packed.Size(), 32U + 18 / 8 + 16);
+  loaded.FromBindata(packed);
+  EXPECT_EQ(loaded.GetPixelFormat(), PixelFormat::BOOL8);
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(0, 0), 0);
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 1);
+
+  EXPECT_EQ(TextOf([&] { ToCData(tree, Tok::Image, nullptr, false); }), "Using null-pointer");
+  EXPECT_EQ(TextOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
+  packed.Data()[0] = 2;
+  EXPECT_EQ(TextOf([&] { loaded.FromBindata(packed); }), "Wrong format");
+  EXPECT_EQ(TextOf([&] { loaded.FromBindata(CBinData("\1\0", 2)); }), "Invalid or nullptr memory!");
+  loaded.FromBindata(CBinData());
+  EXPECT_EQ(loaded.GetDx(), 16);
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(15, 0), 0);
+}
+
+}  // namespace
