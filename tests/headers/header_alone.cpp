@@ -1,0 +1,1 @@
+#include "tests/headers/header_alone.c"
