@@ -1,11 +1,11 @@
 #include "include/ztlib.h"
+#include "tests/support/codec_config.h"
 #include "tests/support/jpeg_reference.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include <gtest/gtest.h>
 
@@ -68,13 +68,6 @@ void* AllocateFrame(int w, int h, int) {
 }
 void ReleaseFrame(void*) {}
 
-std::string IntValue(const char* name, std::int32_t value) {
-  const std::uint32_t size = sizeof value;
-  return std::string("I") + static_cast<char>(std::strlen(name)) + name +
-         std::string(reinterpret_cast<const char*>(&size), 4) +
-         std::string(reinterpret_cast<const char*>(&value), 4);
-}
-
 struct Output {
   std::uint32_t size = 0;
   std::uint8_t bytes[width * height * 2];
@@ -103,9 +96,7 @@ TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
   for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
     SCOPED_TRACE(format);
     void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
-    const std::string encoderConfig = IntValue("Width", width) + IntValue("Height", height);
-    const ztlib_blob encoderBlob{encoderConfig.data(), encoderConfig.size()};
-    ztlib_encoder_config(encoder, &encoderBlob);
+    CodecConfig().Int("Width", width).Int("Height", height).Apply(ztlib_encoder_config, encoder);
     void* image = ztlib_ztimage_create_avframe(format, AllocateFrame(width, height, format));
     for (std::size_t i = 0; i < sizeof frameMemory[0]; ++i)
       static_cast<Frame*>(ztlib_ztimage_get_avframe(image))->data[i] = scene[i % scene.size()] / 4;
@@ -115,9 +106,7 @@ TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
     ASSERT_GT(output.size, 112U);
 
     void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-    const std::string decoderConfig = IntValue("PixelFormat", format);
-    const ztlib_blob decoderBlob{decoderConfig.data(), decoderConfig.size()};
-    ztlib_decoder_config(decoder, &decoderBlob);
+    CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
     void* decoded = ztlib_ztimage_create();
     const int decoding =
         CallsOfTen([&] { ztlib_decoder_process(&decoder, decoded, output.bytes, output.size); });
