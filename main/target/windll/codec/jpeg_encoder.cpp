@@ -1,9 +1,38 @@
 #include "main/target/windll/codec/jpeg_encoder.h"
 
 #include "main/target/windll/codec/plane_kernels.h"
+#include "main/target/windll/image_convert/row_kernels.h"
 
 #include <algorithm>
 #include <cstring>
+
+namespace {
+
+// How rows of a format become YUV; null for those that do not.
+struct RowConversion {
+  RowKernels::Row toYuv;
+  std::uint32_t pixelsPerSample;
+};
+RowConversion ConversionOf(PixelFormat format) {
+  switch (format) {
+    case PixelFormat::GRAY:
+      return {Rows().grayToYuv, 1};
+    case PixelFormat::RGB:
+      return {Rows().rgbToYuv, 1};
+    case PixelFormat::YUYV:
+      return {Rows().yuyvToYuv, 2};
+    case PixelFormat::UYVY:
+      return {Rows().uyvyToYuv, 2};
+    default:
+      return {nullptr, 1};
+  }
+}
+
+}  // namespace
+
+bool CJPEGEncoder::IsSourceFormat(PixelFormat format) {
+  return format == PixelFormat::YUV || ConversionOf(format).toYuv != nullptr;
+}
 
 CJPEGEncoder::CJPEGEncoder() {
   InitJpegErrors(errors);
@@ -38,7 +67,7 @@ void CJPEGEncoder::AllocatePlanes() {
   const std::size_t needed = (width + unit - 1) / unit * unit;
   if (needed == paddedWidth) return;
   paddedWidth = 0;
-  memory.resize(needed * (lumaRows + chromaRows + 4));
+  memory.resize(needed * (lumaRows + chromaRows + 8));
   std::uint8_t* next = memory.data();
   const auto place = [&next](auto& rows, std::size_t distance) {
     for (std::uint8_t*& row : rows) {
@@ -51,6 +80,7 @@ void CJPEGEncoder::AllocatePlanes() {
   place(vRows, needed / 2);
   place(uPair, needed);
   place(vPair, needed);
+  yuvRow = next;
   paddedWidth = needed;
 }
 
@@ -92,8 +122,14 @@ void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
 
 void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma,
                            int parity) {
+  const std::uint8_t* yuv = picture.pixels + y * picture.distance;
+  const RowConversion conversion = ConversionOf(picture.format);
+  if (conversion.toYuv) {
+    conversion.toYuv(yuvRow, yuv, width / conversion.pixelsPerSample);
+    yuv = yuvRow;
+  }
   std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
-  Planes().splitYuv(planes[0], planes[1], planes[2], picture.pixels + y * picture.distance, width);
+  Planes().splitYuv(planes[0], planes[1], planes[2], yuv, width);
   for (std::uint8_t* plane : planes)
     std::memset(plane + width, plane[width - 1], paddedWidth - width);
 }

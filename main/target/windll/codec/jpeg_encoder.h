@@ -1,14 +1,16 @@
 #pragma once
 
+#include "main/lib/base/pixel_format.h"
 #include "main/target/windll/codec/jpeg_io.h"
 
 #include <array>
 #include <vector>
 
-// Rows of four-byte YUV pixels.
+// The pixels to encode, in a format whose rows convert to YUV one by one.
 struct JpegPicture {
-  const std::uint8_t* pixels;
-  std::size_t distance;  // of two rows, in bytes
+  PixelFormat format = PixelFormat::YUV;
+  const std::uint8_t* pixels = nullptr;
+  std::size_t distance = 0;  // of two rows, in bytes
 };
 
 // Encodes pictures of one size as baseline JPEG streams, chroma halved both ways; each stream holds
@@ -20,6 +22,8 @@ class CJPEGEncoder {
   virtual ~CJPEGEncoder();
   CJPEGEncoder(const CJPEGEncoder&) = delete;
   CJPEGEncoder& operator=(const CJPEGEncoder&) = delete;
+
+  [[nodiscard]] static bool IsSourceFormat(PixelFormat format);
 
   // libjpeg cuts the quality to 1 to 100.
   virtual void Init(std::uint32_t newWidth, std::uint32_t newHeight, std::uint32_t newQuality);
@@ -55,4 +59,5 @@ class CJPEGEncoder {
   // Chroma of two rows before it is halved.
   std::array<std::uint8_t*, 2> uPair{};
   std::array<std::uint8_t*, 2> vPair{};
+  std::uint8_t* yuvRow = nullptr;
 };

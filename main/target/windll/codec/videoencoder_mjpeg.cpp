@@ -17,8 +17,12 @@ std::uint32_t GetUnsigned(const CData& config, Token token, std::uint32_t presen
   return static_cast<std::uint32_t>(config.GetInt(token, static_cast<std::int32_t>(present)));
 }
 
+std::uint64_t Area(std::uint32_t width, std::uint32_t height) {
+  return std::uint64_t{width} * height;
+}
+
 std::size_t SizeOfRoom(std::uint32_t width, std::uint32_t height) {
-  const std::uint64_t pixels = std::uint64_t{width} * height;
+  const std::uint64_t pixels = Area(width, height);
   if (pixels > (PTRDIFF_MAX - FrameHeader::size) / 2) throw std::bad_alloc();
   return FrameHeader::size + pixels * 2;
 }
@@ -76,15 +80,23 @@ void CVideoEncoderMJPEG::Encode(CBinData& out, const CZTImage& image,
 }
 
 void CVideoEncoderMJPEG::EncodeStream(const CZTImage& image) {
-  CZTImage local;
-  local.ConvertOrMap(PixelFormat::YUV, image);
-  const JpegPicture picture{.pixels = local.GetPtrAs<std::uint8_t>(),
-                            .distance = std::size_t{width} * 4};
-  // A picture of another size is read as one run of pixels.
-  const std::uint64_t present = std::uint64_t{static_cast<std::uint32_t>(local.GetDx())} *
-                                static_cast<std::uint32_t>(local.GetDy());
-  if (present < std::uint64_t{width} * height)
-    ZT_THROW(CException, "Invalid range", "Encode", source, __LINE__);
+  CZTImage converted;
+  JpegPicture picture{.format = image.GetPixelFormat()};
+  if (CJPEGEncoder::IsSourceFormat(picture.format) &&
+      static_cast<std::uint32_t>(image.GetDxInPixels()) == width &&
+      static_cast<std::uint32_t>(image.GetDyInPixels()) >= height) {
+    // Row by row inside the JPEG layer: no second picture.
+    picture.pixels = image.GetPtrAs<std::uint8_t>();
+    picture.distance = static_cast<std::size_t>(image.GetScanlineSize());
+  } else {
+    converted.ConvertOrMap(PixelFormat::YUV, image);
+    // A picture of another size is read as one run of pixels.
+    picture = {.format = PixelFormat::YUV,
+               .pixels = converted.GetPtrAs<std::uint8_t>(),
+               .distance = std::size_t{width} * 4};
+    if (Area(converted.GetDx(), converted.GetDy()) < Area(width, height))
+      ZT_THROW(CException, "Invalid range", "Encode", source, __LINE__);
+  }
   const auto room = Room().subspan(FrameHeader::size);
   // The frame's size is a number of 32 bits.
   const std::size_t most = UINT32_MAX - FrameHeader::size;

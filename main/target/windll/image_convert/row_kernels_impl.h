@@ -1,8 +1,7 @@
 #pragma once
 
 #include "main/target/windll/image_convert/row_kernels_variants.h"
-
-#include <cstring>
+#include "main/target/windll/image_convert/row_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and
 // no header with inline functions may be included: the linker would merge code of both sets.
@@ -58,10 +57,12 @@ inline Word RgbOfYuv(Word yuv) {
 // A packed sample as Y0, U, Y1, V, whatever the byte order of its format.
 struct Yuyv {
   static constexpr bool inPlace = false;
+  static constexpr bool lumaFirst = true;
   static Word ToSample(Word sample) { return sample; }
 };
 struct Uyvy {
   static constexpr bool inPlace = true;
+  static constexpr bool lumaFirst = false;
   static Word ToSample(Word sample) {
     return (sample << 8 & 0xff00ff00U) | (sample >> 8 & 0x00ff00ffU);
   }
@@ -107,96 +108,335 @@ inline Word RightPixel(const Byte* row, std::size_t i, std::size_t count) {
   return Pack(ByteOf(sample, 2), u, v);
 }
 
+// Calls `vector` for groups of `size` from `begin` to `end`. The last group overlaps the one before
+// it if the range is no multiple; a range shorter than one group goes to `scalar`.
+template <std::size_t size, class VectorStep, class ScalarStep>
+inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, ScalarStep scalar) {
+  if (end < begin + size) {
+    for (; begin < end; ++begin)
+      scalar(begin);
+    return;
+  }
+  const std::size_t last = end - size;
+  for (std::size_t i = begin;; i = i + size < last ? i + size : last) {
+    vector(i);
+    if (i == last) return;
+  }
+}
+
+constexpr std::size_t bytesPerVector = sizeof(Vector);
+constexpr std::size_t wordsPerVector = sizeof(Vector) / 4;
+
+inline void StorePixels(Byte* p, V32 pixels) {
+  StoreVector(p, (LoadVector(p) & 0xff000000U) | pixels);
+}
+inline void StorePixels(Byte* p, TwoVectors pixels) {
+  StorePixels(p, pixels.first);
+  StorePixels(p + bytesPerVector, pixels.second);
+}
+// Pixels whose halves are apart.
+inline void StorePixels(Byte* p, V16 low, V16 high) {
+  StorePixels(p, InOrder(InterleaveLow(low, high), InterleaveHigh(low, high)));
+}
+
+// The sums behind the equations from RGB: blue and red in the halves of a word, green in another.
+struct RgbTerms {
+  explicit RgbTerms(V32 rgb) : blueRed((S16)(rgb & 0x00ff00ffU)), green((S16)((V16)rgb >> 8)) {}
+  [[nodiscard]] V32 Sum(int blueWeight, int greenWeight, int redWeight) const {
+    return (V32)(MultiplyAdd(blueRed, Pairs(blueWeight, redWeight)) +
+                 MultiplyAdd(green, Pairs(greenWeight, 0)));
+  }
+  [[nodiscard]] V32 Luma() const { return Sum(29, 150, 77) >> 8; }
+  // 256 times the chroma: adding 128 behind the shift is adding 0x8000 before it.
+  [[nodiscard]] V32 U() const { return Sum(128, -85, -43) + 0x8000; }
+  [[nodiscard]] V32 V() const { return Sum(-21, -107, 128) + 0x8000; }
+
+  S16 blueRed;
+  S16 green;
+};
+
+// The sums behind the equations to RGB, for pixels that have Y in both halves of a `luma` word and
+// U and V less 128 in those of `chroma`, where chroma * scale is 256 times the true value.
+// (256 * Y + weight * chroma) >> 8 equals Y + (weight * chroma >> 8), so upper halves of products
+// are what is needed. The luma added to a lower half cannot carry: its low byte is 0 there.
+struct YuvTerms {
+  YuvTerms(V16 luma, S16 chroma, int scale)
+      : blueRed((S16)luma + MultiplyHigh(chroma, Pairs(454 * scale, 359 * scale))),
+        green((S32)luma + MultiplyAdd(chroma, Pairs(-88 * scale, -183 * scale))) {}
+
+  S16 blueRed;
+  S32 green;  // in the upper half
+};
+
+inline TwoVectors RgbOfTerms(const YuvTerms& a, const YuvTerms& b) {
+  const V8 blueRed = PackToBytes(a.blueRed, b.blueRed);
+  const auto green = (V8)ClampToByte(Pack(a.green >> 16, b.green >> 16));
+  return {(V32)InterleaveLow(blueRed, green), (V32)InterleaveHigh(blueRed, green)};
+}
+
+// Luma (Y0, Y1) and chroma (U, V) of packed samples, 16 bits each.
+template <class Format>
+inline V16 LumaOf(V32 samples) {
+  return Format::lumaFirst ? (V16)samples & 0xff : (V16)samples >> 8;
+}
+template <class Format>
+inline V16 ChromaOf(V32 samples) {
+  return Format::lumaFirst ? (V16)samples >> 8 : (V16)samples & 0xff;
+}
+template <class Format>
+inline V32 Join(V16 luma, V16 chroma) {
+  return (V32)(Format::lumaFirst ? luma | chroma << 8 : chroma | luma << 8);
+}
+
+// Four times the chroma of the left and right pixels of samples inside a row, plus `offset`, to be
+// rounded down.
+struct BlendedChroma {
+  V16 left;
+  V16 right;
+};
+template <class Format>
+inline BlendedChroma BlendChroma(const Byte* samples, int offset) {
+  const V16 own = ChromaOf<Format>(LoadVector(samples));
+  const V16 before = ChromaOf<Format>(LoadVector(samples - 4));
+  const V16 after = ChromaOf<Format>(LoadVector(samples + 4));
+  const V16 base = own * 3 + static_cast<std::uint16_t>(offset);
+  return {base + (Format::inPlace ? (before * 3 + own + 2) >> 2 : before), base + after};
+}
+
+// Samples from pixels, even and odd ones in separate words.
+template <class Format>
+inline V32 JoinPairs(V32 evenLuma, V32 oddLuma, V8 chromaU, V8 chromaV) {
+  const V32 luma = evenLuma | oddLuma << 16;
+  const V32 chroma = ((V32)chromaU >> 8 & 0xff) | ((V32)chromaV << 8 & 0xff0000U);
+  return InOrder(Join<Format>((V16)luma, (V16)chroma));
+}
+
 void BoolToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i)
     target[i] = static_cast<Byte>(-source[i]);
 }
-void BoolToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    StorePixel(target + 4 * i, static_cast<Byte>(-source[i]) * 0x010101U);
-}
+
 void GrayToBool(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i)
     target[i] = source[i] != 0;
 }
+
+template <bool isBool>
 void GrayToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    StorePixel(target + 4 * i, source[i] * 0x010101U);
+  ForRange<bytesPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto value = (V8)InOrder(LoadVector(source + i));
+        const V8 gray = isBool ? -value : value;
+        StorePixels(target + 4 * i, InterleaveLow(gray, gray), InterleaveLow(gray, V8{}));
+        StorePixels(target + 4 * i + 2 * bytesPerVector, InterleaveHigh(gray, gray),
+                    InterleaveHigh(gray, V8{}));
+      },
+      [=](std::size_t i) {
+        const auto gray = static_cast<Byte>(isBool ? -source[i] : source[i]);
+        StorePixel(target + 4 * i, gray * 0x010101U);
+      });
 }
+
 void GrayToYuv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    StorePixel(target + 4 * i, source[i] | 0x808000U);
-}
-void RgbToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    target[i] = static_cast<Byte>(LumaOfRgb(Load(source + 4 * i)));
-}
-void RgbToYuv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    StorePixel(target + 4 * i, YuvOfRgb(Load(source + 4 * i)));
-}
-void YuvToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    target[i] = source[4 * i];
-}
-void YuvToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    StorePixel(target + 4 * i, RgbOfYuv(Load(source + 4 * i)));
+  ForRange<bytesPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto gray = (V8)InOrder(LoadVector(source + i));
+        StorePixels(target + 4 * i, InterleaveLow(gray, V8{} + 128), V16{} + 128);
+        StorePixels(target + 4 * i + 2 * bytesPerVector, InterleaveHigh(gray, V8{} + 128),
+                    V16{} + 128);
+      },
+      [=](std::size_t i) { StorePixel(target + 4 * i, source[i] | 0x808000U); });
 }
 
 template <class Format>
 void GrayToPairs(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    Store(target + 4 * i, Format::ToSample(Pack(source[2 * i], 128, source[2 * i + 1], 128)));
+  ForRange<bytesPerVector / 2>(
+      0, count,
+      [=](std::size_t i) {
+        const auto gray = (V8)InOrder(LoadVector(source + 2 * i));
+        StoreVector(target + 4 * i, Join<Format>(InterleaveLow(gray, V8{}), V16{} + 128));
+        StoreVector(target + 4 * i + bytesPerVector,
+                    Join<Format>(InterleaveHigh(gray, V8{}), V16{} + 128));
+      },
+      [=](std::size_t i) {
+        Store(target + 4 * i, Format::ToSample(Pack(source[2 * i], 128, source[2 * i + 1], 128)));
+      });
 }
-template <class Format>
-void YuvToPairs(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    Store(target + 4 * i,
-          Format::ToSample(YuyvOfYuv(Load(source + 8 * i), Load(source + 8 * i + 4))));
+
+void RgbToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
+  ForRange<bytesPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto luma = [=](std::size_t part) {
+          return RgbTerms(LoadVector(source + 4 * i + part * bytesPerVector)).Luma();
+        };
+        StoreVector(target + i, PackWordsToBytes(luma(0), luma(1), luma(2), luma(3)));
+      },
+      [=](std::size_t i) { target[i] = static_cast<Byte>(LumaOfRgb(Load(source + 4 * i))); });
 }
+
+void RgbToYuv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
+  ForRange<wordsPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const RgbTerms rgb(LoadVector(source + 4 * i));
+        StorePixels(target + 4 * i, rgb.Luma() | (rgb.U() & 0xff00U) | (rgb.V() << 8 & 0xff0000U));
+      },
+      [=](std::size_t i) { StorePixel(target + 4 * i, YuvOfRgb(Load(source + 4 * i))); });
+}
+
 template <class Format>
 void RgbToPairs(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    Store(target + 4 * i, Format::ToSample(YuyvOfYuv(YuvOfRgb(Load(source + 8 * i)),
-                                                     YuvOfRgb(Load(source + 8 * i + 4)))));
+  ForRange<wordsPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const V32 first = LoadVector(source + 8 * i);
+        const V32 second = LoadVector(source + 8 * i + bytesPerVector);
+        const RgbTerms even(EvenWords(first, second));
+        const RgbTerms odd(OddWords(first, second));
+        StoreVector(target + 4 * i,
+                    JoinPairs<Format>(even.Luma(), odd.Luma(), Average((V8)even.U(), (V8)odd.U()),
+                                      Average((V8)even.V(), (V8)odd.V())));
+      },
+      [=](std::size_t i) {
+        Store(target + 4 * i, Format::ToSample(YuyvOfYuv(YuvOfRgb(Load(source + 8 * i)),
+                                                         YuvOfRgb(Load(source + 8 * i + 4)))));
+      });
 }
+
+void YuvToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
+  ForRange<bytesPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto luma = [=](std::size_t part) {
+          return LoadVector(source + 4 * i + part * bytesPerVector) & 0xff;
+        };
+        StoreVector(target + i, PackWordsToBytes(luma(0), luma(1), luma(2), luma(3)));
+      },
+      [=](std::size_t i) { target[i] = source[4 * i]; });
+}
+
+void YuvToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
+  ForRange<2 * wordsPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto terms = [=](std::size_t part) {
+          const auto yuv = (V16)LoadVector(source + 4 * i + part * bytesPerVector);
+          const V16 chroma = (yuv * (V16)Pairs(1, 256) & 0xff00) ^ 0x8000;
+          return YuvTerms(SpreadLow(yuv & 0xff), (S16)chroma, 1);
+        };
+        StorePixels(target + 4 * i, RgbOfTerms(terms(0), terms(1)));
+      },
+      [=](std::size_t i) { StorePixel(target + 4 * i, RgbOfYuv(Load(source + 4 * i))); });
+}
+
+template <class Format>
+void YuvToPairs(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
+  ForRange<wordsPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const V32 first = LoadVector(source + 8 * i);
+        const V32 second = LoadVector(source + 8 * i + bytesPerVector);
+        const V32 even = EvenWords(first, second);
+        const V32 odd = OddWords(first, second);
+        const V8 chroma = Average((V8)even, (V8)odd);
+        StoreVector(target + 4 * i,
+                    JoinPairs<Format>(even & 0xff, odd & 0xff, chroma, (V8)((V32)chroma >> 8)));
+      },
+      [=](std::size_t i) {
+        Store(target + 4 * i,
+              Format::ToSample(YuyvOfYuv(Load(source + 8 * i), Load(source + 8 * i + 4))));
+      });
+}
+
 template <class Format>
 void PairsToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  constexpr int luma = Format::inPlace ? 1 : 0;
+  constexpr int luma = Format::lumaFirst ? 0 : 1;
   for (std::size_t i = 0; i < 2 * count; ++i)
     target[i] = source[2 * i + luma];
 }
+
+// Runs `vector` over the samples that have neighbours on both sides, `scalar` over the others.
+template <class VectorStep, class ScalarStep>
+inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scalar) {
+  if (count == 0) return;
+  scalar(0);
+  if (count == 1) return;
+  ForRange<wordsPerVector>(1, count - 1, vector, scalar);
+  scalar(count - 1);
+}
+
 template <class Format>
 void PairsToYuv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    StorePixel(target + 8 * i, LeftPixel<Format>(source, i));
-    StorePixel(target + 8 * i + 4, RightPixel<Format>(source, i, count));
-  }
+  ForInnerRange(
+      count,
+      [=](std::size_t i) {
+        const V16 luma = LumaOf<Format>(LoadVector(source + 4 * i));
+        const BlendedChroma chroma = BlendChroma<Format>(source + 4 * i, 2);
+        const auto spread = (V16)Pairs(256, 1);
+        const V32 left = ((V32)luma & 0xffff) | (V32)((chroma.left >> 2) * spread);
+        const V32 right = (V32)luma >> 16 | (V32)((chroma.right >> 2) * spread);
+        StorePixels(target + 8 * i,
+                    InOrder(InterleaveLow(left, right), InterleaveHigh(left, right)));
+      },
+      [=](std::size_t i) {
+        StorePixel(target + 8 * i, LeftPixel<Format>(source, i));
+        StorePixel(target + 8 * i + 4, RightPixel<Format>(source, i, count));
+      });
 }
+
 template <class Format>
 void PairsToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    StorePixel(target + 8 * i, RgbOfYuv(LeftPixel<Format>(source, i)));
-    StorePixel(target + 8 * i + 4, RgbOfYuv(RightPixel<Format>(source, i, count)));
-  }
+  ForInnerRange(
+      count,
+      [=](std::size_t i) {
+        const V16 luma = LumaOf<Format>(LoadVector(source + 4 * i));
+        const BlendedChroma chroma = BlendChroma<Format>(source + 4 * i, 2 - 4 * 128);
+        const TwoVectors rgb =
+            RgbOfTerms(YuvTerms(SpreadLow(luma), (S16)(chroma.left & 0xfffc), 64),
+                       YuvTerms(SpreadHigh(luma), (S16)(chroma.right & 0xfffc), 64));
+        StorePixels(target + 8 * i, InOrder(InterleaveLow(rgb.first, rgb.second),
+                                            InterleaveHigh(rgb.first, rgb.second)));
+      },
+      [=](std::size_t i) {
+        StorePixel(target + 8 * i, RgbOfYuv(LeftPixel<Format>(source, i)));
+        StorePixel(target + 8 * i + 4, RgbOfYuv(RightPixel<Format>(source, i, count)));
+      });
 }
+
 void YuyvToUyvy(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    Store(target + 4 * i, Uyvy::ToSample(Load(source + 4 * i)));
+  ForRange<wordsPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        const auto samples = (V16)LoadVector(source + 4 * i);
+        StoreVector(target + 4 * i, (V32)(samples << 8 | samples >> 8));
+      },
+      [=](std::size_t i) { Store(target + 4 * i, Uyvy::ToSample(Load(source + 4 * i))); });
 }
+
 // Not the way back: it leads over the chroma of single pixels.
 void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    Store(target + 4 * i,
-          YuyvOfYuv(LeftPixel<Uyvy>(source, i), RightPixel<Uyvy>(source, i, count)));
+  ForInnerRange(
+      count,
+      [=](std::size_t i) {
+        const V16 luma = LumaOf<Uyvy>(LoadVector(source + 4 * i));
+        const BlendedChroma chroma = BlendChroma<Uyvy>(source + 4 * i, 2);
+        StoreVector(target + 4 * i, Join<Yuyv>(luma, (V16)Average((V8)(chroma.left >> 2),
+                                                                  (V8)(chroma.right >> 2))));
+      },
+      [=](std::size_t i) {
+        Store(target + 4 * i,
+              YuyvOfYuv(LeftPixel<Uyvy>(source, i), RightPixel<Uyvy>(source, i, count)));
+      });
 }
 
 constexpr RowKernels rowKernels = {
     .boolToGray = BoolToGray,
-    .boolToRgb = BoolToRgb,
+    .boolToRgb = GrayToRgb<true>,
     .grayToBool = GrayToBool,
-    .grayToRgb = GrayToRgb,
+    .grayToRgb = GrayToRgb<false>,
     .grayToYuv = GrayToYuv,
     .grayToYuyv = GrayToPairs<Yuyv>,
     .grayToUyvy = GrayToPairs<Uyvy>,

@@ -1,0 +1,149 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include <immintrin.h>
+
+// One register of pixels: 256 bits where the source is compiled for AVX2, 128 bits otherwise. The
+// types differ in what an operator works on; a cast between them changes no bit.
+namespace {
+
+#if defined(__AVX2__)
+#define ZT_VECTOR(operation) _mm256_##operation
+using Vector = __m256i;
+#else
+#define ZT_VECTOR(operation) _mm_##operation
+using Vector = __m128i;
+#endif
+using V8 = std::uint8_t __attribute__((vector_size(sizeof(Vector))));
+using V16 = std::uint16_t __attribute__((vector_size(sizeof(Vector))));
+using S16 = std::int16_t __attribute__((vector_size(sizeof(Vector))));
+using V32 = std::uint32_t __attribute__((vector_size(sizeof(Vector))));
+using S32 = std::int32_t __attribute__((vector_size(sizeof(Vector))));
+using V64 = std::uint64_t __attribute__((vector_size(sizeof(Vector))));
+
+inline V32 LoadVector(const std::uint8_t* p) {
+  V32 vector;
+  std::memcpy(&vector, p, sizeof vector);
+  return vector;
+}
+inline void StoreVector(std::uint8_t* p, V32 vector) {
+  std::memcpy(p, &vector, sizeof vector);
+}
+
+// The same pair of 16-bit numbers in every 32 bits.
+inline S16 Pairs(int low, int high) {
+  return (S16)(V32{} +
+               (static_cast<std::uint32_t>(low & 0xffff) | static_cast<std::uint32_t>(high) << 16));
+}
+
+// Of each pair the sum of both products.
+inline S32 MultiplyAdd(S16 a, S16 b) {
+  return (S32)ZT_VECTOR(madd_epi16)((Vector)a, (Vector)b);
+}
+// The upper halves of the products.
+inline S16 MultiplyHigh(S16 a, S16 b) {
+  return (S16)ZT_VECTOR(mulhi_epi16)((Vector)a, (Vector)b);
+}
+inline V8 Average(V8 a, V8 b) {
+  return (V8)ZT_VECTOR(avg_epu8)((Vector)a, (Vector)b);
+}
+inline V16 ClampToByte(S16 a) {
+  const Vector notNegative = ZT_VECTOR(max_epi16)((Vector)a, Vector{});
+  return (V16)ZT_VECTOR(min_epi16)(notNegative, (Vector)(S16{} + 255));
+}
+
+// Packing and interleaving work within each 128 bits. What is packed and interleaved again comes
+// out in order; InOrder repairs what is only packed, and an Interleave function does it itself.
+inline S16 Pack(S32 a, S32 b) {
+  return (S16)ZT_VECTOR(packs_epi32)((Vector)a, (Vector)b);
+}
+inline V8 PackToBytes(S16 a, S16 b) {
+  return (V8)ZT_VECTOR(packus_epi16)((Vector)a, (Vector)b);
+}
+inline V32 InOrder(V32 a) {
+#if defined(__AVX2__)
+  return (V32)_mm256_permute4x64_epi64((Vector)a, 0xD8);
+#else
+  return a;
+#endif
+}
+inline V16 InterleaveLow(V8 a, V8 b) {
+  return (V16)ZT_VECTOR(unpacklo_epi8)((Vector)a, (Vector)b);
+}
+inline V16 InterleaveHigh(V8 a, V8 b) {
+  return (V16)ZT_VECTOR(unpackhi_epi8)((Vector)a, (Vector)b);
+}
+inline V32 InterleaveLow(V16 a, V16 b) {
+  return (V32)ZT_VECTOR(unpacklo_epi16)((Vector)a, (Vector)b);
+}
+inline V32 InterleaveHigh(V16 a, V16 b) {
+  return (V32)ZT_VECTOR(unpackhi_epi16)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveLow(V32 a, V32 b) {
+  return (V64)ZT_VECTOR(unpacklo_epi32)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveHigh(V32 a, V32 b) {
+  return (V64)ZT_VECTOR(unpackhi_epi32)((Vector)a, (Vector)b);
+}
+
+// The first and the second of every two 16-bit numbers, twice each.
+inline V16 SpreadLow(V16 a) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, a, 0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14);
+#else
+  return __builtin_shufflevector(a, a, 0, 0, 2, 2, 4, 4, 6, 6);
+#endif
+}
+inline V16 SpreadHigh(V16 a) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7, 9, 9, 11, 11, 13, 13, 15, 15);
+#else
+  return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7);
+#endif
+}
+
+// Every second word of two registers; what is made of the results goes through InOrder(V32).
+inline V32 EvenWords(V32 a, V32 b) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, b, 0, 2, 8, 10, 4, 6, 12, 14);
+#else
+  return __builtin_shufflevector(a, b, 0, 2, 4, 6);
+#endif
+}
+inline V32 OddWords(V32 a, V32 b) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, b, 1, 3, 9, 11, 5, 7, 13, 15);
+#else
+  return __builtin_shufflevector(a, b, 1, 3, 5, 7);
+#endif
+}
+
+// The bytes that are the values of four registers of words, in order.
+inline V32 PackWordsToBytes(V32 a, V32 b, V32 c, V32 d) {
+  const auto bytes = (V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d));
+#if defined(__AVX2__)
+  return __builtin_shufflevector(bytes, bytes, 0, 4, 1, 5, 2, 6, 3, 7);
+#else
+  return bytes;
+#endif
+}
+
+struct TwoVectors {
+  V32 first;
+  V32 second;
+};
+// The low and high results of an interleaving as two registers in order.
+template <class V>
+inline TwoVectors InOrder(V low, V high) {
+#if defined(__AVX2__)
+  return {(V32)_mm256_permute2x128_si256((Vector)low, (Vector)high, 0x20),
+          (V32)_mm256_permute2x128_si256((Vector)low, (Vector)high, 0x31)};
+#else
+  return {(V32)low, (V32)high};
+#endif
+}
+
+}  // namespace
