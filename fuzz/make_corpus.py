@@ -6,6 +6,7 @@ Each function in TARGETS yields (file name, bytes). The same script gives the sa
 
 import pathlib
 import struct
+import subprocess
 import sys
 
 
@@ -104,7 +105,75 @@ def parse_counted():
             yield f"depth_{depth}", nested
 
 
-TARGETS = {"parse_tagged": parse_tagged, "parse_counted": parse_counted}
+def jpeg(width, height, *options):
+    """A small picture of gradients and noise, encoded by cjpeg."""
+    seed = 1
+    pixels = bytearray()
+    for y in range(height):
+        for x in range(width):
+            seed = (seed * 1664525 + 1013904223) & 0xFFFFFFFF
+            noise = seed >> 28
+            pixels += bytes(v & 0xFF for v in (4 * x + noise, 3 * y + noise, 2 * (x + y)))
+    picture = b"P6 %d %d 255\n" % (width, height) + bytes(pixels)
+    return subprocess.run(
+        ["cjpeg", "-quality", "50", *options], input=picture, stdout=subprocess.PIPE, check=True
+    ).stdout
+
+
+def pictures():
+    yield "420", jpeg(40, 24)
+    yield "422", jpeg(17, 19, "-sample", "2x1")
+    yield "444", jpeg(16, 16, "-sample", "1x1")
+    yield "440", jpeg(18, 18, "-sample", "1x2")
+    yield "411", jpeg(40, 8, "-sample", "4x1")
+    yield "uneven", jpeg(24, 24, "-sample", "2x2,1x2,2x1")
+    yield "gray", jpeg(20, 20, "-grayscale")
+    yield "rgb", jpeg(16, 16, "-rgb")
+    yield "progressive", jpeg(40, 24, "-progressive")
+    yield "restart", jpeg(40, 24, "-restart", "1B")
+    yield "optimized", jpeg(40, 24, "-optimize")
+    yield "arithmetic", jpeg(24, 24, "-arithmetic")
+    yield "pixel", jpeg(1, 1)
+    yield "column", jpeg(1, 33)
+    yield "row", jpeg(33, 1)
+    yield "tables_only", b"\xff\xd8\xff\xd9"
+
+
+def mjpeg_frame(stream, video_format=3):
+    header = bytearray(112)
+    struct.pack_into("<III", header, 0, 3, 112 + len(stream), 112)
+    struct.pack_into("<H", header, 24, video_format)
+    return bytes(header) + stream
+
+
+def decoder_process():
+    def frames(*parts, choice=0, pixels=2):
+        return b"".join(u16(len(part)) + part for part in parts) + bytes([choice, pixels])
+
+    every = dict(pictures())
+    for name, stream in every.items():
+        for pixels in (1, 2, 3, 5):
+            yield f"{name}_format_{pixels}", frames(mjpeg_frame(stream), pixels=pixels)
+    for choice in range(8):
+        yield f"scale_{choice}", frames(mjpeg_frame(every["420"]), choice=choice, pixels=3)
+    for pixels in range(10):
+        yield f"swap_{pixels}", frames(mjpeg_frame(every["422"]), choice=128, pixels=pixels)
+    streams = [mjpeg_frame(every[name]) for name in ("420", "progressive", "444")]
+    yield "sequence", frames(*streams, pixels=4)
+    yield "cut", frames(streams[0][:-9], streams[1][:300], streams[2][:60], pixels=3)
+    yield "no_tables", frames(streams[0], mjpeg_frame(b"\xff\xd8" + every["420"][-200:]))
+    yield "other_format", frames(mjpeg_frame(every["420"], video_format=5))
+    many = every["progressive"]
+    scan = many.rindex(b"\xff\xda")
+    yield "many_scans", frames(mjpeg_frame(many[:scan] + 600 * many[scan:-2] + b"\xff\xd9"))
+
+
+TARGETS = {
+    "parse_tagged": parse_tagged,
+    "parse_counted": parse_counted,
+    "decoder_process": decoder_process,
+    "copy_and_add_header": pictures,
+}
 
 
 def main():

@@ -132,7 +132,7 @@ TEST(TaggedForm, AnEmptyValueEndsTheFormBehindWhatIsGood) {
       "'I' 04 'Bits' 04000000 01000000 '@' 06 'Config' 0e000000 'B' 06 'Active' 01000000 01 00 00");
   EXPECT_EQ(Tagged(ParsedTagged(bytes)), good);
   const CBinData block = ToTagged(data);
-  EXPECT_EQ(Tagged(ParsedTagged(Block(block.Data(), block.Data() + block.Size()))), good);
+  EXPECT_EQ(Block(block.Data(), block.Data() + block.Size()), bytes);
 }
 
 // Each case is read as the good element before it and no further, or, where told, as more.
@@ -222,6 +222,8 @@ TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
   }
   // Sizes are checked before the mask is asked.
   EXPECT_EQ(ParsedTagged(Bytes("'I' 00 03000000 010203 'B' 00 01000000 01"), cdInt).Count(), 0u);
+  // The inside of a binary is not looked at when it is passed over.
+  EXPECT_EQ(ParsedTagged(Bytes("'X' 00 00000000 'B' 00 01000000 01"), cdBinary).Count(), 1u);
   // A name that is passed over leaves nothing behind.
   const CData data = ParsedTagged(Bytes("'B' 01 'a' 01000000 01 'B' 01 'b' 01000000 01"), cdInt);
   EXPECT_EQ(data.At(1).key, INT64_MIN + 1);
@@ -230,14 +232,22 @@ TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
       INT64_MIN);
 }
 
-TEST(TaggedForm, NamesAreCutToTheirLengthByte) {
+TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
   for (const std::size_t length : {127u, 128u, 255u, 256u, 300u}) {
     CData data;
     data.Append(std::string(length, 'n'), CDataValue::OfInt(1));
-    const Block bytes = Tagged(data);
-    EXPECT_EQ(bytes.size(), 11 + length % 256);
-    EXPECT_EQ(bytes[1], length % 256);
-    EXPECT_EQ(ParsedTagged(bytes).Count(), length % 256 < 128 ? 1u : 0u);
+    const Block tagged = Tagged(data), counted = Counted(data);
+    EXPECT_EQ(tagged.size(), 11 + length % 256);
+    EXPECT_EQ(tagged[1], length % 256);
+    const std::uint64_t read = length % 256 < 128 ? 1 : 0;
+    EXPECT_EQ(ParsedTagged(tagged).Count(), read);
+    EXPECT_EQ(ParsedCounted(counted).Count(), read);
+    CData outer;  // the same element as metadata of a binary value
+    outer.AddBinary(0, std::make_shared<CBinData>(tagged.data(), tagged.size()));
+    Block binary = Tagged(outer);
+    binary.erase(binary.begin() + 6);
+    StoreLE(binary.data() + 2, static_cast<std::uint32_t>(tagged.size()));
+    EXPECT_EQ(ParsedTagged(binary).Count(), read);
   }
 }
 

@@ -33,13 +33,15 @@ void StoreLE(std::uint8_t* to, T value) {
 inline void CopyShort(std::uint8_t* to, const void* bytes, std::size_t count) {
   const auto* from = static_cast<const std::uint8_t*>(bytes);
   if (count >= 8) {
-    for (std::size_t at = 0; at + 8 < count; at += 8) std::memcpy(to + at, from + at, 8);
+    for (std::size_t at = 0; at + 8 < count; at += 8)
+      std::memcpy(to + at, from + at, 8);
     std::memcpy(to + count - 8, from + count - 8, 8);
   } else if (count >= 4) {
     std::memcpy(to, from, 4);
     std::memcpy(to + count - 4, from + count - 4, 4);
   } else {
-    for (std::size_t at = 0; at < count; ++at) to[at] = from[at];
+    for (std::size_t at = 0; at < count; ++at)
+      to[at] = from[at];
   }
 }
 

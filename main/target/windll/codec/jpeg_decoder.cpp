@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <jerror.h>
+
 namespace {
 
 // libjpeg has no smaller scale.
@@ -70,6 +72,7 @@ CJPEGDecoder::CJPEGDecoder() {
   InitJpegErrors(errors);
   object.err = &errors;
   jpeg_create_decompress(&object);
+  arena.Attach(reinterpret_cast<j_common_ptr>(&object));
   object.progress = scanLimit.Monitor();
 }
 
@@ -120,6 +123,8 @@ void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& 
                           std::uint32_t scaleDenominator) {
   Begin(data);
   jpeg_read_header(&object, TRUE);
+  // Newer versions would go on with wider samples, which rows have no room for.
+  if (object.data_precision != BITS_IN_JSAMPLE) RaiseJpegError(object, JERR_BAD_PRECISION);
   object.scale_num = 1;
   object.scale_denom = std::min(scaleDenominator, maxScaleDenominator);
   const bool asPlanes = ChooseOutput(target.format);

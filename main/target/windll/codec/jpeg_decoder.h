@@ -1,6 +1,7 @@
 #pragma once
 
 #include "main/lib/base/pixel_format.h"
+#include "main/target/windll/codec/jpeg_arena.h"
 #include "main/target/windll/codec/jpeg_io.h"
 #include "main/target/windll/codec/jpeg_planes.h"
 
@@ -54,6 +55,7 @@ class CJPEGDecoder {
   void ReadPlanes(const RowPlan& plan);
 
   jpeg_error_mgr errors{};
+  JpegArena arena;
   JpegSource source;
   JpegScanLimit scanLimit;
   jpeg_decompress_struct object{};

@@ -38,6 +38,7 @@ CJPEGEncoder::CJPEGEncoder() {
   InitJpegErrors(errors);
   object.err = &errors;
   jpeg_create_compress(&object);
+  arena.Attach(reinterpret_cast<j_common_ptr>(&object));
 }
 
 CJPEGEncoder::~CJPEGEncoder() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "main/lib/base/pixel_format.h"
+#include "main/target/windll/codec/jpeg_arena.h"
 #include "main/target/windll/codec/jpeg_io.h"
 
 #include <array>
@@ -44,6 +45,7 @@ class CJPEGEncoder {
   void ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma, int parity);
 
   jpeg_error_mgr errors{};
+  JpegArena arena;
   JpegDestination destination;
   jpeg_compress_struct object{};
   std::uint32_t width = 0;

@@ -18,12 +18,6 @@ void EmitMessage(j_common_ptr object, int level) {
   if (errors.num_warnings++ == 0) std::fprintf(stderr, "Bogus message code %d\n", errors.msg_code);
 }
 
-template <class Object>
-void Fail(Object* object, int code) {
-  object->err->msg_code = code;
-  object->err->error_exit(reinterpret_cast<j_common_ptr>(object));
-}
-
 }  // namespace
 
 void InitJpegErrors(jpeg_error_mgr& errors) {
@@ -36,13 +30,12 @@ JpegSource::JpegSource() {
   manager.init_source = [](j_decompress_ptr) {};
   manager.term_source = [](j_decompress_ptr) {};
   manager.fill_input_buffer = [](j_decompress_ptr object) -> boolean {
-    Fail(object, JERR_INPUT_EOF);
-    return FALSE;
+    RaiseJpegError(*object, JERR_INPUT_EOF);
   };
   manager.skip_input_data = [](j_decompress_ptr object, auto count) {
     if (count <= 0) return;
     const auto step = static_cast<std::size_t>(count);
-    if (step > object->src->bytes_in_buffer) Fail(object, JERR_INPUT_EOF);
+    if (step > object->src->bytes_in_buffer) RaiseJpegError(*object, JERR_INPUT_EOF);
     object->src->next_input_byte += step;
     object->src->bytes_in_buffer -= step;
   };
@@ -59,8 +52,7 @@ JpegDestination::JpegDestination() {
   manager.init_destination = [](j_compress_ptr) {};
   manager.term_destination = [](j_compress_ptr) {};
   manager.empty_output_buffer = [](j_compress_ptr object) -> boolean {
-    Fail(object, JERR_BUFFER_SIZE);
-    return FALSE;
+    RaiseJpegError(*object, JERR_BUFFER_SIZE);
   };
 }
 
@@ -73,6 +65,6 @@ jpeg_destination_mgr* JpegDestination::Attach(std::span<std::uint8_t> room) {
 JpegScanLimit::JpegScanLimit() {
   manager.progress_monitor = [](j_common_ptr object) {
     if (reinterpret_cast<j_decompress_ptr>(object)->input_scan_number > maxScans)
-      Fail(object, JERR_BAD_PROGRESSION);
+      RaiseJpegError(*object, JERR_BAD_PROGRESSION);
   };
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <span>
 
 #include <jpeglib.h>
@@ -12,6 +13,14 @@
 // A fatal error aborts the object's work and throws the plain `int` 1 through libjpeg's frames. The
 // first warning of a picture is one line on standard error; traces are silent.
 void InitJpegErrors(jpeg_error_mgr& errors);
+
+// Fails with an error code of libjpeg.
+template <class Object>
+[[noreturn]] void RaiseJpegError(Object& object, int code) {
+  object.err->msg_code = code;
+  object.err->error_exit(reinterpret_cast<j_common_ptr>(&object));
+  std::abort();  // the error exit does not return
+}
 
 // Reads a stream from memory. A stream that ends before its end marker is a fatal error, never
 // padded.

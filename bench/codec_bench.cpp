@@ -1,0 +1,335 @@
+#include "include/ztlib.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+#include <libavcodec/avcodec.h>
+}
+
+#include <benchmark/benchmark.h>
+
+// Plain video at 1920x1080 and quality 75 through the exports, beside direct calls of libjpeg-turbo
+// with four-byte pixels and beside FFmpeg's codec on one thread, which stays in planes.
+
+namespace {
+
+constexpr int width = 1920;
+constexpr int height = 1080;
+constexpr int quality = 75;
+
+using Bytes = std::vector<std::uint8_t>;
+
+// A frame manager that gives returned frames out again, as clients do.
+struct Frame {
+  std::uint8_t* data;
+  char unread[96];
+  std::int32_t width;
+  std::int32_t height;
+  std::vector<std::uint8_t> memory;
+};
+std::vector<std::unique_ptr<Frame>> freeFrames;
+
+void* AllocateFrame(int w, int h, int) {
+  auto frame = std::make_unique<Frame>();
+  if (!freeFrames.empty()) {
+    frame = std::move(freeFrames.back());
+    freeFrames.pop_back();
+  }
+  frame->memory.resize(std::size_t{width} * height * 4);
+  frame->data = frame->memory.data();
+  frame->width = w;
+  frame->height = h;
+  return frame.release();
+}
+void ReleaseFrame(void* frame) {
+  freeFrames.emplace_back(static_cast<Frame*>(frame));
+}
+
+// Soft gradients, fine texture, sensor noise and edges, as three planes.
+struct Scene {
+  Bytes y, u, v;
+};
+const Scene& TheScene() {
+  static const Scene scene = [] {
+    Scene made;
+    std::mt19937 random(7);
+    for (int row = 0; row < height; ++row)
+      for (int column = 0; column < width; ++column) {
+        const double light = 100 + 60 * std::sin(column * 0.004) + 40 * std::cos(row * 0.006);
+        const double texture = 12 * std::sin(column * 0.31) * std::sin(row * 0.27);
+        const int noise = static_cast<int>(random() % 13) - 6;
+        const int edge = (column / 97 + row / 61) % 2 * 18;
+        const auto byte = [](double value) {
+          return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0));
+        };
+        made.y.push_back(byte(light + texture + noise + edge));
+        made.u.push_back(byte(128 + 30 * std::sin(column * 0.01 + row * 0.003) + edge / 2));
+        made.v.push_back(byte(128 + 25 * std::cos(row * 0.008)));
+      }
+    return made;
+  }();
+  return scene;
+}
+
+Bytes Pixels(int format) {
+  const Scene& scene = TheScene();
+  Bytes pixels;
+  for (std::size_t i = 0; i < scene.y.size(); ++i) {
+    if (format == ZTLIB_YUV)
+      pixels.insert(pixels.end(), {scene.y[i], scene.u[i], scene.v[i], 255});
+    else
+      pixels.insert(pixels.end(), {(i % 2 == 0 ? scene.u : scene.v)[i / 2 * 2], scene.y[i]});
+  }
+  return pixels;
+}
+
+void RegisterFrames() {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+}
+
+void* MakeImage(int format) {
+  RegisterFrames();
+  auto* frame = static_cast<Frame*>(AllocateFrame(width, height, format));
+  const Bytes pixels = Pixels(format);
+  std::copy(pixels.begin(), pixels.end(), frame->data);
+  return ztlib_ztimage_create_avframe(format, frame);
+}
+
+void Collect(void* user, const void* data, std::uint32_t size) {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
+}
+
+std::string IntValue(const char* name, std::int32_t value) {
+  std::string element = "I";
+  element += static_cast<char>(std::strlen(name));
+  element += name;
+  const std::uint32_t size = sizeof value;
+  element.append(reinterpret_cast<const char*>(&size), sizeof size);
+  element.append(reinterpret_cast<const char*>(&value), sizeof value);
+  return element;
+}
+
+void* MakeEncoder() {
+  void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
+  const std::string config =
+      IntValue("Width", width) + IntValue("Height", height) + IntValue("JPEGQuality", quality);
+  const ztlib_blob blob{config.data(), config.size()};
+  ztlib_encoder_config(encoder, &blob);
+  return encoder;
+}
+
+const Bytes& TheFrame() {
+  static const Bytes frame = [] {
+    Bytes made;
+    void* image = MakeImage(ZTLIB_YUV);
+    void* encoder = MakeEncoder();
+    ztlib_encoder_process(encoder, &made, Collect, image, 0);
+    ztlib_encoder_destroy(&encoder);
+    ztlib_ztimage_destroy(image);
+    return made;
+  }();
+  return frame;
+}
+
+constexpr std::size_t headerSize = 112;
+
+void DecodeZtlib(benchmark::State& state, int format, int scale) {
+  RegisterFrames();
+  Bytes frame = TheFrame();
+  void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
+  const std::string config = IntValue("PixelFormat", format) + IntValue("ScaleDown", scale);
+  const ztlib_blob blob{config.data(), config.size()};
+  ztlib_decoder_config(decoder, &blob);
+  void* image = ztlib_ztimage_create();
+  for (auto _ : state)
+    ztlib_decoder_process(&decoder, image, frame.data(), static_cast<std::uint32_t>(frame.size()));
+  if (!ztlib_ztimage_get_avframe(image)) state.SkipWithError("not decoded");
+  ztlib_ztimage_destroy(image);
+  ztlib_decoder_destroy(&decoder);
+}
+
+void DecodeLibjpeg(benchmark::State& state, int scale) {
+  const Bytes& frame = TheFrame();
+  Bytes target(std::size_t{width} * height * 4);
+  jpeg_decompress_struct object{};
+  jpeg_error_mgr errors;
+  object.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&object);
+  for (auto _ : state) {
+    jpeg_mem_src(&object, frame.data() + headerSize, frame.size() - headerSize);
+    jpeg_read_header(&object, TRUE);
+    object.out_color_space = JCS_EXT_BGRX;
+    object.scale_num = 1;
+    object.scale_denom = static_cast<unsigned>(scale);
+    jpeg_start_decompress(&object);
+    while (object.output_scanline < object.output_height) {
+      JSAMPROW row = &target[std::size_t{object.output_width} * 4 * object.output_scanline];
+      jpeg_read_scanlines(&object, &row, 1);
+    }
+    jpeg_finish_decompress(&object);
+  }
+  jpeg_destroy_decompress(&object);
+}
+
+void DecodeFfmpeg(benchmark::State& state, int scale) {
+  const Bytes& frame = TheFrame();
+  Bytes padded(frame.begin() + headerSize, frame.end());
+  const auto size = static_cast<int>(padded.size());
+  padded.resize(padded.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+  const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_MJPEG);
+  AVCodecContext* context = avcodec_alloc_context3(codec);
+  context->thread_count = 1;
+  for (; scale > 1; scale /= 2)
+    ++context->lowres;
+  avcodec_open2(context, codec, nullptr);
+  AVPacket* packet = av_packet_alloc();
+  AVFrame* decoded = av_frame_alloc();
+  for (auto _ : state) {
+    packet->data = padded.data();
+    packet->size = size;
+    if (avcodec_send_packet(context, packet) != 0 || avcodec_receive_frame(context, decoded) != 0) {
+      state.SkipWithError("not decoded");
+      break;
+    }
+  }
+  av_frame_free(&decoded);
+  av_packet_free(&packet);
+  avcodec_free_context(&context);
+}
+
+void EncodeZtlib(benchmark::State& state, int format) {
+  void* image = MakeImage(format);
+  void* encoder = MakeEncoder();
+  std::uint32_t size = 0;
+  const auto take = [](void* user, const void*, std::uint32_t bytes) {
+    *static_cast<std::uint32_t*>(user) = bytes;
+  };
+  for (auto _ : state)
+    ztlib_encoder_process(encoder, &size, take, image, 0);
+  if (size == 0) state.SkipWithError("not encoded");
+  ztlib_encoder_destroy(&encoder);
+  ztlib_ztimage_destroy(image);
+}
+
+// Blue, green and red are the components that the decoder gives, so that the stream is the same.
+void EncodeLibjpeg(benchmark::State& state) {
+  const Bytes& frame = TheFrame();
+  jpeg_decompress_struct reader{};
+  jpeg_error_mgr errors;
+  reader.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&reader);
+  jpeg_mem_src(&reader, frame.data() + headerSize, frame.size() - headerSize);
+  jpeg_read_header(&reader, TRUE);
+  reader.out_color_space = JCS_EXT_BGRX;
+  jpeg_start_decompress(&reader);
+  Bytes pixels(std::size_t{width} * height * 4);
+  while (reader.output_scanline < reader.output_height) {
+    JSAMPROW row = &pixels[std::size_t{width} * 4 * reader.output_scanline];
+    jpeg_read_scanlines(&reader, &row, 1);
+  }
+  jpeg_finish_decompress(&reader);
+  jpeg_destroy_decompress(&reader);
+
+  Bytes target(std::size_t{width} * height * 2);
+  jpeg_compress_struct object{};
+  object.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&object);
+  for (auto _ : state) {
+    unsigned char* memory = target.data();
+    unsigned long size = target.size();
+    jpeg_mem_dest(&object, &memory, &size);
+    object.image_width = width;
+    object.image_height = height;
+    object.input_components = 4;
+    object.in_color_space = JCS_EXT_BGRX;
+    jpeg_set_defaults(&object);
+    jpeg_set_quality(&object, quality, TRUE);
+    jpeg_start_compress(&object, TRUE);
+    while (object.next_scanline < object.image_height) {
+      JSAMPROW row = &pixels[std::size_t{width} * 4 * object.next_scanline];
+      jpeg_write_scanlines(&object, &row, 1);
+    }
+    jpeg_finish_compress(&object);
+  }
+  jpeg_destroy_compress(&object);
+}
+
+// Its quantiser 4 gives a stream of about the same size.
+void EncodeFfmpeg(benchmark::State& state) {
+  const Scene& scene = TheScene();
+  AVFrame* picture = av_frame_alloc();
+  picture->format = AV_PIX_FMT_YUVJ420P;
+  picture->width = width;
+  picture->height = height;
+  picture->quality = 4 * FF_QP2LAMBDA;
+  av_frame_get_buffer(picture, 0);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      const std::size_t i = std::size_t{width} * y + x;
+      picture->data[0][y * picture->linesize[0] + x] = scene.y[i];
+      picture->data[1][y / 2 * picture->linesize[1] + x / 2] = scene.u[i];
+      picture->data[2][y / 2 * picture->linesize[2] + x / 2] = scene.v[i];
+    }
+  const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
+  AVCodecContext* context = avcodec_alloc_context3(codec);
+  context->width = width;
+  context->height = height;
+  context->pix_fmt = AV_PIX_FMT_YUVJ420P;
+  context->time_base = {1, 25};
+  context->flags |= AV_CODEC_FLAG_QSCALE;
+  context->global_quality = 4 * FF_QP2LAMBDA;
+  context->thread_count = 1;
+  avcodec_open2(context, codec, nullptr);
+  AVPacket* packet = av_packet_alloc();
+  for (auto _ : state) {
+    ++picture->pts;
+    if (avcodec_send_frame(context, picture) != 0 || avcodec_receive_packet(context, packet) != 0) {
+      state.SkipWithError("not encoded");
+      break;
+    }
+    state.counters["bytes"] = packet->size;
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  avcodec_free_context(&context);
+  av_frame_free(&picture);
+}
+
+const bool registered = [] {
+  const auto add = [](const std::string& name, auto function, auto... arguments) {
+    benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
+        ->Unit(benchmark::kMillisecond);
+  };
+  const std::pair<const char*, int> formats[] = {{"decode_rgb", ZTLIB_RGB},
+                                                 {"decode_yuv", ZTLIB_YUV},
+                                                 {"decode_uyvy", ZTLIB_UYVY},
+                                                 {"decode_gray", ZTLIB_GRAY}};
+  for (const auto& [name, format] : formats)
+    for (int scale : {1, 2, 4, 8}) {
+      std::string variant = std::string(name) + "/1080p";
+      if (scale > 1) variant += "_scale" + std::to_string(scale);
+      add(variant + "/ztlib", DecodeZtlib, format, scale);
+      add(variant + "/libjpeg_turbo", DecodeLibjpeg, scale);
+      add(variant + "/ffmpeg", DecodeFfmpeg, scale);
+    }
+  for (const auto& [name, format] :
+       {std::pair("encode_yuv", ZTLIB_YUV), {"encode_uyvy", ZTLIB_UYVY}}) {
+    add(std::string(name) + "/1080p/ztlib", EncodeZtlib, static_cast<int>(format));
+    add(std::string(name) + "/1080p/libjpeg_turbo", EncodeLibjpeg);
+    add(std::string(name) + "/1080p/ffmpeg", EncodeFfmpeg);
+  }
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,32 @@
+#include "fuzz/codec_fuzz.h"
+
+// A picture that gets a header keeps its bytes, and the header tells its size as the info does.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace codec_fuzz;
+  constexpr std::uint32_t headerSize = 112;
+  Bytes frame;
+  ztlib_copyAndAddHeader(&frame, Collect, data, static_cast<std::uint32_t>(size));
+  if (frame.empty()) return 0;
+  const auto frameSize = static_cast<std::uint32_t>(frame.size());
+  std::int32_t width = -1;
+  std::int32_t height = -1;
+  std::int32_t format = -1;
+  const void* payload = nullptr;
+  std::uint32_t payloadSize = 0;
+  ztlib_getFrameInfo2(frame.data(), frameSize, &width, &height, &format, nullptr, nullptr, nullptr,
+                      &payload, &payloadSize);
+  Require(format == ZTLIB_VIDEO_MJPEG);
+  Require(payload == frame.data() + headerSize && payloadSize == size);
+  Require(std::memcmp(payload, data, size) == 0);
+  Require(width >= 0 && width <= 65535 && height >= 0 && height <= 65535);
+
+  Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
+  Configure(decoder.object, ZTLIB_GRAY, 1, false);
+  frameScale = 1;
+  void* const image = ztlib_ztimage_create();
+  ztlib_decoder_process(&decoder.object, image, frame.data(), frameSize);
+  if (const auto* picture = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image)))
+    Require(picture->width == width && picture->height == height);
+  ztlib_ztimage_destroy(image);
+  return 0;
+}

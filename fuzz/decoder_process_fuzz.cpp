@@ -1,0 +1,44 @@
+#include "fuzz/codec_fuzz.h"
+
+#include <algorithm>
+
+// Frames one behind the other, each as long as the two bytes in front of it say; the last two bytes
+// of the input choose the configuration. Whatever the frames were, a good one afterwards decodes on
+// the same handle as on a new one.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace codec_fuzz;
+  if (size < 2) return 0;
+  constexpr int scales[] = {1, 2, 4, 8, 3, 5, 16, 1000};
+  const std::uint8_t choice = data[size - 2];
+  const int scale = scales[choice % 8];
+  const int format = data[size - 1] % 10;
+  const bool swap = choice >= 128;
+  std::span<const std::uint8_t> rest(data, size - 2);
+
+  Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
+  Configure(decoder.object, format, scale, swap);
+  frameScale = scale;
+  void* const image = ztlib_ztimage_create();
+  while (rest.size() >= 2) {
+    const std::size_t wanted = rest[0] | rest[1] << 8;
+    rest = rest.subspan(2);
+    Bytes frame(rest.begin(), rest.begin() + std::min(wanted, rest.size()));
+    rest = rest.subspan(frame.size());
+    ztlib_decoder_process(&decoder.object, image, frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+  }
+
+  const auto decodeGood = [&](Codec& with) {
+    // A frame of another format may have put a new decoder behind the handle.
+    Configure(with.object, format, scale, swap);
+    Bytes frame = GoodFrame();
+    ztlib_decoder_process(&with.object, image, frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+    return PixelsOf(image);
+  };
+  const Bytes after = decodeGood(decoder);
+  Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
+  Require(after == decodeGood(fresh));
+  ztlib_ztimage_destroy(image);
+  return 0;
+}

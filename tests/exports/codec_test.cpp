@@ -1,0 +1,639 @@
+#include "tests/support/export_fixture.h"
+#include "tests/support/jpeg_reference.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <thread>
+#include <tuple>
+
+namespace {
+
+using jpeg_reference::Bytes;
+using jpeg_reference::Style;
+
+constexpr char process[] = "ztlib_decoder_process";
+constexpr char encode[] = "ztlib_encoder_process";
+constexpr char api[] = "main/target/windll/codec_api";
+constexpr std::uint32_t headerSize = 112;
+
+template <class T>
+T At(const Bytes& bytes, std::size_t offset) {
+  T value;
+  std::memcpy(&value, &bytes.at(offset + sizeof value - 1) - (sizeof value - 1), sizeof value);
+  return value;
+}
+
+// A configuration in the tagged form.
+class Config {
+ public:
+  Config& Int(const char* name, std::int32_t value) { return Add('I', name, &value, 4); }
+  Config& Bool(const char* name, bool value) { return Add('B', name, &value, 1); }
+  Config& Short(const char* name, std::int16_t value) { return Add('2', name, &value, 2); }
+  [[nodiscard]] ztlib_blob Blob() const { return {bytes.data(), bytes.size()}; }
+
+ private:
+  Config& Add(char tag, const std::string& name, const void* value, std::uint32_t size) {
+    bytes += tag;
+    bytes += static_cast<char>(name.size());
+    bytes += name;
+    bytes.append(reinterpret_cast<const char*>(&size), sizeof size);
+    bytes.append(static_cast<const char*>(value), size);
+    return *this;
+  }
+  std::string bytes;
+};
+
+template <void (*destroy)(void**)>
+struct Handle {
+  explicit Handle(void* object) : object(object) {}
+  ~Handle() { destroy(&object); }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  void* object;
+};
+
+struct Decoder : Handle<ztlib_decoder_destroy> {
+  Decoder() : Handle(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG)) {}
+  explicit Decoder(int format, int scale = 1) : Decoder() {
+    Configure(Config().Int("PixelFormat", format).Int("ScaleDown", scale));
+  }
+  void Configure(const Config& config) {
+    const ztlib_blob blob = config.Blob();
+    ztlib_decoder_config(object, &blob);
+  }
+  // From memory of exactly that size, so that a sanitizer sees a read behind it.
+  void Process(void* image, const Bytes& frame) {
+    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[frame.size()]);
+    std::copy(frame.begin(), frame.end(), copy.get());
+    ztlib_decoder_process(&object, image, copy.get(), static_cast<std::uint32_t>(frame.size()));
+  }
+};
+
+struct Encoder : Handle<ztlib_encoder_destroy> {
+  Encoder() : Handle(ztlib_encoder_create(ZTLIB_VIDEO_MJPEG)) {}
+  Encoder(int width, int height) : Encoder() {
+    Configure(Config().Int("Width", width).Int("Height", height));
+  }
+  void Configure(const Config& config) {
+    const ztlib_blob blob = config.Blob();
+    ztlib_encoder_config(object, &blob);
+  }
+};
+
+class CodecExports : public ExportTest {
+ protected:
+  static Bytes FrameOf(const Bytes& stream) {
+    Output output;
+    ztlib_copyAndAddHeader(&output, Output::Receive, stream.data(),
+                           static_cast<std::uint32_t>(stream.size()));
+    return output.bytes;
+  }
+  static Bytes Encode(void* encoder, const Image& image) {
+    Output output;
+    ztlib_encoder_process(encoder, &output, Output::Receive, image.get(), 0);
+    EXPECT_EQ(output.calls, output.bytes.empty() ? 0 : 1);
+    return output.bytes;
+  }
+  static Bytes Pixels(const Image& image) { return BytesOf(image); }
+
+  // A picture of YUV pixels made of three-byte ones.
+  static Image YuvImage(const Bytes& ycc, int width, int height) {
+    Bytes four;
+    for (std::size_t i = 0; i < ycc.size(); i += 3)
+      four.insert(four.end(), {ycc[i], ycc[i + 1], ycc[i + 2], 0});
+    return NewImage(ZTLIB_YUV, width, height, four);
+  }
+
+  // The bytes of a decoded picture that have a meaning, as libjpeg gives them.
+  static Bytes Expected(const Bytes& stream, int format, int scale, int width, int height) {
+    const J_COLOR_SPACE space = format == ZTLIB_GRAY  ? JCS_GRAYSCALE
+                                : format == ZTLIB_RGB ? JCS_EXT_BGR
+                                                      : JCS_YCbCr;
+    const jpeg_reference::Picture picture = jpeg_reference::Decode(stream, space, scale);
+    Bytes result;
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x) {
+        const std::uint8_t* const p = picture.At(x, y);
+        if (format <= ZTLIB_YUV) {
+          result.insert(result.end(), p, p + picture.components);
+        } else if (x % 2 != 0) {
+          const std::uint8_t* const left = p - 3;
+          const auto u = static_cast<std::uint8_t>((left[1] + p[1] + 1) >> 1);
+          const auto v = static_cast<std::uint8_t>((left[2] + p[2] + 1) >> 1);
+          if (format == ZTLIB_YUYV)
+            result.insert(result.end(), {left[0], u, p[0], v});
+          else
+            result.insert(result.end(), {u, left[0], v, p[0]});
+        }
+      }
+    return result;
+  }
+  static Bytes Meaningful(const Image& image, int format) {
+    Bytes bytes = Pixels(image);
+    if (format != ZTLIB_RGB && format != ZTLIB_YUV) return bytes;
+    Bytes result;
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+      if (i % 4 != 3) result.push_back(bytes[i]);
+    return result;
+  }
+};
+
+TEST_F(CodecExports, DecodesWhatLibjpegDecodes) {
+  const Style styles[] = {{.name = "4:2:0"},
+                          {.name = "4:2:2", .lumaDown = 1},
+                          {.name = "4:4:4", .lumaAcross = 1, .lumaDown = 1},
+                          {.name = "4:4:0", .lumaAcross = 1},
+                          {.name = "4:1:1", .lumaAcross = 4, .lumaDown = 1},
+                          {.name = "4:1:0", .lumaAcross = 4},
+                          {.name = "gray", .lumaAcross = 1, .lumaDown = 1, .components = 1},
+                          {.name = "progressive", .progressive = true},
+                          {.name = "restart", .restartInterval = 1}};
+  const std::pair<int, int> sizes[] = {{96, 64}, {101, 67}, {34, 17}, {4, 5}, {5, 1}, {1, 33}};
+  for (const Style& style : styles)
+    for (const auto& [width, height] : sizes) {
+      const Bytes stream =
+          jpeg_reference::Encode(jpeg_reference::Scene(width, height), width, height, style);
+      const Bytes frame = FrameOf(stream);
+      for (int scale : {1, 2, 3, 4, 5, 8, 16})
+        for (int format = ZTLIB_GRAY; format <= ZTLIB_UYVY; ++format) {
+          SCOPED_TRACE(testing::Message() << style.name << " " << width << "x" << height << " /"
+                                          << scale << " format " << format);
+          const int w = width / scale;
+          const int h = height / scale;
+          const Image image = NewImage();
+          Decoder(format, scale).Process(image.get(), frame);
+          if (format > ZTLIB_YUV && w % 2 != 0) {
+            ExpectFailure(process, "main/target/windll/image/ztimage_impl", "Invalid range");
+          } else if (style.components == 1 && format > ZTLIB_RGB) {
+            ExpectUnknownFailure(process);
+          } else {
+            ASSERT_NO_FATAL_FAILURE(ExpectNoFailure());
+            ASSERT_EQ(Meaningful(image, format), Expected(stream, format, scale, w, h));
+            EXPECT_EQ(ExportTest::FrameOf(image)->width, w);
+            EXPECT_EQ(ExportTest::FrameOf(image)->height, h);
+          }
+          Forget();
+        }
+    }
+}
+
+TEST_F(CodecExports, EveryCutOfAStreamFailsAndTheHandleGoesOn) {
+  for (bool progressive : {false, true}) {
+    const Bytes scene = jpeg_reference::Scene(50, 34);
+    const Bytes frame =
+        FrameOf(jpeg_reference::Encode(scene, 50, 34, {.progressive = progressive}));
+    const Image image = NewImage();
+    Decoder decoder(ZTLIB_YUYV);
+    decoder.Process(image.get(), frame);
+    const Bytes good = Pixels(image);
+    for (std::size_t size = frame.size() - 1; size >= 26; --size) {
+      decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
+      ExpectUnknownFailure(process);
+    }
+    for (std::size_t size : {std::size_t{0}, std::size_t{25}}) {
+      decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
+      ExpectFailure(process, "main/target/windll/codec/codec", "Invalid range");
+    }
+    Bytes longer = frame;
+    longer.insert(longer.end(), 100, 0xFF);
+    decoder.Process(image.get(), longer);
+    ExpectNoFailure();
+    EXPECT_EQ(Pixels(image), good);
+  }
+}
+
+TEST_F(CodecExports, DamagedStreamsLeaveTheNextFrameAsItIs) {
+  const Bytes scene = jpeg_reference::Scene(64, 48);
+  std::mt19937 random(5);
+  const Image image = NewImage();
+  for (const Style& style : {Style{}, Style{.lumaDown = 1, .restartInterval = 1},
+                             Style{.lumaAcross = 1, .progressive = true}}) {
+    const Bytes frame = FrameOf(jpeg_reference::Encode(scene, 64, 48, style));
+    for (int format = ZTLIB_GRAY; format <= ZTLIB_UYVY; ++format) {
+      Decoder decoder(format, 1 << random() % 4);
+      decoder.Process(image.get(), frame);
+      const Bytes good = Pixels(image);
+      for (int i = 0; i < 100; ++i) {
+        Bytes bad = frame;
+        for (std::uint32_t changes = 1 + random() % 4; changes > 0; --changes)
+          bad[headerSize + random() % (bad.size() - headerSize)] =
+              static_cast<std::uint8_t>(random());
+        decoder.Process(image.get(), bad);
+        Forget();
+        decoder.Process(image.get(), frame);
+        ExpectNoFailure();
+        ASSERT_EQ(Pixels(image), good);
+      }
+    }
+  }
+}
+
+TEST_F(CodecExports, EncodesWhatLibjpegEncodes) {
+  for (const auto& [width, height, quality] :
+       {std::tuple(96, 64, 75), {101, 67, 90}, {48, 50, 20}, {65, 49, 0}, {64, 64, 1000}}) {
+    SCOPED_TRACE(testing::Message() << width << "x" << height << " q " << quality);
+    Encoder encoder(width, height);
+    if (quality != 75) encoder.Configure(Config().Int("JPEGQuality", quality));
+    const Bytes scene = jpeg_reference::Scene(width, height);
+    const Bytes frame = Encode(encoder.object, YuvImage(scene, width, height));
+    ExpectNoFailure();
+    ASSERT_GT(frame.size(), headerSize);
+    EXPECT_EQ(Bytes(frame.begin() + headerSize, frame.end()),
+              jpeg_reference::Encode(scene, width, height, {.quality = quality}));
+
+    Bytes header(headerSize);
+    const auto put = [&](std::size_t offset, std::uint32_t value) {
+      std::memcpy(&header[offset], &value, sizeof value);
+    };
+    put(0, 3);
+    put(4, static_cast<std::uint32_t>(frame.size()));
+    put(8, headerSize);
+    put(24, 3);
+    put(32, static_cast<std::uint32_t>(width));
+    put(36, static_cast<std::uint32_t>(height));
+    put(64, static_cast<std::uint32_t>(quality));
+    EXPECT_EQ(Bytes(frame.begin(), frame.begin() + headerSize), header);
+
+    const Image image = NewImage();
+    Decoder(ZTLIB_GRAY).Process(image.get(), frame);
+    ExpectNoFailure();
+  }
+}
+
+TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
+  const Bytes scene = jpeg_reference::Scene(64, 64);
+  const Image image = YuvImage(scene, 64, 64);
+  constexpr char encoderSource[] = "main/target/windll/codec/videoencoder_mjpeg";
+  Encoder encoder;
+  EXPECT_EQ(Encode(encoder.object, image), Bytes());
+  ExpectFailure(encode, encoderSource, "Using null-pointer");
+
+  encoder.Configure(Config().Int("Width", 64).Int("Height", 64));
+  const Bytes frame = Encode(encoder.object, image);
+  EXPECT_EQ(Encode(encoder.object, NewImage()), Bytes());
+  ASSERT_EQ(failures.size(), 1U);
+  EXPECT_NE(failures[0].find("Using null-pointer"), std::string::npos);
+  Forget();
+  EXPECT_EQ(Encode(encoder.object, YuvImage(scene, 64, 63)), Bytes());
+  ExpectFailure(encode, encoderSource, "Invalid range");
+  // As many pixels in another shape are read as one run.
+  EXPECT_EQ(Encode(encoder.object, YuvImage(scene, 32, 128)), frame);
+
+  // 629 bytes of tables do not fit into 512.
+  encoder.Configure(Config().Int("Width", 16).Int("Height", 16));
+  EXPECT_EQ(Encode(encoder.object, image), Bytes());
+  ExpectUnknownFailure(encode);
+  for (const auto& [width, height] : {std::pair(0, 64), {65501, 64}}) {
+    encoder.Configure(Config().Int("Width", width).Int("Height", height));
+    Encode(encoder.object, NewImage(ZTLIB_YUV, 65501, 64, {}));
+    ExpectUnknownFailure(encode);
+  }
+
+  // A configuration that fails, or is of other kinds, leaves the one in force.
+  encoder.Configure(Config().Int("Width", 64).Int("Height", 64));
+  encoder.Configure(Config().Int("Width", -1).Int("Height", -1).Int("JPEGQuality", 1));
+  EXPECT_EQ(failures.size(), 1U);
+  Forget();
+  encoder.Configure(Config().Short("Width", 16).Bool("JPEGQuality", true));
+  EXPECT_EQ(Encode(encoder.object, image), frame);
+  ExpectNoFailure();
+}
+
+TEST_F(CodecExports, DecoderConfigurationKeepsWhatIsAbsent) {
+  const Bytes frame = FrameOf(jpeg_reference::Encode(jpeg_reference::Scene(64, 48), 64, 48));
+  const Image image = NewImage();
+  Decoder decoder(ZTLIB_RGB, 2);
+  decoder.Configure(Config().Bool("SwapRGB", true));
+  decoder.Configure(
+      Config().Int("ScaleDown", 0).Short("PixelFormat", ZTLIB_GRAY).Int("SwapRGB", 0));
+  decoder.Process(image.get(), frame);
+  ExpectNoFailure();
+  EXPECT_EQ(ExportTest::FrameOf(image)->width, 32);
+  const Bytes swapped = Meaningful(image, ZTLIB_RGB);
+  Bytes expected = Expected(Bytes(frame.begin() + headerSize, frame.end()), ZTLIB_RGB, 2, 32, 24);
+  for (std::size_t i = 0; i < expected.size(); i += 3)
+    std::swap(expected[i], expected[i + 2]);
+  EXPECT_EQ(swapped, expected);
+
+  for (const auto& [format, source, message] :
+       {std::tuple(ZTLIB_BOOL8 + 0, "main/target/windll/image_convert/image_convert_tobool_impl",
+                   "Wrong format"),
+        {9, "main/target/windll/image/ztimage_impl", "Invalid range"},
+        {-1, "main/lib/base/pixel_format", "Invalid range"}}) {
+    decoder.Configure(Config().Int("PixelFormat", format));
+    decoder.Process(image.get(), frame);
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_NE(failures[0].find(message), std::string::npos) << failures[0];
+    EXPECT_NE(failures[0].find(source), std::string::npos) << failures[0];
+    Forget();
+  }
+}
+
+TEST_F(CodecExports, RefusedPictureMemoryIsAFailure) {
+  const Bytes frame = FrameOf(jpeg_reference::Encode(jpeg_reference::Scene(64, 48), 64, 48));
+  const Image image = NewImage();
+  for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_UYVY}) {
+    Decoder decoder(format);
+    decoder.Process(image.get(), frame);
+    const Bytes good = Pixels(image);
+    CTestFrames::refuse = true;
+    decoder.Process(image.get(), frame);
+    ExpectFailure(process, "main/lib/base/image_rw", "Using null-pointer");
+    EXPECT_EQ(ztlib_ztimage_get_avframe(image.get()), nullptr);
+    CTestFrames::refuse = false;
+    decoder.Process(image.get(), frame);
+    ExpectNoFailure();
+    EXPECT_EQ(Pixels(image), good);
+  }
+}
+
+TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
+  for (int format : {0, 4, 5, 7, -3, 65539}) {
+    EXPECT_EQ(ztlib_decoder_create(format), nullptr);
+    EXPECT_EQ(ztlib_encoder_create(format), nullptr);
+    const std::string number = std::to_string(format);
+    EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateDecoder: Unknown video format " + number},
+                                        {1, "CreateEncoder: Unknown video format " + number}}));
+    EXPECT_TRUE(failures.empty());
+    Forget();
+  }
+}
+
+TEST_F(CodecExports, TheFrameChoosesTheDecoder) {
+  Bytes frame = FrameOf(jpeg_reference::Encode(jpeg_reference::Scene(64, 48), 64, 48));
+  const Image image = NewImage();
+  Decoder decoder(ZTLIB_GRAY);
+  decoder.Process(image.get(), frame);
+  const Bytes good = Pixels(image);
+  void* const before = decoder.object;
+  frame[24] = 5;
+  decoder.Process(image.get(), frame);
+  EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateDecoder: Unknown video format 5"},
+                                      {1, "DecodeFrame: invalid video format: (5)"}}));
+  EXPECT_TRUE(failures.empty());
+  Forget();
+  EXPECT_EQ(decoder.object, before);
+  EXPECT_EQ(Pixels(image), good);
+
+  // A null handle with such a frame ends the process; with a good one it becomes a decoder.
+  void* handle = nullptr;
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(ztlib_decoder_process(&handle, image.get(), frame.data(), 112), "");
+  frame[24] = 3;
+  ztlib_decoder_process(&handle, image.get(), frame.data(),
+                        static_cast<std::uint32_t>(frame.size()));
+  ExpectFailure(process, "main/target/windll/image_convert/image_convert_tobool_impl",
+                "Wrong format");
+  EXPECT_NE(handle, nullptr);
+  ztlib_decoder_setBaseImage(handle, image.get());
+  ztlib_decoder_setBaseImage(nullptr, image.get());
+  ztlib_decoder_destroy(&handle);
+  EXPECT_EQ(handle, nullptr);
+  ztlib_decoder_destroy(&handle);
+  ztlib_decoder_destroy(nullptr);
+  ztlib_encoder_destroy(&handle);
+  ztlib_encoder_destroy(nullptr);
+  ExpectNoFailure();
+}
+
+TEST_F(CodecExports, NullArgumentsAreFailures) {
+  const Image image = NewImage();
+  Decoder decoder;
+  Encoder encoder;
+  Output output;
+  const ztlib_blob empty{nullptr, 0};
+  const ztlib_blob hollow{nullptr, 9};
+  std::uint8_t byte = 0;
+  void* const noHandle = nullptr;
+  const std::pair<const char*, std::function<void()>> calls[] = {
+      {"ztlib_decoder_config", [&] { ztlib_decoder_config(noHandle, &empty); }},
+      {"ztlib_decoder_config", [&] { ztlib_decoder_config(decoder.object, nullptr); }},
+      {"ztlib_decoder_config", [&] { ztlib_decoder_config(decoder.object, &hollow); }},
+      {"ztlib_encoder_config", [&] { ztlib_encoder_config(noHandle, &empty); }},
+      {"ztlib_encoder_config", [&] { ztlib_encoder_config(encoder.object, nullptr); }},
+      {"ztlib_encoder_config", [&] { ztlib_encoder_config(encoder.object, &hollow); }},
+      {process, [&] { ztlib_decoder_process(nullptr, image.get(), &byte, 1); }},
+      {process, [&] { ztlib_decoder_process(&decoder.object, nullptr, &byte, 1); }},
+      {process, [&] { ztlib_decoder_process(&decoder.object, image.get(), nullptr, 1); }},
+      {encode, [&] { ztlib_encoder_process(noHandle, &output, Output::Receive, image.get(), 0); }},
+      {encode, [&] { ztlib_encoder_process(encoder.object, &output, nullptr, image.get(), 0); }},
+      {encode,
+       [&] { ztlib_encoder_process(encoder.object, &output, Output::Receive, nullptr, 0); }},
+      {"ztlib_copyAndAddHeader",
+       [&] { ztlib_copyAndAddHeader(&output, Output::Receive, nullptr, 1); }},
+      {"ztlib_copyAndAddHeader", [&] { ztlib_copyAndAddHeader(&output, nullptr, &byte, 1); }},
+  };
+  for (const auto& [name, call] : calls) {
+    call();
+    ExpectFailure(name, api, "Using null-pointer");
+  }
+  ztlib_copyAndAddHeader(&output, Output::Receive, nullptr, 0);
+  ExpectUnknownFailure("ztlib_copyAndAddHeader");
+  ztlib_decoder_config(decoder.object, &empty);
+  ExpectNoFailure();
+  EXPECT_EQ(output.calls, 0);
+}
+
+TEST_F(CodecExports, CopyAndAddHeaderWrapsAPicture) {
+  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(101, 67), 101, 67);
+  const Bytes frame = FrameOf(stream);
+  ASSERT_EQ(frame.size(), stream.size() + headerSize);
+  EXPECT_EQ(Bytes(frame.begin() + headerSize, frame.end()), stream);
+  Bytes header(headerSize);
+  const std::pair<std::size_t, std::uint32_t> fields[] = {
+      {0, 2},          {4, static_cast<std::uint32_t>(frame.size())},
+      {8, headerSize}, {24, 3},
+      {28, 0x10000},   {32, 101},
+      {36, 67}};
+  for (const auto& [offset, value] : fields)
+    std::memcpy(&header[offset], &value, sizeof value);
+  EXPECT_EQ(Bytes(frame.begin(), frame.begin() + headerSize), header);
+  ExpectNoFailure();
+  EXPECT_EQ(FrameOf(Bytes(stream.begin(), stream.begin() + 20)), Bytes());
+  ExpectUnknownFailure("ztlib_copyAndAddHeader");
+}
+
+TEST_F(CodecExports, FrameInfoReadsHeadersOfAllAges) {
+  struct Case {
+    std::uint32_t headerSize;
+    std::uint16_t format, differential, refresh;
+    std::uint32_t frameType;
+    std::size_t size;
+    std::int32_t reportedType;
+    std::size_t payload;
+  };
+  const Case cases[] = {
+      {112, 3, 0, 0, 0, 150, 0, 112},      {112, 3, 0xFFFF, 2, 9, 150, -1, 112},
+      {112, 7, 1, 1, 0, 150, 1, 112},      {112, 7, 1, 0, 4, 150, 4, 112},
+      {112, 7, 0, 0xFFFE, 5, 112, 5, 112}, {0, 7, 2, 0, 0, 150, 0, 64},
+      {63, 3, 0, 0, 0, 150, 0, 64},        {64, 3, 0, 0, 0, 64, 0, 64},
+      {151, 3, 0, 0, 0, 150, 0, 64},       {150, 3, 0, 0, 0, 150, 0, 150},
+      {100, 7, 0, 0, 5, 75, 0, 64},        {76, 7, 0, 0, 5, 76, 5, 76},
+  };
+  for (const Case& c : cases) {
+    Bytes frame(112 + 64, 0xEE);
+    const auto put = [&](std::size_t offset, auto value) {
+      std::memcpy(&frame[offset], &value, sizeof value);
+    };
+    put(8, c.headerSize);
+    put(24, c.format);
+    put(26, c.differential);
+    put(28, c.refresh);
+    put(32, 0xFFFFFFFF);
+    put(36, 480);
+    put(72, c.frameType);
+    frame.resize(c.size);
+    const ztlib_blob blob{frame.data(), frame.size()};
+    std::int32_t one[6] = {};
+    std::int32_t two[6] = {};
+    Output output;
+    ztlib_getFrameInfo1(&blob, &one[0], &one[1], &one[2], &one[3], &one[4], &one[5], &output,
+                        Output::Receive);
+    const void* payload = nullptr;
+    std::uint32_t payloadSize = 0;
+    ztlib_getFrameInfo2(frame.data(), static_cast<std::uint32_t>(frame.size()), &two[0], &two[1],
+                        &two[2], &two[3], &two[4], &two[5], &payload, &payloadSize);
+    const std::int32_t expected[6] = {-1,
+                                      480,
+                                      static_cast<std::int16_t>(c.format),
+                                      static_cast<std::int16_t>(c.differential),
+                                      static_cast<std::int16_t>(c.refresh),
+                                      c.reportedType};
+    EXPECT_TRUE(std::equal(one, one + 6, expected));
+    EXPECT_TRUE(std::equal(two, two + 6, expected));
+    EXPECT_EQ(output.calls, 1);
+    EXPECT_EQ(output.bytes, Bytes(frame.begin() + c.payload, frame.end()));
+    EXPECT_EQ(payload, frame.data() + c.payload);
+    EXPECT_EQ(payloadSize, c.size - c.payload);
+    EXPECT_EQ(ztlib_getVideoFormat(&blob), c.format);
+    ztlib_getFrameInfo2(frame.data(), static_cast<std::uint32_t>(frame.size()), nullptr, nullptr,
+                        nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    ExpectNoFailure();
+  }
+}
+
+TEST_F(CodecExports, FrameInfoOfShortFramesIsAFailure) {
+  const Bytes frame(63, 1);
+  const ztlib_blob blob{frame.data(), frame.size()};
+  const ztlib_blob hollow{nullptr, 112};
+  std::int32_t width = 77;
+  Output output;
+  const auto info1 = [&](const ztlib_blob* b, ztlib_output out) {
+    ztlib_getFrameInfo1(b, &width, nullptr, nullptr, nullptr, nullptr, nullptr, &output, out);
+  };
+  const auto info2 = [&](const void* data, std::uint32_t size) {
+    ztlib_getFrameInfo2(data, size, &width, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                        nullptr);
+  };
+  info1(&blob, Output::Receive);
+  ExpectFailure("ztlib_getFrameInfo1", api, "Invalid range");
+  info2(frame.data(), 63);
+  ExpectFailure("ztlib_getFrameInfo2", api, "Invalid range");
+  info2(nullptr, 0);
+  ExpectFailure("ztlib_getFrameInfo2", api, "Invalid range");
+  info2(nullptr, 112);
+  ExpectFailure("ztlib_getFrameInfo2", api, "Using null-pointer");
+  for (const ztlib_blob* bad : {static_cast<const ztlib_blob*>(nullptr), &hollow}) {
+    info1(bad, Output::Receive);
+    ExpectFailure("ztlib_getFrameInfo1", api, "Using null-pointer");
+    EXPECT_EQ(ztlib_getVideoFormat(bad), -1);
+  }
+  info1(&blob, nullptr);
+  ExpectFailure("ztlib_getFrameInfo1", api, "Using null-pointer");
+  const ztlib_blob tooShort{frame.data(), 25};
+  EXPECT_EQ(ztlib_getVideoFormat(&tooShort), -1);
+  EXPECT_EQ(width, 77);
+  EXPECT_EQ(output.calls, 0);
+}
+
+TEST_F(CodecExports, HandlesWorkOnSeveralThreads) {
+  const Bytes scene = jpeg_reference::Scene(64, 48);
+  Encoder shared(64, 48);
+  const Bytes expected = Encode(shared.object, YuvImage(scene, 64, 48));
+  std::atomic<int> differences = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] {
+      Encoder own(64, 48);
+      Decoder decoder(ZTLIB_YUYV);
+      const Image source = YuvImage(scene, 64, 48);
+      const Image decoded = NewImage();
+      for (int i = 0; i < 10; ++i) {
+        if (Encode(own.object, source) != expected) ++differences;
+        if (Encode(shared.object, source) != expected) ++differences;
+        if (i == t) shared.Configure(Config().Int("LineSize", i));
+        decoder.Process(decoded.get(), expected);
+      }
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(differences, 0);
+  ExpectNoFailure();
+}
+
+// The transform as a list of steps on plain 64-bit numbers that are cut to 32 bits one by one.
+std::int64_t Cut(std::int64_t value) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+}
+void ModelPass(std::int64_t* x, int step) {
+  const auto in = [&](int i) { return x[i * step]; };
+  const auto add = [](auto... values) {
+    std::int64_t sum = 0;
+    ((sum = Cut(sum + values)), ...);
+    return sum;
+  };
+  const std::int64_t a = add(in(1), in(7)), b = add(in(1), -in(7));
+  const std::int64_t s = add(a, in(3)), d = add(a, -in(3));
+  const std::int64_t t = add(b, in(5)), u = add(b, -in(5));
+  const std::int64_t p = add(d >> 3, -(d >> 7)), q = add(u >> 3, -(u >> 7));
+  const std::int64_t m1 = add(add(p, -(d >> 11)) >> 1, p, add(u, -q));
+  const std::int64_t m2 = add(d, -p, -add(add(q, -(u >> 11)) >> 1, q));
+  const std::int64_t e1 = add(add(s >> 9, -s) >> 2, add(s, -(s >> 9)), t >> 1);
+  const std::int64_t e2 = add(add(t >> 9, -t) >> 2, add(t, -(t >> 9)), -(s >> 1));
+  const std::int64_t f = add(in(2), in(2) >> 5), h = add(in(6), in(6) >> 5);
+  const std::int64_t j = add(f, -(f >> 2), in(6) >> 4, h >> 2);
+  const std::int64_t k = add(in(2) >> 4, f >> 2, h >> 2, -h);
+  const std::int64_t plus = add(in(0), in(4)), minus = add(in(0), -in(4));
+  const std::int64_t even[4] = {add(plus, j), add(minus, k), add(minus, -k), add(plus, -j)};
+  const std::int64_t odd[4] = {e1, m1, m2, e2};
+  for (int i = 0; i < 4; ++i) {
+    x[i * step] = add(even[i], odd[i]);
+    x[(7 - i) * step] = add(even[i], -odd[i]);
+  }
+}
+
+TEST(InverseTransform, FollowsItsStepsForAnyCoefficients) {
+  constexpr int weights[8] = {1024, 1138, 1730, 1609, 1024, 1609, 1730, 1138};
+  std::mt19937 random(3);
+  for (int run = 0; run < 500; ++run) {
+    // One byte off any alignment.
+    std::uint8_t memory[129];
+    std::int16_t values[64];
+    std::int64_t model[64];
+    for (int i = 0; i < 64; ++i) {
+      values[i] = static_cast<std::int16_t>(run == 0   ? (i == 0 ? 8 : 0)
+                                            : run == 1 ? INT16_MIN
+                                            : run % 2  ? random()
+                                                       : random() % 256 - 128);
+      // These four are rounded; all others are cut.
+      const bool rounded = i % 8 % 4 == 2 && i / 8 % 4 == 2;
+      model[i] = Cut(std::int64_t{values[i]} *
+                     (weights[i / 8] * weights[i % 8] / 1024 + (rounded ? 1 : 0)));
+    }
+    std::memcpy(memory + 1, values, sizeof values);
+    idct8x8_mmx(reinterpret_cast<std::int16_t*>(memory + 1));
+    std::memcpy(values, memory + 1, sizeof values);
+    for (int i = 0; i < 8; ++i)
+      ModelPass(model + 8 * i, 1);
+    for (int i = 0; i < 8; ++i)
+      ModelPass(model + i, 8);
+    for (int i = 0; i < 64; ++i) {
+      ASSERT_EQ(values[i], static_cast<std::int16_t>(model[i] >> 13)) << run << ":" << i;
+      ASSERT_TRUE(run != 0 || values[i] == 1);
+    }
+  }
+}
+
+}  // namespace

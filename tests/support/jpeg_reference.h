@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include <jpeglib.h>
+
+// Direct calls of libjpeg, the yardstick of the codec's results, and pictures to feed them with.
+namespace jpeg_reference {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Three components a pixel: gradients, noise and hard edges from a fixed seed.
+inline Bytes Scene(int width, int height, std::uint32_t seed = 1) {
+  Bytes pixels;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      seed = seed * 1664525 + 1013904223;
+      const int noise = static_cast<int>(seed >> 28);
+      const int edge = ((x / 11 + y / 7) & 1) * 40;
+      for (int value : {x * 2 + y + edge + noise, 90 + x - y / 2 + edge, 200 - x + y - noise})
+        pixels.push_back(static_cast<std::uint8_t>(value & 0xff));
+    }
+  return pixels;
+}
+
+struct Style {
+  const char* name = "default";
+  int lumaAcross = 2;
+  int lumaDown = 2;
+  int components = 3;
+  bool progressive = false;
+  int restartInterval = 0;  // in rows of units
+  int quality = 75;
+};
+
+// Encodes three-byte YCbCr pixels, or their luma alone.
+inline Bytes Encode(const Bytes& ycc, int width, int height, const Style& style = {}) {
+  jpeg_compress_struct object{};
+  jpeg_error_mgr errors;
+  object.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&object);
+  unsigned char* memory = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&object, &memory, &size);
+  object.image_width = static_cast<JDIMENSION>(width);
+  object.image_height = static_cast<JDIMENSION>(height);
+  object.input_components = style.components;
+  object.in_color_space = style.components == 3 ? JCS_YCbCr : JCS_GRAYSCALE;
+  jpeg_set_defaults(&object);
+  jpeg_set_quality(&object, style.quality, TRUE);
+  object.comp_info[0].h_samp_factor = style.lumaAcross;
+  object.comp_info[0].v_samp_factor = style.lumaDown;
+  if (style.progressive) jpeg_simple_progression(&object);
+  object.restart_in_rows = style.restartInterval;
+  jpeg_start_compress(&object, TRUE);
+  Bytes row(static_cast<std::size_t>(width * style.components));
+  for (int y = 0; y < height; ++y) {
+    for (int i = 0; i < width * style.components; ++i)
+      row[i] = ycc[static_cast<std::size_t>(y) * width * 3 + (style.components == 3 ? i : 3 * i)];
+    JSAMPROW pointer = row.data();
+    jpeg_write_scanlines(&object, &pointer, 1);
+  }
+  jpeg_finish_compress(&object);
+  Bytes stream(memory, memory + size);
+  jpeg_destroy_compress(&object);
+  std::free(memory);
+  return stream;
+}
+
+struct Picture {
+  int width = 0;
+  int height = 0;
+  int components = 0;
+  Bytes pixels;
+  [[nodiscard]] const std::uint8_t* At(int x, int y) const {
+    return &pixels[(static_cast<std::size_t>(y) * width + x) * components];
+  }
+};
+
+inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
+  jpeg_decompress_struct object{};
+  jpeg_error_mgr errors;
+  object.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&object);
+  jpeg_mem_src(&object, stream.data(), stream.size());
+  jpeg_read_header(&object, TRUE);
+  object.out_color_space = space;
+  object.scale_num = 1;
+  object.scale_denom = static_cast<unsigned>(scale);
+  jpeg_start_decompress(&object);
+  Picture picture{static_cast<int>(object.output_width),
+                  static_cast<int>(object.output_height),
+                  object.output_components,
+                  {}};
+  const std::size_t rowSize = std::size_t{object.output_width} * object.output_components;
+  picture.pixels.resize(rowSize * object.output_height);
+  while (object.output_scanline < object.output_height) {
+    JSAMPROW row = &picture.pixels[rowSize * object.output_scanline];
+    jpeg_read_scanlines(&object, &row, 1);
+  }
+  jpeg_finish_decompress(&object);
+  jpeg_destroy_decompress(&object);
+  return picture;
+}
+
+}  // namespace jpeg_reference

@@ -1,0 +1,133 @@
+#include "include/ztlib.h"
+#include "tests/support/jpeg_reference.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+// The heap of this program, libjpeg's use of it included, counts its calls. A program of its own,
+// because it takes the place of the C library's functions.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+}
+
+namespace {
+std::atomic<int> heapCalls = 0;
+}
+
+extern "C" {
+void* malloc(std::size_t size) {
+  ++heapCalls;
+  return __libc_malloc(size);
+}
+void* calloc(std::size_t count, std::size_t size) {
+  ++heapCalls;
+  return __libc_calloc(count, size);
+}
+void* realloc(void* memory, std::size_t size) {
+  ++heapCalls;
+  return __libc_realloc(memory, size);
+}
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  ++heapCalls;
+  return __libc_memalign(alignment, size);
+}
+}
+
+namespace {
+
+using jpeg_reference::Bytes;
+
+constexpr int width = 640;
+constexpr int height = 480;
+
+// Hands out two frames in turn, which never come from the heap.
+struct Frame {
+  std::uint8_t* data;
+  char unread[96];
+  std::int32_t width;
+  std::int32_t height;
+};
+std::uint8_t frameMemory[2][width * height * 4];
+Frame frames[2] = {{frameMemory[0], {}, 0, 0}, {frameMemory[1], {}, 0, 0}};
+int nextFrame = 0;
+
+void* AllocateFrame(int w, int h, int) {
+  Frame& frame = frames[nextFrame];
+  nextFrame = 1 - nextFrame;
+  frame.width = w;
+  frame.height = h;
+  return &frame;
+}
+void ReleaseFrame(void*) {}
+
+std::string IntValue(const char* name, std::int32_t value) {
+  const std::uint32_t size = sizeof value;
+  return std::string("I") + static_cast<char>(std::strlen(name)) + name +
+         std::string(reinterpret_cast<const char*>(&size), 4) +
+         std::string(reinterpret_cast<const char*>(&value), 4);
+}
+
+struct Output {
+  std::uint32_t size = 0;
+  std::uint8_t bytes[width * height * 2];
+  static void Receive(void* user, const void* data, std::uint32_t size) {
+    auto& self = *static_cast<Output*>(user);
+    self.size = size;
+    std::memcpy(self.bytes, data, size);
+  }
+};
+
+// Heap calls of ten rounds after two to warm up.
+template <class Round>
+int CallsOfTen(Round round) {
+  round();
+  round();
+  const int before = heapCalls;
+  for (int i = 0; i < 10; ++i)
+    round();
+  return heapCalls - before;
+}
+
+TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  static Output output;
+  const Bytes scene = jpeg_reference::Scene(width, height);
+  for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
+    SCOPED_TRACE(format);
+    void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
+    const std::string encoderConfig = IntValue("Width", width) + IntValue("Height", height);
+    const ztlib_blob encoderBlob{encoderConfig.data(), encoderConfig.size()};
+    ztlib_encoder_config(encoder, &encoderBlob);
+    void* image = ztlib_ztimage_create_avframe(format, AllocateFrame(width, height, format));
+    for (std::size_t i = 0; i < sizeof frameMemory[0]; ++i)
+      static_cast<Frame*>(ztlib_ztimage_get_avframe(image))->data[i] = scene[i % scene.size()] / 4;
+    const int encoding =
+        CallsOfTen([&] { ztlib_encoder_process(encoder, &output, Output::Receive, image, 0); });
+    EXPECT_EQ(encoding, 10);
+    ASSERT_GT(output.size, 112U);
+
+    void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
+    const std::string decoderConfig = IntValue("PixelFormat", format);
+    const ztlib_blob decoderBlob{decoderConfig.data(), decoderConfig.size()};
+    ztlib_decoder_config(decoder, &decoderBlob);
+    void* decoded = ztlib_ztimage_create();
+    const int decoding =
+        CallsOfTen([&] { ztlib_decoder_process(&decoder, decoded, output.bytes, output.size); });
+    EXPECT_EQ(decoding, 0);
+    EXPECT_NE(ztlib_ztimage_get_avframe(decoded), nullptr);
+    ztlib_ztimage_destroy(decoded);
+    ztlib_ztimage_destroy(image);
+    ztlib_decoder_destroy(&decoder);
+    ztlib_encoder_destroy(&encoder);
+  }
+}
+
+}  // namespace

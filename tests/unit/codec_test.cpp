@@ -1,0 +1,233 @@
+#include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/exceptions.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/target/windll/codec/frame_header.h"
+#include "main/target/windll/codec/jpeg_decoder.h"
+#include "main/target/windll/codec/jpeg_encoder.h"
+#include "main/target/windll/codec/plane_kernels_variants.h"
+#include "main/target/windll/codec/videoencoder_mjpeg.h"
+#include "main/target/windll/image/ztimage.h"
+#include "tests/support/jpeg_reference.h"
+#include "tests/support/test_frames.h"
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using jpeg_reference::Bytes;
+
+constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, PixelFormat::YUV,
+                                         PixelFormat::YUYV, PixelFormat::UYVY};
+
+std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
+  return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
+}
+
+Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
+             std::uint32_t scale = 1) {
+  Bytes pixels(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
+  decoder.Decode(stream,
+                 {.format = format,
+                  .pixels = pixels.data(),
+                  .width = static_cast<std::uint32_t>(width),
+                  .height = static_cast<std::uint32_t>(height)},
+                 scale);
+  return pixels;
+}
+
+TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
+  CJPEGDecoder decoder;
+  for (bool fallback : {false, true}) {
+    const jpeg_reference::Style style{.lumaAcross = fallback ? 4 : 2};
+    const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, style);
+    const Bytes odd = jpeg_reference::Encode(jpeg_reference::Scene(47, 32), 47, 32, style);
+    for (PixelFormat format : targetFormats) {
+      const bool pairs = format >= PixelFormat::YUYV;
+      const Bytes whole = Decode(decoder, stream, format, 48, 32);
+      for (const auto& [width, height] : {std::pair(48, 32),
+                                          {64, 40},
+                                          {32, 48},
+                                          {24, 64},
+                                          {46, 31},
+                                          {46, 33},
+                                          {48, 10},
+                                          {50, 20},
+                                          {2, 2},
+                                          {0, 0},
+                                          {0, 7},
+                                          {48, 0}}) {
+        SCOPED_TRACE(testing::Message()
+                     << static_cast<int>(format) << " " << width << "x" << height);
+        const bool packed = width * height >= 48 * 32;
+        Bytes expected(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
+        if (packed)
+          std::copy(whole.begin(), whole.end(), expected.begin());
+        else
+          for (int y = 0; y < std::min(height, 32); ++y)
+            std::copy_n(
+                whole.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, 48 * y)),
+                PixelBytes(format, std::min(width, 48)),
+                expected.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, width * y)));
+        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected);
+      }
+      // Pairs never reach over the end of a row, so an odd picture is cropped where it would fit.
+      const Bytes narrow = Decode(decoder, odd, format, 46, 32);
+      const Bytes wide = Decode(decoder, odd, format, 64, 64);
+      for (int y = 0; pairs && y < 32; ++y)
+        EXPECT_TRUE(std::equal(narrow.begin() + 92 * y, narrow.begin() + 92 * (y + 1),
+                               wide.begin() + 128 * y));
+    }
+  }
+}
+
+TEST(JpegDecoder, FailuresAreAPlainIntThroughTheFramesOfLibjpeg) {
+  CJPEGDecoder decoder;
+  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
+  const Bytes good = Decode(decoder, stream, PixelFormat::YUV, 48, 32);
+  const auto thrown = [&](const Bytes& bad) {
+    try {
+      Decode(decoder, bad, PixelFormat::YUV, 48, 32);
+    } catch (int value) {
+      return value;
+    }
+    return 0;
+  };
+  EXPECT_EQ(thrown({}), 1);
+  EXPECT_EQ(thrown({1, 2, 3}), 1);
+  // A segment that claims to go on behind the end.
+  EXPECT_EQ(thrown({0xFF, 0xD8, 0xFF, 0xE5, 0xFF, 0xFF, 0}), 1);
+  // Tables without a picture have no size, whatever came before.
+  const Bytes tables = {0xFF, 0xD8, 0xFF, 0xD9};
+  EXPECT_EQ(decoder.ReadHeader(stream).width, 48U);
+  EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
+  EXPECT_EQ(decoder.ReadHeader(tables).height, 0U);
+  EXPECT_EQ(thrown(tables), 1);
+  EXPECT_EQ(Decode(decoder, stream, PixelFormat::YUV, 48, 32), good);
+}
+
+TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {
+  const Bytes stream =
+      jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, {.progressive = true});
+  // The last scan, a refinement, can come any number of times.
+  const std::uint8_t marker[] = {0xFF, 0xDA};
+  const auto last = std::find_end(stream.begin(), stream.end(), marker, marker + 2);
+  const auto withScans = [&](int count) {
+    Bytes longer(stream.begin(), last);
+    for (; count > 0; --count)
+      longer.insert(longer.end(), last, stream.end() - 2);
+    longer.insert(longer.end(), {0xFF, 0xD9});
+    return longer;
+  };
+  CJPEGDecoder decoder;
+  EXPECT_NO_THROW(Decode(decoder, withScans(400), PixelFormat::GRAY, 48, 32));
+  EXPECT_THROW(Decode(decoder, withScans(600), PixelFormat::GRAY, 48, 32), int);
+}
+
+#if defined(ZTLIB_AVX2)
+TEST(PlaneKernels, AreTheSameOnEveryInstructionSet) {
+  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
+  std::mt19937 random(1);
+  for (std::size_t count : {0, 1, 2, 7, 15, 16, 17, 31, 32, 33, 63, 100, 129}) {
+    // Exactly the bytes that the kernels may touch.
+    Bytes rows[3];
+    for (Bytes& row : rows)
+      for (std::size_t i = 0; i < 4 * count + 2; ++i)
+        row.push_back(static_cast<std::uint8_t>(random()));
+    const auto compare = [&](std::size_t size, auto call) {
+      Bytes a(size, 1);
+      Bytes b(size, 1);
+      call(baselinePlanes, a.data());
+      call(avx2Planes, b.data());
+      EXPECT_EQ(a, b) << count;
+    };
+    const std::uint8_t* const x = rows[0].data() + 1;
+    const std::uint8_t* const y = rows[1].data() + 1;
+    const std::uint8_t* const z = rows[2].data() + 1;
+    for (auto widen : {&PlaneKernels::widen, &PlaneKernels::widenBetween})
+      compare(2 * count, [&](const PlaneKernels& k, auto* to) { (k.*widen)(to, x, y, count); });
+    for (auto mean : {&PlaneKernels::widenToPairs, &PlaneKernels::widenBetweenToPairs,
+                      &PlaneKernels::meanOfPairs})
+      compare(count, [&](const PlaneKernels& k, auto* to) { (k.*mean)(to, x, y, count); });
+    for (auto join : {&PlaneKernels::joinYuv, &PlaneKernels::joinYuyv, &PlaneKernels::joinUyvy})
+      compare(4 * count, [&](const PlaneKernels& k, auto* to) { (k.*join)(to, x, y, z, count); });
+    compare(count, [&](const PlaneKernels& k, auto* to) { k.halve(to, x, y, count); });
+    compare(3 * count, [&](const PlaneKernels& k, auto* to) {
+      k.splitYuv(to, to + count, to + 2 * count, x, count);
+    });
+  }
+}
+#endif
+
+class EncoderMJPEG : public testing::Test {
+ protected:
+  CTestFrames frames{frame_manager::Register};
+
+  static void Configure(CVideoEncoderMJPEG& encoder, int width, int height, int quality = 75) {
+    CData config;
+    config.AddInt(Tok::Width, width);
+    config.AddInt(Tok::Height, height);
+    config.AddInt(Tok::JPEGQuality, quality);
+    encoder.Configure(config);
+  }
+  static Bytes Encode(CVideoEncoderMJPEG& encoder, const CZTImage& image,
+                      const EncodeRequest& request = {}) {
+    CBinData frame;
+    encoder.Encode(frame, image, request);
+    return {frame.Data(), frame.Data() + frame.Size()};
+  }
+  static void Fill(CZTImage& image, PixelFormat format, int width, int height) {
+    image.CreateBySizeInPixels(format, width, height);
+    const Bytes scene = jpeg_reference::Scene(width, height);
+    const std::size_t size = CTestFrames::PictureSize(width, height, static_cast<int>(format));
+    for (std::size_t i = 0; i < size; ++i)
+      image.GetPtrAs<std::uint8_t>()[i] = scene[i % scene.size()];
+  }
+};
+
+TEST_F(EncoderMJPEG, SourcesOfAllFormatsAreEncodedAsTheirConversion) {
+  for (const auto& [width, height] : {std::pair(96, 64), {66, 51}})
+    for (PixelFormat format : {PixelFormat::GRAY, PixelFormat::RGB, PixelFormat::YUV,
+                               PixelFormat::YUYV, PixelFormat::UYVY}) {
+      CZTImage image;
+      Fill(image, format, width, height + 1);
+      CVideoEncoderMJPEG encoder;
+      Configure(encoder, width, height);
+      CZTImage yuv;
+      yuv.ConvertOrMap(PixelFormat::YUV, image);
+      const int before = CTestFrames::allocated;
+      const Bytes frame = Encode(encoder, image);
+      EXPECT_EQ(CTestFrames::allocated, before);  // no second picture
+      EXPECT_EQ(frame, Encode(encoder, yuv)) << static_cast<int>(format);
+      // A wider picture is read as one run of its converted pixels.
+      Configure(encoder, width - 2, height);
+      EXPECT_EQ(Encode(encoder, image), Encode(encoder, yuv)) << static_cast<int>(format);
+    }
+}
+
+TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
+  CZTImage image;
+  Fill(image, PixelFormat::YUV, 64, 64);
+  CVideoEncoderMJPEG encoder;
+  testing::internal::CaptureStderr();
+  EXPECT_THROW(encoder.SetQuality(50), CException);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("codec/videoencoder_mjpeg:69"),
+            std::string::npos);
+  Configure(encoder, 64, 64, 80);
+  const Bytes frame = Encode(encoder, image, {.timestamp = 0x0123456789ABCDEF});
+  EXPECT_EQ(FrameHeader::Read(frame).timestamp, 0x0123456789ABCDEFU);
+  encoder.SetQuality(10);
+  const Bytes coarse = Encode(encoder, image);
+  EXPECT_LT(coarse.size(), frame.size());
+  EXPECT_EQ(FrameHeader::Read(coarse).quality, 80);
+  Configure(encoder, 64, 64, 10);
+  const Bytes configured = Encode(encoder, image);
+  EXPECT_TRUE(std::equal(coarse.begin() + FrameHeader::size, coarse.end(),
+                         configured.begin() + FrameHeader::size, configured.end()));
+}
+
+}  // namespace
