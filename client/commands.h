@@ -1,0 +1,35 @@
+#pragma once
+
+#include "client/recorder.h"
+
+#include <string>
+
+// Each command returns the exit status; what stops it is thrown as CError.
+
+struct CRecordOptions {
+  std::string input, output;
+  CRecordSettings settings;
+};
+int Record(const CRecordOptions& options);
+
+struct CPlayOptions {
+  std::string input;
+  int scale = 1;
+  int pixels = ZTLIB_RGB;
+  double framesPerSecond = 25;
+  std::string pngFolder, y4m, video;
+};
+int Play(const CPlayOptions& options);
+
+struct CInfoOptions {
+  std::string input;
+  bool isJson = false;
+};
+int Info(const CInfoOptions& options);
+
+struct CDemoOptions {
+  std::string input;  // empty: the synthetic scene
+  std::string folder = "demo";
+  CRecordSettings settings;
+};
+int Demo(const CDemoOptions& options);

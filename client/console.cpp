@@ -1,0 +1,36 @@
+#include "client/console.h"
+
+#include "client/text.h"
+
+#include <unistd.h>
+
+namespace {
+
+std::FILE* output = stdout;
+
+}  // namespace
+
+std::FILE* Output() {
+  return output;
+}
+
+void SplitOutput() {
+  const int copy = dup(fileno(stdout));
+  std::FILE* own = copy < 0 ? nullptr : fdopen(copy, "wb");
+  if (!own || !std::freopen("/dev/null", "wb", stdout))
+    throw CError("cannot set up the standard output");
+  output = own;
+}
+
+void Print(std::FILE* file, const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), file) != text.size())
+    throw CError("cannot write to the standard output");
+}
+
+void Flush(std::FILE* file) {
+  if (std::fflush(file) != 0) throw CError("cannot write to the standard output");
+}
+
+void Complain(const std::string& text) {
+  std::fprintf(stderr, "ztclient: %s\n", text.c_str());
+}

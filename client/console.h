@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+// The client's standard output. It is split off from the process's `stdout`, to which the library
+// may print at any time: a video stream or a JSON text must not be mixed with that.
+[[nodiscard]] std::FILE* Output();
+
+// Moves `stdout` out of the way; called once, before the library is used.
+void SplitOutput();
+
+// Writes or throws; a full disk or a closed pipe must not pass for success.
+void Print(std::FILE* file, const std::string& text);
+void Flush(std::FILE* file);
+
+// One line on standard error: "ztclient: <text>".
+void Complain(const std::string& text);

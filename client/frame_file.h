@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+// A .zts file is coded frames back to back, each as long as the `totalSize` in its header says.
+
+class CFrameFileWriter {
+ public:
+  explicit CFrameFileWriter(const std::string& path);
+
+  void Write(std::span<const std::uint8_t> frame);
+  // Makes sure that all is on its way to the disk; a writer that is dropped without it keeps what
+  // was written so far.
+  void Close();
+  [[nodiscard]] std::uint64_t Bytes() const { return bytes; }
+
+ private:
+  std::string path;
+  std::ofstream file;
+  std::uint64_t bytes = 0;
+};
+
+struct CCodedFrame {
+  std::int64_t index = 0;    // counted from 0
+  std::uint64_t offset = 0;  // in the file
+  std::span<std::uint8_t> bytes;
+};
+
+struct CDamage {
+  std::uint64_t offset = 0;
+  std::string text;
+};
+
+class CFrameFileReader {
+ public:
+  explicit CFrameFileReader(const std::string& path);
+
+  // The next frame, its bytes valid until the next call; nothing at the end of the file and where
+  // the file cannot be followed any further, which is then told by Damage().
+  [[nodiscard]] std::optional<CCodedFrame> Next();
+  [[nodiscard]] const std::optional<CDamage>& Damage() const { return damage; }
+
+  [[nodiscard]] std::uint64_t FileSize() const { return fileSize; }
+  [[nodiscard]] std::uint64_t Position() const { return position; }
+
+ private:
+  void Read(std::uint64_t offset, std::span<std::uint8_t> target);
+  // Whether the bytes at the offset can be a frame's header. The end of the file is as good.
+  [[nodiscard]] bool IsFrameAt(std::uint64_t offset);
+
+  std::string path;
+  std::ifstream file;
+  std::uint64_t fileSize = 0;
+  std::uint64_t position = 0;
+  std::int64_t index = 0;
+  std::vector<std::uint8_t> buffer;
+  std::optional<CDamage> damage;
+};

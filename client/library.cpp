@@ -1,0 +1,126 @@
+#include "client/library.h"
+
+#include "client/console.h"
+#include "client/frame_pool.h"
+#include "client/tagged_writer.h"
+
+#include <string>
+
+namespace {
+
+// The handler runs on the thread whose call has failed, before that call returns.
+thread_local std::string failure;
+
+}  // namespace
+
+CSession::CSession(bool verbose) {
+  CFramePool::Register();
+  ztlib_context_create();
+  if (verbose)
+    ztlib_registerLogger([](int level, const char* text) {
+      Complain(Text("library log, level %d: %s", level, text));
+    });
+  ztlib_registerExceptionHandler([](const char* text) {
+    if (failure.empty()) failure = text;
+  });
+}
+
+CSession::~CSession() {
+  ztlib_registerExceptionHandler(nullptr);
+  ztlib_context_destroy();
+}
+
+void ClearFailure() {
+  failure.clear();
+}
+
+void ThrowFailure() {
+  if (!failure.empty()) throw CLibraryError(failure);
+}
+
+void CPoolDelete::operator()(AVFrame* frame) const {
+  CFramePool::Instance().Release(frame);
+}
+
+PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat) {
+  PoolFramePtr frame(CFramePool::Instance().Allocate(width, height, pixelFormat));
+  if (!frame) throw CError(Text("no memory for a picture of %dx%d", width, height));
+  return frame;
+}
+
+ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame) {
+  ClearFailure();
+  ImagePtr image(ztlib_ztimage_create_avframe(pixelFormat, frame.get()));
+  ThrowFailure();
+  static_cast<void>(frame.release());
+  return image;
+}
+
+const AVFrame& FrameOf(const ImagePtr& image) {
+  ClearFailure();
+  const auto* frame = static_cast<const AVFrame*>(ztlib_ztimage_get_avframe(image.get()));
+  ThrowFailure();
+  if (!frame) throw CLibraryError("the image has no picture");
+  return *frame;
+}
+
+CEncoder::CEncoder(int videoFormat, int width, int height, int quality) {
+  handle = ztlib_encoder_create(videoFormat);
+  if (!handle) throw CLibraryError(Text("no encoder for video format %d", videoFormat));
+  CTaggedWriter config;
+  config.Int("Width", width).Int("Height", height).Int("JPEGQuality", quality);
+  const ztlib_blob block = config.Block();
+  ClearFailure();
+  ztlib_encoder_config(handle, &block);
+  try {
+    ThrowFailure();
+  } catch (...) {
+    ztlib_encoder_destroy(&handle);
+    throw;
+  }
+}
+
+std::span<std::uint8_t> CEncoder::Encode(const ImagePtr& image) {
+  ClearFailure();
+  ztlib_encoder_process(
+      handle, &coded,
+      [](void* user, const void* data, std::uint32_t size) {
+        const auto* bytes = static_cast<const std::uint8_t*>(data);
+        static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
+      },
+      image.get(), 0);
+  ThrowFailure();
+  return coded;
+}
+
+CDecoder::CDecoder(int scale, int format) : scaleDown(scale), pixelFormat(format) {
+  ClearFailure();
+  picture.reset(ztlib_ztimage_create());
+  ThrowFailure();
+}
+
+void CDecoder::Select(int videoFormat) {
+  ztlib_decoder_destroy(&handle);
+  present = -1;
+  handle = ztlib_decoder_create(videoFormat);
+  if (!handle) throw CLibraryError(Text("unknown video format %d", videoFormat));
+  CTaggedWriter config;
+  config.Int("ScaleDown", scaleDown).Int("PixelFormat", pixelFormat).Bool("SwapRGB", false);
+  const ztlib_blob block = config.Block();
+  ztlib_decoder_config(handle, &block);
+  ThrowFailure();
+  present = videoFormat;
+}
+
+const AVFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
+  ClearFailure();
+  // The library would put a decoder of the frame's format behind the handle by itself, but one
+  // without our configuration.
+  const ztlib_blob blob{frame.data(), frame.size()};
+  const int videoFormat = ztlib_getVideoFormat(&blob);
+  if (!handle || videoFormat != present) Select(videoFormat);
+  ztlib_decoder_process(&handle, picture.get(), frame.data(),
+                        static_cast<std::uint32_t>(frame.size()));
+  ThrowFailure();
+  return FrameOf(picture);
+}

@@ -1,0 +1,54 @@
+#include "client/media_input.h"
+
+CMediaInput::CMediaInput(const std::string& path) : name(path) {
+  AVFormatContext* opened = nullptr;
+  AvCheck(avformat_open_input(&opened, name.c_str(), nullptr, nullptr), name + ": cannot open");
+  input.reset(opened);
+  AvCheck(avformat_find_stream_info(opened, nullptr), name + ": cannot read");
+  const AVCodec* decoder = nullptr;
+  stream = AvCheck(av_find_best_stream(opened, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0),
+                   name + ": no video in it");
+  AVStream* video = opened->streams[stream];
+  codec = NewCodec(decoder);
+  AvCheck(avcodec_parameters_to_context(codec.get(), video->codecpar), name + ": cannot decode");
+  codec->pkt_timebase = video->time_base;
+  AvCheck(avcodec_open2(codec.get(), decoder, nullptr), name + ": cannot decode");
+
+  const AVRational rate = av_guess_frame_rate(opened, video, nullptr);
+  if (rate.num > 0 && rate.den > 0) frameRate = rate;
+  if (video->nb_frames > 0)
+    count = video->nb_frames;
+  else if (opened->duration > 0)
+    count = av_rescale(opened->duration, frameRate.num, std::int64_t{AV_TIME_BASE} * frameRate.den);
+}
+
+bool CMediaInput::Next(AVFrame& picture) {
+  for (;;) {
+    const int result = avcodec_receive_frame(codec.get(), &picture);
+    if (result == 0) return true;
+    if (result == AVERROR_EOF) return false;
+    if (result == AVERROR(EAGAIN))
+      Feed();
+    else if (result == AVERROR_INVALIDDATA)
+      ++damagedPackets;
+    else
+      AvCheck(result, name + ": cannot decode");
+  }
+}
+
+void CMediaInput::Feed() {
+  do {
+    av_packet_unref(packet.get());
+    const int result = av_read_frame(input.get(), packet.get());
+    if (result == AVERROR_EOF) {
+      AvCheck(avcodec_send_packet(codec.get(), nullptr), name + ": cannot decode");
+      return;
+    }
+    AvCheck(result, name + ": cannot read on");
+  } while (packet->stream_index != stream);
+  const int result = avcodec_send_packet(codec.get(), packet.get());
+  if (result == AVERROR_INVALIDDATA)
+    ++damagedPackets;
+  else
+    AvCheck(result, name + ": cannot decode");
+}

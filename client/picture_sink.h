@@ -1,0 +1,32 @@
+#pragma once
+
+#include "client/av.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// Where decoded pictures go. Pictures of another size than the first are scaled where the output
+// has one size for all.
+class IPictureSink {
+ public:
+  virtual ~IPictureSink() = default;
+
+  virtual void Write(const AVFrame& picture, std::int64_t index) = 0;
+  // Completes the output; what was written before stays usable without it as far as its format
+  // allows.
+  virtual void Close() = 0;
+};
+
+// Numbered PNG files in a folder, which is made if missing.
+[[nodiscard]] std::unique_ptr<IPictureSink> NewPngOutput(const std::string& folder);
+
+// A YUV4MPEG2 stream; "-" is the standard output. Planes are those of the pictures where the
+// stream has such a layout; RGB becomes 4:2:0.
+[[nodiscard]] std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path,
+                                                         AVRational frameRate);
+
+// A video file in the container that its name says. Containers that can hold it get FFV1, so that
+// nothing is lost, others their usual codec.
+[[nodiscard]] std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path,
+                                                           AVRational frameRate);

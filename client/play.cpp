@@ -1,0 +1,113 @@
+#include "client/commands.h"
+#include "client/console.h"
+#include "client/frame_file.h"
+#include "client/frame_header.h"
+#include "client/picture_sink.h"
+#include "client/progress_bar.h"
+#include "client/yuv_packing.h"
+
+#include <cinttypes>
+
+namespace {
+
+using SinkPtr = std::unique_ptr<IPictureSink>;
+
+std::vector<SinkPtr> OpenSinks(const CPlayOptions& options) {
+  const AVRational rate = av_d2q(options.framesPerSecond, 100000);
+  std::vector<SinkPtr> sinks;
+  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(options.pngFolder));
+  if (!options.y4m.empty()) sinks.push_back(NewY4mOutput(options.y4m, rate));
+  if (!options.video.empty()) sinks.push_back(NewVideoOutput(options.video, rate));
+  return sinks;
+}
+
+// Names each damaged frame, up to a number that a reader still reads.
+class CDamageReport {
+ public:
+  explicit CDamageReport(std::string path) : file(std::move(path)) {}
+
+  void Add(const std::string& text, CProgressBar& progress) {
+    if (++count > maxLines) return;
+    progress.Wipe();
+    Complain(file + ": " + text);
+  }
+  void Close() const {
+    if (count > maxLines)
+      Complain(file + ": and " + CountText(count - maxLines, "more damaged frame"));
+  }
+  [[nodiscard]] std::int64_t Count() const { return count; }
+
+ private:
+  static constexpr std::int64_t maxLines = 10;
+  std::string file;
+  std::int64_t count = 0;
+};
+
+// A frame may fail for what was asked of it.
+std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, const char* failure) {
+  const bool isPaired = options.pixels == ZTLIB_YUYV || options.pixels == ZTLIB_UYVY;
+  const int width = ReadFrameHeader(frame.bytes).width / options.scale;
+  if (isPaired && width > 0 && width % 2 != 0)
+    return Text("a width of %d has no whole pairs of pixels, use rgb, yuv or gray", width);
+  return failure;
+}
+
+}  // namespace
+
+int Play(const CPlayOptions& options) {
+  CFrameFileReader reader(options.input);
+  const std::vector<SinkPtr> sinks = OpenSinks(options);
+  CDecoder decoder(options.scale, options.pixels);
+  CStage decode("decode");
+  CDamageReport damaged(options.input);
+  FramePtr planes;
+  std::int64_t frames = 0, played = 0;
+  int width = 0, height = 0;
+  {
+    CProgressBar progress("play");
+    while (const std::optional<CCodedFrame> frame = reader.Next()) {
+      ++frames;
+      progress.Show(frames, double(reader.Position()) / double(reader.FileSize()));
+      const AVFrame* picture = nullptr;
+      try {
+        picture = &decode.Run([&]() -> const AVFrame& { return decoder.Decode(frame->bytes); });
+      } catch (const CLibraryError& error) {
+        damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
+                         frame->index, frame->offset) +
+                        ReasonFor(options, *frame, error.what()),
+                    progress);
+        continue;
+      }
+      ++played;
+      width = picture->width;
+      height = picture->height;
+      if (sinks.empty()) continue;
+      if (options.pixels == ZTLIB_YUV) {
+        if (!planes || planes->width != width || planes->height != height)
+          planes = NewFrame(AV_PIX_FMT_YUV444P, width, height);
+        AvCheck(av_frame_make_writable(planes.get()), "cannot allocate a picture");
+        UnpackYuv(*picture, *planes);
+        picture = planes.get();
+      }
+      for (const SinkPtr& sink : sinks)
+        sink->Write(*picture, frame->index);
+    }
+  }
+  damaged.Close();
+  if (reader.Damage())
+    Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
+                  reader.Damage()->text.c_str()));
+  else if (frames == 0)
+    throw CError(options.input + ": no frame in it");
+  for (const SinkPtr& sink : sinks)
+    sink->Close();
+
+  // A video on the standard output stays alone there.
+  std::FILE* target = options.y4m == "-" ? stderr : Output();
+  std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
+  if (played > 0)
+    summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());
+  if (damaged.Count() > 0) summary += Text(", %" PRId64 " damaged", damaged.Count());
+  Print(target, summary + "\n");
+  return reader.Damage() || damaged.Count() > 0 ? 1 : 0;
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "client/canvas.h"
+#include "client/picture_source.h"
+
+#include <random>
+#include <vector>
+
+// A street that is drawn, not filmed: people and cars before houses, from day through dusk into a
+// lamp-lit night, with the noise of a camera. The same seed gives the same pictures.
+class CSyntheticScene : public IPictureSource {
+ public:
+  CSyntheticScene(int width, int height, std::int64_t frames);
+
+  bool Next(AVFrame& picture) override;
+  [[nodiscard]] std::string Name() const override { return "synthetic street scene"; }
+  [[nodiscard]] AVRational FrameRate() const override { return {25, 1}; }
+  [[nodiscard]] std::int64_t Count() const override { return count; }
+
+ private:
+  // x runs from 0 to `road` (units of 1/480 of the height, like all sizes here) and wraps.
+  struct CCar {
+    float start, speed, feet;
+    CColor color;
+  };
+  struct CPerson {
+    float start, speed, feet, size, phase;
+    CColor coat, trousers, skin;
+  };
+
+  // Fixed seed, and no std distribution: their results differ between libraries.
+  [[nodiscard]] float Random(float low, float high);
+  [[nodiscard]] CColor RandomOf(std::span<const CColor> colors);
+
+  [[nodiscard]] CPoint Place(float x, float y) const { return {x * unit, y * unit}; }
+  void DrawHouses();
+  void DrawGround();
+  void AddTexture();
+  void PlaceLamps();
+  void Draw(CCanvas& canvas, const CCar& car, float time, float night);
+  void Draw(CCanvas& canvas, const CPerson& person, float time) const;
+  void AddLight(CPoint center, float radiusX, float radiusY, float strength);
+  void Expose(AVFrame& picture, float day);
+
+  std::mt19937 random{20240117};
+  std::int64_t count, index = 0;
+  float unit, road;
+  CCanvas background, canvas;
+  std::vector<float> lampLight, light;  // per pixel
+  std::vector<CCar> cars;
+  std::vector<CPerson> people;
+};

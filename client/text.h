@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+// What went wrong, as the one line that the user reads.
+class CError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// printf into a string.
+[[nodiscard]] std::string Text(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// "15.9 kB"; decimal units.
+[[nodiscard]] std::string ByteText(std::uint64_t bytes);
+
+// "795 frames", "1 frame".
+[[nodiscard]] std::string CountText(std::int64_t count, std::string_view noun);

@@ -1,0 +1,101 @@
+#include "client/picture_sink.h"
+#include "client/scaler.h"
+
+namespace {
+
+class CVideoOutput : public IPictureSink {
+ public:
+  CVideoOutput(const std::string& target, AVRational rate) : path(target), frameRate(rate) {
+    AVFormatContext* made = nullptr;
+    avformat_alloc_output_context2(&made, nullptr, nullptr, path.c_str());
+    if (!made) throw CError(path + ": no container for that file name, try .mkv");
+    output.reset(made);
+    const bool isLossless = avformat_query_codec(made->oformat, AV_CODEC_ID_FFV1, 0) == 1;
+    encoder = avcodec_find_encoder(isLossless ? AV_CODEC_ID_FFV1 : made->oformat->video_codec);
+    if (!encoder) throw CError(path + ": FFmpeg has no encoder for that container");
+    if (!(made->oformat->flags & AVFMT_NOFILE))
+      AvCheck(avio_open(&made->pb, path.c_str(), AVIO_FLAG_WRITE), path + ": cannot write");
+  }
+
+  void Write(const AVFrame& picture, std::int64_t index) override {
+    if (!codec) Open(picture);
+    FramePtr shown = NewFrame();
+    AvCheck(
+        av_frame_ref(shown.get(), &scaler.Convert(picture, planes, codec->width, codec->height)),
+        path + ": cannot code");
+    shown->format = codec->pix_fmt;
+    shown->pts = index;
+    Encode(shown.get());
+  }
+
+  void Close() override {
+    if (!codec) return;
+    Encode(nullptr);
+    AvCheck(av_write_trailer(output.get()), path + ": cannot write");
+    if (output->pb) AvCheck(avio_closep(&output->pb), path + ": cannot write");
+  }
+
+ private:
+  struct CFree {
+    void operator()(AVFormatContext* context) const {
+      if (context->pb) avio_closep(&context->pb);
+      avformat_free_context(context);
+    }
+  };
+
+  // With the size and, as near as the codec has it, the pixel format of the first picture.
+  void Open(const AVFrame& first) {
+    codec = NewCodec(encoder);
+    codec->width = first.width;
+    codec->height = first.height;
+    codec->pix_fmt = encoder->pix_fmts ? avcodec_find_best_pix_fmt_of_list(
+                                             encoder->pix_fmts,
+                                             static_cast<AVPixelFormat>(first.format), 0, nullptr)
+                                       : static_cast<AVPixelFormat>(first.format);
+    planes = codec->pix_fmt == AV_PIX_FMT_YUVJ420P   ? AV_PIX_FMT_YUV420P
+             : codec->pix_fmt == AV_PIX_FMT_YUVJ422P ? AV_PIX_FMT_YUV422P
+             : codec->pix_fmt == AV_PIX_FMT_YUVJ444P ? AV_PIX_FMT_YUV444P
+                                                     : codec->pix_fmt;
+    codec->time_base = av_inv_q(frameRate);
+    codec->framerate = frameRate;
+    codec->color_range = AVCOL_RANGE_JPEG;
+    if (!(av_pix_fmt_desc_get(planes)->flags & AV_PIX_FMT_FLAG_RGB))
+      codec->colorspace = AVCOL_SPC_BT470BG;
+    if (output->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    AvCheck(avcodec_open2(codec.get(), encoder, nullptr), path + ": cannot code");
+    AVStream* stream = avformat_new_stream(output.get(), nullptr);
+    if (!stream) throw CError(path + ": no memory");
+    stream->time_base = codec->time_base;
+    stream->avg_frame_rate = frameRate;
+    AvCheck(avcodec_parameters_from_context(stream->codecpar, codec.get()), path + ": cannot code");
+    AvCheck(avformat_write_header(output.get(), nullptr), path + ": cannot write");
+  }
+
+  // Null ends the stream.
+  void Encode(const AVFrame* picture) {
+    AvCheck(avcodec_send_frame(codec.get(), picture), path + ": cannot code");
+    for (;;) {
+      const int result = avcodec_receive_packet(codec.get(), packet.get());
+      if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+      AvCheck(result, path + ": cannot code");
+      packet->duration = 1;
+      av_packet_rescale_ts(packet.get(), codec->time_base, output->streams[0]->time_base);
+      AvCheck(av_interleaved_write_frame(output.get(), packet.get()), path + ": cannot write");
+    }
+  }
+
+  std::string path;
+  AVRational frameRate;
+  std::unique_ptr<AVFormatContext, CFree> output;
+  const AVCodec* encoder = nullptr;
+  CodecPtr codec;
+  PacketPtr packet = NewPacket();
+  AVPixelFormat planes = AV_PIX_FMT_NONE;
+  CScaler scaler;
+};
+
+}  // namespace
+
+std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path, AVRational frameRate) {
+  return std::make_unique<CVideoOutput>(path, frameRate);
+}

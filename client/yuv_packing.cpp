@@ -1,0 +1,55 @@
+#include "client/yuv_packing.h"
+
+#include <cstddef>
+
+namespace {
+
+template <int shift>
+void PackRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+             std::uint8_t* packed, int width) {
+  for (int x = 0; x < width; ++x) {
+    packed[4 * x] = y[x];
+    packed[4 * x + 1] = u[x >> shift];
+    packed[4 * x + 2] = v[x >> shift];
+    packed[4 * x + 3] = 255;
+  }
+}
+
+const std::uint8_t* Row(const AVFrame& picture, int plane, int y) {
+  return picture.data[plane] + static_cast<std::ptrdiff_t>(y) * picture.linesize[plane];
+}
+
+std::uint8_t* Row(AVFrame& picture, int plane, int y) {
+  return picture.data[plane] + static_cast<std::ptrdiff_t>(y) * picture.linesize[plane];
+}
+
+}  // namespace
+
+AVPixelFormat PlanarFormatFor(const AVFrame& picture) {
+  const AVPixFmtDescriptor* descriptor =
+      av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
+  if (!descriptor || descriptor->flags & AV_PIX_FMT_FLAG_RGB || descriptor->log2_chroma_w != 1)
+    return AV_PIX_FMT_YUV444P;
+  return descriptor->log2_chroma_h == 1 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_YUV422P;
+}
+
+void PackYuv(const AVFrame& planes, AVFrame& packed) {
+  const auto format = static_cast<AVPixelFormat>(planes.format);
+  const int down = format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P ? 1 : 0;
+  const bool isFull = format == AV_PIX_FMT_YUV444P || format == AV_PIX_FMT_YUVJ444P;
+  for (int y = 0; y < packed.height; ++y)
+    (isFull ? PackRow<0> : PackRow<1>)(Row(planes, 0, y), Row(planes, 1, y >> down),
+                                       Row(planes, 2, y >> down), Row(packed, 0, y), packed.width);
+}
+
+void UnpackYuv(const AVFrame& packed, AVFrame& planes) {
+  for (int y = 0; y < packed.height; ++y) {
+    const std::uint8_t* source = Row(packed, 0, y);
+    std::uint8_t* targets[] = {Row(planes, 0, y), Row(planes, 1, y), Row(planes, 2, y)};
+    for (int x = 0; x < packed.width; ++x)
+      for (int plane = 0; plane < 3; ++plane)
+        targets[plane][x] = source[4 * x + plane];
+  }
+  planes.color_range = AVCOL_RANGE_JPEG;
+  planes.colorspace = AVCOL_SPC_BT470BG;
+}

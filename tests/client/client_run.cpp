@@ -1,0 +1,74 @@
+#include "tests/client/client_run.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include <sys/wait.h>
+
+namespace fs = std::filesystem;
+
+std::size_t CRun::ErrorLines() const {
+  return static_cast<std::size_t>(std::count(errors.begin(), errors.end(), '\n'));
+}
+
+Bytes ReadBytes(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteBytes(const fs::path& path, const Bytes& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+}
+
+void ClientTest::SetUp() {
+  std::string name = (fs::temp_directory_path() / "ztclient.XXXXXX").string();
+  ASSERT_NE(mkdtemp(name.data()), nullptr);
+  folder = name;
+  const CRun demo = Run("demo --frames 12 --size 320x240 --out @.");
+  ASSERT_EQ(demo.status, 0) << demo.errors;
+  ASSERT_EQ(demo.errors, "");
+}
+
+void ClientTest::TearDown() {
+  if (!folder.empty()) fs::remove_all(folder);
+}
+
+CRun ClientTest::Run(const std::string& arguments) const {
+  std::string command = std::string("'") + ZTCLIENT + "'";
+  std::string rest = " " + arguments;
+  for (std::size_t at; (at = rest.find(" @")) != std::string::npos;)
+    rest.replace(at, 2, " " + folder.string() + "/");
+  command += rest + " >" + Path("stdout") + " 2>" + Path("stderr") + " </dev/null";
+  CRun run;
+  const int status = std::system(command.c_str());
+  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  const Bytes output = ReadBytes(Path("stdout")), errors = ReadBytes(Path("stderr"));
+  run.output.assign(output.begin(), output.end());
+  run.errors.assign(errors.begin(), errors.end());
+  return run;
+}
+
+nlohmann::json ClientTest::Info(const std::string& name) const {
+  return nlohmann::json::parse(Run("info --json @" + name).output);
+}
+
+CY4m ParseY4m(const std::string& stream, std::size_t frameBytes) {
+  const std::string mark = "FRAME\n";
+  const std::size_t end = std::min(stream.find('\n'), stream.size() - 1) + 1;
+  CY4m y4m{stream.substr(0, end), {}};
+  for (std::size_t at = end; at < stream.size(); at += mark.size() + frameBytes) {
+    if (stream.compare(at, mark.size(), mark) != 0 ||
+        stream.size() - at < mark.size() + frameBytes) {
+      ADD_FAILURE() << "no whole frame at " << at;
+      break;
+    }
+    const auto begin = stream.begin() + static_cast<std::ptrdiff_t>(at + mark.size());
+    y4m.frames.emplace_back(begin, begin + static_cast<std::ptrdiff_t>(frameBytes));
+  }
+  return y4m;
+}

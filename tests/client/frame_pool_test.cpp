@@ -1,0 +1,58 @@
+#include "client/frame_pool.h"
+
+#include "ztlib.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(FramePool, HoldsAllRowsWithoutPadding) {
+  CFramePool& pool = CFramePool::Instance();
+  for (const auto& [format, row] :
+       {std::pair{ZTLIB_BOOL8, 98}, std::pair{ZTLIB_GRAY, 98}, std::pair{ZTLIB_RGB, 392},
+        std::pair{ZTLIB_YUV, 392}, std::pair{ZTLIB_YUYV, 196}, std::pair{ZTLIB_UYVY, 196},
+        std::pair{ZTLIB_RGBBAYER, 98}, std::pair{ZTLIB_YUVBAYERBLOCK, 196},
+        std::pair{ZTLIB_YUV420BLOCK, 6 * 384}}) {
+    AVFrame* frame = pool.Allocate(98, 34, format);
+    ASSERT_NE(frame, nullptr) << format;
+    EXPECT_EQ(frame->linesize[0], row) << format;
+    EXPECT_GE(frame->buf[0]->data + frame->buf[0]->size,
+              frame->data[0] + row * (format == ZTLIB_YUVBAYERBLOCK ? 17
+                                      : format == ZTLIB_YUV420BLOCK ? 2
+                                                                    : 34));
+    pool.Release(frame);
+  }
+}
+
+TEST(FramePool, ReusesAFrameOfTheSameShapeUnlessItsBufferIsStillSeen) {
+  CFramePool& pool = CFramePool::Instance();
+  AVFrame* first = pool.Allocate(64, 48, ZTLIB_YUV);
+  const std::uint8_t* pixels = first->data[0];
+  pool.Release(first);
+  AVFrame* other = pool.Allocate(64, 48, ZTLIB_RGB);
+  EXPECT_NE(other->data[0], pixels);
+  AVFrame* again = pool.Allocate(64, 48, ZTLIB_YUV);
+  EXPECT_EQ(again->data[0], pixels);
+  FramePtr seen(av_frame_alloc());
+  ASSERT_NE(seen, nullptr);
+  seen->buf[0] = av_buffer_ref(again->buf[0]);
+  pool.Release(again);
+  AVFrame* fresh = pool.Allocate(64, 48, ZTLIB_YUV);
+  EXPECT_NE(fresh->data[0], pixels);
+  pool.Release(fresh);
+  pool.Release(other);
+}
+
+TEST(FramePool, RefusesWhatNoPictureNeeds) {
+  CFramePool& pool = CFramePool::Instance();
+  constexpr int most = std::numeric_limits<int>::max();
+  for (const auto& [width, height, format] :
+       {std::tuple{0, 10, 1}, std::tuple{10, -1, 1}, std::tuple{10, 10, 9}, std::tuple{10, 10, -1},
+        std::tuple{most, most, 8}, std::tuple{65500, 65500, 2}, std::tuple{1, 8, 4}})
+    EXPECT_EQ(pool.Allocate(width, height, format), nullptr)
+        << width << "x" << height << " " << format;
+}
+
+}  // namespace
