@@ -3,8 +3,8 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/debug.h"
 #include "main/target/windll/codec/frame_header.h"
-#include "main/target/windll/codec/videodecoder_mjpeg.h"
-#include "main/target/windll/codec/videoencoder_mjpeg.h"
+#include "main/target/windll/codec/videodecoder_mjpeg_diff.h"
+#include "main/target/windll/codec/videoencoder_mjpeg_diff.h"
 
 #include <exception>
 
@@ -14,12 +14,14 @@ constexpr char source[] = "main/target/windll/codec/codec";
 
 std::unique_ptr<CVideoEncoderBase> CreateEncoder(int format) {
   if (format == videoFormatMJPEG) return std::make_unique<CVideoEncoderMJPEG>();
+  if (format == videoFormatMJPEGDIFF) return std::make_unique<CVideoEncoderMJPEGDIFF>();
   ZT_LOG(1, source, 20, "CreateEncoder: Unknown video format %i", format);
   return nullptr;
 }
 
 std::unique_ptr<CVideoDecoderBase> CreateDecoder(int format) {
   if (format == videoFormatMJPEG) return std::make_unique<CVideoDecoderMJPEG>();
+  if (format == videoFormatMJPEGDIFF) return std::make_unique<CVideoDecoderMJPEGDIFF>();
   ZT_LOG(1, source, 41, "CreateDecoder: Unknown video format %i", format);
   return nullptr;
 }

@@ -22,7 +22,7 @@ void ForEachField(Header& header, Field&& field) {
   field(64, header.quality);
   field(66, header.blockSize);
   field(68, header.jpegOffset);
-  field(72, header.frameType);
+  field(FrameHeader::frameTypeOffset, header.frameType);
   field(84, header.blockCount);
   field(88, header.listSize);
   field(92, header.jpegSize);

@@ -8,6 +8,15 @@
 
 enum VideoFormat : std::int16_t { videoFormatMJPEG = 3, videoFormatMJPEGDIFF = 7 };
 
+// Of differential video. All but key frames are made against the reference, which only key and
+// reference frames renew.
+enum FrameType : std::uint32_t {
+  frameTypeKey = 0,
+  frameTypePlain = 3,       // changed blocks as they are
+  frameTypeDifference = 4,  // changed blocks as half their difference to the reference
+  frameTypeReference = 5    // changed blocks, which also become the reference
+};
+
 struct FrameHeader {
   static constexpr std::uint32_t size = 112;
   // Enough of a frame to know its video format.
@@ -17,6 +26,9 @@ struct FrameHeader {
 
   static constexpr std::uint32_t kindAdded = 2;
   static constexpr std::uint32_t kindEncoded = 3;
+
+  // For what completes headers of early encoders in place.
+  static constexpr std::uint32_t frameTypeOffset = 72;
 
   std::uint32_t kind = 0;
   std::uint32_t totalSize = 0;

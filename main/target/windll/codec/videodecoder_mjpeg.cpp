@@ -34,20 +34,19 @@ void CVideoDecoderMJPEG::Decode(CZTImage& out, CBinData& frame) {
 }
 
 void CVideoDecoderMJPEG::DecodeStream(CZTImage& picture, std::span<const std::uint8_t> stream) {
-  const PixelFormat format = picture.GetPixelFormat();
-  const int width = picture.GetDxInPixels();
-  const int height = picture.GetDyInPixels();
-  const auto decodeInto = [&](CZTImage& target) {
-    decoder.Decode(stream,
-                   {.format = target.GetPixelFormat(),
-                    .pixels = target.GetPtrAs<std::uint8_t>(),
-                    .width = static_cast<std::uint32_t>(width),
-                    .height = static_cast<std::uint32_t>(height)},
-                   static_cast<std::uint32_t>(activeScale));
-  };
-  if (CJPEGDecoder::IsTargetFormat(format)) return decodeInto(picture);
+  if (!CJPEGDecoder::IsTargetFormat(picture.GetPixelFormat()))
+    return DecodeThroughYuv(picture, stream);
+  decoder.Decode(stream,
+                 {.format = picture.GetPixelFormat(),
+                  .pixels = picture.GetPtrAs<std::uint8_t>(),
+                  .width = static_cast<std::uint32_t>(picture.GetDxInPixels()),
+                  .height = static_cast<std::uint32_t>(picture.GetDyInPixels())},
+                 static_cast<std::uint32_t>(activeScale));
+}
+
+void CVideoDecoderMJPEG::DecodeThroughYuv(CZTImage& picture, std::span<const std::uint8_t> stream) {
   CZTImage decoded;
-  decoded.CreateBySizeInPixels(PixelFormat::YUV, width, height);
-  decodeInto(decoded);
-  picture.ConvertOrMap(format, decoded);
+  decoded.CreateBySizeInPixels(PixelFormat::YUV, picture.GetDxInPixels(), picture.GetDyInPixels());
+  DecodeStream(decoded, stream);
+  picture.ConvertOrMap(picture.GetPixelFormat(), decoded);
 }

@@ -16,6 +16,8 @@ class CVideoDecoderMJPEG : public CVideoDecoderBase {
   // Decodes a stream at `activeScale` into `picture`, which has format and size. On return it may
   // stand in another client frame than before.
   void DecodeStream(CZTImage& picture, std::span<const std::uint8_t> stream);
+  // The same by way of a YUV picture of the same size, whatever the format.
+  void DecodeThroughYuv(CZTImage& picture, std::span<const std::uint8_t> stream);
   // Takes the flag of red and blue from a configuration that has it.
   void ConfigureSwap(const CData& config);
 

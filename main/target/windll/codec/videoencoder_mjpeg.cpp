@@ -13,73 +13,71 @@ namespace {
 
 constexpr char source[] = "main/target/windll/codec/videoencoder_mjpeg";
 
-std::uint32_t GetUnsigned(const CData& config, Token token, std::uint32_t present) {
-  return static_cast<std::uint32_t>(config.GetInt(token, static_cast<std::int32_t>(present)));
-}
-
 std::uint64_t Area(std::uint32_t width, std::uint32_t height) {
   return std::uint64_t{width} * height;
 }
 
-std::size_t SizeOfRoom(std::uint32_t width, std::uint32_t height) {
-  const std::uint64_t pixels = Area(width, height);
-  if (pixels > (PTRDIFF_MAX - FrameHeader::size) / 2) throw std::bad_alloc();
-  return FrameHeader::size + pixels * 2;
-}
-
 }  // namespace
-
-CVideoEncoderMJPEG::CVideoEncoderMJPEG() = default;
-CVideoEncoderMJPEG::~CVideoEncoderMJPEG() = default;
 
 std::int16_t CVideoEncoderMJPEG::GetVideoFormat() const {
   return videoFormatMJPEG;
 }
 
+std::uint32_t CVideoEncoderMJPEG::GetUnsigned(const CData& config, Token token,
+                                              std::uint32_t present) {
+  return static_cast<std::uint32_t>(config.GetInt(token, static_cast<std::int32_t>(present)));
+}
+
+CVideoEncoderMJPEG::Setup CVideoEncoderMJPEG::Prepare(const CData& config,
+                                                      std::uint64_t listRoom) const {
+  Setup setup{.width = GetUnsigned(config, Tok::Width, width),
+              .height = GetUnsigned(config, Tok::Height, height),
+              .quality = GetUnsigned(config, Tok::JPEGQuality, quality),
+              .lineSize = GetUnsigned(config, Tok::LineSize, lineSize),
+              .encoder = std::make_unique<CJPEGEncoder>(),
+              .buffer = nullptr,
+              .bufferSize = 0};
+  const std::uint64_t pixels = Area(setup.width, setup.height);
+  if (pixels > (PTRDIFF_MAX - FrameHeader::size - listRoom) / 2) throw std::bad_alloc();
+  setup.bufferSize = FrameHeader::size + listRoom + pixels * 2;
+  setup.buffer = std::make_unique_for_overwrite<std::uint8_t[]>(setup.bufferSize);
+  setup.encoder->Init(setup.width, setup.height, setup.quality);
+  return setup;
+}
+
+void CVideoEncoderMJPEG::Commit(Setup&& setup) noexcept {
+  width = setup.width;
+  height = setup.height;
+  quality = setup.quality;
+  lineSize = setup.lineSize;
+  encoder_ = std::move(setup.encoder);
+  buffer = std::move(setup.buffer);
+  bufferSize = setup.bufferSize;
+}
+
 void CVideoEncoderMJPEG::Configure(const CData& config) {
   const CAutoLock lock(&mutex);
-  const std::uint32_t newWidth = GetUnsigned(config, Tok::Width, width);
-  const std::uint32_t newHeight = GetUnsigned(config, Tok::Height, height);
-  const std::uint32_t newQuality = GetUnsigned(config, Tok::JPEGQuality, quality);
-  // What can fail comes first.
-  const std::size_t newSize = SizeOfRoom(newWidth, newHeight);
-  auto newBuffer = std::make_unique_for_overwrite<std::uint8_t[]>(newSize);
-  auto newEncoder = std::make_unique<CJPEGEncoder>();
-  newEncoder->Init(newWidth, newHeight, newQuality);
-  buffer = std::move(newBuffer);
-  bufferSize = newSize;
-  encoder_ = std::move(newEncoder);
-  width = newWidth;
-  height = newHeight;
-  quality = newQuality;
-  lineSize = GetUnsigned(config, Tok::LineSize, lineSize);
+  Commit(Prepare(config, 0));
+}
+
+void CVideoEncoderMJPEG::CheckConfigured() const {
+  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", source, __LINE__);
+}
+
+void CVideoEncoderMJPEG::ForwardQuality(int newQuality, const char* site, int line) {
+  ZT_ASSERT(encoder_, site, line);
+  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", site, __LINE__);
+  encoder_->SetQuality(static_cast<std::uint32_t>(newQuality));
 }
 
 void CVideoEncoderMJPEG::SetQuality(int newQuality) {
-  ZT_ASSERT(encoder_, source, 69);
-  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", source, __LINE__);
-  encoder_->SetQuality(static_cast<std::uint32_t>(newQuality));
+  ForwardQuality(newQuality, source, 69);
 }
 
 void CVideoEncoderMJPEG::Encode(CBinData& out, const CZTImage& image,
                                 const EncodeRequest& request) {
   const CAutoLock lock(&mutex);
-  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", source, __LINE__);
-  EncodeStream(image);
-  const std::uint32_t totalSize = FrameHeader::size + encodedSize;
-  const FrameHeader header{.kind = FrameHeader::kindEncoded,
-                           .totalSize = totalSize,
-                           .headerSize = FrameHeader::size,
-                           .timestamp = request.timestamp,
-                           .format = videoFormatMJPEG,
-                           .width = width,
-                           .height = height,
-                           .quality = static_cast<std::uint16_t>(quality)};
-  header.Write(Room().first<FrameHeader::size>());
-  out = CBinData(buffer.get(), totalSize);
-}
-
-void CVideoEncoderMJPEG::EncodeStream(const CZTImage& image) {
+  CheckConfigured();
   CZTImage converted;
   JpegPicture picture{.format = image.GetPixelFormat()};
   if (CJPEGEncoder::IsSourceFormat(picture.format) &&
@@ -97,9 +95,26 @@ void CVideoEncoderMJPEG::EncodeStream(const CZTImage& image) {
     if (Area(converted.GetDx(), converted.GetDy()) < Area(width, height))
       ZT_THROW(CException, "Invalid range", "Encode", source, __LINE__);
   }
-  const auto room = Room().subspan(FrameHeader::size);
+  EncodeStream(picture, 0);
+  out = FinishFrame({.format = videoFormatMJPEG}, request);
+}
+
+void CVideoEncoderMJPEG::EncodeStream(const JpegPicture& picture, std::size_t listSize) {
   // The frame's size is a number of 32 bits.
-  const std::size_t most = UINT32_MAX - FrameHeader::size;
-  encodedSize = static_cast<std::uint32_t>(
-      encoder_->Encode(picture, room.first(std::min(room.size(), most))));
+  const std::uint64_t room =
+      std::min<std::uint64_t>(Area(width, height) * 2, UINT32_MAX - FrameHeader::size - listSize);
+  encodedSize = static_cast<std::uint32_t>(encoder_->Encode(
+      picture, {buffer.get() + FrameHeader::size + listSize, static_cast<std::size_t>(room)}));
+}
+
+CBinData CVideoEncoderMJPEG::FinishFrame(FrameHeader header, const EncodeRequest& request) {
+  header.kind = FrameHeader::kindEncoded;
+  header.totalSize = FrameHeader::size + header.listSize + encodedSize;
+  header.headerSize = FrameHeader::size;
+  header.timestamp = request.timestamp;
+  header.width = width;
+  header.height = height;
+  header.quality = static_cast<std::uint16_t>(quality);
+  header.Write(std::span<std::uint8_t, FrameHeader::size>(buffer.get(), FrameHeader::size));
+  return {buffer.get(), header.totalSize};
 }

@@ -19,10 +19,16 @@ std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
 
 // Copies the rows of an image into one of the same format and size.
 void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from) {
-  const int rowSize = from.GetRowSize();
-  if (rowSize == 0) return;
+  const auto rowSize = static_cast<std::size_t>(from.GetRowSize());
+  const auto rows = static_cast<std::size_t>(from.GetDy());
+  if (rowSize == 0 || rows == 0) return;
+  if (from.GetScanlineSize() == from.GetRowSize() &&
+      target.GetScanlineSize() == from.GetRowSize()) {
+    std::memmove(target.GetPtr(), from.GetPtr(), rowSize * rows);
+    return;
+  }
   for (int y = 0; y < from.GetDy(); ++y)
-    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), static_cast<std::size_t>(rowSize));
+    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), rowSize);
 }
 
 }  // namespace

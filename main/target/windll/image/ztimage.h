@@ -74,6 +74,7 @@ class CZTImage {
   void OverWrite(const CZTImage& source);
 
   void Reset() { impl.reset(); }
+  void Swap(CZTImage& other) noexcept { impl.swap(other.impl); }
 
   // The image memory format, version 1; bytes of header and body.
   [[nodiscard]] int GetSizeOfSavedBody_V1() const;

@@ -1,0 +1,3 @@
+#include "main/target/windll/codec/block_kernels_impl.h"
+
+const BlockKernels avx2Blocks = blockKernels;
