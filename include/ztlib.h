@@ -92,7 +92,8 @@ enum ztlib_pixel_format {
 
 /** Video formats, as found at offset 24 of a coded frame. */
 enum ztlib_video_format {
-  ZTLIB_VIDEO_MJPEG = 3 /**< every frame is one JPEG stream behind the 112-byte header */
+  ZTLIB_VIDEO_MJPEG = 3,    /**< every frame is one JPEG stream behind the 112-byte header */
+  ZTLIB_VIDEO_MJPEGDIFF = 7 /**< key frames, and between them only the blocks that changed */
 };
 
 /* ------------------------------------------------------------------------------------------------
@@ -209,6 +210,27 @@ ZTLIB_API int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int
  * the present value.
  *   decoder: ScaleDown (int, 1 or more), PixelFormat (int), SwapRGB (bool)
  *   encoder: Width, Height, JPEGQuality (default 75), LineSize (int)
+ *
+ * Differential video looks for change in squares of 16 by 16 pixels, compares them with a reference
+ * picture and sends those that differ, with their four neighbours, as one small JPEG picture. Every
+ * frame names its type (offset 72): key frames (0) and reference frames (5) make up the reference
+ * and must arrive; plain (3) and difference frames (4) may be lost without harm to later ones.
+ * Its encoder has these keys besides:
+ *   IFrameInterval             int,  60     frames from one key frame to the next
+ *   RPFrameInterval            int,  4      frames from one reference frame to the next; 0 is
+ *                                           ignored
+ *   IVPixelSensitivity         int,  10     a block has changed if the brightness of its four
+ *                                           quarters differs by more than 20 minus this in sum (by
+ *                                           more than 1 from 20 on)
+ *   AdvancedProfile            bool, false  difference frames in place of plain ones
+ *   GenerateOutOfOrderIFrames  bool, true   a key frame when more than 40 % of the blocks changed
+ *   Bits                       int,  6      bits of an entry in the list of blocks, 0 to 31
+ * Width is a multiple of 16 and height one of 8; the rows below the last whole 16 are sent by key
+ * frames only. A configuration makes the next frame a key frame.
+ *
+ * Its decoder takes a new ScaleDown at the next key frame. That frame still has the old size, and
+ * the one behind it the new size with the base picture lost, so a change of scale is over with the
+ * second key frame. PixelFormat should be one of the four-byte formats.
  * --------------------------------------------------------------------------------------------- */
 
 /** Returns a decoder for a video format; null, with a log line, for an unknown one. */
@@ -229,7 +251,8 @@ ZTLIB_API void ztlib_decoder_config(void* decoder, const ztlib_blob* config);
 ZTLIB_API void ztlib_decoder_process(void** decoder, void* image, void* data, uint32_t size);
 
 /**
- * Gives a decoder of differential video a picture to start from (deep copy). Does nothing for
+ * Gives a decoder of differential video a picture to start from without a key frame (deep copy); it
+ * should have the format and the scaled size that the decoder is configured for. Does nothing for
  * every other decoder and for a null one.
  */
 ZTLIB_API void ztlib_decoder_setBaseImage(void* decoder, const void* image);
@@ -245,8 +268,9 @@ ZTLIB_API void ztlib_encoder_config(void* encoder, const ztlib_blob* config);
 
 /**
  * Encodes a picture of any format that converts to ZTLIB_YUV and hands the coded frame to `out`
- * once. The picture should have the configured size; a smaller one is a failure. A coded picture
- * has at most width * height * 2 bytes, which noise at tiny sizes can exceed (a failure).
+ * once. The picture should have the configured size; a smaller one is a failure of plain video, and
+ * any other size ends the process in differential video, after a log line. A coded picture has at
+ * most width * height * 2 bytes, which noise at tiny sizes can exceed (a failure).
  * `key` other than 0 forces a key frame.
  */
 ZTLIB_API void ztlib_encoder_process(void* encoder, void* user, ztlib_output out, const void* image,

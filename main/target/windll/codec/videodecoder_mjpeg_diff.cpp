@@ -68,6 +68,7 @@ void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
   }
   if (header.format != videoFormatMJPEGDIFF) {
     std::printf("[MJPEGDIFF] the frame wasn't compressed with the STDMJPEGDIFF-codec!\n");
+    std::fflush(stdout);
     std::terminate();
   }
   if (baseImage.IsEmpty()) baseImage.CreateBySizeInPixels(pixelFormat, size.width, size.height);

@@ -31,6 +31,11 @@ int AsInt(std::uint32_t value) {
   return static_cast<int>(value);
 }
 
+// Rounded up; the sum of the largest size does not fit into an int.
+int ThumbnailSizeOf(int size) {
+  return AsInt((static_cast<std::uint32_t>(size) + thumbnailScale - 1) / thumbnailScale);
+}
+
 }  // namespace
 
 void CVideoEncoderMJPEGDIFF::BlockMap::Resize(std::size_t newColumns, std::size_t newRows) {
@@ -124,11 +129,10 @@ void CVideoEncoderMJPEGDIFF::Encode(CBinData& out, const CZTImage& image,
 }
 
 void CVideoEncoderMJPEGDIFF::CheckSizes(const CZTImage& picture, const CZTImage* given) const {
-  constexpr int rounding = thumbnailScale - 1;
   const int across = picture.GetDxInPixels();
   const int down = picture.GetDyInPixels();
-  const int smallAcross = given ? given->GetDxInPixels() : (across + rounding) / (rounding + 1);
-  const int smallDown = given ? given->GetDyInPixels() : (down + rounding) / (rounding + 1);
+  const int smallAcross = given ? given->GetDxInPixels() : ThumbnailSizeOf(across);
+  const int smallDown = given ? given->GetDyInPixels() : ThumbnailSizeOf(down);
   const int referenceAcross = referenceThumbnail.GetDxInPixels();
   const int referenceDown = referenceThumbnail.GetDyInPixels();
   if (across == AsInt(width) && down == AsInt(height) && smallAcross == referenceAcross &&
