@@ -2,6 +2,7 @@
 
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/frame_header.h"
 
 #include <charconv>
 #include <map>
@@ -32,11 +33,14 @@ void ParseSize(const std::string& text, CRecordSettings& settings) {
     throw CLI::ValidationError("--size: " + text + " is no size like 640x480");
 }
 
+const std::map<std::string, int> formatNames{{"mjpeg", ZTLIB_VIDEO_MJPEG},
+                                             {"mjpegdiff", ZTLIB_VIDEO_MJPEGDIFF}};
+const std::map<std::string, int> typeNames{{"key", frameTypeKey},
+                                           {"plain", frameTypePlain},
+                                           {"difference", frameTypeDifference},
+                                           {"reference", frameTypeReference}};
+
 void AddRecordSettings(CLI::App& command, CRecordSettings& settings) {
-  command.add_option("--format", settings.videoFormat, "Video format")
-      ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"mjpeg", ZTLIB_VIDEO_MJPEG}},
-                                          CLI::ignore_case))
-      ->option_text("mjpeg");
   command.add_option("--quality", settings.quality, "JPEG quality, 1 to 100")
       ->check(CLI::Range(1, 100))
       ->capture_default_str();
@@ -47,6 +51,42 @@ void AddRecordSettings(CLI::App& command, CRecordSettings& settings) {
       ->option_text("WxH");
   command.add_option("--frames", settings.frames, "Stop after so many frames")
       ->check(CLI::PositiveNumber);
+  constexpr const char* group = "Differential video";
+  command.add_option("--key-interval", settings.keyInterval, "Frames between key frames")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->group(group);
+  command
+      .add_option("--reference-interval", settings.referenceInterval,
+                  "Frames between reference frames")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->group(group);
+  command
+      .add_option("--sensitivity", settings.sensitivity,
+                  "How small a change is sent: 0 only large ones, 20 all")
+      ->check(CLI::Range(0, 20))
+      ->capture_default_str()
+      ->group(group);
+  command.add_flag("--advanced", settings.isAdvanced, "Difference frames in place of plain ones")
+      ->group(group);
+  command.add_option("--bits", settings.listBits, "Bits per entry in the list of blocks")
+      ->check(CLI::Range(0, 31))
+      ->capture_default_str()
+      ->group(group);
+  command
+      .add_flag("!--no-overflow-keys", settings.hasOverflowKeys,
+                "No key frame when more than 40 % of the blocks changed")
+      ->group(group);
+}
+
+// An option that would have no effect is a mistake.
+void CheckDifferential(const CLI::App& command, const CRecordSettings& settings) {
+  if (settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF) return;
+  for (const char* name : {"--key-interval", "--reference-interval", "--sensitivity", "--advanced",
+                           "--bits", "--no-overflow-keys"})
+    if (command.count(name) > 0)
+      throw CLI::ValidationError(std::string(name) + " needs --format mjpegdiff");
 }
 
 const std::map<std::string, int> pixelNames{{"rgb", ZTLIB_RGB},
@@ -68,9 +108,14 @@ CArguments ParseArguments(int count, char** values) {
   CLI::App& record = *app.add_subcommand("record", "Code a video, camera stream or picture");
   record.add_option("input", recordOptions->input, "Anything that FFmpeg reads")->required();
   record.add_option("output", recordOptions->output, "Coded frames (.zts)")->required();
+  record.add_option("--format", recordOptions->settings.videoFormat, "Video format")
+      ->transform(CLI::CheckedTransformer(formatNames, CLI::ignore_case))
+      ->option_text("mjpeg|mjpegdiff");
   AddRecordSettings(record, recordOptions->settings);
-  record.final_callback(
-      [&] { arguments.run = [recordOptions] { return Record(*recordOptions); }; });
+  record.final_callback([&] {
+    CheckDifferential(record, recordOptions->settings);
+    arguments.run = [recordOptions] { return Record(*recordOptions); };
+  });
 
   auto playOptions = std::make_shared<CPlayOptions>();
   CLI::App& play = *app.add_subcommand("play", "Decode a .zts file");
@@ -81,6 +126,14 @@ CArguments ParseArguments(int count, char** values) {
   play.add_option("--pixels", playOptions->pixels, "Pixel format to decode to; rgb if not given")
       ->transform(CLI::CheckedTransformer(pixelNames, CLI::ignore_case))
       ->option_text("rgb|yuv|yuyv|uyvy|gray");
+  CLI::Option* drop =
+      play.add_option("--drop", playOptions->dropType, "Lose the frames of this type")
+          ->transform(CLI::CheckedTransformer(typeNames, CLI::ignore_case))
+          ->option_text("plain|difference|reference|key");
+  play.add_option("--drop-every", playOptions->dropEvery, "Lose only every Nth of them")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->needs(drop);
   play.add_option("--fps", playOptions->framesPerSecond, "Frame rate of the written video")
       ->check(CLI::Range(0.01, 1000.0))
       ->capture_default_str();
@@ -99,7 +152,7 @@ CArguments ParseArguments(int count, char** values) {
 
   auto demoOptions = std::make_shared<CDemoOptions>();
   CLI::App& demo =
-      *app.add_subcommand("demo", "Record, play back and write report.html and demo.zts");
+      *app.add_subcommand("demo", "Record in both formats, play back and write report.html");
   demo.add_option("input", demoOptions->input, "As for record; a drawn street scene if not given");
   demo.add_option("--out", demoOptions->folder, "Folder for the results")
       ->option_text("DIR")

@@ -18,6 +18,8 @@ struct CPlayOptions {
   int pixels = ZTLIB_RGB;
   double framesPerSecond = 25;
   std::string pngFolder, y4m, video;
+  int dropType = -1;  // an EFrameType; -1: none
+  std::int64_t dropEvery = 1;
 };
 int Play(const CPlayOptions& options);
 

@@ -1,3 +1,4 @@
+#include "client/block_view.h"
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/frame_file.h"
@@ -40,6 +41,46 @@ void WriteFile(const std::filesystem::path& path, const std::string& text) {
   if (!file) throw CError(path.string() + ": cannot write: " + std::strerror(errno));
 }
 
+// One coding of the clip, written to a file and played back.
+class CPlayback {
+ public:
+  CPlayback(const std::string& name, const std::filesystem::path& path) : file(path.string()) {
+    coding.name = name;
+  }
+
+  // `reference` is the picture that was coded, as ZTLIB_YUV.
+  void Add(std::span<std::uint8_t> frame, const AVFrame& reference) {
+    file.Write(frame);
+    rgb = &decodeRgb.Run([&]() -> const AVFrame& { return toRgb.Decode(frame); });
+    const AVFrame& yuv = decodeYuv.Run([&]() -> const AVFrame& { return toYuv.Decode(frame); });
+    const CPictureError loss = Compare(reference, yuv);
+    coding.error.luma += loss.luma;
+    coding.error.chroma += loss.chroma;
+    const CFrameHeader header = ReadFrameHeader(frame);
+    coding.frames.push_back({header.totalSize, header.blockCount, header.frameType,
+                             loss.luma.Psnr(), loss.chroma.Psnr()});
+  }
+
+  // Of the last frame.
+  [[nodiscard]] const AVFrame& Rgb() const { return *rgb; }
+
+  [[nodiscard]] CCoding Finish(const CCoder& coder) {
+    file.Close();
+    coding.encodesPerSecond = coder.encode.RunsPerSecond();
+    coding.decodesPerSecond = decodeRgb.RunsPerSecond();
+    coding.stages = {coder.convert, coder.encode, decodeRgb, decodeYuv};
+    return std::move(coding);
+  }
+
+ private:
+  CFrameFileWriter file;
+  // One decoder for the eye and one for the figures.
+  CDecoder toRgb{1, ZTLIB_RGB}, toYuv{1, ZTLIB_YUV};
+  CStage decodeRgb{"decode to RGB"}, decodeYuv{"decode to YUV"};
+  const AVFrame* rgb = nullptr;
+  CCoding coding;
+};
+
 }  // namespace
 
 int Demo(const CDemoOptions& options) {
@@ -49,43 +90,50 @@ int Demo(const CDemoOptions& options) {
   std::filesystem::create_directories(folder, error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
 
-  CRecorder recorder(*source, options.settings);
-  CFrameFileWriter file((folder / "demo.zts").string());
-  // One decoder for the eye and one for the figures.
-  CDecoder toRgb(1, ZTLIB_RGB), toYuv(1, ZTLIB_YUV);
-  CStage decodeRgb("decode to RGB"), decodeYuv("decode to YUV");
+  // The recorder makes differential video; plain video of the same size goes beside it.
+  CRecordSettings settings = options.settings;
+  settings.videoFormat = ZTLIB_VIDEO_MJPEGDIFF;
+  CRecorder recorder(*source, settings);
+  std::optional<CCoder> plainCoder;
+  CPlayback plain("MJPEG", folder / "demo.zts");
+  CPlayback differential("Differential", folder / "demo-diff.zts");
   CMomentMaker momentMaker;
-  CReport report;
-  report.name = options.input.empty() ? source->Name()
-                                      : std::filesystem::path(options.input).filename().string();
-  report.quality = options.settings.quality;
+  CBlockView blockView(momentMaker);
+  std::vector<CMoment> moments;
   {
     CProgressBar progress("demo");
     while (recorder.Step()) {
-      file.Write(recorder.Coded());
-      const AVFrame& rgb =
-          decodeRgb.Run([&]() -> const AVFrame& { return toRgb.Decode(recorder.Coded()); });
-      const AVFrame& yuv =
-          decodeYuv.Run([&]() -> const AVFrame& { return toYuv.Decode(recorder.Coded()); });
-      const CPictureError loss = Compare(recorder.EncoderInput(), yuv);
-      report.error.luma += loss.luma;
-      report.error.chroma += loss.chroma;
-      report.frames.push_back({static_cast<std::uint32_t>(recorder.Coded().size()),
-                               loss.luma.Psnr(), loss.chroma.Psnr()});
+      const CCoder& coder = recorder.Coder();
+      if (!plainCoder) {
+        CEncoderSettings plainSettings = coder.Settings();
+        plainSettings.videoFormat = ZTLIB_VIDEO_MJPEG;
+        plainCoder.emplace(plainSettings, coder.Scaled());
+      }
+      plainCoder->Code(recorder.Source());
+      plain.Add(plainCoder->Coded(), plainCoder->Input());
+      differential.Add(coder.Coded(), plainCoder->Input());
       const std::int64_t index = recorder.Frames() - 1;
+      blockView.Add(index, coder.Coded(), differential.Rgb());
       if (IsShown(index, recorder.Expected()))
-        report.moments.push_back(momentMaker.Make(index, recorder.Source(), rgb));
+        moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
+                                           differential.Rgb()));
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
   if (recorder.Frames() == 0) throw CError(source->Name() + ": no picture in it");
-  file.Close();
-  if (report.moments.size() > momentCount) report.moments.erase(report.moments.begin());
-  report.width = recorder.Width();
-  report.height = recorder.Height();
-  report.encodesPerSecond = recorder.encode.RunsPerSecond();
-  report.decodesPerSecond = decodeRgb.RunsPerSecond();
-  report.stages = {recorder.decodeInput, recorder.convert, recorder.encode, decodeRgb, decodeYuv};
+  if (moments.size() > momentCount) moments.erase(moments.begin());
+  const CEncoderSettings& coded = recorder.Coder().Settings();
+  const CReport report{options.input.empty()
+                           ? source->Name()
+                           : std::filesystem::path(options.input).filename().string(),
+                       coded.width,
+                       coded.height,
+                       coded.quality,
+                       recorder.decodeInput,
+                       plain.Finish(*plainCoder),
+                       differential.Finish(recorder.Coder()),
+                       std::move(moments),
+                       blockView.Finish()};
   const std::filesystem::path page = folder / "report.html";
   WriteFile(page, HtmlReport(report));
   Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");

@@ -17,8 +17,11 @@ struct CName {
 constexpr CName formats[] = {{0, "layered"}, {3, "mjpeg"}, {4, "layereddiff"}, {7, "mjpegdiff"}};
 // Who wrote the header: the layer splitter, the wrapping of a JPEG file, an encoder.
 constexpr CName kinds[] = {{1, "layer"}, {2, "wrapped"}, {3, "encoder"}};
-constexpr CName types[] = {
-    {0, "key"}, {1, "diff"}, {3, "block"}, {4, "difference"}, {5, "reference"}};
+constexpr CName types[] = {{frameTypeKey, "key"},
+                           {frameTypeUntold, "diff"},
+                           {frameTypePlain, "plain"},
+                           {frameTypeDifference, "difference"},
+                           {frameTypeReference, "reference"}};
 
 template <std::size_t count>
 const CName* Find(const CName (&names)[count], std::int64_t value) {
@@ -33,10 +36,8 @@ std::string NameOf(const CName (&names)[count], std::int64_t value) {
   return name ? name->text : Text("%lld", static_cast<long long>(value));
 }
 
-std::uint32_t LittleEndian(std::span<const std::uint8_t, 4> bytes) {
-  return std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
-         std::uint32_t{bytes[3]} << 24;
-}
+// Offsets in the header.
+constexpr std::size_t blockCountAt = 84, listSizeAt = 88, stripSizeAt = 92;
 
 }  // namespace
 
@@ -63,7 +64,23 @@ CFrameHeader ReadFrameHeader(std::span<const std::uint8_t> frame) {
   const CFrameStart start = ReadFrameStart(frame.first<8>());
   header.kind = start.kind;
   header.totalSize = start.totalSize;
+  if (header.IsDifferential() && frame.size() >= headerSize) {
+    header.blockCount = LittleEndian(frame.subspan<blockCountAt, 4>());
+    header.listSize = LittleEndian(frame.subspan<listSizeAt, 4>());
+    header.stripSize = LittleEndian(frame.subspan<stripSizeAt, 4>());
+  }
   return header;
+}
+
+CDifferentialParts PartsOf(std::span<const std::uint8_t> frame) {
+  const CFrameHeader header = ReadFrameHeader(frame);
+  const auto body = frame.subspan(std::min<std::size_t>(frame.size(), headerSize));
+  const auto list = body.first(std::min<std::size_t>(body.size(), header.listSize));
+  return {list, body.subspan(list.size())};
+}
+
+bool CFrameHeader::IsDifferential() const {
+  return videoFormat == ZTLIB_VIDEO_MJPEGDIFF && frameType != frameTypeKey;
 }
 
 std::string CFrameHeader::FormatName() const {

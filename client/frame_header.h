@@ -4,6 +4,14 @@
 #include <span>
 #include <string>
 
+enum EFrameType : std::int32_t {
+  frameTypeKey = 0,
+  frameTypeUntold = 1,  // from an early encoder, to be taken as plain
+  frameTypePlain = 3,
+  frameTypeDifference = 4,
+  frameTypeReference = 5,
+};
+
 // What a coded frame tells about itself.
 struct CFrameHeader {
   std::uint32_t kind = 0;
@@ -13,7 +21,11 @@ struct CFrameHeader {
   std::int32_t width = 0;
   std::int32_t height = 0;
   std::uint32_t payloadSize = 0;
+  // Of differential video, as the frame says: nothing holds it to the truth.
+  std::uint32_t blockCount = 0, listSize = 0, stripSize = 0;
 
+  // Whether it needs frames before it.
+  [[nodiscard]] bool IsDifferential() const;
   [[nodiscard]] std::string FormatName() const;
   [[nodiscard]] std::string KindName() const;
   [[nodiscard]] std::string TypeName() const;
@@ -21,9 +33,22 @@ struct CFrameHeader {
 
 // No frame is shorter than the header of the oldest ones.
 inline constexpr std::uint32_t minFrameSize = 64;
+inline constexpr std::uint32_t headerSize = 112;
 
 // Throws CLibraryError if the bytes are too few for a header.
 [[nodiscard]] CFrameHeader ReadFrameHeader(std::span<const std::uint8_t> frame);
+
+// The list of blocks and the strip (a JPEG file) of a differential frame, cut where the frame ends.
+struct CDifferentialParts {
+  std::span<const std::uint8_t> list, strip;
+};
+[[nodiscard]] CDifferentialParts PartsOf(std::span<const std::uint8_t> frame);
+
+// How all numbers are stored.
+[[nodiscard]] constexpr std::uint32_t LittleEndian(std::span<const std::uint8_t, 4> bytes) {
+  return std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+         std::uint32_t{bytes[3]} << 24;
+}
 
 // The two fields that lead through a file, from the first eight bytes of a frame.
 struct CFrameStart {

@@ -1,5 +1,6 @@
 #include "client/html_report.h"
 
+#include "client/frame_header.h"
 #include "client/svg_plot.h"
 #include "client/text.h"
 
@@ -16,10 +17,12 @@ namespace {
 constexpr const char* styleSheet = R"css(
 :root { color-scheme: light dark;
   --page: #f5f6f8; --card: #ffffff; --ink: #1b2330; --soft: #667085; --rule: #e4e7ec;
-  --first: #2563eb; --second: #d97706; --bar: #dbe6fd; }
+  --first: #2563eb; --second: #d97706;
+  --type0: #dc2626; --type3: #0d9488; --type4: #7c3aed; --type5: #d97706; }
 @media (prefers-color-scheme: dark) { :root {
   --page: #0f1319; --card: #181e27; --ink: #e6eaf0; --soft: #94a0b2; --rule: #2a3340;
-  --first: #6ea1ff; --second: #f2b04c; --bar: #24375c; } }
+  --first: #6ea1ff; --second: #f2b04c;
+  --type0: #f87171; --type3: #2dd4bf; --type4: #a78bfa; --type5: #f2b04c; } }
 * { box-sizing: border-box; }
 body { margin: 0; background: var(--page); color: var(--ink);
   font: 15px/1.5 system-ui, -apple-system, "Segoe UI", Roboto, "Helvetica Neue", sans-serif; }
@@ -38,30 +41,41 @@ section { background: var(--card); border: 1px solid var(--rule); border-radius:
   letter-spacing: -0.02em; font-variant-numeric: tabular-nums; }
 .tile span { color: var(--soft); font-size: 13px; }
 .pair { display: grid; grid-template-columns: 1fr 1fr; gap: 12px; }
-.details { display: grid; grid-template-columns: repeat(3, 1fr); gap: 12px; margin-top: 12px; }
+.strip { margin-top: 12px; }
+.details { display: grid; grid-template-columns: repeat(4, 1fr); gap: 12px; margin-top: 12px; }
 .moment + .moment { margin-top: 26px; padding-top: 22px; border-top: 1px solid var(--rule); }
 figure { margin: 0; min-width: 0; }
 figure img { display: block; width: 100%; height: auto; border-radius: 7px; background: #000; }
-.details img { image-rendering: pixelated; }
+.details img, .strip img { image-rendering: pixelated; }
 figcaption { color: var(--soft); font-size: 13px; margin-top: 5px; }
 .plot { display: block; width: 100%; height: auto; }
 .plot .grid { stroke: var(--rule); }
 .plot .tick { fill: var(--soft); font-size: 12px; }
 .plot .line { fill: none; stroke-width: 1.8; stroke-linejoin: round; }
-.plot .area { opacity: 0.16; stroke: none; }
+.plot .line.thin { stroke-width: 0.9; opacity: 0.75; }
+.plot .bar { fill: none; }
 .line.first { stroke: var(--first); } .line.second { stroke: var(--second); }
-.area.first { fill: var(--first); } .area.second { fill: var(--second); }
+.bar.type0 { stroke: var(--type0); } .bar.type3 { stroke: var(--type3); }
+.bar.type4 { stroke: var(--type4); } .bar.type5 { stroke: var(--type5); }
+.entry { white-space: nowrap; } .entry + .entry { margin-left: 14px; }
 .key { display: inline-block; width: 14px; height: 3px; border-radius: 2px; vertical-align: 4px;
-  margin: 0 5px 0 14px; }
-.key.first { background: var(--first); margin-left: 0; } .key.second { background: var(--second); }
+  margin-right: 5px; }
+.key.first { background: var(--first); } .key.second { background: var(--second); }
+.key.type0 { background: var(--type0); } .key.type3 { background: var(--type3); }
+.key.type4 { background: var(--type4); } .key.type5 { background: var(--type5); }
+.key[class*=type] { width: 10px; height: 10px; vertical-align: -1px; }
+.heat { display: inline-block; width: 120px; height: 10px; border-radius: 5px; margin: 0 4px;
+  background: linear-gradient(90deg, #1e3c96, #a02896, #f56e28, #fff05a); vertical-align: -1px; }
+.pair .types { align-self: start; }
 table { width: 100%; border-collapse: collapse; font-variant-numeric: tabular-nums; }
 th { text-align: left; font-weight: 500; color: var(--soft); font-size: 13px; }
 th, td { padding: 7px 10px 7px 0; border-bottom: 1px solid var(--rule); white-space: nowrap; }
 tr:last-child td { border-bottom: 0; }
 td.n, th.n { text-align: right; }
 td.b { width: 52%; padding-left: 18px; }
-td.b i { display: block; height: 13px; min-width: 2px; border-radius: 3px;
-  background: var(--first); }
+td.b i { display: block; height: 7px; min-width: 2px; border-radius: 3px; }
+td.b i + i { margin-top: 2px; }
+td.b .first { background: var(--first); } td.b .second { background: var(--second); }
 @media (max-width: 640px) { .pair { grid-template-columns: 1fr; } td.b { width: 24%; } }
 )css";
 
@@ -79,94 +93,221 @@ std::string Tile(const std::string& value, const std::string& label) {
   return "<div class=\"tile\"><b>" + value + "</b><span>" + label + "</span></div>\n";
 }
 
-struct CSizes {
-  std::uint64_t bytes;
-  double ratio, bitsPerPixel;
-};
+// "0.28"; the second of the first.
+std::string RatioText(double first, double second) {
+  return second > 0 ? Text("%.2f", first / second) : "-";
+}
 
-CSizes SizesOf(const CReport& report) {
-  const std::uint64_t bytes = std::accumulate(
-      report.frames.begin(), report.frames.end(), std::uint64_t{0},
-      [](std::uint64_t sum, const CFrameFigures& frame) { return sum + frame.bytes; });
-  const double pixels = double(report.frames.size()) * report.width * report.height;
-  return {bytes, 3 * pixels / double(bytes), 8 * double(bytes) / pixels};
+double PerPixel(const CReport& report, const CCoding& coding) {
+  return 8 * double(coding.Bytes()) / (double(coding.frames.size()) * report.width * report.height);
 }
 
 std::string Tiles(const CReport& report) {
-  const CSizes sizes = SizesOf(report);
-  return "<div class=\"tiles\">\n" + Tile(Text("1 : %.1f", sizes.ratio), "of 24-bit pixels") +
-         Tile(Text("%.2f", sizes.bitsPerPixel), "bits per pixel") +
-         Tile(ByteText(sizes.bytes / report.frames.size()), "per frame") +
-         Tile(Text("%.1f dB", report.error.luma.Psnr()), "PSNR of luma") +
-         Tile(Text("%.0f /s", report.encodesPerSecond), "frames encoded") +
-         Tile(Text("%.0f /s", report.decodesPerSecond), "frames decoded") + "</div>\n";
+  const CCoding& plain = report.plain;
+  const CCoding& differential = report.differential;
+  return "<div class=\"tiles\">\n" +
+         Tile(RatioText(double(differential.Bytes()), double(plain.Bytes())), "of MJPEG in bytes") +
+         Tile(Text("1 : %.0f", 24 / PerPixel(report, differential)), "of 24-bit pixels") +
+         Tile(ByteText(differential.Bytes() / differential.frames.size()), "per frame") +
+         Tile(Text("%.1f dB", differential.error.luma.Psnr()), "PSNR of luma") +
+         Tile(Text("%.0f /s", differential.encodesPerSecond), "frames encoded") +
+         Tile(Text("%.0f /s", differential.decodesPerSecond), "frames decoded") + "</div>\n";
+}
+
+std::string Comparison(const CReport& report) {
+  const CCoding& a = report.plain;
+  const CCoding& b = report.differential;
+  std::string html =
+      "<section><h2>Both formats side by side</h2>\n<p class=\"note\">the same pictures at the "
+      "same "
+      "quality</p>\n<table class=\"figures\"><tr><th></th><th class=\"n\">" +
+      a.name + "</th><th class=\"n\">" + b.name + "</th><th class=\"n\">ratio</th></tr>\n";
+  const auto row = [&](const char* label, const std::string& first, const std::string& second,
+                       const std::string& ratio) {
+    html += std::string("<tr><td>") + label + "</td><td class=\"n\">" + first +
+            "</td><td class=\"n\">" + second + "</td><td class=\"n\">" + ratio + "</td></tr>\n";
+  };
+  row("bytes", ByteText(a.Bytes()), ByteText(b.Bytes()),
+      RatioText(double(b.Bytes()), double(a.Bytes())));
+  row("bits per pixel", Text("%.3f", PerPixel(report, a)), Text("%.3f", PerPixel(report, b)),
+      RatioText(PerPixel(report, b), PerPixel(report, a)));
+  for (const auto& [label, error] : {std::pair{"PSNR of luma", &CPictureError::luma},
+                                     {"PSNR of chroma", &CPictureError::chroma}}) {
+    const double first = (a.error.*error).Psnr(), second = (b.error.*error).Psnr();
+    row(label, Text("%.2f dB", first), Text("%.2f dB", second), Text("%+.2f dB", second - first));
+  }
+  for (const auto& [label, rate] : {std::pair{"time to encode", &CCoding::encodesPerSecond},
+                                    {"time to decode", &CCoding::decodesPerSecond}})
+    row(label, Text("%.2f ms", 1000 / a.*rate), Text("%.2f ms", 1000 / b.*rate),
+        RatioText(a.*rate, b.*rate));
+  return html + "</table></section>\n";
 }
 
 std::string Moments(const CReport& report) {
   std::string html =
       "<section><h2>Source and decoded picture</h2>\n<p class=\"note\">Below each pair, enlarged: "
-      "the detail that lost most, and its difference " +
+      "the detail that lost most in differential video, and its difference " +
       Text("amplified %d times.", differenceGain) + "</p>\n";
   for (const CMoment& moment : report.moments)
     html += "<div class=\"moment\"><div class=\"pair\">\n" +
             Image("jpeg", moment.sourceJpeg, Text("Source, frame %" PRId64, moment.index)) +
-            Image("jpeg", moment.decodedJpeg, Text("Decoded, frame %" PRId64, moment.index)) +
+            Image("jpeg", moment.decodedJpeg,
+                  Text("Differential, decoded, frame %" PRId64, moment.index)) +
             "</div>\n<div class=\"details\">\n" +
             Image("png", moment.sourceDetailPng, "Source, detail") +
-            Image("png", moment.decodedDetailPng, "Decoded, detail") +
+            Image("png", moment.plainDetailPng, "MJPEG, detail") +
+            Image("png", moment.decodedDetailPng, "Differential, detail") +
             Image("png", moment.differenceDetailPng, Text("Difference, %d times", differenceGain)) +
             "</div></div>\n";
   return html + "</section>\n";
 }
 
-std::string Plots(const CReport& report) {
-  CSeries size{"kB per frame", "first", {}}, luma{"luma", "first", {}},
-      chroma{"chroma", "second", {}};
-  for (const CFrameFigures& frame : report.frames) {
-    size.values.push_back(frame.bytes / 1000.0);
-    luma.values.push_back(frame.lumaPsnr);
-    chroma.values.push_back(frame.chromaPsnr);
+struct CShownType {
+  std::int32_t type;
+  const char* name;
+};
+constexpr CShownType shownTypes[] = {{frameTypeKey, "key"},
+                                     {frameTypeReference, "reference"},
+                                     {frameTypePlain, "plain"},
+                                     {frameTypeDifference, "difference"}};
+
+// An entry of a plot's legend.
+std::string Key(const std::string& color, const std::string& name) {
+  return "<span class=\"entry\"><span class=\"key " + color + "\"></span>" + name + "</span>";
+}
+
+std::string TypeTable(const CReport& report) {
+  std::string html =
+      "<table class=\"types\"><tr><th>frames of type</th><th class=\"n\">number</th>"
+      "<th class=\"n\">blocks</th><th class=\"n\">bytes</th><th class=\"n\">of all bytes</th>"
+      "</tr>\n";
+  for (const CShownType& type : shownTypes) {
+    std::uint64_t frames = 0, bytes = 0, blocks = 0;
+    for (const CFrameFigures& frame : report.differential.frames)
+      if (frame.type == type.type) {
+        ++frames;
+        bytes += frame.bytes;
+        blocks += frame.blocks;
+      }
+    if (frames == 0) continue;
+    html += "<tr><td>" + Key(Text("type%d", type.type), type.name) +
+            Text("</td><td class=\"n\">%" PRIu64 "</td><td class=\"n\">", frames) +
+            (type.type == frameTypeKey ? "all" : Text("%.0f", double(blocks) / double(frames))) +
+            Text("</td><td class=\"n\">%s</td><td class=\"n\">%.0f %%</td></tr>\n",
+                 ByteText(bytes / frames).c_str(),
+                 100 * double(bytes) / double(report.differential.Bytes()));
   }
-  const CSeries quality[] = {luma, chroma};
+  return html + "</table>";
+}
+
+std::string Blocks(const CReport& report) {
+  if (!report.blocks) return {};
+  const CBlockPictures& blocks = *report.blocks;
+  return "<section><h2>What a differential frame holds</h2>\n<p class=\"note\">" +
+         Text("Frame %" PRId64 ", a %s frame: %zu of %zu blocks", blocks.index,
+              blocks.typeName.c_str(), blocks.blocks, blocks.allBlocks) +
+         "</p>\n<div class=\"pair\">\n" +
+         Image("jpeg", blocks.markedJpeg, "Its blocks; the rest comes from the reference") +
+         Image("jpeg", blocks.decodedJpeg, "The decoded picture") +
+         "</div>\n<div class=\"strip\">" +
+         Image("png", blocks.stripPng,
+               Text("The blocks as they are sent, side by side as one JPEG picture (folded here): "
+                    "%s, and %zu bytes for the list of their places",
+                    ByteText(blocks.stripBytes).c_str(), blocks.listBytes)) +
+         "</div></section>\n<section><h2>How often each block was sent</h2>\n<p class=\"note\">in "
+         "differential frames: never <span class=\"heat\"></span> " +
+         Text("in %.0f %% of them", 100 * blocks.highestShare) + "</p>\n<div class=\"pair\">\n" +
+         Image("jpeg", blocks.heatJpeg,
+               "Changed blocks and the neighbours sent with them; colours by the square root") +
+         TypeTable(report) + "</div></section>\n";
+}
+
+std::string Plots(const CReport& report) {
+  std::vector<CSeries> sizes;
+  std::string key;
+  for (const CShownType& type : shownTypes) {
+    CSeries bars{type.name, Text("type%d", type.type), {}, EPlot::bars};
+    for (const CFrameFigures& frame : report.differential.frames)
+      bars.values.push_back(frame.type == type.type ? frame.bytes / 1000.0 : 0);
+    if (std::all_of(bars.values.begin(), bars.values.end(), [](double v) { return v == 0; }))
+      continue;
+    key += Key(bars.cssClass, type.name);
+    sizes.push_back(std::move(bars));
+  }
+  std::vector<CSeries> qualities;
+  CSeries whole{"MJPEG", "first", {}};
+  for (const auto& [coding, color] :
+       {std::pair{&report.plain, "first"}, {&report.differential, "second"}}) {
+    CSeries luma{coding->name + ", luma", color, {}}, chroma{coding->name + ", chroma", {}, {}};
+    chroma.cssClass = std::string(color) + " thin";
+    for (const CFrameFigures& frame : coding->frames) {
+      luma.values.push_back(frame.lumaPsnr);
+      chroma.values.push_back(frame.chromaPsnr);
+    }
+    qualities.insert(qualities.end(), {std::move(luma), std::move(chroma)});
+  }
+  for (const CFrameFigures& frame : report.plain.frames)
+    whole.values.push_back(frame.bytes / 1000.0);
+  sizes.push_back(std::move(whole));
   return "<section><h2>Bytes per frame</h2><p class=\"note\">kB over frame number, headers "
-         "included</p>\n" +
-         SvgPlot({&size, 1}, EPlot::area) +
+         "included: " +
+         key + Key("first", "MJPEG, every frame") + "</p>\n" + SvgPlot(sizes) +
          "</section>\n<section><h2>PSNR per frame</h2><p class=\"note\">dB over frame number, "
-         "decoded picture against the encoder's input: "
-         "<span class=\"key first\"></span>luma (Y)"
-         "<span class=\"key second\"></span>chroma (Cb and Cr, stored at half the resolution)"
-         "</p>\n" +
-         SvgPlot(quality, EPlot::lines) + "</section>\n";
+         "decoded picture against the source in full range: " +
+         Key("first", "MJPEG") + Key("second", "Differential") +
+         "; thin lines are chroma (Cb and Cr, stored at half the resolution)</p>\n" +
+         SvgPlot(qualities) + "</section>\n";
 }
 
 std::string Stages(const CReport& report) {
-  double slowest = 0;
-  for (const CStage& stage : report.stages)
-    slowest = std::max(slowest, stage.SecondsPerRun());
+  double slowest = report.input.SecondsPerRun();
+  for (const CCoding* coding : {&report.plain, &report.differential})
+    for (const CStage& stage : coding->stages)
+      slowest = std::max(slowest, stage.SecondsPerRun());
+  const auto cell = [](const CStage* stage) {
+    return stage ? Text("<td class=\"n\">%.2f</td>", stage->SecondsPerRun() * 1000)
+                 : "<td class=\"n\"></td>";
+  };
+  const auto bar = [&](const CStage* stage, const char* color) {
+    return stage ? Text("<i class=\"%s\" style=\"width:%.1f%%\"></i>", color,
+                        slowest > 0 ? 100 * stage->SecondsPerRun() / slowest : 0)
+                 : "";
+  };
   std::string html =
-      "<section><h2>Time per stage</h2><p class=\"note\">mean over all frames, one thread</p>\n"
-      "<table><tr><th>stage</th><th class=\"n\">ms per frame</th><th class=\"n\">frames/s</th>"
-      "<th></th></tr>\n";
-  for (const CStage& stage : report.stages)
-    html += Text(
-        "<tr><td>%s</td><td class=\"n\">%.2f</td><td class=\"n\">%.0f</td>"
-        "<td class=\"b\"><i style=\"width:%.1f%%\"></i></td></tr>\n",
-        HtmlText(stage.Name()).c_str(), stage.SecondsPerRun() * 1000, stage.RunsPerSecond(),
-        slowest > 0 ? 100 * stage.SecondsPerRun() / slowest : 0);
+      "<section><h2>Time per stage</h2><p class=\"note\">mean over all frames, one thread, in ms "
+      "per frame</p>\n<table><tr><th>stage</th><th class=\"n\">" +
+      report.plain.name + "</th><th class=\"n\">" + report.differential.name +
+      "</th><th></th></tr>\n";
+  const auto row = [&](const CStage& first, const CStage* second) {
+    html += "<tr><td>" + first.Name() + "</td>" + cell(&first) + cell(second) + "<td class=\"b\">" +
+            bar(&first, "first") + bar(second, "second") + "</td></tr>\n";
+  };
+  row(report.input, nullptr);
+  for (std::size_t i = 0; i < report.plain.stages.size(); ++i)
+    row(report.plain.stages[i], &report.differential.stages[i]);
   return html + "</table></section>\n";
 }
 
 }  // namespace
 
+std::uint64_t CCoding::Bytes() const {
+  return std::accumulate(
+      frames.begin(), frames.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const CFrameFigures& frame) { return sum + frame.bytes; });
+}
+
 std::string ReportSummary(const CReport& report) {
-  const CSizes sizes = SizesOf(report);
-  return CountText(static_cast<std::int64_t>(report.frames.size()), "frame") +
+  const CCoding& plain = report.plain;
+  const CCoding& differential = report.differential;
+  return CountText(static_cast<std::int64_t>(plain.frames.size()), "frame") +
          Text(
-             " of %dx%d at quality %d: %s, 1 : %.1f of 24-bit pixels, luma PSNR %.1f dB, encoded "
-             "at %.0f and decoded at %.0f frames/s",
-             report.width, report.height, report.quality, ByteText(sizes.bytes).c_str(),
-             sizes.ratio, report.error.luma.Psnr(), report.encodesPerSecond,
-             report.decodesPerSecond);
+             " of %dx%d at quality %d: MJPEG %s with a luma PSNR of %.1f dB, differential %s (%s "
+             "times) with %.1f dB, encoded at %.0f and decoded at %.0f frames/s",
+             report.width, report.height, report.quality, ByteText(plain.Bytes()).c_str(),
+             plain.error.luma.Psnr(), ByteText(differential.Bytes()).c_str(),
+             RatioText(double(differential.Bytes()), double(plain.Bytes())).c_str(),
+             differential.error.luma.Psnr(), differential.encodesPerSecond,
+             differential.decodesPerSecond);
 }
 
 std::string HtmlReport(const CReport& report) {
@@ -176,5 +317,6 @@ std::string HtmlReport(const CReport& report) {
          name + " - ztlib report</title>\n<style>" + styleSheet +
          "</style></head>\n<body><main>\n<h1>Recorded and played back: " + name +
          "</h1>\n<p class=\"summary\">" + ReportSummary(report) + "</p>\n" + Tiles(report) +
-         Moments(report) + Plots(report) + Stages(report) + "</main></body></html>\n";
+         Comparison(report) + Blocks(report) + Plots(report) + Moments(report) + Stages(report) +
+         "</main></body></html>\n";
 }

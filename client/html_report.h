@@ -3,30 +3,52 @@
 #include "client/statistics.h"
 
 #include <cstdint>
-#include <span>
+#include <optional>
 #include <string>
 #include <vector>
 
 struct CFrameFigures {
-  std::uint32_t bytes = 0;
+  std::uint32_t bytes = 0, blocks = 0;
+  std::int32_t type = 0;                // an EFrameType
   double lumaPsnr = 0, chromaPsnr = 0;  // in dB
 };
 
-// One frame to look at: image files of the whole pictures and of the detail that lost most.
+// The clip in one video format.
+struct CCoding {
+  std::string name;
+  std::vector<CFrameFigures> frames;
+  CPictureError error;         // of all frames together
+  std::vector<CStage> stages;  // the same ones for every coding
+  double encodesPerSecond = 0, decodesPerSecond = 0;
+
+  [[nodiscard]] std::uint64_t Bytes() const;
+};
+
+// One frame to look at: image files of the whole pictures and of the detail that lost most in
+// differential video.
 struct CMoment {
   std::int64_t index = 0;
   std::string sourceJpeg, decodedJpeg;
-  std::string sourceDetailPng, decodedDetailPng, differenceDetailPng;
+  std::string sourceDetailPng, plainDetailPng, decodedDetailPng, differenceDetailPng;
+};
+
+// What differential video did: a frame of it, and how often each block was sent.
+struct CBlockPictures {
+  std::int64_t index = 0;
+  std::string typeName;
+  std::size_t blocks = 0, allBlocks = 0, listBytes = 0, stripBytes = 0;
+  std::string markedJpeg, decodedJpeg, stripPng;
+  std::string heatJpeg;
+  double highestShare = 0;  // of the differential frames, of the block that was sent most
 };
 
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
-  std::vector<CFrameFigures> frames;
-  CPictureError error;  // of all frames together
+  CStage input;
+  CCoding plain, differential;
   std::vector<CMoment> moments;
-  std::vector<CStage> stages;
-  double encodesPerSecond = 0, decodesPerSecond = 0;
+  std::optional<CBlockPictures> blocks;  // none if no frame had any
 };
 
 // How much stronger than they are the differences of the detail are shown.

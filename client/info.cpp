@@ -4,6 +4,7 @@
 #include "client/frame_header.h"
 
 #include <cinttypes>
+#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -12,45 +13,89 @@ namespace {
 struct CTotals {
   std::int64_t frames = 0;
   std::uint64_t bytes = 0, payload = 0;
+  std::uint64_t blocks = 0, list = 0, strip = 0;
   std::uint32_t smallest = UINT32_MAX, largest = 0;
 
-  void Add(std::uint32_t frameBytes, std::uint32_t payloadBytes) {
+  void Add(const CFrameHeader& header) {
     ++frames;
-    bytes += frameBytes;
-    payload += payloadBytes;
-    smallest = std::min(smallest, frameBytes);
-    largest = std::max(largest, frameBytes);
+    bytes += header.totalSize;
+    payload += header.payloadSize;
+    smallest = std::min(smallest, header.totalSize);
+    largest = std::max(largest, header.totalSize);
+    blocks += header.blockCount;
+    list += header.listSize;
+    strip += header.stripSize;
   }
   [[nodiscard]] std::uint32_t Smallest() const { return frames ? smallest : 0; }
   [[nodiscard]] double Mean() const { return frames ? double(bytes) / double(frames) : 0; }
 };
 
+// Of the whole file and of each type of frame in it.
+struct CSummary {
+  CTotals all;
+  std::map<std::int32_t, std::pair<std::string, CTotals>> types;
+
+  void Add(const CFrameHeader& header) {
+    all.Add(header);
+    auto& [name, totals] = types[header.frameType];
+    name = header.TypeName();
+    totals.Add(header);
+  }
+};
+
 void ShowTable(CFrameFileReader& reader) {
-  CTotals totals;
+  CSummary summary;
+  const CTotals& totals = summary.all;
   Print(Output(),
-        "    frame        offset  format       kind         size  type            bytes\n");
+        "    frame        offset  format       kind         size  type            bytes"
+        "  blocks    list     strip\n");
   while (const std::optional<CCodedFrame> frame = reader.Next()) {
     const CFrameHeader header = ReadFrameHeader(frame->bytes);
-    totals.Add(header.totalSize, header.payloadSize);
-    Print(Output(),
-          Text("%9" PRId64 "  %12" PRIu64 "  %-11s  %-8s%9s  %-10s  %9" PRIu32 "\n", frame->index,
-               frame->offset, header.FormatName().c_str(), header.KindName().c_str(),
-               Text("%dx%d", header.width, header.height).c_str(), header.TypeName().c_str(),
-               header.totalSize));
+    summary.Add(header);
+    std::string line =
+        Text("%9" PRId64 "  %12" PRIu64 "  %-11s  %-8s%9s  %-10s  %9" PRIu32, frame->index,
+             frame->offset, header.FormatName().c_str(), header.KindName().c_str(),
+             Text("%dx%d", header.width, header.height).c_str(), header.TypeName().c_str(),
+             header.totalSize);
+    if (header.IsDifferential())
+      line += Text("  %6" PRIu32 "  %6" PRIu32 "  %8" PRIu32, header.blockCount, header.listSize,
+                   header.stripSize);
+    Print(Output(), line + "\n");
   }
   Print(Output(),
         Text("%s, %s (headers %s), per frame %" PRIu32 " to %" PRIu32 ", mean %.0f bytes\n",
              CountText(totals.frames, "frame").c_str(), ByteText(totals.bytes).c_str(),
              ByteText(totals.bytes - totals.payload).c_str(), totals.Smallest(), totals.largest,
              totals.Mean()));
+  if (summary.types.size() == 1) return;
+  for (const auto& [type, named] : summary.types) {
+    const auto& [name, part] = named;
+    std::string line =
+        Text("%-10s  %7s, %9s, mean %.0f bytes", name.c_str(),
+             Text("%" PRId64, part.frames).c_str(), ByteText(part.bytes).c_str(), part.Mean());
+    if (part.list > 0)
+      line +=
+          Text(", %.1f blocks, %.0f of list and %.0f of strip",
+               double(part.blocks) / double(part.frames), double(part.list) / double(part.frames),
+               double(part.strip) / double(part.frames));
+    Print(Output(), line + "\n");
+  }
+}
+
+nlohmann::ordered_json Json(const CTotals& totals) {
+  return {{"frames", totals.frames},        {"bytes", totals.bytes},
+          {"payloadBytes", totals.payload}, {"smallestFrame", totals.Smallest()},
+          {"largestFrame", totals.largest}, {"meanFrame", totals.Mean()},
+          {"blocks", totals.blocks},        {"listBytes", totals.list},
+          {"stripBytes", totals.strip}};
 }
 
 void ShowJson(CFrameFileReader& reader, const std::string& path) {
-  CTotals totals;
+  CSummary summary;
   nlohmann::ordered_json frames = nlohmann::ordered_json::array();
   while (const std::optional<CCodedFrame> frame = reader.Next()) {
     const CFrameHeader header = ReadFrameHeader(frame->bytes);
-    totals.Add(header.totalSize, header.payloadSize);
+    summary.Add(header);
     frames.push_back({{"offset", frame->offset},
                       {"format", header.videoFormat},
                       {"formatName", header.FormatName()},
@@ -62,20 +107,22 @@ void ShowJson(CFrameFileReader& reader, const std::string& path) {
                       {"typeName", header.TypeName()},
                       {"bytes", header.totalSize},
                       {"payloadBytes", header.payloadSize}});
+    if (header.IsDifferential())
+      frames.back().update({{"blocks", header.blockCount},
+                            {"listBytes", header.listSize},
+                            {"stripBytes", header.stripSize}});
   }
+  nlohmann::ordered_json types = nlohmann::ordered_json::object();
+  for (const auto& [type, named] : summary.types)
+    types[named.first] = Json(named.second);
   nlohmann::ordered_json damage;
   if (reader.Damage())
     damage = {{"offset", reader.Damage()->offset}, {"text", reader.Damage()->text}};
   const nlohmann::ordered_json result{{"file", path},
                                       {"fileBytes", reader.FileSize()},
                                       {"frames", std::move(frames)},
-                                      {"totals",
-                                       {{"frames", totals.frames},
-                                        {"bytes", totals.bytes},
-                                        {"payloadBytes", totals.payload},
-                                        {"smallestFrame", totals.Smallest()},
-                                        {"largestFrame", totals.largest},
-                                        {"meanFrame", totals.Mean()}}},
+                                      {"totals", Json(summary.all)},
+                                      {"types", std::move(types)},
                                       {"damage", damage}};
   // A file name need not be UTF-8.
   Print(Output(),

@@ -11,6 +11,12 @@ namespace {
 // The handler runs on the thread whose call has failed, before that call returns.
 thread_local std::string failure;
 
+// A ztlib_output whose `user` is a vector of bytes.
+void StoreBytes(void* user, const void* data, std::uint32_t size) {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
+}
+
 }  // namespace
 
 CSession::CSession(bool verbose) {
@@ -64,11 +70,20 @@ const AVFrame& FrameOf(const ImagePtr& image) {
   return *frame;
 }
 
-CEncoder::CEncoder(int videoFormat, int width, int height, int quality) {
-  handle = ztlib_encoder_create(videoFormat);
-  if (!handle) throw CLibraryError(Text("no encoder for video format %d", videoFormat));
+CEncoder::CEncoder(const CEncoderSettings& settings) {
+  handle = ztlib_encoder_create(settings.videoFormat);
+  if (!handle) throw CLibraryError(Text("no encoder for video format %d", settings.videoFormat));
   CTaggedWriter config;
-  config.Int("Width", width).Int("Height", height).Int("JPEGQuality", quality);
+  config.Int("Width", settings.width)
+      .Int("Height", settings.height)
+      .Int("JPEGQuality", settings.quality);
+  if (settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF)
+    config.Int("IFrameInterval", settings.keyInterval)
+        .Int("RPFrameInterval", settings.referenceInterval)
+        .Int("IVPixelSensitivity", settings.sensitivity)
+        .Bool("AdvancedProfile", settings.isAdvanced)
+        .Bool("GenerateOutOfOrderIFrames", settings.hasOverflowKeys)
+        .Int("Bits", settings.listBits);
   const ztlib_blob block = config.Block();
   ClearFailure();
   ztlib_encoder_config(handle, &block);
@@ -82,15 +97,17 @@ CEncoder::CEncoder(int videoFormat, int width, int height, int quality) {
 
 std::span<std::uint8_t> CEncoder::Encode(const ImagePtr& image) {
   ClearFailure();
-  ztlib_encoder_process(
-      handle, &coded,
-      [](void* user, const void* data, std::uint32_t size) {
-        const auto* bytes = static_cast<const std::uint8_t*>(data);
-        static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
-      },
-      image.get(), 0);
+  ztlib_encoder_process(handle, &coded, StoreBytes, image.get(), 0);
   ThrowFailure();
   return coded;
+}
+
+std::vector<std::uint8_t> WrapJpeg(std::span<const std::uint8_t> jpeg) {
+  std::vector<std::uint8_t> frame;
+  ClearFailure();
+  ztlib_copyAndAddHeader(&frame, StoreBytes, jpeg.data(), static_cast<std::uint32_t>(jpeg.size()));
+  ThrowFailure();
+  return frame;
 }
 
 CDecoder::CDecoder(int scale, int format) : scaleDown(scale), pixelFormat(format) {
@@ -102,6 +119,7 @@ CDecoder::CDecoder(int scale, int format) : scaleDown(scale), pixelFormat(format
 void CDecoder::Select(int videoFormat) {
   ztlib_decoder_destroy(&handle);
   present = -1;
+  baseWidth = baseHeight = 0;
   handle = ztlib_decoder_create(videoFormat);
   if (!handle) throw CLibraryError(Text("unknown video format %d", videoFormat));
   CTaggedWriter config;
@@ -119,8 +137,29 @@ const AVFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
   const ztlib_blob blob{frame.data(), frame.size()};
   const int videoFormat = ztlib_getVideoFormat(&blob);
   if (!handle || videoFormat != present) Select(videoFormat);
+  if (videoFormat != ZTLIB_VIDEO_MJPEGDIFF) {
+    Process(frame);
+    return FrameOf(picture);
+  }
+  const CFrameHeader header = ReadFrameHeader(frame);
+  if (!Accepts(header)) throw CLibraryError("a differential frame without its key frame");
+  // A decoder of differential video is at the new scale only behind its first key frame.
+  if (scaleDown > 1 && baseWidth == 0) Process(frame);
+  Process(frame);
+  if (!header.IsDifferential()) {
+    baseWidth = header.width;
+    baseHeight = header.height;
+  }
+  return FrameOf(picture);
+}
+
+void CDecoder::Process(std::span<std::uint8_t> frame) {
+  ClearFailure();
   ztlib_decoder_process(&handle, picture.get(), frame.data(),
                         static_cast<std::uint32_t>(frame.size()));
   ThrowFailure();
-  return FrameOf(picture);
+}
+
+bool CDecoder::Accepts(const CFrameHeader& header) const {
+  return !header.IsDifferential() || (header.width == baseWidth && header.height == baseHeight);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/av.h"
+#include "client/frame_header.h"
 #include "client/text.h"
 #include "ztlib.h"
 
@@ -49,9 +50,25 @@ using PoolFramePtr = std::unique_ptr<AVFrame, CPoolDelete>;
 // The frame behind an image.
 [[nodiscard]] const AVFrame& FrameOf(const ImagePtr& image);
 
+// Width and height are those of the coded pictures. What follows the quality is for differential
+// video alone, which needs a width that is a multiple of differentialWidthStep and a height that is
+// one of differentialHeightStep.
+struct CEncoderSettings {
+  int videoFormat = ZTLIB_VIDEO_MJPEG;
+  int width = 0, height = 0;
+  int quality = 75;
+  int keyInterval = 60;       // frames
+  int referenceInterval = 4;  // frames
+  int sensitivity = 10;       // 0 to 20
+  bool isAdvanced = false;    // difference frames in place of plain ones
+  bool hasOverflowKeys = true;
+  int listBits = 6;
+};
+inline constexpr int differentialWidthStep = 16, differentialHeightStep = 8;
+
 class CEncoder {
  public:
-  CEncoder(int videoFormat, int width, int height, int quality);
+  explicit CEncoder(const CEncoderSettings& settings);
   ~CEncoder() { ztlib_encoder_destroy(&handle); }
   CEncoder(const CEncoder&) = delete;
   CEncoder& operator=(const CEncoder&) = delete;
@@ -64,12 +81,19 @@ class CEncoder {
   std::vector<std::uint8_t> coded;
 };
 
+// A JPEG file as a frame of plain MJPEG.
+[[nodiscard]] std::vector<std::uint8_t> WrapJpeg(std::span<const std::uint8_t> jpeg);
+
 class CDecoder {
  public:
   CDecoder(int scaleDown, int pixelFormat);
   ~CDecoder() { ztlib_decoder_destroy(&handle); }
   CDecoder(const CDecoder&) = delete;
   CDecoder& operator=(const CDecoder&) = delete;
+
+  // Whether a frame has what it builds on: a differential frame needs a decoded key frame of its
+  // size before it.
+  [[nodiscard]] bool Accepts(const CFrameHeader& header) const;
 
   // The decoded picture, valid until the next call. After a CLibraryError the next frame may be
   // tried.
@@ -78,9 +102,11 @@ class CDecoder {
  private:
   // Makes `handle` a configured decoder of that format.
   void Select(int videoFormat);
+  void Process(std::span<std::uint8_t> frame);
 
   int scaleDown, pixelFormat;
-  int present = -1;  // video format of `handle`
+  int present = -1;                   // video format of `handle`
+  int baseWidth = 0, baseHeight = 0;  // of the key frame that differential frames build on
   void* handle = nullptr;
   ImagePtr picture;
 };

@@ -77,9 +77,15 @@ std::string CMomentMaker::Png(const AVFrame& picture) {
   return AsString(png.Code(picture));
 }
 
-CMoment CMomentMaker::Make(std::int64_t index, const AVFrame& source, const AVFrame& decoded) {
-  const AVFrame& original =
-      toDecoded.Convert(source, AV_PIX_FMT_BGR0, decoded.width, decoded.height);
+CMoment CMomentMaker::Make(std::int64_t index, const AVFrame& source, CSize scaled,
+                           const AVFrame& plain, const AVFrame& decoded) {
+  const FramePtr cut = NewFrame();
+  AvCheck(av_frame_ref(cut.get(),
+                       &toDecoded.Convert(source, AV_PIX_FMT_BGR0, scaled.width, scaled.height)),
+          "cannot show a picture");
+  cut->width = decoded.width;
+  cut->height = decoded.height;
+  const AVFrame& original = *cut;
   const CArea area = FindDetail(original, decoded);
   const auto channelOf = [](const AVFrame& picture) {
     return [&picture](int x, int y, int channel) { return Pixel(picture, x, y)[channel]; };
@@ -92,6 +98,7 @@ CMoment CMomentMaker::Make(std::int64_t index, const AVFrame& source, const AVFr
           Overview(original),
           Overview(decoded),
           Png(*Detail(area, channelOf(original))),
+          Png(*Detail(area, channelOf(plain))),
           Png(*Detail(area, channelOf(decoded))),
           Png(*Detail(area, difference))};
 }

@@ -43,6 +43,27 @@ class CDamageReport {
   std::int64_t count = 0;
 };
 
+// Plays a line on which frames get lost.
+class CLoss {
+ public:
+  explicit CLoss(const CPlayOptions& options)
+      : type(options.dropType), interval(options.dropEvery) {}
+
+  bool Takes(const CFrameHeader& header) {
+    const int present = header.IsDifferential() && header.frameType == frameTypeUntold
+                            ? int{frameTypePlain}
+                            : header.frameType;
+    if (present != type || ++seen % interval != 0) return false;
+    ++lost;
+    return true;
+  }
+  [[nodiscard]] std::int64_t Lost() const { return lost; }
+
+ private:
+  int type;
+  std::int64_t interval, seen = 0, lost = 0;
+};
+
 // A frame may fail for what was asked of it.
 std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, const char* failure) {
   const bool isPaired = options.pixels == ZTLIB_YUYV || options.pixels == ZTLIB_UYVY;
@@ -60,14 +81,23 @@ int Play(const CPlayOptions& options) {
   CDecoder decoder(options.scale, options.pixels);
   CStage decode("decode");
   CDamageReport damaged(options.input);
+  CLoss loss(options);
   FramePtr planes;
-  std::int64_t frames = 0, played = 0;
+  std::int64_t frames = 0, played = 0, baseless = 0;
   int width = 0, height = 0;
   {
     CProgressBar progress("play");
     while (const std::optional<CCodedFrame> frame = reader.Next()) {
       ++frames;
       progress.Show(frames, double(reader.Position()) / double(reader.FileSize()));
+      const CFrameHeader header = ReadFrameHeader(frame->bytes);
+      if (header.videoFormat == ZTLIB_VIDEO_MJPEGDIFF && options.pixels == ZTLIB_GRAY)
+        throw CError(options.input + ": differential video has no gray pictures, use rgb or yuv");
+      if (loss.Takes(header)) continue;
+      if (!decoder.Accepts(header)) {
+        ++baseless;
+        continue;
+      }
       const AVFrame* picture = nullptr;
       try {
         picture = &decode.Run([&]() -> const AVFrame& { return decoder.Decode(frame->bytes); });
@@ -94,6 +124,9 @@ int Play(const CPlayOptions& options) {
     }
   }
   damaged.Close();
+  if (baseless > 0)
+    Complain(options.input + ": " + CountText(baseless, "frame") +
+             " left out for want of a key frame before");
   if (reader.Damage())
     Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
                   reader.Damage()->text.c_str()));
@@ -107,6 +140,7 @@ int Play(const CPlayOptions& options) {
   std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
   if (played > 0)
     summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());
+  if (loss.Lost() > 0) summary += Text(", %" PRId64 " dropped", loss.Lost());
   if (damaged.Count() > 0) summary += Text(", %" PRId64 " damaged", damaged.Count());
   Print(target, summary + "\n");
   return reader.Damage() || damaged.Count() > 0 ? 1 : 0;

@@ -17,7 +17,7 @@ int Record(const CRecordOptions& options) {
     CProgressBar progress("record");
     while (recorder.Step()) {
       if (!file) file.emplace(options.output);
-      file->Write(recorder.Coded());
+      file->Write(recorder.Coder().Coded());
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
@@ -27,10 +27,12 @@ int Record(const CRecordOptions& options) {
     Complain(options.input + ": " + CountText(input.DamagedPackets(), "damaged packet") +
              " passed over");
 
-  const double pixels = double(recorder.Frames()) * recorder.Width() * recorder.Height();
-  Print(Output(), Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s\n",
-                       options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(),
-                       recorder.Width(), recorder.Height(), ByteText(file->Bytes()).c_str(),
-                       8 * double(file->Bytes()) / pixels, recorder.encode.RunsPerSecond()));
+  const CEncoderSettings& coding = recorder.Coder().Settings();
+  const double pixels = double(recorder.Frames()) * coding.width * coding.height;
+  Print(Output(),
+        Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s\n",
+             options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
+             coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
+             recorder.Coder().encode.RunsPerSecond()));
   return 0;
 }

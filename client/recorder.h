@@ -9,11 +9,40 @@
 #include <optional>
 #include <span>
 
-struct CRecordSettings {
-  int videoFormat = ZTLIB_VIDEO_MJPEG;
-  int quality = 75;
-  int width = 0, height = 0;  // 0: as the first picture
-  std::int64_t frames = 0;    // 0: all
+struct CRecordSettings : CEncoderSettings {  // a size of 0: as the first picture
+  std::int64_t frames = 0;                   // 0: all
+};
+
+struct CSize {
+  int width = 0, height = 0;
+};
+
+// Codes pictures of any size, each in the size `scaled` of which the top left part is kept.
+class CCoder {
+ public:
+  CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize)
+      : settings(encoderSettings), scaled(scaledSize), encoder(encoderSettings) {}
+
+  void Code(const AVFrame& picture);
+
+  // Of the last picture.
+  [[nodiscard]] const AVFrame& Input() const { return FrameOf(input); }
+  [[nodiscard]] std::span<std::uint8_t> Coded() const { return coded; }
+
+  [[nodiscard]] const CEncoderSettings& Settings() const { return settings; }
+  [[nodiscard]] CSize Scaled() const { return scaled; }
+
+  CStage convert{"convert"}, encode{"encode"};
+
+ private:
+  [[nodiscard]] ImagePtr Convert(const AVFrame& picture);
+
+  CEncoderSettings settings;
+  CSize scaled;
+  CScaler scaler;
+  CEncoder encoder;
+  ImagePtr input;
+  std::span<std::uint8_t> coded;
 };
 
 // Takes pictures from a source and codes them, one at a time.
@@ -27,28 +56,23 @@ class CRecorder {
 
   // Of the last step.
   [[nodiscard]] const AVFrame& Source() const { return *picture; }
-  [[nodiscard]] const AVFrame& EncoderInput() const { return FrameOf(input); }
-  [[nodiscard]] std::span<std::uint8_t> Coded() const { return coded; }
+  [[nodiscard]] const CCoder& Coder() const { return *coder; }
 
   [[nodiscard]] std::int64_t Frames() const { return frames; }
   // The number of frames there will be as far as the source knows, 0 if it does not.
   [[nodiscard]] std::int64_t Expected() const;
   // How much of the work is done, negative if that is not known.
   [[nodiscard]] double Share() const;
-  [[nodiscard]] int Width() const { return settings.width; }
-  [[nodiscard]] int Height() const { return settings.height; }
 
-  CStage decodeInput{"decode input"}, convert{"convert"}, encode{"encode"};
+  CStage decodeInput{"decode input"};
 
  private:
-  [[nodiscard]] ImagePtr Convert();
+  // Settles the size of the coded pictures.
+  void Open();
 
   IPictureSource& source;
   CRecordSettings settings;
   FramePtr picture = NewFrame();
-  CScaler scaler;
-  ImagePtr input;
-  std::optional<CEncoder> encoder;
-  std::span<std::uint8_t> coded;
+  std::optional<CCoder> coder;
   std::int64_t frames = 0;
 };

@@ -63,7 +63,7 @@ std::string HtmlText(const std::string& text) {
   return html;
 }
 
-std::string SvgPlot(std::span<const CSeries> series, EPlot kind) {
+std::string SvgPlot(std::span<const CSeries> series) {
   double low = 1e300, high = -1e300;
   std::size_t frames = 1;
   for (const CSeries& line : series) {
@@ -72,8 +72,8 @@ std::string SvgPlot(std::span<const CSeries> series, EPlot kind) {
       high = std::max(high, value);
     }
     frames = std::max(frames, line.values.size());
+    if (line.kind == EPlot::bars) low = 0;
   }
-  if (kind == EPlot::area) low = 0;
   if (high - low < 1) high = low + 1;
   const double step = NiceStep(high - low, 4);
   low = std::floor(low / step) * step;
@@ -100,13 +100,19 @@ std::string SvgPlot(std::span<const CSeries> series, EPlot kind) {
                 xOf(i * frameStep), bottom + 20, i * frameStep);
   for (const CSeries& line : series) {
     std::string path;
+    if (line.kind == EPlot::bars) {
+      for (const auto& [frame, value] : Points(line.values))
+        if (value > 0) path += Text("M%.1f %.1fV%.1f", xOf(frame), bottom, yOf(value));
+      svg +=
+          Text("<path class=\"bar %s\" stroke-width=\"%.2f\" d=\"%s\"><title>%s</title></path>\n",
+               line.cssClass.c_str(), std::clamp(0.8 * (right - left) / last, 1.0, 12.0),
+               path.c_str(), HtmlText(line.name).c_str());
+      continue;
+    }
     for (const auto& [frame, value] : Points(line.values))
       path += Text("%c%.1f %.1f", path.empty() ? 'M' : 'L', xOf(frame), yOf(value));
     // One frame has a line too.
     if (line.values.size() == 1) path += Text("L%.1f %.1f", right, yOf(line.values[0]));
-    if (kind == EPlot::area)
-      svg += Text("<path class=\"area %s\" d=\"%sL%.1f %.1fL%.1f %.1fZ\"/>\n",
-                  line.cssClass.c_str(), path.c_str(), right, bottom, left, bottom);
     svg += Text("<path class=\"line %s\" d=\"%s\"><title>%s</title></path>\n",
                 line.cssClass.c_str(), path.c_str(), HtmlText(line.name).c_str());
   }

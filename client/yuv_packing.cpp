@@ -15,12 +15,40 @@ void PackRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v
   }
 }
 
+template <int shift>
+void PackPairs(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+               std::uint8_t* packed, int width) {
+  const auto shared = [](const std::uint8_t* chroma, int x) {
+    return static_cast<std::uint8_t>(shift == 1 ? chroma[x / 2]
+                                                : (chroma[x] + chroma[x + 1] + 1) / 2);
+  };
+  for (int x = 0; x < width; x += 2) {
+    packed[2 * x] = shared(u, x);
+    packed[2 * x + 1] = y[x];
+    packed[2 * x + 2] = shared(v, x);
+    packed[2 * x + 3] = y[x + 1];
+  }
+}
+
+using PackRowOf = void(const std::uint8_t*, const std::uint8_t*, const std::uint8_t*, std::uint8_t*,
+                       int);
+
 const std::uint8_t* Row(const AVFrame& picture, int plane, int y) {
   return picture.data[plane] + static_cast<std::ptrdiff_t>(y) * picture.linesize[plane];
 }
 
 std::uint8_t* Row(AVFrame& picture, int plane, int y) {
   return picture.data[plane] + static_cast<std::ptrdiff_t>(y) * picture.linesize[plane];
+}
+
+// `forFull` takes rows whose chroma is as wide as luma, `forHalf` those where it is half.
+void Pack(const AVFrame& planes, AVFrame& packed, PackRowOf forFull, PackRowOf forHalf) {
+  const auto format = static_cast<AVPixelFormat>(planes.format);
+  const int down = format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P ? 1 : 0;
+  const bool isFull = format == AV_PIX_FMT_YUV444P || format == AV_PIX_FMT_YUVJ444P;
+  for (int y = 0; y < packed.height; ++y)
+    (isFull ? forFull : forHalf)(Row(planes, 0, y), Row(planes, 1, y >> down),
+                                 Row(planes, 2, y >> down), Row(packed, 0, y), packed.width);
 }
 
 }  // namespace
@@ -34,12 +62,11 @@ AVPixelFormat PlanarFormatFor(const AVFrame& picture) {
 }
 
 void PackYuv(const AVFrame& planes, AVFrame& packed) {
-  const auto format = static_cast<AVPixelFormat>(planes.format);
-  const int down = format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P ? 1 : 0;
-  const bool isFull = format == AV_PIX_FMT_YUV444P || format == AV_PIX_FMT_YUVJ444P;
-  for (int y = 0; y < packed.height; ++y)
-    (isFull ? PackRow<0> : PackRow<1>)(Row(planes, 0, y), Row(planes, 1, y >> down),
-                                       Row(planes, 2, y >> down), Row(packed, 0, y), packed.width);
+  Pack(planes, packed, PackRow<0>, PackRow<1>);
+}
+
+void PackUyvy(const AVFrame& planes, AVFrame& packed) {
+  Pack(planes, packed, PackPairs<0>, PackPairs<1>);
 }
 
 void UnpackYuv(const AVFrame& packed, AVFrame& planes) {

@@ -35,6 +35,12 @@ class ClientTest : public testing::Test {
   std::filesystem::path folder;
 };
 
+inline constexpr std::size_t headerSize = 112;
+
+// libjpeg's own answer, as planes: the way a YUV4MPEG2 stream holds them.
+[[nodiscard]] Bytes DecodePlanes(const std::uint8_t* data, std::size_t size, unsigned scale,
+                                 bool isGray);
+
 // A YUV4MPEG2 stream taken apart.
 struct CY4m {
   std::string header;

@@ -1,0 +1,43 @@
+#include "client/block_list.h"
+
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Blocks = std::vector<std::uint64_t>;
+
+TEST(BlockList, HoldsWhatItsBytesHold) {
+  // Offsets 0, 63, 0, 8 of six bits; one run before entry 2, two before entry 3.
+  const Bytes good{4, 0, 0, 0, 2, 0, 0, 0, 6, 0, 0, 0, 2, 0, 1, 0, 3, 0, 2, 0, 0xC0, 0x0F, 0x20};
+  const auto changed = [&](std::size_t at, std::uint8_t value) {
+    Bytes bytes = good;
+    bytes[at] = value;
+    return bytes;
+  };
+  struct CCase {
+    const char* name;
+    Bytes list;
+    Blocks blocks;
+  };
+  const CCase cases[] = {
+      {"whole", good, {0, 63, 64, 200}},
+      {"fewer than it has", changed(0, 2), {0, 63}},
+      {"more than it has", changed(3, 255), {0, 63, 64, 200}},
+      {"cut in the offsets", {good.begin(), good.end() - 1}, {0, 63}},
+      {"cut in the runs", {good.begin(), good.begin() + 18}, {}},
+      {"cut in the head", {good.begin(), good.begin() + 11}, {}},
+      {"empty", {}, {}},
+      {"runs beyond the end", changed(7, 255), {}},
+      {"a run of no steps", changed(14, 0), {0, 63, 0, 136}},
+      {"too many bits", changed(8, 32), {}},
+      {"the most bits", changed(8, 31), {}},
+      {"no bits", changed(8, 0), {0, 0, 1}},
+  };
+  for (const CCase& test : cases)
+    EXPECT_EQ(ReadBlockList(test.list), test.blocks) << test.name;
+}
+
+}  // namespace
