@@ -39,7 +39,7 @@ section { background: var(--card); border: 1px solid var(--rule); border-radius:
   padding: 14px 18px; }
 .tile b { display: block; font-size: 25px; line-height: 1.25; font-weight: 650;
   letter-spacing: -0.02em; font-variant-numeric: tabular-nums; }
-.tile span { color: var(--soft); font-size: 13px; }
+.tile span { color: var(--soft); font-size: 12.5px; }
 .pair { display: grid; grid-template-columns: 1fr 1fr; gap: 12px; }
 .strip { margin-top: 12px; }
 .details { display: grid; grid-template-columns: repeat(4, 1fr); gap: 12px; margin-top: 12px; }
@@ -106,7 +106,8 @@ std::string Tiles(const CReport& report) {
   const CCoding& plain = report.plain;
   const CCoding& differential = report.differential;
   return "<div class=\"tiles\">\n" +
-         Tile(RatioText(double(differential.Bytes()), double(plain.Bytes())), "of MJPEG in bytes") +
+         Tile(Text("%.0f %%", 100 * double(differential.Bytes()) / double(plain.Bytes())),
+              "of the bytes of MJPEG") +
          Tile(Text("1 : %.0f", 24 / PerPixel(report, differential)), "of 24-bit pixels") +
          Tile(ByteText(differential.Bytes() / differential.frames.size()), "per frame") +
          Tile(Text("%.1f dB", differential.error.luma.Psnr()), "PSNR of luma") +
@@ -218,7 +219,7 @@ std::string Blocks(const CReport& report) {
          "differential frames: never <span class=\"heat\"></span> " +
          Text("in %.0f %% of them", 100 * blocks.highestShare) + "</p>\n<div class=\"pair\">\n" +
          Image("jpeg", blocks.heatJpeg,
-               "Changed blocks and the neighbours sent with them; colours by the square root") +
+               "The colours follow the square root, so that rare blocks show") +
          TypeTable(report) + "</div></section>\n";
 }
 
