@@ -56,6 +56,7 @@ void CVideoEncoderMJPEG::Configure(const CData& config) {
 }
 
 void CVideoEncoderMJPEG::SetQuality(int newQuality) {
+  const CAutoLock lock(&mutex);
   ZT_ASSERT(encoder_, source, 69);
   if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", source, __LINE__);
   encoder_->SetQuality(static_cast<std::uint32_t>(newQuality));
