@@ -178,7 +178,21 @@ def decoder_process():
     yield "many_scans", frames(mjpeg_frame(many[:scan] + 600 * many[scan:-2] + b"\xff\xd9"))
 
 
+def load_image():
+    sample_bytes = (0, 1, 4, 4, 4, 4, 1, 4, 384)
+    for pixel_format, size in enumerate(sample_bytes):
+        for dx, dy in ((0, 0), (3, 2), (16, 1), (17, 5)):
+            body = bytes(i % 251 for i in range(dx * dy * size or dx * dy // 8 + 16))
+            head = u32(1) + u32(32 + len(body)) + u32(32) + u32(0)
+            block = head + u32(pixel_format) + u32(dx) + u32(dy) + u32(0) + body
+            yield f"format_{pixel_format}_{dx}_{dy}", block
+            yield f"cut_{pixel_format}_{dx}_{dy}", block[:-1]
+    yield "other_version", u32(2) + bytes(12) + u32(1) + bytes(12)
+    yield "huge", u32(1) + bytes(12) + u32(8) + u32(0x7FFFFFFF) + u32(2) + u32(0)
+
+
 TARGETS = {
+    "load_image": load_image,
     "parse_tagged": parse_tagged,
     "parse_counted": parse_counted,
     "convert": convert,
