@@ -19,10 +19,10 @@ std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
 
 // Copies the rows of an image into one of the same format and size.
 void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from) {
-  const int rowSize = from.GetRowSize();
+  const auto rowSize = static_cast<std::size_t>(from.GetRowSize());
   if (rowSize == 0) return;
   for (int y = 0; y < from.GetDy(); ++y)
-    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), static_cast<std::size_t>(rowSize));
+    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), rowSize);
 }
 
 }  // namespace
@@ -73,7 +73,7 @@ int CZTImage::GetDyInPixels() const {
 int CZTImage::GetSampleSize() const {
   return ConstImpl("GetSampleSize").GetSampleSize();
 }
-int CZTImage::GetScanlineSize() const {
+std::int64_t CZTImage::GetScanlineSize() const {
   return ConstImpl("GetScanlineSize").GetScanlineSize();
 }
 void* CZTImage::GetFrame() const {
