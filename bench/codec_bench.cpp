@@ -1,11 +1,11 @@
 #include "include/ztlib.h"
+#include "tests/support/codec_config.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -110,22 +110,13 @@ void Collect(void* user, const void* data, std::uint32_t size) {
   static_cast<Bytes*>(user)->assign(bytes, bytes + size);
 }
 
-std::string IntValue(const char* name, std::int32_t value) {
-  std::string element = "I";
-  element += static_cast<char>(std::strlen(name));
-  element += name;
-  const std::uint32_t size = sizeof value;
-  element.append(reinterpret_cast<const char*>(&size), sizeof size);
-  element.append(reinterpret_cast<const char*>(&value), sizeof value);
-  return element;
-}
-
 void* MakeEncoder() {
   void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
-  const std::string config =
-      IntValue("Width", width) + IntValue("Height", height) + IntValue("JPEGQuality", quality);
-  const ztlib_blob blob{config.data(), config.size()};
-  ztlib_encoder_config(encoder, &blob);
+  CodecConfig()
+      .Int("Width", width)
+      .Int("Height", height)
+      .Int("JPEGQuality", quality)
+      .Apply(ztlib_encoder_config, encoder);
   return encoder;
 }
 
@@ -148,9 +139,10 @@ void DecodeZtlib(benchmark::State& state, int format, int scale) {
   RegisterFrames();
   Bytes frame = TheFrame();
   void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-  const std::string config = IntValue("PixelFormat", format) + IntValue("ScaleDown", scale);
-  const ztlib_blob blob{config.data(), config.size()};
-  ztlib_decoder_config(decoder, &blob);
+  CodecConfig()
+      .Int("PixelFormat", format)
+      .Int("ScaleDown", scale)
+      .Apply(ztlib_decoder_config, decoder);
   void* image = ztlib_ztimage_create();
   for (auto _ : state)
     ztlib_decoder_process(&decoder, image, frame.data(), static_cast<std::uint32_t>(frame.size()));

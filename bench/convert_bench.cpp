@@ -1,10 +1,12 @@
 #include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/row_kernel_shapes.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 extern "C" {
 #include <libswscale/swscale.h>
@@ -15,8 +17,8 @@ extern "C" {
 
 // The pixel conversions, one frame a round, beside libyuv and swscale where those have the pair.
 // Their arithmetic differs (and they do not interpolate chroma): yardsticks of speed, not of
-// results. libyuv has no four-byte YUV; planes of full size stand in for it. The memcpy moves as
-// many bytes as the conversion reads and writes.
+// results. libyuv has no four-byte YUV; planes of full size stand in for it. The memcpy touches as
+// many bytes as the conversion does, which reads four-byte targets to keep their fourth bytes.
 
 namespace {
 
@@ -24,19 +26,30 @@ constexpr int width = 1920;
 constexpr int height = 1080;
 constexpr std::size_t pixels = std::size_t{width} * height;
 
-using Bytes = std::vector<std::uint8_t>;
+struct alignas(64) Picture {
+  std::array<std::uint8_t, 6 * pixels> bytes = {};
+};
 using Peer = void (*)(std::uint8_t* target, const std::uint8_t* source);
 
 struct Conversion {
   const char* name;
   RowKernels::Row RowKernels::*row;
-  int pixelsPerCount;
-  std::size_t sourceBytes;  // of two pixels
-  std::size_t targetBytes;
   Peer libyuv = nullptr;
   AVPixelFormat swscaleSource = AV_PIX_FMT_NONE;
   AVPixelFormat swscaleTarget = AV_PIX_FMT_NONE;
+
+  [[nodiscard]] const RowKernelShape& Shape() const {
+    return *std::find_if(std::begin(rowKernelShapes), std::end(rowKernelShapes),
+                         [this](const RowKernelShape& shape) { return shape.row == row; });
+  }
 };
+// Bytes of a whole picture or row, whose width is a multiple of all samples.
+std::size_t SourceBytes(const RowKernelShape& shape, std::size_t ofPixels) {
+  return ofPixels / shape.pixels * shape.sourceBytes;
+}
+std::size_t TargetBytes(const RowKernelShape& shape, std::size_t ofPixels) {
+  return ofPixels / shape.pixels * shape.targetBytes;
+}
 
 template <auto Function, int SourceStride, int TargetStride>
 void Libyuv(std::uint8_t* target, const std::uint8_t* source) {
@@ -54,52 +67,43 @@ constexpr auto planesToRgb = [](std::uint8_t* target, const std::uint8_t* source
   libyuv::J444ToARGB(source, width, source + pixels, width, source + 2 * pixels, width, target,
                      4 * width, width, height);
 };
-constexpr auto yuyvToPlanes = [](std::uint8_t* target, const std::uint8_t* source) {
-  libyuv::YUY2ToI422(source, 2 * width, target, width, target + pixels, width / 2,
-                     target + 2 * pixels, width / 2, width, height);
-};
-constexpr auto uyvyToPlanes = [](std::uint8_t* target, const std::uint8_t* source) {
-  libyuv::UYVYToI422(source, 2 * width, target, width, target + pixels, width / 2,
-                     target + 2 * pixels, width / 2, width, height);
-};
-
 constexpr int w1 = width;
 constexpr int w2 = 2 * width;
 constexpr int w4 = 4 * width;
 #define KERNEL(name) &RowKernels::name
 const Conversion conversions[] = {
-    {"bool_to_gray", KERNEL(boolToGray), 1, 2, 2},
-    {"gray_to_bool", KERNEL(grayToBool), 1, 2, 2},
-    {"bool_to_rgb", KERNEL(boolToRgb), 1, 2, 8},
-    {"gray_to_rgb", KERNEL(grayToRgb), 1, 2, 8, Libyuv<libyuv::J400ToARGB, w1, w4>,
-     AV_PIX_FMT_GRAY8, AV_PIX_FMT_BGR0},
-    {"gray_to_yuv", KERNEL(grayToYuv), 1, 2, 8},
-    {"gray_to_yuyv", KERNEL(grayToYuyv), 2, 2, 4, nullptr, AV_PIX_FMT_GRAY8, AV_PIX_FMT_YUYV422},
-    {"gray_to_uyvy", KERNEL(grayToUyvy), 2, 2, 4, nullptr, AV_PIX_FMT_GRAY8, AV_PIX_FMT_UYVY422},
-    {"rgb_to_gray", KERNEL(rgbToGray), 1, 8, 2, Libyuv<libyuv::ARGBToJ400, w4, w1>, AV_PIX_FMT_BGR0,
+    {"bool_to_gray", KERNEL(boolToGray)},
+    {"gray_to_bool", KERNEL(grayToBool)},
+    {"bool_to_rgb", KERNEL(boolToRgb)},
+    {"gray_to_rgb", KERNEL(grayToRgb), Libyuv<libyuv::J400ToARGB, w1, w4>, AV_PIX_FMT_GRAY8,
+     AV_PIX_FMT_BGR0},
+    {"gray_to_yuv", KERNEL(grayToYuv)},
+    {"gray_to_yuyv", KERNEL(grayToYuyv), nullptr, AV_PIX_FMT_GRAY8, AV_PIX_FMT_YUYV422},
+    {"gray_to_uyvy", KERNEL(grayToUyvy), nullptr, AV_PIX_FMT_GRAY8, AV_PIX_FMT_UYVY422},
+    {"rgb_to_gray", KERNEL(rgbToGray), Libyuv<libyuv::ARGBToJ400, w4, w1>, AV_PIX_FMT_BGR0,
      AV_PIX_FMT_GRAY8},
-    {"rgb_to_yuv", KERNEL(rgbToYuv), 1, 8, 8, rgbToPlanes},
-    {"rgb_to_yuyv", KERNEL(rgbToYuyv), 2, 8, 4, Libyuv<libyuv::ARGBToYUY2, w4, w2>, AV_PIX_FMT_BGR0,
+    {"rgb_to_yuv", KERNEL(rgbToYuv), rgbToPlanes},
+    {"rgb_to_yuyv", KERNEL(rgbToYuyv), Libyuv<libyuv::ARGBToYUY2, w4, w2>, AV_PIX_FMT_BGR0,
      AV_PIX_FMT_YUYV422},
-    {"rgb_to_uyvy", KERNEL(rgbToUyvy), 2, 8, 4, Libyuv<libyuv::ARGBToUYVY, w4, w2>, AV_PIX_FMT_BGR0,
+    {"rgb_to_uyvy", KERNEL(rgbToUyvy), Libyuv<libyuv::ARGBToUYVY, w4, w2>, AV_PIX_FMT_BGR0,
      AV_PIX_FMT_UYVY422},
-    {"yuv_to_gray", KERNEL(yuvToGray), 1, 8, 2},
-    {"yuv_to_rgb", KERNEL(yuvToRgb), 1, 8, 8, planesToRgb},
-    {"yuv_to_yuyv", KERNEL(yuvToYuyv), 2, 8, 4},
-    {"yuv_to_uyvy", KERNEL(yuvToUyvy), 2, 8, 4},
-    {"yuyv_to_gray", KERNEL(yuyvToGray), 2, 4, 2, Libyuv<libyuv::YUY2ToY, w2, w1>,
-     AV_PIX_FMT_YUYV422, AV_PIX_FMT_GRAY8},
-    {"yuyv_to_rgb", KERNEL(yuyvToRgb), 2, 4, 8, Libyuv<libyuv::YUY2ToARGB, w2, w4>,
-     AV_PIX_FMT_YUYV422, AV_PIX_FMT_BGR0},
-    {"yuyv_to_yuv", KERNEL(yuyvToYuv), 2, 4, 8, yuyvToPlanes},
-    {"yuyv_to_uyvy", KERNEL(yuyvToUyvy), 2, 4, 4, yuyvToUyvyByShuffle, AV_PIX_FMT_YUYV422,
+    {"yuv_to_gray", KERNEL(yuvToGray)},
+    {"yuv_to_rgb", KERNEL(yuvToRgb), planesToRgb},
+    {"yuv_to_yuyv", KERNEL(yuvToYuyv)},
+    {"yuv_to_uyvy", KERNEL(yuvToUyvy)},
+    {"yuyv_to_gray", KERNEL(yuyvToGray), Libyuv<libyuv::YUY2ToY, w2, w1>, AV_PIX_FMT_YUYV422,
+     AV_PIX_FMT_GRAY8},
+    {"yuyv_to_rgb", KERNEL(yuyvToRgb), Libyuv<libyuv::YUY2ToARGB, w2, w4>, AV_PIX_FMT_YUYV422,
+     AV_PIX_FMT_BGR0},
+    {"yuyv_to_yuv", KERNEL(yuyvToYuv)},
+    {"yuyv_to_uyvy", KERNEL(yuyvToUyvy), yuyvToUyvyByShuffle, AV_PIX_FMT_YUYV422,
      AV_PIX_FMT_UYVY422},
-    {"uyvy_to_gray", KERNEL(uyvyToGray), 2, 4, 2, Libyuv<libyuv::UYVYToY, w2, w1>,
-     AV_PIX_FMT_UYVY422, AV_PIX_FMT_GRAY8},
-    {"uyvy_to_rgb", KERNEL(uyvyToRgb), 2, 4, 8, Libyuv<libyuv::UYVYToARGB, w2, w4>,
-     AV_PIX_FMT_UYVY422, AV_PIX_FMT_BGR0},
-    {"uyvy_to_yuv", KERNEL(uyvyToYuv), 2, 4, 8, uyvyToPlanes},
-    {"uyvy_to_yuyv", KERNEL(uyvyToYuyv), 2, 4, 4, nullptr, AV_PIX_FMT_UYVY422, AV_PIX_FMT_YUYV422},
+    {"uyvy_to_gray", KERNEL(uyvyToGray), Libyuv<libyuv::UYVYToY, w2, w1>, AV_PIX_FMT_UYVY422,
+     AV_PIX_FMT_GRAY8},
+    {"uyvy_to_rgb", KERNEL(uyvyToRgb), Libyuv<libyuv::UYVYToARGB, w2, w4>, AV_PIX_FMT_UYVY422,
+     AV_PIX_FMT_BGR0},
+    {"uyvy_to_yuv", KERNEL(uyvyToYuv)},
+    {"uyvy_to_yuyv", KERNEL(uyvyToYuyv), nullptr, AV_PIX_FMT_UYVY422, AV_PIX_FMT_YUYV422},
 };
 
 template <class Work>
@@ -107,13 +111,14 @@ void Register(const Conversion& conversion, const char* implementation, Work wor
   const std::string name =
       "convert_" + std::string(conversion.name) + "/1080p/" + std::string(implementation);
   benchmark::RegisterBenchmark(name.c_str(), [&conversion, work](benchmark::State& state) {
-    Bytes source(4 * pixels);
-    Bytes target(4 * pixels);
+    // Aligned like frames.
+    const std::unique_ptr<Picture> source(new Picture);
+    const std::unique_ptr<Picture> target(new Picture);
     std::mt19937 random;
-    for (auto& byte : source)
+    for (auto& byte : source->bytes)
       byte = static_cast<std::uint8_t>(random());
     for (auto _ : state) {
-      work(target.data(), source.data());
+      work(target->bytes.data(), source->bytes.data());
       benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));
@@ -122,13 +127,13 @@ void Register(const Conversion& conversion, const char* implementation, Work wor
 
 void RegisterKernel(const Conversion& conversion, const char* implementation,
                     const RowKernels& rows) {
+  const RowKernelShape& shape = conversion.Shape();
   const RowKernels::Row row = rows.*conversion.row;
   Register(conversion, implementation,
-           [&conversion, row](std::uint8_t* target, const std::uint8_t* source) {
+           [&shape, row](std::uint8_t* target, const std::uint8_t* source) {
              for (std::size_t y = 0; y < height; ++y)
-               row(target + y * width / 2 * conversion.targetBytes,
-                   source + y * width / 2 * conversion.sourceBytes,
-                   static_cast<std::size_t>(width / conversion.pixelsPerCount));
+               row(target + y * TargetBytes(shape, width), source + y * SourceBytes(shape, width),
+                   width / shape.pixels);
            });
 }
 
@@ -137,8 +142,8 @@ void RegisterSwscale(const Conversion& conversion) {
       sws_getContext(width, height, conversion.swscaleSource, width, height,
                      conversion.swscaleTarget, SWS_POINT, nullptr, nullptr, nullptr),
       sws_freeContext);
-  const int sourceStride = static_cast<int>(conversion.sourceBytes) * width / 2;
-  const int targetStride = static_cast<int>(conversion.targetBytes) * width / 2;
+  const int sourceStride = static_cast<int>(SourceBytes(conversion.Shape(), width));
+  const int targetStride = static_cast<int>(TargetBytes(conversion.Shape(), width));
   Register(conversion, "swscale",
            [context, sourceStride, targetStride](std::uint8_t* target, const std::uint8_t* source) {
              sws_scale(context.get(), &source, &sourceStride, 0, height, &target, &targetStride);
@@ -151,7 +156,9 @@ const bool registered = [] {
     RegisterKernel(conversion, "ztlib_baseline", baselineRows);
     if (conversion.libyuv) Register(conversion, "libyuv", conversion.libyuv);
     if (conversion.swscaleSource != AV_PIX_FMT_NONE) RegisterSwscale(conversion);
-    const std::size_t size = (conversion.sourceBytes + conversion.targetBytes) * pixels / 4;
+    const std::size_t written = TargetBytes(conversion.Shape(), pixels);
+    const std::size_t kept = written == 4 * pixels ? written : 0;
+    const std::size_t size = (SourceBytes(conversion.Shape(), pixels) + kept + written) / 2;
     Register(conversion, "memcpy", [size](std::uint8_t* target, const std::uint8_t* source) {
       std::memcpy(target, source, size);
     });

@@ -27,7 +27,7 @@ main { max-width: 1120px; margin: 0 auto; padding: 40px 24px 56px; }
 h1 { font-size: 27px; line-height: 1.2; margin: 0 0 6px; letter-spacing: -0.015em; }
 h2 { font-size: 16px; margin: 0 0 2px; letter-spacing: -0.005em; }
 p { margin: 0; }
-.summary { font-size: 15.5px; color: var(--soft); margin-bottom: 26px; }
+.summary { font-size: 14.5px; color: var(--soft); margin-bottom: 26px; }
 .note { color: var(--soft); font-size: 13px; margin-bottom: 12px; }
 section { background: var(--card); border: 1px solid var(--rule); border-radius: 12px;
   padding: 20px 22px; margin-top: 18px; }

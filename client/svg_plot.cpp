@@ -87,15 +87,17 @@ std::string SvgPlot(std::span<const CSeries> series, EPlot kind) {
   std::string svg =
       Text("<svg class=\"plot\" viewBox=\"0 0 %.0f %.0f\" role=\"img\">\n", width, height);
   const int digits = step < 1 ? 1 : 0;
-  for (double value = low; value < high + step / 2; value += step)
+  for (int i = 0; i <= std::lround((high - low) / step); ++i) {
+    const double value = low + i * step;
     svg += Text(
         "<line class=\"grid\" x1=\"%.0f\" y1=\"%.1f\" x2=\"%.0f\" y2=\"%.1f\"/>"
         "<text class=\"tick\" x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">%.*f</text>\n",
         left, yOf(value), right, yOf(value), left - 8, yOf(value) + 4, digits, value);
+  }
   const double frameStep = std::max(1.0, NiceStep(last, 8));
-  for (double frame = 0; frame <= last; frame += frameStep)
+  for (int i = 0; i * frameStep <= last; ++i)
     svg += Text("<text class=\"tick\" x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\">%.0f</text>\n",
-                xOf(frame), bottom + 20, frame);
+                xOf(i * frameStep), bottom + 20, i * frameStep);
   for (const CSeries& line : series) {
     std::string path;
     for (const auto& [frame, value] : Points(line.values))

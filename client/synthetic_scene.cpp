@@ -137,13 +137,13 @@ void CSyntheticScene::DrawGround() {
   band(curb, nearCurb, {86, 88, 92});
   band(nearCurb, nearCurb + 6, {198, 196, 190});
   band(nearCurb + 6, bottom + 10, {164, 160, 152});
-  for (float x = 14; x < road; x += 84)
+  for (int x = 14; x < road; x += 84)
     background.FillRectangle(Place(x, lane - 3), Place(x + 44, lane + 2), 1, {{224, 222, 212}});
   // Joints of the paving slabs, wider apart towards the viewer.
-  for (float x = -200; x < road + 200; x += 26)
+  for (int x = -200; x < road + 200; x += 26)
     background.DrawLine(Place(x, horizon), Place(x + (x - road / 2) * 0.06F, curb - 4), 0.8F * unit,
                         {{126, 122, 118}, 0, 0.8F});
-  for (float x = -200; x < road + 200; x += 48)
+  for (int x = -200; x < road + 200; x += 48)
     background.DrawLine(Place(x, nearCurb + 6), Place(x + (x - road / 2) * 0.1F, bottom), unit,
                         {{130, 126, 120}, 0, 0.8F});
   for (const float y : {232.0F, 246.0F, 446.0F})
@@ -182,7 +182,8 @@ void CSyntheticScene::AddLight(CPoint center, float radiusX, float radiusY, floa
 }
 
 void CSyntheticScene::PlaceLamps() {
-  for (float x = 70; x < road; x += 190) {
+  for (int i = 0; float(70 + 190 * i) < road; ++i) {
+    const auto x = float(70 + 190 * i);
     background.DrawLine(Place(x, curb - 6), Place(x, 118), 3.4F * unit, {{58, 62, 66}});
     background.DrawLine(Place(x, 118), Place(x + 26, 110), 2.6F * unit, {{58, 62, 66}});
     background.FillEllipse(Place(x + 30, 111), 9 * unit, 3.4F * unit, {{244, 236, 214}, 1});

@@ -2,12 +2,12 @@
 
 #include "fuzz/require.h"
 #include "include/ztlib.h"
+#include "tests/support/codec_config.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
-#include <string>
 #include <vector>
 
 // A client of the codec exports for fuzzing: a frame manager that refuses large pictures, and a
@@ -66,30 +66,23 @@ struct Codec {
   void (*destroy)(void**);
 };
 
-inline std::string Element(char tag, const std::string& name, const void* value,
-                           std::uint32_t size) {
-  return tag + std::string(1, static_cast<char>(name.size())) + name +
-         std::string(reinterpret_cast<const char*>(&size), sizeof size) +
-         std::string(static_cast<const char*>(value), size);
-}
-
 inline void Configure(void* decoder, std::int32_t format, std::int32_t scale, bool swap) {
-  const std::string config = Element('I', "PixelFormat", &format, sizeof format) +
-                             Element('I', "ScaleDown", &scale, sizeof scale) +
-                             Element('B', "SwapRGB", &swap, 1);
-  const ztlib_blob blob{config.data(), config.size()};
-  ztlib_decoder_config(decoder, &blob);
+  CodecConfig()
+      .Int("PixelFormat", format)
+      .Int("ScaleDown", scale)
+      .Bool("SwapRGB", swap)
+      .Apply(ztlib_decoder_config, decoder);
 }
 
 // 64 by 64 pixels of several frequencies.
 inline const Bytes& GoodFrame() {
   static const Bytes frame = [] {
     constexpr std::int32_t side = 64;
-    const std::string config =
-        Element('I', "Width", &side, sizeof side) + Element('I', "Height", &side, sizeof side);
-    const ztlib_blob blob{config.data(), config.size()};
     const Codec encoder(ztlib_encoder_create(ZTLIB_VIDEO_MJPEG), ztlib_encoder_destroy);
-    ztlib_encoder_config(encoder.object, &blob);
+    CodecConfig()
+        .Int("Width", side)
+        .Int("Height", side)
+        .Apply(ztlib_encoder_config, encoder.object);
     auto* const picture = static_cast<Frame*>(AllocateFrame(side, side, ZTLIB_YUV));
     for (std::size_t i = 0; i < picture->memory.size(); ++i)
       picture->memory[i] = static_cast<std::uint8_t>(i * i / 512 + i % 7 * 20);

@@ -105,6 +105,16 @@ def parse_counted():
             yield f"depth_{depth}", nested
 
 
+def convert():
+    ramp = bytes(range(0, 256, 3)) + bytes(range(255, -1, -5))
+    for pair in range(9 * 11):
+        source, target = divmod(pair, 11)
+        yield f"pair_{source}_{target}", bytes([source, target, 37, 3, pair]) + ramp
+    for kernel in range(23):
+        for width in (0, 1, 9, 255):
+            yield f"kernel_{kernel:02}_{width}", bytes([1, 1, width, 0, kernel]) + ramp
+
+
 def jpeg(width, height, *options):
     """A small picture of gradients and noise, encoded by cjpeg."""
     seed = 1
@@ -245,9 +255,24 @@ def encoder_config():
             yield f"{name}_{other}", bytes([len(block)]) + block + blocks[other]
 
 
+def load_image():
+    sample_bytes = (0, 1, 4, 4, 4, 4, 1, 4, 384)
+    for pixel_format, size in enumerate(sample_bytes):
+        for dx, dy in ((0, 0), (3, 2), (16, 1), (17, 5)):
+            body = bytes(i % 251 for i in range(dx * dy * size or dx * dy // 8 + 16))
+            head = u32(1) + u32(32 + len(body)) + u32(32) + u32(0)
+            block = head + u32(pixel_format) + u32(dx) + u32(dy) + u32(0) + body
+            yield f"format_{pixel_format}_{dx}_{dy}", block
+            yield f"cut_{pixel_format}_{dx}_{dy}", block[:-1]
+    yield "other_version", u32(2) + bytes(12) + u32(1) + bytes(12)
+    yield "huge", u32(1) + bytes(12) + u32(8) + u32(0x7FFFFFFF) + u32(2) + u32(0)
+
+
 TARGETS = {
+    "load_image": load_image,
     "parse_tagged": parse_tagged,
     "parse_counted": parse_counted,
+    "convert": convert,
     "decoder_process": decoder_process,
     "copy_and_add_header": pictures,
     "differential": differential,

@@ -8,7 +8,6 @@
 namespace {
 
 using codec_client::Bytes;
-using codec_client::Config;
 using codec_client::Decoder;
 using codec_client::Encoder;
 
@@ -135,9 +134,9 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   EXPECT_TRUE(std::equal(second.begin(), second.end(), first.begin()));
   const Bytes changed = Decode(decoder, plain);
   // Other scales wait for a key frame, other formats reach the base with it.
-  decoder.Configure(Config().Int("ScaleDown", 1));
+  decoder.Configure(CodecConfig().Int("ScaleDown", 1));
   EXPECT_EQ(Decode(decoder, plain), changed);
-  decoder.Configure(Config().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
+  decoder.Configure(CodecConfig().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
   Bytes empty(plain.begin(), plain.begin() + 112);
   Put(empty, 84, 0);
   const Image image = NewImage();
@@ -149,10 +148,10 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   EXPECT_EQ(FrameOf(image)->format, ZTLIB_YUV);
   ExpectNoFailure();
   // A scale that the format cannot have never comes into force.
-  decoder.Configure(Config().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
+  decoder.Configure(CodecConfig().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
   Decode(decoder, key);
   ExpectFailure(process, "main/target/windll/image/ztimage_impl", "Invalid range");
-  decoder.Configure(Config().Int("ScaleDown", 2));
+  decoder.Configure(CodecConfig().Int("ScaleDown", 2));
   EXPECT_EQ(Decode(decoder, key), second);
   ExpectNoFailure();
 }
@@ -174,7 +173,7 @@ TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
   Decode(other, plain);
   EXPECT_EQ(failures.size(), 1U);
   Forget();
-  other.Configure(Config().Int("PixelFormat", ZTLIB_RGB));
+  other.Configure(CodecConfig().Int("PixelFormat", ZTLIB_RGB));
   ztlib_decoder_setBaseImage(other.object, image.get());
   EXPECT_EQ(Decode(other, plain), changed);
   ztlib_decoder_setBaseImage(other.object, nullptr);

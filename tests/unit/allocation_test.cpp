@@ -1,11 +1,11 @@
 #include "include/ztlib.h"
+#include "tests/support/codec_config.h"
 #include "tests/support/jpeg_reference.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -73,13 +73,6 @@ void ReleaseFrame(void* frame) {
   static_cast<Frame*>(frame)->taken = false;
 }
 
-std::string IntValue(const char* name, std::int32_t value) {
-  const std::uint32_t size = sizeof value;
-  return std::string("I") + static_cast<char>(std::strlen(name)) + name +
-         std::string(reinterpret_cast<const char*>(&size), 4) +
-         std::string(reinterpret_cast<const char*>(&value), 4);
-}
-
 struct Output {
   std::uint32_t size = 0;
   std::uint8_t bytes[width * height * 2];
@@ -108,9 +101,7 @@ TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
   for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
     SCOPED_TRACE(format);
     void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
-    const std::string encoderConfig = IntValue("Width", width) + IntValue("Height", height);
-    const ztlib_blob encoderBlob{encoderConfig.data(), encoderConfig.size()};
-    ztlib_encoder_config(encoder, &encoderBlob);
+    CodecConfig().Int("Width", width).Int("Height", height).Apply(ztlib_encoder_config, encoder);
     void* image = ztlib_ztimage_create_avframe(format, AllocateFrame(width, height, format));
     for (std::size_t i = 0; i < sizeof frameMemory[0]; ++i)
       static_cast<Frame*>(ztlib_ztimage_get_avframe(image))->data[i] = scene[i % scene.size()] / 4;
@@ -120,9 +111,7 @@ TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
     ASSERT_GT(output.size, 112U);
 
     void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-    const std::string decoderConfig = IntValue("PixelFormat", format);
-    const ztlib_blob decoderBlob{decoderConfig.data(), decoderConfig.size()};
-    ztlib_decoder_config(decoder, &decoderBlob);
+    CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
     void* decoded = ztlib_ztimage_create();
     const int decoding =
         CallsOfTen([&] { ztlib_decoder_process(&decoder, decoded, output.bytes, output.size); });
@@ -141,11 +130,12 @@ TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   static Output output;
   for (bool advanced : {false, true}) {
     void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEGDIFF);
-    std::string config = IntValue("Width", width) + IntValue("Height", height) +
-                         IntValue("RPFrameInterval", 3) + "B\x0F" + "AdvancedProfile";
-    config += std::string("\1\0\0\0", 4) + static_cast<char>(advanced);
-    const ztlib_blob blob{config.data(), config.size()};
-    ztlib_encoder_config(encoder, &blob);
+    CodecConfig()
+        .Int("Width", width)
+        .Int("Height", height)
+        .Int("RPFrameInterval", 3)
+        .Bool("AdvancedProfile", advanced)
+        .Apply(ztlib_encoder_config, encoder);
     void* images[2];
     for (int i = 0; i < 2; ++i) {
       void* frame = AllocateFrame(width, height, ZTLIB_UYVY);
@@ -170,9 +160,7 @@ TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
 
     for (int format : {ZTLIB_RGB, ZTLIB_UYVY}) {
       void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF);
-      const std::string decoderConfig = IntValue("PixelFormat", format);
-      const ztlib_blob decoderBlob{decoderConfig.data(), decoderConfig.size()};
-      ztlib_decoder_config(decoder, &decoderBlob);
+      CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
       void* decoded = ztlib_ztimage_create();
       EXPECT_EQ(CallsOfTen([&] {
                   for (Bytes& frame : stream)

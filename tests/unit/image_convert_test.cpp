@@ -4,10 +4,13 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -128,42 +131,31 @@ Pixels UyvyToYuv(const Bytes& uyvy) {
   return pixels;
 }
 
-struct Kernel {
-  const char* name;
-  RowKernels::Row RowKernels::*row;
-  std::size_t pixels;       // of one count
-  std::size_t sourceBytes;  // of one count
-  std::size_t targetBytes;
-  Bytes (*model)(const Bytes&);
-};
-#define KERNEL(name, ...) #name, &RowKernels::name, __VA_ARGS__
-const Kernel kernels[] = {
-    {KERNEL(boolToGray, 1, 1, 1, [](auto& s) { return Write1(Each(Read1(s), BoolToGray)); })},
-    {KERNEL(boolToRgb, 1, 1, 4,
-            [](auto& s) { return Write4(Each(Each(Read1(s), BoolToGray), GrayToRgb)); })},
-    {KERNEL(grayToBool, 1, 1, 1, [](auto& s) { return Write1(Each(Read1(s), GrayToBool)); })},
-    {KERNEL(grayToRgb, 1, 1, 4, [](auto& s) { return Write4(Each(Read1(s), GrayToRgb)); })},
-    {KERNEL(grayToYuv, 1, 1, 4, [](auto& s) { return Write4(Each(Read1(s), GrayToYuv)); })},
-    {KERNEL(grayToYuyv, 2, 2, 4,
-            [](auto& s) { return YuvToYuyv(Each(Each(Read1(s), GrayToRgb), RgbToYuv)); })},
-    {KERNEL(grayToUyvy, 2, 2, 4,
-            [](auto& s) { return Swap(YuvToYuyv(Each(Read1(s), GrayToYuv))); })},
-    {KERNEL(rgbToGray, 1, 4, 1, [](auto& s) { return Write1(Each(Read4(s), RgbToYuv)); })},
-    {KERNEL(rgbToYuv, 1, 4, 4, [](auto& s) { return Write4(Each(Read4(s), RgbToYuv)); })},
-    {KERNEL(rgbToYuyv, 2, 8, 4, [](auto& s) { return YuvToYuyv(Each(Read4(s), RgbToYuv)); })},
-    {KERNEL(rgbToUyvy, 2, 8, 4, [](auto& s) { return Swap(YuvToYuyv(Each(Read4(s), RgbToYuv))); })},
-    {KERNEL(yuvToGray, 1, 4, 1, [](auto& s) { return Write1(Read4(s)); })},
-    {KERNEL(yuvToRgb, 1, 4, 4, [](auto& s) { return Write4(Each(Read4(s), YuvToRgb)); })},
-    {KERNEL(yuvToYuyv, 2, 8, 4, [](auto& s) { return YuvToYuyv(Read4(s)); })},
-    {KERNEL(yuvToUyvy, 2, 8, 4, [](auto& s) { return Swap(YuvToYuyv(Read4(s))); })},
-    {KERNEL(yuyvToGray, 2, 4, 2, [](auto& s) { return Write1(YuyvToYuv(s)); })},
-    {KERNEL(yuyvToRgb, 2, 4, 8, [](auto& s) { return Write4(Each(YuyvToYuv(s), YuvToRgb)); })},
-    {KERNEL(yuyvToYuv, 2, 4, 8, [](auto& s) { return Write4(YuyvToYuv(s)); })},
-    {KERNEL(yuyvToUyvy, 2, 4, 4, [](auto& s) { return Swap(s); })},
-    {KERNEL(uyvyToGray, 2, 4, 2, [](auto& s) { return Write1(UyvyToYuv(s)); })},
-    {KERNEL(uyvyToRgb, 2, 4, 8, [](auto& s) { return Write4(Each(UyvyToYuv(s), YuvToRgb)); })},
-    {KERNEL(uyvyToYuv, 2, 4, 8, [](auto& s) { return Write4(UyvyToYuv(s)); })},
-    {KERNEL(uyvyToYuyv, 2, 4, 4, [](auto& s) { return YuvToYuyv(UyvyToYuv(s)); })},
+using Model = Bytes (*)(const Bytes&);
+const std::map<std::string, Model> models = {
+    {"boolToGray", [](auto& s) { return Write1(Each(Read1(s), BoolToGray)); }},
+    {"boolToRgb", [](auto& s) { return Write4(Each(Each(Read1(s), BoolToGray), GrayToRgb)); }},
+    {"grayToBool", [](auto& s) { return Write1(Each(Read1(s), GrayToBool)); }},
+    {"grayToRgb", [](auto& s) { return Write4(Each(Read1(s), GrayToRgb)); }},
+    {"grayToYuv", [](auto& s) { return Write4(Each(Read1(s), GrayToYuv)); }},
+    {"grayToYuyv", [](auto& s) { return YuvToYuyv(Each(Each(Read1(s), GrayToRgb), RgbToYuv)); }},
+    {"grayToUyvy", [](auto& s) { return Swap(YuvToYuyv(Each(Read1(s), GrayToYuv))); }},
+    {"rgbToGray", [](auto& s) { return Write1(Each(Read4(s), RgbToYuv)); }},
+    {"rgbToYuv", [](auto& s) { return Write4(Each(Read4(s), RgbToYuv)); }},
+    {"rgbToYuyv", [](auto& s) { return YuvToYuyv(Each(Read4(s), RgbToYuv)); }},
+    {"rgbToUyvy", [](auto& s) { return Swap(YuvToYuyv(Each(Read4(s), RgbToYuv))); }},
+    {"yuvToGray", [](auto& s) { return Write1(Read4(s)); }},
+    {"yuvToRgb", [](auto& s) { return Write4(Each(Read4(s), YuvToRgb)); }},
+    {"yuvToYuyv", [](auto& s) { return YuvToYuyv(Read4(s)); }},
+    {"yuvToUyvy", [](auto& s) { return Swap(YuvToYuyv(Read4(s))); }},
+    {"yuyvToGray", [](auto& s) { return Write1(YuyvToYuv(s)); }},
+    {"yuyvToRgb", [](auto& s) { return Write4(Each(YuyvToYuv(s), YuvToRgb)); }},
+    {"yuyvToYuv", [](auto& s) { return Write4(YuyvToYuv(s)); }},
+    {"yuyvToUyvy", [](auto& s) { return Swap(s); }},
+    {"uyvyToGray", [](auto& s) { return Write1(UyvyToYuv(s)); }},
+    {"uyvyToRgb", [](auto& s) { return Write4(Each(UyvyToYuv(s), YuvToRgb)); }},
+    {"uyvyToYuv", [](auto& s) { return Write4(UyvyToYuv(s)); }},
+    {"uyvyToYuyv", [](auto& s) { return YuvToYuyv(UyvyToYuv(s)); }},
 };
 
 // Random bytes with many values at the ends and around the middle, where rounding shows.
@@ -212,10 +204,10 @@ void CheckKernels(const RowKernels& table) {
   std::vector<std::size_t> counts = {255, 641, 20011};
   for (std::size_t count = 0; count <= 67; ++count)
     counts.push_back(count);
-  for (const Kernel& kernel : kernels)
+  for (const RowKernelShape& kernel : rowKernelShapes)
     for (const std::size_t count : counts) {
       const Bytes source = RandomBytes(count * kernel.sourceBytes);
-      const Bytes expected = kernel.model(source);
+      const Bytes expected = models.at(kernel.name)(source);
       ASSERT_EQ(expected.size(), count * kernel.targetBytes) << kernel.name;
       for (const bool atEnd : {false, true})
         for (const std::size_t offset : {0, 1, 3}) {
@@ -304,17 +296,17 @@ void CheckPair(int source, int target, int width, int height) {
   ASSERT_EQ(result->GetPixelFormat(), to);
   ASSERT_EQ(result->GetDx(), image->GetDxInPixels() / GetSampleDx(to));
   ASSERT_EQ(result->GetDy(), image->GetDyInPixels() / GetSampleDy(to));
-  const Kernel* kernel = nullptr;
-  for (const Kernel& candidate : kernels)
-    if (cell == candidate.name) kernel = &candidate;
+  const auto* const kernel =
+      std::find_if(std::begin(rowKernelShapes), std::end(rowKernelShapes),
+                   [&](const RowKernelShape& shape) { return cell == shape.name; });
   for (int y = 0; y < result->GetDy(); ++y) {
     const auto size = static_cast<std::size_t>(result->GetRowSize());
     Bytes expected(size, fill);
     if (cell == "copy") {
       expected = RowOf(*image, y, size);
-    } else if (kernel) {
+    } else if (kernel != std::end(rowKernelShapes)) {
       const std::size_t count = static_cast<std::size_t>(image->GetDxInPixels()) / kernel->pixels;
-      expected = kernel->model(RowOf(*image, y, count * kernel->sourceBytes));
+      expected = models.at(cell)(RowOf(*image, y, count * kernel->sourceBytes));
     } else {
       ASSERT_EQ(cell, "unwritten");
     }

@@ -74,8 +74,8 @@ inline Word YuyvOfYuv(Word left, Word right) {
 }
 
 // Chroma of the pixel that is three quarters in one sample and one quarter in the next.
-inline int Blend(int near, int far) {
-  return (3 * near + far + 2) >> 2;
+inline int Blend(int own, int side) {
+  return (3 * own + side + 2) >> 2;
 }
 
 // The two pixels of sample i of a row. The chroma of each leans to the sample at its side; the
@@ -118,17 +118,16 @@ inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, Scal
     return;
   }
   const std::size_t last = end - size;
-  for (std::size_t i = begin;; i = i + size < last ? i + size : last) {
-    vector(i);
-    if (i == last) return;
-  }
+  for (; begin < last; begin += size)
+    vector(begin);
+  vector(last);
 }
 
 constexpr std::size_t bytesPerVector = sizeof(Vector);
 constexpr std::size_t wordsPerVector = sizeof(Vector) / 4;
 
 inline void StorePixels(Byte* p, V32 pixels) {
-  StoreVector(p, (LoadVector(p) & 0xff000000U) | pixels);
+  StoreVector(p, JoinFourthBytes(pixels, LoadVector(p)));
 }
 inline void StorePixels(Byte* p, TwoVectors pixels) {
   StorePixels(p, pixels.first);
@@ -155,53 +154,65 @@ struct RgbTerms {
   S16 green;
 };
 
-// The sums behind the equations to RGB, for pixels that have Y in both halves of a `luma` word and
-// U and V less 128 in those of `chroma`, where chroma * scale is 256 times the true value.
-// (256 * Y + weight * chroma) >> 8 equals Y + (weight * chroma >> 8), so upper halves of products
-// are what is needed. The luma added to a lower half cannot carry: its low byte is 0 there.
-struct YuvTerms {
-  YuvTerms(V16 luma, S16 chroma, int scale)
-      : blueRed((S16)luma + MultiplyHigh(chroma, Pairs(454 * scale, 359 * scale))),
-        green((S32)luma + MultiplyAdd(chroma, Pairs(-88 * scale, -183 * scale))) {}
+// The chroma's part in the equations to RGB, for words of U and V less 128, where chroma * scale is
+// 256 times the true value. (256 * Y + weight * chroma) >> 8 is Y + (weight * chroma >> 8), so that
+// the upper halves of products are what is needed.
+struct ChromaTerms {
+  ChromaTerms(V16 chroma, int scale)
+      : blueRed((V32)MultiplyHigh((S16)chroma, Pairs(454 * scale, 359 * scale))),
+        green(MultiplyAdd((S16)chroma, Pairs(-88 * scale, -183 * scale))) {}
 
-  S16 blueRed;
+  V32 blueRed;
   S32 green;  // in the upper half
 };
 
-inline TwoVectors RgbOfTerms(const YuvTerms& a, const YuvTerms& b) {
-  const V8 blueRed = PackToBytes(a.blueRed, b.blueRed);
-  const auto green = (V8)ClampToByte(Pack(a.green >> 16, b.green >> 16));
-  return {(V32)InterleaveLow(blueRed, green), (V32)InterleaveHigh(blueRed, green)};
+// RGB from 16-bit luma, with the terms of the same pixels: blue and red of the first and of the
+// second half of each 128 bits.
+inline TwoVectors RgbOf(V16 luma, V16 blueRedLow, V16 blueRedHigh, V16 green) {
+  const V8 blueRed = PackToBytes((S16)(blueRedLow + (V16)InterleaveLow(luma, luma)),
+                                 (S16)(blueRedHigh + (V16)InterleaveHigh(luma, luma)));
+  const auto clamped = (V8)ClampToByte((S16)(green + luma));
+  return {(V32)InterleaveLow(blueRed, clamped), (V32)InterleaveHigh(blueRed, clamped)};
 }
 
-// Luma (Y0, Y1) and chroma (U, V) of packed samples, 16 bits each.
+// Luma (Y0, Y1) of packed samples, and samples from luma and chroma (U, V), 16 bits each.
 template <class Format>
 inline V16 LumaOf(V32 samples) {
   return Format::lumaFirst ? (V16)samples & 0xff : (V16)samples >> 8;
-}
-template <class Format>
-inline V16 ChromaOf(V32 samples) {
-  return Format::lumaFirst ? (V16)samples >> 8 : (V16)samples & 0xff;
 }
 template <class Format>
 inline V32 Join(V16 luma, V16 chroma) {
   return (V32)(Format::lumaFirst ? luma | chroma << 8 : chroma | luma << 8);
 }
 
-// Four times the chroma of the left and right pixels of samples inside a row, plus `offset`, to be
-// rounded down.
+// The chroma of the left and right pixels of samples inside a row, less `bias`, times 1 << shift
+// and with the remainder of its division still in. UYVY's left pixel,
+// (3 * own + ((3 * before + own + 2) >> 2) + 2) >> 2, is (13 * own + 3 * before + 10) >> 4.
+template <class Format>
 struct BlendedChroma {
+  static constexpr int shift = Format::inPlace ? 4 : 2;
+
+  explicit BlendedChroma(const Byte* samples, int bias = 0) {
+    constexpr int index = Format::lumaFirst ? 1 : 0;
+    const V32 own = LoadVector(samples);
+    const V32 before = LoadVector(samples - 4);
+    const V32 after = LoadVector(samples + 4);
+    const auto rounding = [bias](int value) {
+      return static_cast<std::uint16_t>(value - (bias << shift));
+    };
+    if constexpr (Format::inPlace) {
+      left = WeighByte<index, 13>(own) + WeighByte<index, 3>(before) + rounding(10);
+      right = WeighByte<index, 12>(own) + WeighByte<index, 4>(after) + rounding(8);
+    } else {
+      const V16 both = WeighByte<index, 3>(own) + rounding(2);
+      left = both + WeighByte<index, 1>(before);
+      right = both + WeighByte<index, 1>(after);
+    }
+  }
+
   V16 left;
   V16 right;
 };
-template <class Format>
-inline BlendedChroma BlendChroma(const Byte* samples, int offset) {
-  const V16 own = ChromaOf<Format>(LoadVector(samples));
-  const V16 before = ChromaOf<Format>(LoadVector(samples - 4));
-  const V16 after = ChromaOf<Format>(LoadVector(samples + 4));
-  const V16 base = own * 3 + static_cast<std::uint16_t>(offset);
-  return {base + (Format::inPlace ? (before * 3 + own + 2) >> 2 : before), base + after};
-}
 
 // Samples from pixels, even and odd ones in separate words.
 template <class Format>
@@ -212,13 +223,18 @@ inline V32 JoinPairs(V32 evenLuma, V32 oddLuma, V8 chromaU, V8 chromaV) {
 }
 
 void BoolToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    target[i] = static_cast<Byte>(-source[i]);
+  ForRange<bytesPerVector>(
+      0, count, [=](std::size_t i) { StoreVector(target + i, (V32) - (V8)LoadVector(source + i)); },
+      [=](std::size_t i) { target[i] = static_cast<Byte>(-source[i]); });
 }
 
 void GrayToBool(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    target[i] = source[i] != 0;
+  ForRange<bytesPerVector>(
+      0, count,
+      [=](std::size_t i) {
+        StoreVector(target + i, (V32)((V8)LoadVector(source + i) != 0) & 0x01010101U);
+      },
+      [=](std::size_t i) { target[i] = source[i] != 0; });
 }
 
 template <bool isBool>
@@ -322,12 +338,16 @@ void YuvToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_
   ForRange<2 * wordsPerVector>(
       0, count,
       [=](std::size_t i) {
-        const auto terms = [=](std::size_t part) {
-          const auto yuv = (V16)LoadVector(source + 4 * i + part * bytesPerVector);
-          const V16 chroma = (yuv * (V16)Pairs(1, 256) & 0xff00) ^ 0x8000;
-          return YuvTerms(SpreadLow(yuv & 0xff), (S16)chroma, 1);
+        const V32 first = LoadVector(source + 4 * i);
+        const V32 second = LoadVector(source + 4 * i + bytesPerVector);
+        const auto terms = [](V32 yuv) {
+          return ChromaTerms(((V16)yuv * (V16)Pairs(1, 256) & 0xff00) ^ 0x8000, 1);
         };
-        StorePixels(target + 4 * i, RgbOfTerms(terms(0), terms(1)));
+        const ChromaTerms a = terms(first);
+        const ChromaTerms b = terms(second);
+        const S16 luma = Pack((S32)(first & 0xff), (S32)(second & 0xff));
+        StorePixels(target + 4 * i, RgbOf((V16)luma, (V16)a.blueRed, (V16)b.blueRed,
+                                          (V16)Pack(a.green >> 16, b.green >> 16)));
       },
       [=](std::size_t i) { StorePixel(target + 4 * i, RgbOfYuv(Load(source + 4 * i))); });
 }
@@ -354,17 +374,34 @@ void YuvToPairs(Byte* __restrict target, const Byte* __restrict source, std::siz
 template <class Format>
 void PairsToGray(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
   constexpr int luma = Format::lumaFirst ? 0 : 1;
-  for (std::size_t i = 0; i < 2 * count; ++i)
-    target[i] = source[2 * i + luma];
+  ForRange<bytesPerVector / 2>(
+      0, count,
+      [=](std::size_t i) {
+        const V16 first = LumaOf<Format>(LoadVector(source + 4 * i));
+        const V16 second = LumaOf<Format>(LoadVector(source + 4 * i + bytesPerVector));
+        StoreVector(target + 2 * i, InOrder((V32)PackToBytes((S16)first, (S16)second)));
+      },
+      [=](std::size_t i) {
+        target[2 * i] = source[4 * i + luma];
+        target[2 * i + 1] = source[4 * i + luma + 2];
+      });
 }
 
-// Runs `vector` over the samples that have neighbours on both sides, `scalar` over the others.
+// Calls `vector` for groups of the samples that have neighbours on both sides, `scalar` for others.
 template <class VectorStep, class ScalarStep>
 inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scalar) {
-  if (count == 0) return;
+  constexpr std::size_t size = wordsPerVector;
+  if (count < size + 2) {
+    for (std::size_t i = 0; i < count; ++i)
+      scalar(i);
+    return;
+  }
   scalar(0);
-  if (count == 1) return;
-  ForRange<wordsPerVector>(1, count - 1, vector, scalar);
+  const std::size_t last = count - 1 - size;
+  // From the second group on at multiples of the size: aligned rows are met at aligned addresses.
+  for (std::size_t i = 1; i < last; i = (i + size) / size * size)
+    vector(i);
+  vector(last);
   scalar(count - 1);
 }
 
@@ -374,10 +411,10 @@ void PairsToYuv(Byte* __restrict target, const Byte* __restrict source, std::siz
       count,
       [=](std::size_t i) {
         const V16 luma = LumaOf<Format>(LoadVector(source + 4 * i));
-        const BlendedChroma chroma = BlendChroma<Format>(source + 4 * i, 2);
+        const BlendedChroma<Format> chroma(source + 4 * i);
         const auto spread = (V16)Pairs(256, 1);
-        const V32 left = ((V32)luma & 0xffff) | (V32)((chroma.left >> 2) * spread);
-        const V32 right = (V32)luma >> 16 | (V32)((chroma.right >> 2) * spread);
+        const V32 left = ((V32)luma & 0xffff) | (V32)((chroma.left >> chroma.shift) * spread);
+        const V32 right = (V32)luma >> 16 | (V32)((chroma.right >> chroma.shift) * spread);
         StorePixels(target + 8 * i,
                     InOrder(InterleaveLow(left, right), InterleaveHigh(left, right)));
       },
@@ -392,13 +429,16 @@ void PairsToRgb(Byte* __restrict target, const Byte* __restrict source, std::siz
   ForInnerRange(
       count,
       [=](std::size_t i) {
-        const V16 luma = LumaOf<Format>(LoadVector(source + 4 * i));
-        const BlendedChroma chroma = BlendChroma<Format>(source + 4 * i, 2 - 4 * 128);
-        const TwoVectors rgb =
-            RgbOfTerms(YuvTerms(SpreadLow(luma), (S16)(chroma.left & 0xfffc), 64),
-                       YuvTerms(SpreadHigh(luma), (S16)(chroma.right & 0xfffc), 64));
-        StorePixels(target + 8 * i, InOrder(InterleaveLow(rgb.first, rgb.second),
-                                            InterleaveHigh(rgb.first, rgb.second)));
+        using Chroma = BlendedChroma<Format>;
+        const Chroma chroma(source + 4 * i, 128);
+        constexpr std::uint16_t withoutRemainder = 0xffff << Chroma::shift & 0xffff;
+        const ChromaTerms left(chroma.left & withoutRemainder, 256 >> Chroma::shift);
+        const ChromaTerms right(chroma.right & withoutRemainder, 256 >> Chroma::shift);
+        const TwoVectors rgb = RgbOf(LumaOf<Format>(LoadVector(source + 4 * i)),
+                                     (V16)InterleaveLow(left.blueRed, right.blueRed),
+                                     (V16)InterleaveHigh(left.blueRed, right.blueRed),
+                                     (V16)JoinUpperHalves(left.green, right.green));
+        StorePixels(target + 8 * i, InOrder(rgb.first, rgb.second));
       },
       [=](std::size_t i) {
         StorePixel(target + 8 * i, RgbOfYuv(LeftPixel<Format>(source, i)));
@@ -422,9 +462,10 @@ void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, std::siz
       count,
       [=](std::size_t i) {
         const V16 luma = LumaOf<Uyvy>(LoadVector(source + 4 * i));
-        const BlendedChroma chroma = BlendChroma<Uyvy>(source + 4 * i, 2);
-        StoreVector(target + 4 * i, Join<Yuyv>(luma, (V16)Average((V8)(chroma.left >> 2),
-                                                                  (V8)(chroma.right >> 2))));
+        const BlendedChroma<Uyvy> chroma(source + 4 * i);
+        StoreVector(target + 4 * i,
+                    Join<Yuyv>(luma, (V16)Average((V8)(chroma.left >> chroma.shift),
+                                                  (V8)(chroma.right >> chroma.shift))));
       },
       [=](std::size_t i) {
         Store(target + 4 * i,

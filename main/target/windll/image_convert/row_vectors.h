@@ -89,19 +89,36 @@ inline V64 InterleaveHigh(V32 a, V32 b) {
   return (V64)ZT_VECTOR(unpackhi_epi32)((Vector)a, (Vector)b);
 }
 
-// The first and the second of every two 16-bit numbers, twice each.
-inline V16 SpreadLow(V16 a) {
+// A byte of every two, times a weight that leaves the product in 16 bits.
+template <int index, int weight>
+inline V16 WeighByte(V32 bytes) {
+  if constexpr (weight == 1) return index == 0 ? (V16)bytes & 0xff : (V16)bytes >> 8;
 #if defined(__AVX2__)
-  return __builtin_shufflevector(a, a, 0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14);
+  const V16 weights = V16{} + static_cast<std::uint16_t>(weight << (8 * index));
+  return (V16)_mm256_maddubs_epi16((Vector)bytes, (Vector)weights);
 #else
-  return __builtin_shufflevector(a, a, 0, 0, 2, 2, 4, 4, 6, 6);
+  const V16 upper = index == 0 ? (V16)bytes << 8 : (V16)bytes & 0xff00;
+  return (V16)_mm_mulhi_epu16((Vector)upper,
+                              (Vector)(V16{} + static_cast<std::uint16_t>(weight << 8)));
 #endif
 }
-inline V16 SpreadHigh(V16 a) {
+
+// The words of `low`, which have 0 in their fourth bytes, with the fourth bytes of `fourth`.
+inline V32 JoinFourthBytes(V32 low, V32 fourth) {
+  const V32 mask = V32{} + 0xff000000U;
 #if defined(__AVX2__)
-  return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7, 9, 9, 11, 11, 13, 13, 15, 15);
+  return (V32)_mm256_blendv_epi8((Vector)low, (Vector)fourth, (Vector)mask);
 #else
-  return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7);
+  return low | (fourth & mask);
+#endif
+}
+
+// Words of the upper halves of two registers' words.
+inline V32 JoinUpperHalves(S32 low, S32 high) {
+#if defined(__AVX2__)
+  return (V32)_mm256_blend_epi16((Vector)((V32)low >> 16), (Vector)high, 0xAA);
+#else
+  return (V32)low >> 16 | ((V32)high & 0xffff0000U);
 #endif
 }
 
