@@ -316,6 +316,7 @@ const bool registered = [] {
     add("encode_diff" + variant + "ffmpeg_mpeg4", EncodePeer, AV_CODEC_ID_MPEG4, percent);
     if (percent == 0) add("encode_diff" + variant + "read_pass", ReadPass);
     add("encode_diff_advanced" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, true);
+    add("encode_diff_advanced" + variant + "plain_mjpeg", Encode, ZTLIB_VIDEO_MJPEG, percent, true);
     for (const auto& [name, format, bytes] :
          {std::tuple("decode_diff_uyvy", ZTLIB_UYVY, 2), {"decode_diff_rgb", ZTLIB_RGB, 4}}) {
       add(name + variant + "ztlib", Decode, ZTLIB_VIDEO_MJPEGDIFF, percent, false,
@@ -327,8 +328,10 @@ const bool registered = [] {
       if (percent == 0)
         add(name + variant + "memcpy", CopyPass, std::size_t{width} * height * bytes);
     }
-    add("decode_diff_advanced" + variant + "ztlib", Decode, ZTLIB_VIDEO_MJPEGDIFF, percent, true,
-        static_cast<int>(ZTLIB_UYVY));
+    for (const auto& [name, video] :
+         {std::pair("ztlib", ZTLIB_VIDEO_MJPEGDIFF), {"plain_mjpeg", ZTLIB_VIDEO_MJPEG}})
+      add("decode_diff_advanced" + variant + name, Decode, static_cast<int>(video), percent, true,
+          static_cast<int>(ZTLIB_UYVY));
   }
   return true;
 }();

@@ -15,14 +15,14 @@ const std::vector<Bytes>& GoodFrames() {
   static const std::vector<Bytes> frames = [] {
     std::vector<Bytes> made;
     for (const bool advanced : {false, true}) {
-      const std::int32_t interval = 3, bits = advanced ? 2 : 6;
-      const std::string config =
-          Element('I', "Width", &width, 4) + Element('I', "Height", &height, 4) +
-          Element('I', "RPFrameInterval", &interval, 4) + Element('I', "Bits", &bits, 4) +
-          Element('B', "AdvancedProfile", &advanced, 1);
-      const ztlib_blob blob{config.data(), config.size()};
       const Codec encoder(ztlib_encoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_encoder_destroy);
-      ztlib_encoder_config(encoder.object, &blob);
+      CodecConfig()
+          .Int("Width", width)
+          .Int("Height", height)
+          .Int("RPFrameInterval", 3)
+          .Int("Bits", advanced ? 2 : 6)
+          .Bool("AdvancedProfile", advanced)
+          .Apply(ztlib_encoder_config, encoder.object);
       for (const std::size_t t : {0, 1, 2, 3, 4, 3}) {
         auto* const picture = static_cast<Frame*>(AllocateFrame(width, height, ZTLIB_UYVY));
         for (std::size_t i = 0; i < picture->memory.size(); ++i)
