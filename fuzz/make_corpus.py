@@ -178,12 +178,106 @@ def decoder_process():
     yield "many_scans", frames(mjpeg_frame(many[:scan] + 600 * many[scan:-2] + b"\xff\xd9"))
 
 
+def differential():
+    def script(*steps, scale=0, pixels=2):
+        return bytes([scale, pixels]) + b"".join(steps)
+
+    def good(frame, *changes):
+        return bytes([frame * 16 + len(changes)]) + b"".join(
+            u16(at) + bytes([value]) for at, value in changes
+        )
+
+    def own(frame):
+        return bytes([200]) + u16(len(frame)) + frame
+
+    def frame(stream, width=96, height=64, kind=0, blocks=b"", count=0):
+        header = bytearray(mjpeg_frame(b"", video_format=7))
+        struct.pack_into("<H", header, 26, kind != 0)
+        struct.pack_into("<II", header, 32, width, height)
+        struct.pack_into("<I", header, 72, kind)
+        struct.pack_into("<II", header, 84, count, len(blocks))
+        return bytes(header) + blocks + stream
+
+    def block_part(count, runs, bits):
+        return u32(count) + u32(runs) + u32(bits) + bytes(range(40))
+
+    every = [good(number) for number in range(12)]
+    for scale in range(8):
+        for pixels in range(10):
+            yield f"all_{scale}_{pixels}", script(*every, scale=scale, pixels=pixels)
+    yield "old_frames", script(good(0), good(1, (72, 0)), good(3, (72, 0)))
+    yield "type_6", script(good(0), good(1, (72, 6)), good(2))
+    yield "lying_list", script(
+        good(0), good(1, (112, 255)), good(1, (116, 9)), good(1, (120, 32)), good(1, (124, 255)),
+        good(1, (88, 255)), good(7, (126, 255)), good(1, (84, 0)),
+    )
+    yield "sizes", script(good(0), good(1, (32, 97)), good(1, (36, 0), (37, 4)), good(0), good(1))
+    yield "client_base", script(good(0), b"\xff", good(1), b"\xf0\1\5", b"\xff", good(0), good(9))
+    yield "other_codec", script(good(0), own(mjpeg_frame(jpeg(40, 24))), good(1), good(0), good(1))
+    for name, stream in pictures():
+        yield f"key_{name}", script(own(frame(stream)), own(frame(stream, 40, 24)), good(1))
+        for kind in (3, 4, 5):
+            strip = frame(stream, kind=kind, blocks=block_part(3, 1, 2), count=3)
+            yield f"strip_{name}_{kind}", script(good(0), own(strip), good(1))
+    giant = bytearray(jpeg(40, 24, "-progressive"))
+    struct.pack_into(">HH", giant, giant.index(b"\xff\xc2") + 5, 65500, 65500)
+    yield "giant", script(own(frame(bytes(giant))), good(0), own(frame(bytes(giant), kind=3, count=1)))
+
+
+def block_list():
+    yield "four", u32(4) + u32(2) + u32(6) + u16(2) + u16(1) + u16(3) + u16(2) + bytes(8)
+    yield "empty", u32(0) + u32(0) + u32(6)
+    yield "no_bits", u32(3) + u32(3) + u32(0) + 3 * (u16(1) + u16(0xFFFF)) + bytes(4)
+    yield "lies", u32(-1) + u32(-1) + u32(31) + bytes(range(64))
+    for bits in (0, 6, 31):
+        yield f"round_trip_{bits}", bytes([bits]) + bytes(range(256))
+
+
+def encoder_config():
+    size = [tagged("I", "Width", u32(96)), tagged("I", "Height", u32(64))]
+    sets = {
+        "plain": size,
+        "quality": size + [tagged("I", "JPEGQuality", u32(-1)), tagged("I", "LineSize", u32(7))],
+        "advanced": size + [tagged("B", "AdvancedProfile", b"\1")],
+        "keys": size + [tagged("I", "IFrameInterval", u32(2)), tagged("I", "Bits", u32(31))],
+        "references": size + [tagged("I", "RPFrameInterval", u32(1)), tagged("I", "Bits", u32(0))],
+        "sensitive": size + [tagged("I", "IVPixelSensitivity", u32(20)),
+                             tagged("B", "GenerateOutOfOrderIFrames", b"\0")],
+        "bad": size + [tagged("I", "RPFrameInterval", u32(0)), tagged("I", "Bits", u32(32))],
+        "kinds": [tagged("2", "Width", u16(64)), tagged("Q", "Height", bytes(8))],
+        "odd": [tagged("I", "Width", u32(97)), tagged("I", "Height", u32(60))],
+        "huge": [tagged("I", "Width", u32(-1)), tagged("I", "Height", u32(-1))],
+        "none": [tagged("I", "Width", u32(0)), tagged("I", "Height", u32(0))],
+    }
+    blocks = {name: b"".join(elements) + b"\0" for name, elements in sets.items()}
+    for name, block in blocks.items():
+        for other in ("plain", "advanced"):
+            yield f"{name}_{other}", bytes([len(block)]) + block + blocks[other]
+
+
+def load_image():
+    sample_bytes = (0, 1, 4, 4, 4, 4, 1, 4, 384)
+    for pixel_format, size in enumerate(sample_bytes):
+        for dx, dy in ((0, 0), (3, 2), (16, 1), (17, 5)):
+            body = bytes(i % 251 for i in range(dx * dy * size or dx * dy // 8 + 16))
+            head = u32(1) + u32(32 + len(body)) + u32(32) + u32(0)
+            block = head + u32(pixel_format) + u32(dx) + u32(dy) + u32(0) + body
+            yield f"format_{pixel_format}_{dx}_{dy}", block
+            yield f"cut_{pixel_format}_{dx}_{dy}", block[:-1]
+    yield "other_version", u32(2) + bytes(12) + u32(1) + bytes(12)
+    yield "huge", u32(1) + bytes(12) + u32(8) + u32(0x7FFFFFFF) + u32(2) + u32(0)
+
+
 TARGETS = {
+    "load_image": load_image,
     "parse_tagged": parse_tagged,
     "parse_counted": parse_counted,
     "convert": convert,
     "decoder_process": decoder_process,
     "copy_and_add_header": pictures,
+    "differential": differential,
+    "block_list": block_list,
+    "encoder_config": encoder_config,
 }
 
 

@@ -1,4 +1,4 @@
-#include "tests/support/codec_config.h"
+#include "tests/support/codec_client.h"
 #include "tests/support/export_fixture.h"
 #include "tests/support/jpeg_reference.h"
 
@@ -12,6 +12,8 @@
 
 namespace {
 
+using codec_client::Decoder;
+using codec_client::Encoder;
 using jpeg_reference::Bytes;
 using jpeg_reference::Style;
 
@@ -28,37 +30,6 @@ Bytes Header(std::initializer_list<std::pair<std::size_t, std::uint32_t>> fields
     std::memcpy(&header[offset], &value, sizeof value);
   return header;
 }
-
-template <void (*destroy)(void**)>
-struct Handle {
-  explicit Handle(void* object) : object(object) {}
-  ~Handle() { destroy(&object); }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  void* object;
-};
-
-struct Decoder : Handle<ztlib_decoder_destroy> {
-  Decoder() : Handle(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG)) {}
-  explicit Decoder(int format, int scale = 1) : Decoder() {
-    Configure(CodecConfig().Int("PixelFormat", format).Int("ScaleDown", scale));
-  }
-  void Configure(const CodecConfig& config) { config.Apply(ztlib_decoder_config, object); }
-  // From memory of exactly that size, so that a sanitizer sees a read behind it.
-  void Process(void* image, const Bytes& frame) {
-    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[frame.size()]);
-    std::copy(frame.begin(), frame.end(), copy.get());
-    ztlib_decoder_process(&object, image, copy.get(), static_cast<std::uint32_t>(frame.size()));
-  }
-};
-
-struct Encoder : Handle<ztlib_encoder_destroy> {
-  Encoder() : Handle(ztlib_encoder_create(ZTLIB_VIDEO_MJPEG)) {}
-  Encoder(int width, int height) : Encoder() {
-    Configure(CodecConfig().Int("Width", width).Int("Height", height));
-  }
-  void Configure(const CodecConfig& config) { config.Apply(ztlib_encoder_config, object); }
-};
 
 class CodecExports : public ExportTest {
  protected:
@@ -319,7 +290,7 @@ TEST_F(CodecExports, RefusedPictureMemoryIsAFailure) {
 }
 
 TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
-  for (int format : {0, 4, 5, 7, -3, 65539}) {
+  for (int format : {0, 4, 5, -3, 65539}) {
     EXPECT_EQ(ztlib_decoder_create(format), nullptr);
     EXPECT_EQ(ztlib_encoder_create(format), nullptr);
     const std::string number = std::to_string(format);
@@ -512,32 +483,58 @@ TEST_F(CodecExports, HandlesWorkOnSeveralThreads) {
   ExpectNoFailure();
 }
 
-TEST(InverseTransform, ComesCloseToTheCosineTransform) {
-  const auto basis = [](int place, int frequency) {
-    return (frequency == 0 ? std::sqrt(0.125) : 0.5) *
-           std::cos((2 * place + 1) * frequency * std::acos(-1.0) / 16);
-  };
+// One dimension, as the equations stand; sums wrap at 32 bits.
+void TransformByTheBook(std::int32_t* x, int step) {
+  const auto wrap = [](std::int64_t value) { return static_cast<std::int32_t>(value); };
+  const auto in = [&](int i) { return std::int64_t{x[i * step]}; };
+  const std::int64_t a = wrap(in(1) + in(7)), b = wrap(in(1) - in(7));
+  const std::int64_t s = wrap(a + in(3)), d = wrap(a - in(3));
+  const std::int64_t t = wrap(b + in(5)), u = wrap(b - in(5));
+  const std::int64_t p = wrap((d >> 3) - (d >> 7)), q = wrap((u >> 3) - (u >> 7));
+  const std::int64_t m1 = (wrap(p - (d >> 11)) >> 1) + p + u - q;
+  const std::int64_t m2 = d - p - ((wrap(q - (u >> 11)) >> 1) + q);
+  const std::int64_t e1 = (wrap((s >> 9) - s) >> 2) + s - (s >> 9) + (t >> 1);
+  const std::int64_t e2 = (wrap((t >> 9) - t) >> 2) + t - (t >> 9) - (s >> 1);
+  const std::int64_t f = wrap(in(2) + (in(2) >> 5)), h = wrap(in(6) + (in(6) >> 5));
+  const std::int64_t j = f - (f >> 2) + (in(6) >> 4) + (h >> 2);
+  const std::int64_t k = (in(2) >> 4) + (f >> 2) + (h >> 2) - h;
+  const std::int64_t even[] = {in(0) + in(4) + j, in(0) - in(4) + k, in(0) - in(4) - k,
+                               in(0) + in(4) - j};
+  const std::int64_t odd[] = {e1, m1, m2, e2};
+  for (int i = 0; i < 4; ++i) {
+    x[i * step] = wrap(even[i] + odd[i]);
+    x[(7 - i) * step] = wrap(even[i] - odd[i]);
+  }
+}
+
+TEST(InverseTransform, FollowsItsEquationsForAnyCoefficients) {
+  constexpr int weights[4][8] = {{1024, 1138, 1730, 1609, 1024, 1609, 1730, 1138},
+                                 {1138, 1264, 1922, 1788, 1138, 1788, 1922, 1264},
+                                 {1730, 1922, 2923, 2718, 1730, 2718, 2923, 1922},
+                                 {1609, 1788, 2718, 2528, 1609, 2528, 2718, 1788}};
+  constexpr int rows[8] = {0, 1, 2, 3, 0, 3, 2, 1};
   std::mt19937 random(3);
   for (int run = 0; run < 200; ++run) {
     std::uint8_t memory[2 * 64 + 1];  // one byte off any alignment
     std::int16_t values[64] = {8};
     for (int i = 0; run > 0 && i < 64; ++i)
-      values[i] = static_cast<std::int16_t>(random() % 4000 - 2000);
-    // Sums of hostile coefficients wrap; the sanitizer looks on.
-    if (run == 1) std::fill(values, values + 64, INT16_MIN);
+      values[i] = static_cast<std::int16_t>(random() >> (run % 16));
     std::memcpy(memory + 1, values, sizeof values);
     idct8x8_mmx(reinterpret_cast<std::int16_t*>(memory + 1));
+
+    std::int32_t work[64];
+    for (int i = 0; i < 64; ++i)
+      work[i] = values[i] * weights[rows[i / 8]][i % 8];
+    for (int row = 0; row < 8; ++row)
+      TransformByTheBook(work + 8 * row, 1);
+    for (int column = 0; column < 8; ++column)
+      TransformByTheBook(work + column, 8);
     std::int16_t results[64];
     std::memcpy(results, memory + 1, sizeof results);
-    double worst = 0;
-    for (int place = 0; place < 64; ++place) {
-      double sum = 0;
-      for (int i = 0; i < 64; ++i)
-        sum += values[i] * basis(place / 8, i / 8) * basis(place % 8, i % 8);
-      worst = std::max(worst, std::abs(results[place] + 0.5 - sum));
+    for (int i = 0; i < 64; ++i) {
+      ASSERT_EQ(results[i], static_cast<std::int16_t>(work[i] >> 13)) << run << ": " << i;
+      ASSERT_TRUE(run > 0 || results[i] == 1);
     }
-    EXPECT_TRUE(run == 1 || worst < 2) << worst;
-    EXPECT_TRUE(run != 0 || std::count(results, results + 64, 1) == 64);
   }
 }
 

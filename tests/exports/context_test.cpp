@@ -50,7 +50,13 @@ TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
   ztlib_registerExceptionHandler(nullptr);
   EXPECT_EQ(ztlib_ztimage_create_avframe(9, nullptr), nullptr);
   EXPECT_EQ(order.size(), 3U);
+  // The throwing callback goes with the logger.
   ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
+  testing::internal::CaptureStdout();
+  ztlib_context_create();
+  ztlib_context_destroy();
+  testing::internal::GetCapturedStdout();
+  ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
 }
 
 TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -48,25 +49,29 @@ using jpeg_reference::Bytes;
 constexpr int width = 640;
 constexpr int height = 480;
 
-// Hands out two frames in turn, which never come from the heap.
+// Hands out frames that never come from the heap.
 struct Frame {
   std::uint8_t* data;
   char unread[96];
   std::int32_t width;
   std::int32_t height;
+  bool taken;
 };
-std::uint8_t frameMemory[2][width * height * 4];
-Frame frames[2] = {{frameMemory[0], {}, 0, 0}, {frameMemory[1], {}, 0, 0}};
-int nextFrame = 0;
+constexpr int frameCount = 8;
+std::uint8_t frameMemory[frameCount][width * height * 4];
+Frame frames[frameCount];
 
 void* AllocateFrame(int w, int h, int) {
-  Frame& frame = frames[nextFrame];
-  nextFrame = 1 - nextFrame;
-  frame.width = w;
-  frame.height = h;
-  return &frame;
+  for (int i = 0; i < frameCount; ++i)
+    if (!frames[i].taken) {
+      frames[i] = {frameMemory[i], {}, w, h, true};
+      return &frames[i];
+    }
+  return nullptr;
 }
-void ReleaseFrame(void*) {}
+void ReleaseFrame(void* frame) {
+  static_cast<Frame*>(frame)->taken = false;
+}
 
 struct Output {
   std::uint32_t size = 0;
@@ -115,6 +120,60 @@ TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
     ztlib_ztimage_destroy(decoded);
     ztlib_ztimage_destroy(image);
     ztlib_decoder_destroy(&decoder);
+    ztlib_encoder_destroy(&encoder);
+  }
+}
+
+// Key, plain, plain and reference frames of two pictures in turn.
+TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  static Output output;
+  for (bool advanced : {false, true}) {
+    void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEGDIFF);
+    CodecConfig()
+        .Int("Width", width)
+        .Int("Height", height)
+        .Int("RPFrameInterval", 3)
+        .Bool("AdvancedProfile", advanced)
+        .Apply(ztlib_encoder_config, encoder);
+    void* images[2];
+    for (int i = 0; i < 2; ++i) {
+      void* frame = AllocateFrame(width, height, ZTLIB_UYVY);
+      images[i] = ztlib_ztimage_create_avframe(ZTLIB_UYVY, frame);
+      for (int at = 0; at < width * height * 2; ++at) {
+        const bool object = at % (2 * width) < 200 && at / (2 * width) - 100U < 40U;
+        static_cast<Frame*>(frame)->data[at] = object ? 40 + 90 * i + at % 5 : 150;
+      }
+    }
+    int next = 0;
+    std::vector<Bytes> stream;
+    const auto encode = [&] {
+      ztlib_encoder_process(encoder, &output, Output::Receive, images[next++ % 2], 0);
+    };
+    for (int i = 0; i < 5; ++i) {
+      encode();
+      stream.emplace_back(output.bytes, output.bytes + output.size);
+      EXPECT_EQ(output.bytes[72], i == 0 ? 0 : i == 3 ? 5 : advanced ? 4 : 3);
+      EXPECT_EQ(output.size > 124, i != 2) << i;
+    }
+    EXPECT_EQ(CallsOfTen(encode), 10);
+
+    for (int format : {ZTLIB_RGB, ZTLIB_UYVY}) {
+      void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF);
+      CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
+      void* decoded = ztlib_ztimage_create();
+      EXPECT_EQ(CallsOfTen([&] {
+                  for (Bytes& frame : stream)
+                    ztlib_decoder_process(&decoder, decoded, frame.data(),
+                                          static_cast<std::uint32_t>(frame.size()));
+                }),
+                0);
+      EXPECT_NE(ztlib_ztimage_get_avframe(decoded), nullptr);
+      ztlib_ztimage_destroy(decoded);
+      ztlib_decoder_destroy(&decoder);
+    }
+    for (void* image : images)
+      ztlib_ztimage_destroy(image);
     ztlib_encoder_destroy(&encoder);
   }
 }

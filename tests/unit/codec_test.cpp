@@ -4,14 +4,12 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
 #include "main/target/windll/codec/jpeg_encoder.h"
-#include "main/target/windll/codec/plane_kernels_variants.h"
 #include "main/target/windll/codec/videoencoder_mjpeg.h"
 #include "main/target/windll/image/ztimage.h"
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <utility>
 
@@ -127,41 +125,6 @@ TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {
   EXPECT_NO_THROW(Decode(decoder, withScans(400), PixelFormat::GRAY, 48, 32));
   EXPECT_THROW(Decode(decoder, withScans(600), PixelFormat::GRAY, 48, 32), int);
 }
-
-#if defined(ZTLIB_AVX2)
-TEST(PlaneKernels, AreTheSameOnEveryInstructionSet) {
-  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
-  std::mt19937 random(1);
-  for (std::size_t count : {0, 1, 2, 7, 15, 16, 17, 31, 32, 33, 63, 100, 129}) {
-    // Exactly the bytes that the kernels may touch.
-    Bytes rows[3];
-    for (Bytes& row : rows)
-      for (std::size_t i = 0; i < 4 * count + 2; ++i)
-        row.push_back(static_cast<std::uint8_t>(random()));
-    const auto compare = [&](std::size_t size, auto call) {
-      Bytes a(size, 1);
-      Bytes b(size, 1);
-      call(baselinePlanes, a.data());
-      call(avx2Planes, b.data());
-      EXPECT_EQ(a, b) << count;
-    };
-    const std::uint8_t* const x = rows[0].data() + 1;
-    const std::uint8_t* const y = rows[1].data() + 1;
-    const std::uint8_t* const z = rows[2].data() + 1;
-    for (auto widen : {&PlaneKernels::widen, &PlaneKernels::widenBetween})
-      compare(2 * count, [&](const PlaneKernels& k, auto* to) { (k.*widen)(to, x, y, count); });
-    for (auto mean : {&PlaneKernels::widenToPairs, &PlaneKernels::widenBetweenToPairs,
-                      &PlaneKernels::meanOfPairs})
-      compare(count, [&](const PlaneKernels& k, auto* to) { (k.*mean)(to, x, y, count); });
-    for (auto join : {&PlaneKernels::joinYuv, &PlaneKernels::joinYuyv, &PlaneKernels::joinUyvy})
-      compare(4 * count, [&](const PlaneKernels& k, auto* to) { (k.*join)(to, x, y, z, count); });
-    compare(count, [&](const PlaneKernels& k, auto* to) { k.halve(to, x, y, count); });
-    compare(3 * count, [&](const PlaneKernels& k, auto* to) {
-      k.splitYuv(to, to + count, to + 2 * count, x, count);
-    });
-  }
-}
-#endif
 
 class EncoderMJPEG : public testing::Test {
  protected:

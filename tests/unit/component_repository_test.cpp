@@ -51,7 +51,7 @@ TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   repository.DeleteAll();
   std::string text = testing::internal::GetCapturedStdout();
   EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1"}));
-  EXPECT_NE(text.find("[ComponentRepository] Deleting 3 components ("), std::string::npos);
+  EXPECT_EQ(text.find("[ComponentRepository] Deleting "), 0U);
   EXPECT_NE(text.find(" registered)...\n[ComponentRepository] Done!\n"), std::string::npos);
 
   testing::internal::CaptureStdout();

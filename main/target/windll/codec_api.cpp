@@ -136,6 +136,7 @@ void ztlib_decoder_process(void** decoder, void* image, void* data, std::uint32_
     if (size > 0) CheckNotNull(data, site.name);
     CBinData frame = CBinData::Wrap(data, size);
     auto* object = static_cast<CVideoDecoderBase*>(*decoder);
+    // A decoder that has been replaced stays replaced if its first frame fails.
     const struct HandleUpdate {
       void** handle;
       CVideoDecoderBase*& object;

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 
 #include <jerror.h>
 
@@ -119,6 +121,23 @@ bool CJPEGDecoder::ChooseOutput(PixelFormat format) {
   return object.raw_data_out != FALSE;
 }
 
+// A picture in several scans is kept as a whole, whatever of it is wanted. A stream of some hundred
+// bytes must not get more memory than the picture that was asked for justifies.
+void CJPEGDecoder::LimitMemory(const JpegTarget& target, std::uint32_t scaleDenominator) {
+  constexpr std::uint64_t slack = 1 << 20;
+  constexpr std::uint64_t bytesPerPixel = 12;  // four full components take 8
+  constexpr std::uint64_t unit = 32;           // the widest that sizes are filled up to
+  const auto fullSize = [&](std::uint32_t scaled) {
+    constexpr std::uint64_t most = JPEG_MAX_DIMENSION;
+    return std::min(most, (std::uint64_t{scaled} + 1) * scaleDenominator) + unit;
+  };
+  auto& limit = object.mem->max_memory_to_use;
+  using Limit = std::remove_reference_t<decltype(limit)>;
+  limit = static_cast<Limit>(std::min<std::uint64_t>(
+      std::numeric_limits<Limit>::max(),
+      slack + bytesPerPixel * fullSize(target.width) * fullSize(target.height)));
+}
+
 void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& target,
                           std::uint32_t scaleDenominator) {
   Begin(data);
@@ -127,6 +146,7 @@ void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& 
   if (object.data_precision != BITS_IN_JSAMPLE) RaiseJpegError(object, JERR_BAD_PRECISION);
   object.scale_num = 1;
   object.scale_denom = std::min(scaleDenominator, maxScaleDenominator);
+  LimitMemory(target, scaleDenominator);
   const bool asPlanes = ChooseOutput(target.format);
   jpeg_start_decompress(&object);
   const RowPlan plan(target, object.output_width, object.output_height);

@@ -37,7 +37,8 @@ class CJPEGDecoder {
 
   // Decodes at 1 / `scaleDenominator`. If the decoded picture has another size than the target, its
   // rows are packed one behind the other where all of them fit into the target; otherwise it is
-  // cropped. The unused byte of RGB and YUV pixels is set to 255.
+  // cropped. The unused byte of RGB and YUV pixels is set to 255. Progressive pictures much larger
+  // than the target are failures.
   virtual void Decode(std::span<const std::uint8_t> data, const JpegTarget& target,
                       std::uint32_t scaleDenominator);
 
@@ -48,6 +49,7 @@ class CJPEGDecoder {
   struct RowPlan;
 
   void Begin(std::span<const std::uint8_t> data);
+  void LimitMemory(const JpegTarget& target, std::uint32_t scaleDenominator);
   // Whether the picture is read as planes.
   bool ChooseOutput(PixelFormat format);
   void ReadScanline(PixelFormat format, std::uint8_t* target);

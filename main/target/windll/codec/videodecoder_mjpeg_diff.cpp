@@ -41,9 +41,9 @@ void CVideoDecoderMJPEGDIFF::SetBaseImage(const CZTImage& image) {
   baseImage.Copy(image);
 }
 
-CVideoDecoderMJPEGDIFF::SizeInPixels CVideoDecoderMJPEGDIFF::ScaledSize(
-    const FrameHeader& header) const {
-  const auto scale = static_cast<std::uint32_t>(activeScale);
+CVideoDecoderMJPEGDIFF::SizeInPixels CVideoDecoderMJPEGDIFF::ScaledSize(const FrameHeader& header,
+                                                                        std::int32_t scaleDown) {
+  const auto scale = static_cast<std::uint32_t>(scaleDown);
   return {static_cast<int>(header.width / scale), static_cast<int>(header.height / scale)};
 }
 
@@ -59,7 +59,7 @@ void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
     header.frameType = frameTypePlain;
     StoreLE(frame.Data() + FrameHeader::frameTypeOffset, header.frameType);
   }
-  const SizeInPixels size = ScaledSize(header);
+  const SizeInPixels size = ScaledSize(header, activeScale);
   if (!baseImage.IsEmpty() &&
       (baseImage.GetDxInPixels() != size.width || baseImage.GetDyInPixels() != size.height)) {
     std::printf("[MJPEGDIFF] the frame and decoder dimensions differ: %ix%i <-> %ix%i\n",
@@ -88,10 +88,12 @@ void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
 }
 
 void CVideoDecoderMJPEGDIFF::DecodeKey(CZTImage& out, const FrameHeader& header, Bytes stream) {
-  activeScale = scaleDown;
-  const SizeInPixels size = ScaledSize(header);
+  // A scale that the format cannot have must not stay in force: base and scale go together, and no
+  // later frame would get past its checks.
+  const SizeInPixels size = ScaledSize(header, scaleDown);
   if (baseImage.GetDxInPixels() != size.width || baseImage.GetDyInPixels() != size.height)
-    baseImage.CreateBySizeInPixels(baseImage.GetPixelFormat(), size.width, size.height);
+    baseImage.CreateBySizeInPixels(pixelFormat, size.width, size.height);
+  activeScale = scaleDown;
   // At a change of scale `out` still has the old size, and holds the smaller picture as one run of
   // pixels; pairs of pixels then need not lie within a row.
   if (out.GetDxInPixels() == size.width && out.GetDyInPixels() == size.height)

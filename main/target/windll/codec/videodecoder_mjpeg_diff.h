@@ -33,7 +33,7 @@ class CVideoDecoderMJPEGDIFF : public CVideoDecoderMJPEG {
   };
 
   [[nodiscard]] static Plane PlaneOf(CZTImage& image);
-  [[nodiscard]] SizeInPixels ScaledSize(const FrameHeader& header) const;
+  [[nodiscard]] static SizeInPixels ScaledSize(const FrameHeader& header, std::int32_t scaleDown);
   void DecodeKey(CZTImage& out, const FrameHeader& header, Bytes stream);
   void DecodeDifferential(CZTImage& out, const FrameHeader& header, Bytes list, Bytes stream);
   [[nodiscard]] Plane DecodeStrip(Bytes stream, JpegSize size);

@@ -65,6 +65,7 @@ void CVideoEncoderMJPEG::CheckConfigured() const {
 }
 
 void CVideoEncoderMJPEG::ForwardQuality(int newQuality, const char* site, int line) {
+  const CAutoLock lock(&mutex);
   ZT_ASSERT(encoder_, site, line);
   if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", site, __LINE__);
   encoder_->SetQuality(static_cast<std::uint32_t>(newQuality));

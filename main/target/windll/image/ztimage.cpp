@@ -79,7 +79,7 @@ int CZTImage::GetDyInPixels() const {
 int CZTImage::GetSampleSize() const {
   return ConstImpl("GetSampleSize").GetSampleSize();
 }
-int CZTImage::GetScanlineSize() const {
+std::int64_t CZTImage::GetScanlineSize() const {
   return ConstImpl("GetScanlineSize").GetScanlineSize();
 }
 void* CZTImage::GetFrame() const {

@@ -23,9 +23,9 @@ class CZTImage {
   [[nodiscard]] int GetDy() const;
   [[nodiscard]] int GetDxInPixels() const;
   [[nodiscard]] int GetDyInPixels() const;
-  [[nodiscard]] int GetSampleSize() const;    // in bytes
-  [[nodiscard]] int GetScanlineSize() const;  // in bytes
-  [[nodiscard]] void* GetFrame() const;       // the client frame, null if there is none
+  [[nodiscard]] int GetSampleSize() const;             // in bytes
+  [[nodiscard]] std::int64_t GetScanlineSize() const;  // in bytes
+  [[nodiscard]] void* GetFrame() const;                // the client frame, null if there is none
 
   template <class T>
   [[nodiscard]] T* GetPtrAs() {

@@ -25,8 +25,8 @@ class CZTImageImplBase {
   [[nodiscard]] virtual int GetSampleDy() const = 0;
   [[nodiscard]] virtual int GetSampleSize() const = 0;  // in bytes
   [[nodiscard]] virtual int GetScanlineSamples() const = 0;
-  [[nodiscard]] virtual int GetScanlineSize() const = 0;  // in bytes
-  [[nodiscard]] virtual int GetRowSize() const = 0;       // in bytes
+  [[nodiscard]] virtual std::int64_t GetScanlineSize() const = 0;  // in bytes
+  [[nodiscard]] virtual std::int64_t GetRowSize() const = 0;       // in bytes
   [[nodiscard]] virtual int GetRowSamples() const = 0;
   // This image's size in pixels as whole samples of `format`.
   virtual void GetSizeInFormat(int* dx, int* dy, PixelFormat format) const = 0;
@@ -81,8 +81,10 @@ class TCZTImageImpl final : public CZTImageImplBase {
   int GetSampleDy() const override { return Traits::sampleDy; }
   int GetSampleSize() const override { return sizeof(T); }
   int GetScanlineSamples() const override { return view.scanline; }
-  int GetScanlineSize() const override { return view.scanline * GetSampleSize(); }
-  int GetRowSize() const override { return view.dx * GetSampleSize(); }
+  std::int64_t GetScanlineSize() const override {
+    return std::int64_t{view.scanline} * GetSampleSize();
+  }
+  std::int64_t GetRowSize() const override { return std::int64_t{view.dx} * GetSampleSize(); }
   int GetRowSamples() const override { return view.dx; }
   void GetSizeInFormat(int* dx, int* dy, PixelFormat format) const override;
   void* GetPtr() override { return view.data; }

@@ -69,7 +69,9 @@ void* CZTImage::SaveToBuff(void* buffer) const {
   std::uint8_t* const body = header + headerSize;
   if (image.GetPixelFormat() == PixelFormat::BOOL8) {
     BitPacker packer(body);
-    for (int y = 0; y < image.GetDy(); ++y)
+    // Two thousand million rows of nothing are a legal picture.
+    const int rows = image.GetDx() > 0 ? image.GetDy() : 0;
+    for (int y = 0; y < rows; ++y)
       packer.Append(static_cast<const std::uint8_t*>(image.GetPtrAt(0, y)),
                     static_cast<std::size_t>(image.GetDx()));
     packer.Finish();

@@ -1,0 +1,339 @@
+#include "include/ztlib.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+#include <benchmark/benchmark.h>
+
+// Differential video at 1920x1080 and quality 75 through the exports, with a share of the blocks in
+// every frame's list: beside plain video, beside FFmpeg's MJPEG and beside its MPEG-4 without B
+// frames, which is what a still scene costs a codec with motion search. The floor is one pass over
+// the bytes of the picture: reading them to encode, copying them to decode.
+
+namespace {
+
+constexpr int width = 1920;
+constexpr int height = 1080;
+constexpr int quality = 75;
+constexpr int columns = width / 16;
+constexpr int rows = height / 8 / 2;
+
+using Bytes = std::vector<std::uint8_t>;
+
+// A frame manager that gives returned frames out again, as clients do.
+struct Frame {
+  std::uint8_t* data;
+  char unread[96];
+  std::int32_t width;
+  std::int32_t height;
+  Bytes memory;
+};
+std::vector<std::unique_ptr<Frame>> freeFrames;
+
+void* AllocateFrame(int w, int h, int) {
+  auto frame = std::make_unique<Frame>();
+  if (!freeFrames.empty()) {
+    frame = std::move(freeFrames.back());
+    freeFrames.pop_back();
+  }
+  frame->memory.resize(std::size_t{width} * height * 4);
+  frame->data = frame->memory.data();
+  frame->width = w;
+  frame->height = h;
+  return frame.release();
+}
+void ReleaseFrame(void* frame) {
+  freeFrames.emplace_back(static_cast<Frame*>(frame));
+}
+
+// Gradients, texture and noise in UYVY, the same at every call.
+Bytes Still() {
+  Bytes pixels;
+  std::mt19937 random(7);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      const double light = 100 + 60 * std::sin(x * 0.004) + 40 * std::cos(y * 0.006);
+      const double texture = 12 * std::sin(x * 0.31) * std::sin(y * 0.27);
+      const int noise = static_cast<int>(random() % 13) - 6;
+      const double chroma = 128 + 30 * std::sin(x / 2 * 0.02 + y * 0.003);
+      pixels.push_back(static_cast<std::uint8_t>(chroma));
+      pixels.push_back(static_cast<std::uint8_t>(std::clamp(light + texture + noise, 0.0, 255.0)));
+    }
+  return pixels;
+}
+
+// The same with changes under which so many percent of the blocks are listed: squares of blocks,
+// whose neighbours come with them, at places that differ with `phase`.
+Bytes Changed(int percent, int phase) {
+  Bytes pixels = Still();
+  constexpr int side = 7;
+  std::vector<bool> listed(columns * rows);
+  std::mt19937 random(static_cast<unsigned>(11 + phase));
+  for (int count = 0; count < columns * rows * percent / 100;) {
+    const int left = static_cast<int>(random() % (columns - side));
+    const int top = static_cast<int>(random() % (rows - side));
+    for (int y = 0; y < side; ++y)
+      for (int x = 0; x < side; ++x) {
+        const bool corner = (x == 0 || x == side - 1) && (y == 0 || y == side - 1);
+        if (corner || listed[(top + y) * columns + left + x]) continue;
+        listed[(top + y) * columns + left + x] = true;
+        ++count;
+      }
+    for (int y = 16 * (top + 1); y < 16 * (top + side - 1); ++y)
+      for (int x = 16 * (left + 1); x < 16 * (left + side - 1); ++x) {
+        std::uint8_t& luma = pixels[(static_cast<std::size_t>(y) * width + x) * 2 + 1];
+        luma = static_cast<std::uint8_t>(luma < 128 ? luma + 40 : luma - 40);
+      }
+  }
+  return pixels;
+}
+
+struct Destroy {
+  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
+};
+using Image = std::unique_ptr<void, Destroy>;
+
+Image MakeImage(const Bytes& pixels) {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  auto* frame = static_cast<Frame*>(AllocateFrame(width, height, ZTLIB_UYVY));
+  std::copy(pixels.begin(), pixels.end(), frame->data);
+  return Image(ztlib_ztimage_create_avframe(ZTLIB_UYVY, frame));
+}
+
+std::string Value(char tag, const std::string& name, std::int32_t value) {
+  const std::uint32_t size = tag == 'B' ? 1 : 4;
+  return tag + std::string(1, static_cast<char>(name.size())) + name +
+         std::string(reinterpret_cast<const char*>(&size), 4) +
+         std::string(reinterpret_cast<const char*>(&value), size);
+}
+
+void* MakeEncoder(int format, bool advanced) {
+  void* encoder = ztlib_encoder_create(format);
+  const std::string config =
+      Value('I', "Width", width) + Value('I', "Height", height) +
+      Value('I', "JPEGQuality", quality) + Value('I', "IFrameInterval", INT32_MAX) +
+      Value('I', "RPFrameInterval", INT32_MAX) + Value('B', "AdvancedProfile", advanced);
+  const ztlib_blob blob{config.data(), config.size()};
+  ztlib_encoder_config(encoder, &blob);
+  return encoder;
+}
+
+void Collect(void* user, const void* data, std::uint32_t size) {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
+}
+
+void Encode(benchmark::State& state, int format, int percent, bool advanced) {
+  const Image still = MakeImage(Still());
+  const Image images[] = {MakeImage(Changed(percent, 0)), MakeImage(Changed(percent, 1))};
+  void* encoder = MakeEncoder(format, advanced);
+  Bytes frame;
+  ztlib_encoder_process(encoder, &frame, Collect, still.get(), 1);
+  std::uint32_t size = 0;
+  const auto take = [](void* user, const void*, std::uint32_t bytes) {
+    *static_cast<std::uint32_t*>(user) = bytes;
+  };
+  std::size_t next = 0;
+  for (auto _ : state)
+    ztlib_encoder_process(encoder, &size, take, images[next++ % 2].get(), 0);
+  ztlib_encoder_process(encoder, &frame, Collect, images[0].get(), 0);
+  std::int32_t blocks;
+  std::memcpy(&blocks, &frame[84], sizeof blocks);
+  state.counters["bytes"] = size;
+  state.counters["blocks"] = blocks;
+  ztlib_encoder_destroy(&encoder);
+}
+
+// A sum in vector registers of all bytes of the picture.
+void ReadPass(benchmark::State& state) {
+  const Bytes images[] = {Still(), Still()};
+  std::size_t next = 0;
+  for (auto _ : state) {
+    const Bytes& pixels = images[next++ % 2];
+    std::array<std::uint64_t, 8> sums{};
+    for (std::size_t i = 0; i + 64 <= pixels.size(); i += 64)
+      for (std::size_t j = 0; j < sums.size(); ++j) {
+        std::uint64_t word;
+        std::memcpy(&word, &pixels[i + 8 * j], sizeof word);
+        sums[j] += word;
+      }
+    benchmark::DoNotOptimize(sums);
+  }
+}
+
+void Decode(benchmark::State& state, int video, int percent, bool advanced, int format) {
+  const Image still = MakeImage(Still());
+  const Image changed = MakeImage(Changed(percent, 0));
+  void* encoder = MakeEncoder(video, advanced);
+  Bytes key, frame;
+  ztlib_encoder_process(encoder, &key, Collect, still.get(), 1);
+  ztlib_encoder_process(encoder, &frame, Collect, changed.get(), 0);
+  ztlib_encoder_destroy(&encoder);
+  void* decoder = ztlib_decoder_create(video);
+  const std::string config = Value('I', "PixelFormat", format);
+  const ztlib_blob blob{config.data(), config.size()};
+  ztlib_decoder_config(decoder, &blob);
+  const Image image(ztlib_ztimage_create());
+  const auto decode = [&](Bytes& bytes) {
+    ztlib_decoder_process(&decoder, image.get(), bytes.data(),
+                          static_cast<std::uint32_t>(bytes.size()));
+  };
+  decode(key);
+  for (auto _ : state)
+    decode(frame);
+  if (!ztlib_ztimage_get_avframe(image.get())) state.SkipWithError("not decoded");
+  ztlib_decoder_destroy(&decoder);
+}
+
+// Between two frames in turn, as the decoder copies its base into a client frame.
+void CopyPass(benchmark::State& state, std::size_t size) {
+  const Bytes source(size, 1);
+  Bytes targets[] = {Bytes(size), Bytes(size)};
+  std::size_t next = 0;
+  for (auto _ : state) {
+    std::memcpy(targets[next % 2].data(), source.data(), size);
+    benchmark::DoNotOptimize(targets[next++ % 2].data());
+    benchmark::ClobberMemory();
+  }
+}
+
+struct Peer {
+  Peer(AVCodecID id, const AVCodec* codec) : context(avcodec_alloc_context3(codec)) {
+    context->width = width;
+    context->height = height;
+    context->pix_fmt = id == AV_CODEC_ID_MJPEG ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
+    context->time_base = {1, 25};
+    context->thread_count = 1;
+    context->gop_size = 600;
+    context->flags |= AV_CODEC_FLAG_QSCALE;
+    context->global_quality = 4 * FF_QP2LAMBDA;
+    avcodec_open2(context, codec, nullptr);
+  }
+  ~Peer() {
+    av_packet_free(&packet);
+    avcodec_free_context(&context);
+  }
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
+  AVCodecContext* context;
+  AVPacket* packet = av_packet_alloc();
+};
+
+AVFrame* PlanarFrame(const Bytes& uyvy, AVPixelFormat format) {
+  AVFrame* picture = av_frame_alloc();
+  picture->format = format;
+  picture->width = width;
+  picture->height = height;
+  picture->quality = 4 * FF_QP2LAMBDA;
+  av_frame_get_buffer(picture, 0);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      const std::uint8_t* const pixel = &uyvy[(static_cast<std::size_t>(y) * width + x) * 2];
+      picture->data[0][y * picture->linesize[0] + x] = pixel[1];
+      picture->data[1 + x % 2][y / 2 * picture->linesize[1 + x % 2] + x / 2] = pixel[0];
+    }
+  return picture;
+}
+
+void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
+  Peer peer(id, avcodec_find_encoder(id));
+  AVFrame* frames[] = {PlanarFrame(Changed(percent, 0), peer.context->pix_fmt),
+                       PlanarFrame(Changed(percent, 1), peer.context->pix_fmt)};
+  std::int64_t next = 0;
+  const auto encode = [&] {
+    AVFrame* frame = frames[next % 2];
+    frame->pts = next++;
+    if (avcodec_send_frame(peer.context, frame) != 0 ||
+        avcodec_receive_packet(peer.context, peer.packet) != 0)
+      return false;
+    state.counters["bytes"] = peer.packet->size;
+    av_packet_unref(peer.packet);
+    return true;
+  };
+  bool good = encode();
+  for (auto _ : state)
+    good = encode() && good;
+  if (!good) state.SkipWithError("not encoded");
+  for (AVFrame*& frame : frames)
+    av_frame_free(&frame);
+}
+
+// The second frame of a pair again and again; it refers to the first.
+void DecodePeer(benchmark::State& state, AVCodecID id, int percent) {
+  Peer encoder(id, avcodec_find_encoder(id));
+  const AVCodec* codec = avcodec_find_decoder(id);
+  Peer decoder(id, codec);
+  Bytes packets[2];
+  for (int i = 0; i < 2; ++i) {
+    AVFrame* frame = PlanarFrame(i == 0 ? Still() : Changed(percent, 0), encoder.context->pix_fmt);
+    frame->pts = i;
+    avcodec_send_frame(encoder.context, frame);
+    avcodec_receive_packet(encoder.context, encoder.packet);
+    packets[i].assign(encoder.packet->data, encoder.packet->data + encoder.packet->size);
+    av_packet_unref(encoder.packet);
+    av_frame_free(&frame);
+  }
+  AVFrame* decoded = av_frame_alloc();
+  const auto decode = [&](Bytes& bytes) {
+    const std::size_t size = bytes.size();
+    bytes.resize(size + AV_INPUT_BUFFER_PADDING_SIZE);
+    decoder.packet->data = bytes.data();
+    decoder.packet->size = static_cast<int>(size);
+    const bool sent = avcodec_send_packet(decoder.context, decoder.packet) == 0;
+    const int received = avcodec_receive_frame(decoder.context, decoded);
+    bytes.resize(size);
+    return sent && (received == 0 || received == AVERROR(EAGAIN));
+  };
+  bool good = decode(packets[0]);
+  for (auto _ : state)
+    good = decode(packets[1]) && good;
+  if (!good) state.SkipWithError("not decoded");
+  av_frame_free(&decoded);
+}
+
+const bool registered = [] {
+  const auto add = [](const std::string& name, auto function, auto... arguments) {
+    benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
+        ->Unit(benchmark::kMillisecond);
+  };
+  for (int percent : {0, 1, 5, 30}) {
+    const std::string variant = "/1080p_" + std::to_string(percent) + "_percent/";
+    add("encode_diff" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, false);
+    add("encode_diff" + variant + "plain_mjpeg", Encode, ZTLIB_VIDEO_MJPEG, percent, false);
+    add("encode_diff" + variant + "ffmpeg_mjpeg", EncodePeer, AV_CODEC_ID_MJPEG, percent);
+    add("encode_diff" + variant + "ffmpeg_mpeg4", EncodePeer, AV_CODEC_ID_MPEG4, percent);
+    if (percent == 0) add("encode_diff" + variant + "read_pass", ReadPass);
+    add("encode_diff_advanced" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, true);
+    add("encode_diff_advanced" + variant + "plain_mjpeg", Encode, ZTLIB_VIDEO_MJPEG, percent, true);
+    for (const auto& [name, format, bytes] :
+         {std::tuple("decode_diff_uyvy", ZTLIB_UYVY, 2), {"decode_diff_rgb", ZTLIB_RGB, 4}}) {
+      add(name + variant + "ztlib", Decode, ZTLIB_VIDEO_MJPEGDIFF, percent, false,
+          static_cast<int>(format));
+      add(name + variant + "plain_mjpeg", Decode, ZTLIB_VIDEO_MJPEG, percent, false,
+          static_cast<int>(format));
+      add(name + variant + "ffmpeg_mjpeg", DecodePeer, AV_CODEC_ID_MJPEG, percent);
+      add(name + variant + "ffmpeg_mpeg4", DecodePeer, AV_CODEC_ID_MPEG4, percent);
+      if (percent == 0)
+        add(name + variant + "memcpy", CopyPass, std::size_t{width} * height * bytes);
+    }
+    for (const auto& [name, video] :
+         {std::pair("ztlib", ZTLIB_VIDEO_MJPEGDIFF), {"plain_mjpeg", ZTLIB_VIDEO_MJPEG}})
+      add("decode_diff_advanced" + variant + name, Decode, static_cast<int>(video), percent, true,
+          static_cast<int>(ZTLIB_UYVY));
+  }
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,123 @@
+#include "fuzz/codec_fuzz.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using namespace codec_fuzz;
+
+constexpr std::int32_t width = 96;
+constexpr std::int32_t height = 64;
+
+// Key, plain, plain, reference, plain; the same with difference frames; and an empty one.
+const std::vector<Bytes>& GoodFrames() {
+  static const std::vector<Bytes> frames = [] {
+    std::vector<Bytes> made;
+    for (const bool advanced : {false, true}) {
+      const Codec encoder(ztlib_encoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_encoder_destroy);
+      CodecConfig()
+          .Int("Width", width)
+          .Int("Height", height)
+          .Int("RPFrameInterval", 3)
+          .Int("Bits", advanced ? 2 : 6)
+          .Bool("AdvancedProfile", advanced)
+          .Apply(ztlib_encoder_config, encoder.object);
+      for (const std::size_t t : {0, 1, 2, 3, 4, 3}) {
+        auto* const picture = static_cast<Frame*>(AllocateFrame(width, height, ZTLIB_UYVY));
+        for (std::size_t i = 0; i < picture->memory.size(); ++i)
+          picture->memory[i] = static_cast<std::uint8_t>(
+              i / (2 * width) / 16 == 1 && i % (2 * width) / 32 == t ? 200 : 60 + i % 40);
+        void* const image = ztlib_ztimage_create_avframe(ZTLIB_UYVY, picture);
+        made.emplace_back();
+        ztlib_encoder_process(encoder.object, &made.back(), Collect, image, 0);
+        ztlib_ztimage_destroy(image);
+        Require(!made.back().empty());
+      }
+    }
+    return made;
+  }();
+  return frames;
+}
+
+struct Input {
+  std::span<const std::uint8_t> rest;
+  std::uint8_t Byte() {
+    if (rest.empty()) return 0;
+    const std::uint8_t value = rest.front();
+    rest = rest.subspan(1);
+    return value;
+  }
+  std::size_t Short() { return Byte() | static_cast<std::size_t>(Byte()) << 8; }
+};
+
+constexpr std::array scales = {1, 2, 4, 8, 3, 5, 16, 1000};
+
+}  // namespace
+
+// A script of steps: a good frame with some bytes changed, a frame of the input's own, another
+// configuration, or the present picture as the base. The first two bytes choose scale and format.
+// Whatever came, key frames bring everything back: what follows them decodes as on a new handle.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input in{{data, size}};
+  const std::vector<Bytes>& good = GoodFrames();
+  int scale = scales[in.Byte() % scales.size()];
+  int format = in.Byte() % 10;
+  // Pictures that are not scaled down yet may come at any scale.
+  frameScale = 1;
+  Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_decoder_destroy);
+  Configure(decoder.object, format, scale, false);
+  void* image = ztlib_ztimage_create();
+  const auto decode = [&](Codec& with, Bytes frame) {
+    ztlib_decoder_process(&with.object, image, frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+  };
+  while (!in.rest.empty()) {
+    const std::size_t step = in.Byte();
+    if (step < 16 * good.size()) {
+      Bytes frame = good[step / 16];
+      for (std::size_t changes = step % 16; changes > 0; --changes) {
+        const std::size_t at = in.Short() % frame.size();
+        frame[at] = in.Byte();
+      }
+      decode(decoder, frame);
+    } else if (step < 230) {
+      const std::size_t count = std::min(in.Short(), in.rest.size());
+      decode(decoder, {in.rest.begin(), in.rest.begin() + static_cast<std::ptrdiff_t>(count)});
+      in.rest = in.rest.subspan(count);
+    } else if (step < 245) {
+      scale = scales[in.Byte() % scales.size()];
+      format = in.Byte() % 10;
+      Configure(decoder.object, format, scale, step == 244);
+    } else {
+      ztlib_decoder_setBaseImage(decoder.object, image);
+    }
+  }
+  const auto decodeGood = [&](Codec& with) {
+    std::vector<Bytes> pictures;
+    // The first key frame at a scale has the old size, which some formats do not have.
+    Configure(with.object, ZTLIB_RGB, scale, false);
+    decode(with, good[0]);
+    decode(with, good[0]);
+    Configure(with.object, format, scale, false);
+    for (const std::size_t frame : {0, 1, 3, 4, 6, 8, 10}) {
+      decode(with, good[frame]);
+      pictures.push_back(PixelsOf(image));
+    }
+    return pictures;
+  };
+  // A new decoder behind the handle if the last frame was of another video format.
+  decode(decoder, good[1]);
+  Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_decoder_destroy);
+  // A base in a format that the stream's size at this scale cannot have is for the client to
+  // replace.
+  ztlib_ztimage_destroy(image);
+  image = ztlib_ztimage_create_avframe(ZTLIB_RGB, AllocateFrame(1, 1, ZTLIB_RGB));
+  ztlib_decoder_setBaseImage(decoder.object, image);
+  const std::vector<Bytes> pictures = decodeGood(decoder);
+  ztlib_ztimage_destroy(image);
+  image = ztlib_ztimage_create();
+  Require(decodeGood(fresh) == pictures);
+  ztlib_ztimage_destroy(image);
+  return 0;
+}

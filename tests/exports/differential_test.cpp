@@ -1,0 +1,197 @@
+#include "tests/support/codec_client.h"
+#include "tests/support/export_fixture.h"
+#include "tests/support/jpeg_reference.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using codec_client::Bytes;
+using codec_client::Decoder;
+using codec_client::Encoder;
+
+constexpr char process[] = "ztlib_decoder_process";
+constexpr int width = 96;
+constexpr int height = 64;
+
+// A key frame of a gray picture and a plain frame that lays bright blocks over it.
+class DifferentialExports : public ExportTest {
+ protected:
+  static Image Picture(bool bright) {
+    Bytes pixels(width * height * 2, 100);
+    for (int i = 0; bright && i < 8; ++i)
+      std::fill_n(pixels.begin() + ((20 + i) * width + 40) * 2, 16, std::uint8_t{220});
+    return NewImage(ZTLIB_UYVY, width, height, pixels);
+  }
+  static Bytes Encode(Encoder& encoder, const Image& image, bool key = false) {
+    Output output;
+    ztlib_encoder_process(encoder.object, &output, Output::Receive, image.get(), key);
+    return output.bytes;
+  }
+  Encoder encoder{width, height, ZTLIB_VIDEO_MJPEGDIFF};
+  const Bytes key = Encode(encoder, Picture(false));
+  const Bytes plain = Encode(encoder, Picture(true));
+
+  static Bytes Decode(Decoder& decoder, Bytes frame) {
+    const Image image = NewImage();
+    decoder.Process(image.get(), frame);
+    return BytesOf(image);
+  }
+  template <class T>
+  static void Put(Bytes& bytes, std::size_t at, T value) {
+    std::memcpy(&bytes.at(at + sizeof value - 1) - (sizeof value - 1), &value, sizeof value);
+  }
+};
+
+TEST_F(DifferentialExports, DamageHurtsNoLaterFrame) {
+  Decoder decoder(ZTLIB_UYVY, 1, ZTLIB_VIDEO_MJPEGDIFF);
+  const Bytes base = Decode(decoder, key);
+  const Bytes changed = Decode(decoder, plain);
+  ASSERT_NE(changed, base);
+  ASSERT_EQ(plain[84], 5);
+  const Bytes fresh(base.size(), 0xA5);
+  const auto set = [&]<class T>(std::size_t at, T value) {
+    Bytes frame = plain;
+    Put(frame, at, value);
+    return frame;
+  };
+  const auto withStrip = [&](int w, int h, bool giant = false) {
+    Bytes frame(plain.begin(), plain.begin() + 112 + plain[88]);
+    Bytes stream =
+        jpeg_reference::Encode(jpeg_reference::Scene(w, h), w, h, {.progressive = giant});
+    const std::uint8_t size[] = {0xFF, 0xC2};  // the marker in front of the size
+    const auto at = std::search(stream.begin(), stream.end(), size, size + 2);
+    if (giant) std::fill_n(at + 5, 4, std::uint8_t{0xFF - 1});
+    frame.insert(frame.end(), stream.begin(), stream.end());
+    return frame;
+  };
+  // What becomes of the picture; null for a failure.
+  const struct {
+    const char* name;
+    Bytes frame;
+    const Bytes* picture;
+  } cases[] = {{"count of the header below 0", set(84, 0x80000000U), &base},
+               {"more entries than blocks", set(112, 0xFFFFFFFFU), &changed},
+               {"no entries", set(112, 0U), &base},
+               {"runs without end", set(116, 0xFFFFFFFFU), &base},
+               {"32 bits", set(120, std::uint8_t{32}), &base},
+               {"entries outside", set(124, 0xFFFFFFFFU), &base},
+               {"list behind the end", set(88, 0xFFFFFFFFU), nullptr},
+               {"type 6", set(72, 6U), &fresh},
+               {"strip of no block", withStrip(14, 16), &base},
+               {"strip that says it is a giant", withStrip(80, 16, true), nullptr},
+               {"no strip", Bytes(plain.begin(), plain.begin() + 112 + plain[88]), nullptr},
+               {"no list", Bytes(plain.begin(), plain.begin() + 112), nullptr},
+               {"no header", Bytes(plain.begin(), plain.begin() + 100), nullptr},
+               {"negative width", set(32, 0x80000000U), nullptr},
+               {"odd width", set(32, width + 1), nullptr}};
+  for (const auto& [name, frame, picture] : cases) {
+    SCOPED_TRACE(name);
+    const Bytes result = Decode(decoder, frame);
+    EXPECT_EQ(failures.empty(), picture != nullptr);
+    EXPECT_EQ(result, picture ? *picture : result);
+    Forget();
+    EXPECT_EQ(Decode(decoder, plain), changed);
+  }
+  // Strips of other sizes change blocks of the list or nothing.
+  for (const auto& [w, h] : {std::pair(16, 16), {80, 5}, {80, 40}, {400, 16}})
+    EXPECT_NE(Decode(decoder, withStrip(w, h)), base);
+  for (std::size_t size = 26; size < plain.size(); ++size)
+    Decode(decoder, Bytes(plain.begin(), plain.begin() + static_cast<std::ptrdiff_t>(size)));
+  EXPECT_EQ(failures.size(), plain.size() - 26);
+  Forget();
+  EXPECT_EQ(Decode(decoder, plain), changed);
+}
+
+TEST_F(DifferentialExports, FramesWithoutATypeAreCompletedInPlace) {
+  Decoder decoder(ZTLIB_UYVY, 1, ZTLIB_VIDEO_MJPEGDIFF);
+  const Bytes base = Decode(decoder, key);
+  const Bytes changed = Decode(decoder, plain);
+  const Image image = NewImage();
+  for (int differential : {1, 2}) {
+    Bytes frame = plain;
+    Put(frame, 72, 0);
+    Put(frame, 26, static_cast<std::int16_t>(differential));
+    decoder.Process(image.get(), frame);
+    EXPECT_EQ(frame[72], differential == 1 ? 3 : 0);
+    EXPECT_EQ(BytesOf(image) == changed, differential == 1);
+  }
+  // The second one was a key frame whose picture is but a strip; a key frame sets all right.
+  EXPECT_NE(Decode(decoder, plain), changed);
+  EXPECT_EQ(Decode(decoder, key), base);
+  EXPECT_EQ(Decode(decoder, plain), changed);
+  ExpectNoFailure();
+}
+
+TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
+  Decoder decoder(ZTLIB_UYVY, 2, ZTLIB_VIDEO_MJPEGDIFF);
+  const Bytes first = Decode(decoder, key);
+  const Bytes second = Decode(decoder, key);
+  ASSERT_EQ(first.size(), key.empty() ? 0 : width * height * 2);
+  ASSERT_EQ(second.size(), width * height / 2);
+  // The old size holds the smaller picture as one run.
+  EXPECT_TRUE(std::equal(second.begin(), second.end(), first.begin()));
+  const Bytes changed = Decode(decoder, plain);
+  // Other scales wait for a key frame, other formats reach the base with it.
+  decoder.Configure(CodecConfig().Int("ScaleDown", 1));
+  EXPECT_EQ(Decode(decoder, plain), changed);
+  decoder.Configure(CodecConfig().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
+  Bytes empty(plain.begin(), plain.begin() + 112);
+  Put(empty, 84, 0);
+  const Image image = NewImage();
+  decoder.Process(image.get(), empty);
+  EXPECT_EQ(FrameOf(image)->format, ZTLIB_UYVY);
+  EXPECT_EQ(BytesOf(image), second);
+  Decode(decoder, key);
+  decoder.Process(image.get(), empty);
+  EXPECT_EQ(FrameOf(image)->format, ZTLIB_YUV);
+  ExpectNoFailure();
+  // A scale that the format cannot have never comes into force.
+  decoder.Configure(CodecConfig().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
+  Decode(decoder, key);
+  ExpectFailure(process, "main/target/windll/image/ztimage_impl", "Invalid range");
+  decoder.Configure(CodecConfig().Int("ScaleDown", 2));
+  EXPECT_EQ(Decode(decoder, key), second);
+  ExpectNoFailure();
+}
+
+TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
+  Decoder decoder(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF);
+  const Image image = NewImage();
+  decoder.Process(image.get(), key);
+  const Bytes changed = Decode(decoder, plain);
+  Decoder other(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF);
+  EXPECT_NE(Decode(other, plain), changed);  // blocks over an undefined picture
+  ztlib_decoder_setBaseImage(other.object, image.get());
+  EXPECT_EQ(Decode(other, plain), changed);
+  // A frame of another video format replaces the decoder, and with it base and configuration.
+  Encoder still(width, height);
+  Decode(other, Encode(still, Picture(true)));
+  ztlib_decoder_setBaseImage(other.object, image.get());
+  Forget();
+  Decode(other, plain);
+  EXPECT_EQ(failures.size(), 1U);
+  Forget();
+  other.Configure(CodecConfig().Int("PixelFormat", ZTLIB_RGB));
+  ztlib_decoder_setBaseImage(other.object, image.get());
+  EXPECT_EQ(Decode(other, plain), changed);
+  ztlib_decoder_setBaseImage(other.object, nullptr);
+  ExpectFailure("ztlib_decoder_setBaseImage", "main/target/windll/codec_api", "Using null-pointer");
+}
+
+TEST_F(DifferentialExports, AnotherSizeThanConfiguredEndsTheProcess) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const auto encode = [](int configured, int given, int rows) {
+    ztlib_registerLogger(
+        [](int level, const char* text) { std::fprintf(stderr, "%d %s", level, text); });
+    Encoder other(configured, rows, ZTLIB_VIDEO_MJPEGDIFF);
+    Encode(other, NewImage(ZTLIB_UYVY, given, rows, {100}));
+  };
+  EXPECT_DEATH(encode(96, 104, 64),
+               "1 Image dimensions differ! encoder setting: \\(96x64, 12x8\\), "
+               "input: \\(104x64, 13x8\\)");
+  EXPECT_DEATH(encode(96, 96, 60), "\\(96x60, 12x7\\), input: \\(96x60, 12x8\\)");
+}
+
+}  // namespace

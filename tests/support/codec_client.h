@@ -1,0 +1,52 @@
+#pragma once
+
+#include "tests/support/codec_config.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+// Codecs as a client of the exports holds them.
+namespace codec_client {
+
+using Bytes = std::vector<std::uint8_t>;
+
+template <void (*destroy)(void**), void (*config)(void*, const ztlib_blob*)>
+struct Handle {
+  explicit Handle(void* object) : object(object) {}
+  ~Handle() { destroy(&object); }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  void Configure(const CodecConfig& values) { values.Apply(config, object); }
+  void* object;
+};
+
+struct Decoder : Handle<ztlib_decoder_destroy, ztlib_decoder_config> {
+  Decoder() : Handle(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG)) {}
+  explicit Decoder(int format, int scale = 1, int video = ZTLIB_VIDEO_MJPEG)
+      : Handle(ztlib_decoder_create(video)) {
+    Configure(CodecConfig().Int("PixelFormat", format).Int("ScaleDown", scale));
+  }
+  // From memory of exactly that size, so that a sanitizer sees a read behind it. What the decoder
+  // writes into the frame is seen by the caller.
+  void Process(void* image, Bytes& frame) {
+    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[frame.size()]);
+    std::copy(frame.begin(), frame.end(), copy.get());
+    ztlib_decoder_process(&object, image, copy.get(), static_cast<std::uint32_t>(frame.size()));
+    std::copy_n(copy.get(), frame.size(), frame.begin());
+  }
+  void Process(void* image, const Bytes& frame) {
+    Bytes copy = frame;
+    Process(image, copy);
+  }
+};
+
+struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
+  explicit Encoder(int video = ZTLIB_VIDEO_MJPEG) : Handle(ztlib_encoder_create(video)) {}
+  Encoder(int width, int height, int video = ZTLIB_VIDEO_MJPEG) : Encoder(video) {
+    Configure(CodecConfig().Int("Width", width).Int("Height", height));
+  }
+};
+
+}  // namespace codec_client
