@@ -34,14 +34,18 @@ double Gray(const std::uint8_t* pixel) {
   return 0.114 * pixel[0] + 0.587 * pixel[1] + 0.299 * pixel[2];
 }
 
-// `change` gets each pixel of the whole blocks of a picture and the number of its block.
+// `change` gets each pixel of a picture and its place.
 template <class Change>
 void ForEachPixel(AVFrame& picture, Change&& change) {
-  const int columns = picture.width / blockSide;
   for (int y = 0; y < picture.height; ++y)
     for (int x = 0; x < picture.width; ++x)
-      change(Pixel(picture, x, y), x, y,
-             static_cast<std::size_t>(y / blockSide * columns + x / blockSide));
+      change(Pixel(picture, x, y), x, y);
+}
+
+// The number of the block at a place of a picture.
+std::size_t BlockAt(const AVFrame& picture, int x, int y) {
+  return std::size_t(y / blockSide) * std::size_t(picture.width / blockSide) +
+         std::size_t(x / blockSide);
 }
 
 void Blend(std::uint8_t* pixel, const Color& under, const Color& over, double share) {
@@ -63,8 +67,7 @@ Color HeatOf(double share) {
 void CBlockView::Add(std::int64_t index, std::span<const std::uint8_t> frame,
                      const AVFrame& decoded) {
   // A last line of half a block is in key frames only, but has its place here.
-  const int lines = (decoded.height + blockSide - 1) / blockSide;
-  sent.resize(static_cast<std::size_t>(decoded.width / blockSide * lines));
+  sent.resize(BlockAt(decoded, decoded.width - 1, decoded.height - 1) + 1);
   if (!ReadFrameHeader(frame).IsDifferential()) return;
   ++differentialFrames;
   std::vector<std::uint64_t> blocks = ReadBlockList(PartsOf(frame).list);
@@ -86,21 +89,22 @@ std::string CBlockView::Marked() {
   std::vector<bool> isSent(sent.size());
   for (const std::uint64_t block : shownBlocks)
     if (block < isSent.size()) isSent[static_cast<std::size_t>(block)] = true;
-  const auto columns = static_cast<std::size_t>(picture->width / blockSide);
-  ForEachPixel(*picture, [&](std::uint8_t* pixel, int x, int y, std::size_t block) {
-    const Color present{double(pixel[0]), double(pixel[1]), double(pixel[2])};
-    if (!isSent[block]) {
+  const auto isSentAt = [&](int x, int y) {
+    return x >= 0 && y >= 0 && x < picture->width && y < picture->height &&
+           isSent[BlockAt(*picture, x, y)];
+  };
+  ForEachPixel(*picture, [&](std::uint8_t* pixel, int x, int y) {
+    if (!isSentAt(x, y)) {
       const double gray = 0.5 * Gray(pixel);
       Blend(pixel, {gray, gray, gray}, {}, 0);
       return;
     }
-    const int left = x % blockSide, top = y % blockSide;
-    const bool isAtEdge =
-        (left < 2 && (block % columns == 0 || !isSent[block - 1])) ||
-        (left >= blockSide - 2 && (block % columns == columns - 1 || !isSent[block + 1])) ||
-        (top < 2 && (block < columns || !isSent[block - columns])) ||
-        (top >= blockSide - 2 && (block + columns >= isSent.size() || !isSent[block + columns]));
-    Blend(pixel, present, outline, isAtEdge ? 0.9 : left == 0 || top == 0 ? 0.35 : 0);
+    constexpr int thickness = 2;
+    const bool isAtEdge = !isSentAt(x - thickness, y) || !isSentAt(x + thickness, y) ||
+                          !isSentAt(x, y - thickness) || !isSentAt(x, y + thickness);
+    const bool isInGrid = x % blockSide == 0 || y % blockSide == 0;
+    const Color present{double(pixel[0]), double(pixel[1]), double(pixel[2])};
+    Blend(pixel, present, outline, isAtEdge ? 0.9 : isInGrid ? 0.35 : 0);
   });
   return pictures.Overview(*picture);
 }
@@ -115,7 +119,7 @@ std::string CBlockView::Strip() {
   const FramePtr folded =
       NewFrame(AV_PIX_FMT_BGR0, perLine * blockSide, lines * (blockSide + stripGap) - stripGap);
   for (int y = 0; y < folded->height; ++y)
-    std::memset(Pixel(*folded, 0, y), 0, static_cast<std::size_t>(4 * folded->width));
+    std::memset(Pixel(*folded, 0, y), 0, std::size_t{4} * std::size_t(folded->width));
   for (int block = 0; block < blocks; ++block)
     for (int y = 0; y < std::min(blockSide, strip.height); ++y)
       std::memcpy(
@@ -129,9 +133,9 @@ std::string CBlockView::Strip() {
 std::string CBlockView::Heat() {
   const FramePtr picture = Copy(*shownPicture);
   const double most = *std::max_element(sent.begin(), sent.end());
-  ForEachPixel(*picture, [&](std::uint8_t* pixel, int, int, std::size_t block) {
+  ForEachPixel(*picture, [&](std::uint8_t* pixel, int x, int y) {
     // The root lets rare blocks show beside the busy ones.
-    const double heat = std::sqrt(sent[block] / most);
+    const double heat = std::sqrt(sent[BlockAt(*picture, x, y)] / most);
     const double gray = 0.55 * Gray(pixel);
     Blend(pixel, {gray, gray, gray}, HeatOf(heat), heat > 0 ? 0.3 + 0.4 * heat : 0);
   });
