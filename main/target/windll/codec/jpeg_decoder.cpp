@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <type_traits>
 
 #include <jerror.h>
 
@@ -74,6 +73,7 @@ CJPEGDecoder::CJPEGDecoder() {
   InitJpegErrors(errors);
   object.err = &errors;
   jpeg_create_decompress(&object);
+  clientMemoryLimit = object.mem->max_memory_to_use;
   arena.Attach(reinterpret_cast<j_common_ptr>(&object));
   object.progress = scanLimit.Monitor();
 }
@@ -131,11 +131,12 @@ void CJPEGDecoder::LimitMemory(const JpegTarget& target, std::uint32_t scaleDeno
     constexpr std::uint64_t most = JPEG_MAX_DIMENSION;
     return std::min(most, (std::uint64_t{scaled} + 1) * scaleDenominator) + unit;
   };
-  auto& limit = object.mem->max_memory_to_use;
-  using Limit = std::remove_reference_t<decltype(limit)>;
-  limit = static_cast<Limit>(std::min<std::uint64_t>(
-      std::numeric_limits<Limit>::max(),
-      slack + bytesPerPixel * fullSize(target.width) * fullSize(target.height)));
+  const std::uint64_t justified =
+      slack + bytesPerPixel * fullSize(target.width) * fullSize(target.height);
+  // The client's own limit, from the environment, is 0 where there is none.
+  const std::uint64_t most = clientMemoryLimit > 0 ? static_cast<std::uint64_t>(clientMemoryLimit)
+                                                   : std::numeric_limits<MemoryLimit>::max();
+  object.mem->max_memory_to_use = static_cast<MemoryLimit>(std::min(most, justified));
 }
 
 void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& target,

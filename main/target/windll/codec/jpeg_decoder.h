@@ -47,6 +47,7 @@ class CJPEGDecoder {
 
  private:
   struct RowPlan;
+  using MemoryLimit = decltype(jpeg_memory_mgr::max_memory_to_use);
 
   void Begin(std::span<const std::uint8_t> data);
   void LimitMemory(const JpegTarget& target, std::uint32_t scaleDenominator);
@@ -61,6 +62,7 @@ class CJPEGDecoder {
   JpegSource source;
   JpegScanLimit scanLimit;
   jpeg_decompress_struct object{};
+  MemoryLimit clientMemoryLimit = 0;
   JpegPlanes planes;
   std::vector<std::uint8_t> scratch;
   bool swapRGB = false;
