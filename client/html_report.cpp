@@ -107,7 +107,7 @@ std::string Tiles(const CReport& report) {
   const CCoding& differential = report.differential;
   return "<div class=\"tiles\">\n" +
          Tile(Text("%.0f %%", 100 * double(differential.Bytes()) / double(plain.Bytes())),
-              "of the bytes of MJPEG") +
+              "of MJPEG's bytes") +
          Tile(Text("1 : %.0f", 24 / PerPixel(report, differential)), "of 24-bit pixels") +
          Tile(ByteText(differential.Bytes() / differential.frames.size()), "per frame") +
          Tile(Text("%.1f dB", differential.error.luma.Psnr()), "PSNR of luma") +
