@@ -326,14 +326,14 @@ TEST(ImageConvert, EveryCellOfTheMatrix) {
 // Parts of pictures have rows that lie further apart than they are long.
 TEST(ImageConvert, KeepsToTheRowsOfParts) {
   const CTestFrames frames(&frame_manager::Register, fill);
-  YuyvView whole;
+  YuyvImageView whole;
   whole.Create(8, 4);
   const Bytes content = RandomBytes(128);
   std::memcpy(whole.data, content.data(), content.size());
-  const auto part = YuyvView::MapOf(whole, {3, 1, 2, 3});
-  UyvyView swapped;
+  const auto part = YuyvImageView::MapOf(whole, {3, 1, 2, 3});
+  UyvyImageView swapped;
   swapped.Create(8, 4);
-  auto swappedPart = UyvyView::MapOf(swapped, {5, 0, 3, 2});
+  auto swappedPart = UyvyImageView::MapOf(swapped, {5, 0, 3, 2});
   Convert(swappedPart, part);
   Bytes expected(128, fill);
   const Bytes all = Swap(content);

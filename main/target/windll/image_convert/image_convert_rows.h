@@ -5,15 +5,15 @@
 
 #include <algorithm>
 
-using GrayView = TCImageView<TTGray<unsigned char>>;
-using RgbView = TCImageView<TTRGB<unsigned char>>;
-using YuvView = TCImageView<TTYUV<unsigned char>>;
-using YuyvView = TCImageView<TTYUYV<unsigned char>>;
-using UyvyView = TCImageView<TTUYVY<unsigned char>>;
-using BoolView = TCImageView<TBool8>;
-using BayerView = TCImageView<TTRGBBayer<unsigned char>>;
-using BayerBlockView = TCImageView<TTYUVBayerBlock<unsigned char>>;
-using Yuv420View = TCImageView<TTYUV420Block<unsigned char>>;
+using GrayImageView = TCImageView<TTGray<unsigned char>>;
+using RgbImageView = TCImageView<TTRGB<unsigned char>>;
+using YuvImageView = TCImageView<TTYUV<unsigned char>>;
+using YuyvImageView = TCImageView<TTYUYV<unsigned char>>;
+using UyvyImageView = TCImageView<TTUYVY<unsigned char>>;
+using BoolImageView = TCImageView<TBool8>;
+using BayerImageView = TCImageView<TTRGBBayer<unsigned char>>;
+using BayerBlockImageView = TCImageView<TTYUVBayerBlock<unsigned char>>;
+using Yuv420ImageView = TCImageView<TTYUV420Block<unsigned char>>;
 
 // Runs a row kernel over the rows that both pictures have. A pixel without partner is dropped where
 // the kernel works in pairs.

@@ -2,6 +2,6 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
-inline void Convert(BoolView& target, const GrayView& source) {
+inline void Convert(BoolImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, Rows().grayToBool);
 }

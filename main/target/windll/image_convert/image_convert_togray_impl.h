@@ -2,18 +2,18 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
-inline void Convert(GrayView& target, const BoolView& source) {
+inline void Convert(GrayImageView& target, const BoolImageView& source) {
   ConvertRows(target, source, Rows().boolToGray);
 }
-inline void Convert(GrayView& target, const RgbView& source) {
+inline void Convert(GrayImageView& target, const RgbImageView& source) {
   ConvertRows(target, source, Rows().rgbToGray);
 }
-inline void Convert(GrayView& target, const YuvView& source) {
+inline void Convert(GrayImageView& target, const YuvImageView& source) {
   ConvertRows(target, source, Rows().yuvToGray);
 }
-inline void Convert(GrayView& target, const YuyvView& source) {
+inline void Convert(GrayImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, Rows().yuyvToGray);
 }
-inline void Convert(GrayView& target, const UyvyView& source) {
+inline void Convert(GrayImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToGray);
 }

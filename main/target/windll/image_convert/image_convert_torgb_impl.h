@@ -2,18 +2,18 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
-inline void Convert(RgbView& target, const BoolView& source) {
+inline void Convert(RgbImageView& target, const BoolImageView& source) {
   ConvertRows(target, source, Rows().boolToRgb);
 }
-inline void Convert(RgbView& target, const GrayView& source) {
+inline void Convert(RgbImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, Rows().grayToRgb);
 }
-inline void Convert(RgbView& target, const YuvView& source) {
+inline void Convert(RgbImageView& target, const YuvImageView& source) {
   ConvertRows(target, source, Rows().yuvToRgb);
 }
-inline void Convert(RgbView& target, const YuyvView& source) {
+inline void Convert(RgbImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, Rows().yuyvToRgb);
 }
-inline void Convert(RgbView& target, const UyvyView& source) {
+inline void Convert(RgbImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToRgb);
 }

@@ -2,15 +2,15 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
-inline void Convert(UyvyView& target, const GrayView& source) {
+inline void Convert(UyvyImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, Rows().grayToUyvy);
 }
-inline void Convert(UyvyView& target, const RgbView& source) {
+inline void Convert(UyvyImageView& target, const RgbImageView& source) {
   ConvertRows(target, source, Rows().rgbToUyvy);
 }
-inline void Convert(UyvyView& target, const YuvView& source) {
+inline void Convert(UyvyImageView& target, const YuvImageView& source) {
   ConvertRows(target, source, Rows().yuvToUyvy);
 }
-inline void Convert(UyvyView& target, const YuyvView& source) {
+inline void Convert(UyvyImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, Rows().yuyvToUyvy);
 }

@@ -3,7 +3,7 @@
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
 // From these formats clients get a block image with the content that the frame manager delivered.
-inline void Convert(Yuv420View&, const GrayView&) {}
-inline void Convert(Yuv420View&, const RgbView&) {}
-inline void Convert(Yuv420View&, const UyvyView&) {}
-inline void Convert(Yuv420View&, const BayerBlockView&) {}
+inline void Convert(Yuv420ImageView&, const GrayImageView&) {}
+inline void Convert(Yuv420ImageView&, const RgbImageView&) {}
+inline void Convert(Yuv420ImageView&, const UyvyImageView&) {}
+inline void Convert(Yuv420ImageView&, const BayerBlockImageView&) {}

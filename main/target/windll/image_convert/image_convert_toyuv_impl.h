@@ -2,15 +2,15 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
-inline void Convert(YuvView& target, const GrayView& source) {
+inline void Convert(YuvImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, Rows().grayToYuv);
 }
-inline void Convert(YuvView& target, const RgbView& source) {
+inline void Convert(YuvImageView& target, const RgbImageView& source) {
   ConvertRows(target, source, Rows().rgbToYuv);
 }
-inline void Convert(YuvView& target, const YuyvView& source) {
+inline void Convert(YuvImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, Rows().yuyvToYuv);
 }
-inline void Convert(YuvView& target, const UyvyView& source) {
+inline void Convert(YuvImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToYuv);
 }
