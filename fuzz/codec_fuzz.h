@@ -19,6 +19,7 @@ using Bytes = std::vector<std::uint8_t>;
 // Of the picture before it is scaled down, which is what the time of decoding goes by.
 inline constexpr std::int64_t maxPixels = 1 << 19;
 inline int frameScale = 1;
+inline int framesAlive = 0;
 
 struct Frame {
   std::uint8_t* data;
@@ -32,6 +33,7 @@ inline void* AllocateFrame(int width, int height, int format) {
   constexpr int halfBytesPerPixel[] = {2, 2, 8, 8, 4, 4, 2, 2, 3};
   const std::int64_t pixels = std::int64_t{width} * height;
   if (pixels * frameScale > maxPixels / frameScale) return nullptr;
+  ++framesAlive;
   auto* const frame = new Frame{};
   frame->memory.resize(static_cast<std::size_t>(pixels * halfBytesPerPixel[format] / 2));
   frame->data = frame->memory.data();
@@ -40,6 +42,7 @@ inline void* AllocateFrame(int width, int height, int format) {
   return frame;
 }
 inline void ReleaseFrame(void* frame) {
+  --framesAlive;
   delete static_cast<Frame*>(frame);
 }
 inline const bool registered = [] {
@@ -47,10 +50,18 @@ inline const bool registered = [] {
   return true;
 }();
 
-inline Bytes PixelsOf(void* image) {
-  const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image));
-  return frame ? frame->memory : Bytes();
-}
+struct Image {
+  Image() : object(ztlib_ztimage_create()) {}
+  Image(int format, Frame* frame) : object(ztlib_ztimage_create_avframe(format, frame)) {}
+  ~Image() { ztlib_ztimage_destroy(object); }
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+  [[nodiscard]] Bytes Pixels() const {
+    const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(object));
+    return frame ? frame->memory : Bytes();
+  }
+  void* object;
+};
 
 inline void Collect(void* user, const void* data, std::uint32_t size) {
   const auto* bytes = static_cast<const std::uint8_t*>(data);
@@ -74,6 +85,23 @@ inline void Configure(void* decoder, std::int32_t format, std::int32_t scale, bo
       .Apply(ztlib_decoder_config, decoder);
 }
 
+inline void Decode(Codec& decoder, const Image& image, Bytes frame) {
+  ztlib_decoder_process(&decoder.object, image.object, frame.data(),
+                        static_cast<std::uint32_t>(frame.size()));
+}
+
+// The frame of a picture whose byte i is `byteAt(i)`; nothing after a failure.
+template <class ByteAt>
+Bytes Encode(const Codec& encoder, int format, int width, int height, ByteAt&& byteAt) {
+  auto* const picture = static_cast<Frame*>(AllocateFrame(width, height, format));
+  for (std::size_t i = 0; i < picture->memory.size(); ++i)
+    picture->memory[i] = static_cast<std::uint8_t>(byteAt(i));
+  const Image image(format, picture);
+  Bytes frame;
+  ztlib_encoder_process(encoder.object, &frame, Collect, image.object, 0);
+  return frame;
+}
+
 // 64 by 64 pixels of several frequencies.
 inline const Bytes& GoodFrame() {
   static const Bytes frame = [] {
@@ -83,13 +111,8 @@ inline const Bytes& GoodFrame() {
         .Int("Width", side)
         .Int("Height", side)
         .Apply(ztlib_encoder_config, encoder.object);
-    auto* const picture = static_cast<Frame*>(AllocateFrame(side, side, ZTLIB_YUV));
-    for (std::size_t i = 0; i < picture->memory.size(); ++i)
-      picture->memory[i] = static_cast<std::uint8_t>(i * i / 512 + i % 7 * 20);
-    void* const image = ztlib_ztimage_create_avframe(ZTLIB_YUV, picture);
-    Bytes made;
-    ztlib_encoder_process(encoder.object, &made, Collect, image, 1);
-    ztlib_ztimage_destroy(image);
+    const Bytes made = Encode(encoder, ZTLIB_YUV, side, side,
+                              [](std::size_t i) { return i * i / 512 + i % 7 * 20; });
     Require(!made.empty());
     return made;
   }();

@@ -1,44 +1,12 @@
-#include "fuzz/require.h"
+#include "fuzz/codec_fuzz.h"
 #include "main/lib/base/exceptions.h"
-#include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/row_kernel_shapes.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
-
 namespace {
 
-// Frames with exactly the memory that their pictures need.
-struct Frame {
-  void* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-};
-int framesAlive = 0;
-
-void* AllocateFrame(int width, int height, int pixelFormat) {
-  const auto format = static_cast<PixelFormat>(pixelFormat);
-  const std::size_t size = VisitPixelType(format, [&](auto tag) {
-    using Pixel = typename decltype(tag)::type;
-    using Traits = PixelTraits<Pixel>;
-    return sizeof(Pixel) * static_cast<std::size_t>(width / Traits::sampleDx) *
-           static_cast<std::size_t>(height / Traits::sampleDy);
-  });
-  ++framesAlive;
-  return new Frame{std::calloc(1, size), {}, width, height};
-}
-
-void ReleaseFrame(void* frame) {
-  --framesAlive;
-  std::free(static_cast<Frame*>(frame)->data);
-  delete static_cast<Frame*>(frame);
-}
+using codec_fuzz::Bytes;
 
 // Content repeats if the picture needs more than there is.
 void Fill(std::uint8_t* target, std::size_t size, const std::uint8_t* content, std::size_t length) {
@@ -62,10 +30,10 @@ void ConvertPicture(PixelFormat source, PixelFormat target, int width, int heigh
 #if defined(ZTLIB_AVX2)
 void ComparePaths(const RowKernelShape& shape, std::size_t count, const std::uint8_t* content,
                   std::size_t length) {
-  std::vector<std::uint8_t> source(count * shape.sourceBytes);
+  Bytes source(count * shape.sourceBytes);
   Fill(source.data(), source.size(), content, length);
-  std::vector<std::uint8_t> baseline(count * shape.targetBytes, 0x5A);
-  std::vector<std::uint8_t> avx2 = baseline;
+  Bytes baseline(count * shape.targetBytes, 0x5A);
+  Bytes avx2 = baseline;
   (baselineRows.*shape.row)(baseline.data(), source.data(), count);
   (avx2Rows.*shape.row)(avx2.data(), source.data(), count);
   Require(baseline == avx2);
@@ -78,11 +46,10 @@ void ComparePaths(const RowKernelShape& shape, std::size_t count, const std::uin
 // behind, and the paths for both instruction sets give the same bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
-  frame_manager::Register(AllocateFrame, ReleaseFrame, nullptr, false);
   const std::uint8_t* const content = data + 5;
   ConvertPicture(static_cast<PixelFormat>(data[0] % 9), static_cast<PixelFormat>(data[1] % 11),
                  data[2], data[3] % 8, content, size - 5);
-  Require(framesAlive == 0);
+  Require(codec_fuzz::framesAlive == 0);
 #if defined(ZTLIB_AVX2)
   if (__builtin_cpu_supports("avx2"))
     ComparePaths(rowKernelShapes[data[4] % std::size(rowKernelShapes)], data[2], content, size - 5);

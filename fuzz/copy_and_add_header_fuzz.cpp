@@ -23,10 +23,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
   Configure(decoder.object, ZTLIB_GRAY, 1, false);
   frameScale = 1;
-  void* const image = ztlib_ztimage_create();
-  ztlib_decoder_process(&decoder.object, image, frame.data(), frameSize);
-  if (const auto* picture = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image)))
+  const Image image;
+  Decode(decoder, image, frame);
+  if (const auto* picture = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.object)))
     Require(picture->width == width && picture->height == height);
-  ztlib_ztimage_destroy(image);
   return 0;
 }

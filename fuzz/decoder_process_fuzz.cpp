@@ -18,27 +18,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
   Configure(decoder.object, format, scale, swap);
   frameScale = scale;
-  void* const image = ztlib_ztimage_create();
+  const Image image;
   while (rest.size() >= 2) {
     const std::size_t wanted = rest[0] | rest[1] << 8;
     rest = rest.subspan(2);
-    Bytes frame(rest.begin(), rest.begin() + std::min(wanted, rest.size()));
+    const Bytes frame(rest.begin(), rest.begin() + std::min(wanted, rest.size()));
     rest = rest.subspan(frame.size());
-    ztlib_decoder_process(&decoder.object, image, frame.data(),
-                          static_cast<std::uint32_t>(frame.size()));
+    Decode(decoder, image, frame);
   }
 
   const auto decodeGood = [&](Codec& with) {
     // A frame of another format may have put a new decoder behind the handle.
     Configure(with.object, format, scale, swap);
-    Bytes frame = GoodFrame();
-    ztlib_decoder_process(&with.object, image, frame.data(),
-                          static_cast<std::uint32_t>(frame.size()));
-    return PixelsOf(image);
+    Decode(with, image, GoodFrame());
+    return image.Pixels();
   };
   const Bytes after = decodeGood(decoder);
   Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
   Require(after == decodeGood(fresh));
-  ztlib_ztimage_destroy(image);
   return 0;
 }

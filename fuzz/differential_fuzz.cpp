@@ -24,14 +24,9 @@ const std::vector<Bytes>& GoodFrames() {
           .Bool("AdvancedProfile", advanced)
           .Apply(ztlib_encoder_config, encoder.object);
       for (const std::size_t t : {0, 1, 2, 3, 4, 3}) {
-        auto* const picture = static_cast<Frame*>(AllocateFrame(width, height, ZTLIB_UYVY));
-        for (std::size_t i = 0; i < picture->memory.size(); ++i)
-          picture->memory[i] = static_cast<std::uint8_t>(
-              i / (2 * width) / 16 == 1 && i % (2 * width) / 32 == t ? 200 : 60 + i % 40);
-        void* const image = ztlib_ztimage_create_avframe(ZTLIB_UYVY, picture);
-        made.emplace_back();
-        ztlib_encoder_process(encoder.object, &made.back(), Collect, image, 0);
-        ztlib_ztimage_destroy(image);
+        made.push_back(Encode(encoder, ZTLIB_UYVY, width, height, [t](std::size_t i) {
+          return i / (2 * width) / 16 == 1 && i % (2 * width) / 32 == t ? 200 : 60 + i % 40;
+        }));
         Require(!made.back().empty());
       }
     }
@@ -67,11 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   frameScale = 1;
   Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_decoder_destroy);
   Configure(decoder.object, format, scale, false);
-  void* image = ztlib_ztimage_create();
-  const auto decode = [&](Codec& with, Bytes frame) {
-    ztlib_decoder_process(&with.object, image, frame.data(),
-                          static_cast<std::uint32_t>(frame.size()));
-  };
+  const Image image;
   while (!in.rest.empty()) {
     const std::size_t step = in.Byte();
     if (step < 16 * good.size()) {
@@ -80,44 +71,40 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::size_t at = in.Short() % frame.size();
         frame[at] = in.Byte();
       }
-      decode(decoder, frame);
+      Decode(decoder, image, frame);
     } else if (step < 230) {
       const std::size_t count = std::min(in.Short(), in.rest.size());
-      decode(decoder, {in.rest.begin(), in.rest.begin() + static_cast<std::ptrdiff_t>(count)});
+      Decode(decoder, image,
+             Bytes(in.rest.begin(), in.rest.begin() + static_cast<std::ptrdiff_t>(count)));
       in.rest = in.rest.subspan(count);
     } else if (step < 245) {
       scale = scales[in.Byte() % scales.size()];
       format = in.Byte() % 10;
       Configure(decoder.object, format, scale, step == 244);
     } else {
-      ztlib_decoder_setBaseImage(decoder.object, image);
+      ztlib_decoder_setBaseImage(decoder.object, image.object);
     }
   }
-  const auto decodeGood = [&](Codec& with) {
+  const auto decodeGood = [&](Codec& with, const Image& out) {
     std::vector<Bytes> pictures;
     // The first key frame at a scale has the old size, which some formats do not have.
     Configure(with.object, ZTLIB_RGB, scale, false);
-    decode(with, good[0]);
-    decode(with, good[0]);
+    Decode(with, out, good[0]);
+    Decode(with, out, good[0]);
     Configure(with.object, format, scale, false);
     for (const std::size_t frame : {0, 1, 3, 4, 6, 8, 10}) {
-      decode(with, good[frame]);
-      pictures.push_back(PixelsOf(image));
+      Decode(with, out, good[frame]);
+      pictures.push_back(out.Pixels());
     }
     return pictures;
   };
   // A new decoder behind the handle if the last frame was of another video format.
-  decode(decoder, good[1]);
+  Decode(decoder, image, good[1]);
   Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF), ztlib_decoder_destroy);
   // A base in a format that the stream's size at this scale cannot have is for the client to
   // replace.
-  ztlib_ztimage_destroy(image);
-  image = ztlib_ztimage_create_avframe(ZTLIB_RGB, AllocateFrame(1, 1, ZTLIB_RGB));
-  ztlib_decoder_setBaseImage(decoder.object, image);
-  const std::vector<Bytes> pictures = decodeGood(decoder);
-  ztlib_ztimage_destroy(image);
-  image = ztlib_ztimage_create();
-  Require(decodeGood(fresh) == pictures);
-  ztlib_ztimage_destroy(image);
+  const Image base(ZTLIB_RGB, static_cast<Frame*>(AllocateFrame(1, 1, ZTLIB_RGB)));
+  ztlib_decoder_setBaseImage(decoder.object, base.object);
+  Require(decodeGood(decoder, base) == decodeGood(fresh, Image()));
   return 0;
 }

@@ -39,20 +39,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const bool whole = video == ZTLIB_VIDEO_MJPEG || (width % 8 == 0 && height % 8 == 0);
       if (!configured || !whole || width % 2 != 0) continue;
       for (int i = 0; i < 3; ++i) {
-        auto* const picture = static_cast<Frame*>(
-            AllocateFrame(static_cast<int>(width), static_cast<int>(height), ZTLIB_UYVY));
-        for (std::size_t at = 0; at < picture->memory.size(); ++at)
-          picture->memory[at] = static_cast<std::uint8_t>(at / 99 == 3U * i ? at : 90);
-        void* const image = ztlib_ztimage_create_avframe(ZTLIB_UYVY, picture);
-        Bytes frame;
-        ztlib_encoder_process(encoder.object, &frame, Collect, image, 0);
-        ztlib_ztimage_destroy(image);
+        const Bytes frame = Encode(
+            encoder, ZTLIB_UYVY, static_cast<int>(width), static_cast<int>(height),
+            [i](std::size_t at) { return at / 99 == 3U * static_cast<unsigned>(i) ? at : 90; });
         if (frame.empty()) continue;  // too small a picture
-        void* const decoded = ztlib_ztimage_create();
-        ztlib_decoder_process(&decoder.object, decoded, frame.data(),
-                              static_cast<std::uint32_t>(frame.size()));
-        Require(static_cast<std::int64_t>(PixelsOf(decoded).size()) == width * height * 2);
-        ztlib_ztimage_destroy(decoded);
+        const Image decoded;
+        Decode(decoder, decoded, frame);
+        Require(static_cast<std::int64_t>(decoded.Pixels().size()) == width * height * 2);
       }
     }
   }

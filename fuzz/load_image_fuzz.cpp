@@ -5,7 +5,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   frameScale = 1;
-  void* const image = ztlib_ztimage_create();
+  const Image holder;
+  void* const image = holder.object;
   const ztlib_blob block{data, size};
   if (ztlib_ztimage_loadFromZTMem(image, &block)) {
     Bytes saved;
@@ -24,6 +25,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ztlib_ztimage_saveToZTMem(image, &second, Collect);
     Require(second == saved);
   }
-  ztlib_ztimage_destroy(image);
   return 0;
 }

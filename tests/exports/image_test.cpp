@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 namespace {
 
@@ -27,16 +28,9 @@ class ImageExports : public ExportTest {
     const ztlib_blob memory{copy.get(), block.size()};
     return ztlib_ztimage_loadFromZTMem(image.get(), &memory);
   }
-  static std::vector<std::uint8_t> Header(std::uint32_t version, int format, int dx, int dy,
+  static std::vector<std::uint8_t> Header(int version, int format, int dx, int dy,
                                           std::size_t body) {
-    const std::uint32_t words[8] = {version,
-                                    static_cast<std::uint32_t>(32 + body),
-                                    32,
-                                    0,
-                                    static_cast<std::uint32_t>(format),
-                                    static_cast<std::uint32_t>(dx),
-                                    static_cast<std::uint32_t>(dy),
-                                    0};
+    const std::int32_t words[] = {version, 32 + static_cast<int>(body), 32, 0, format, dx, dy, 0};
     std::vector<std::uint8_t> block(32 + body);
     std::memcpy(block.data(), words, sizeof words);
     return block;
@@ -102,26 +96,23 @@ TEST_F(ImageExports, FrameManagerIsReplacedOrFilledIn) {
 
 TEST_F(ImageExports, MemoryFormOfEachFormat) {
   const std::vector<std::uint8_t> pattern = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0};
-  struct {
-    int format, width, height, dx, dy;
-    std::size_t body;
-  } const cases[] = {
+  const std::tuple<int, int, int, int, int, std::size_t> cases[] = {
       {1, 3, 2, 3, 2, 6},       {2, 3, 2, 3, 2, 24},    {3, 1, 5, 1, 5, 20},
       {4, 6, 2, 3, 2, 24},      {5, 2, 2, 1, 2, 8},     {6, 5, 3, 5, 3, 15},
       {7, 4, 6, 2, 3, 24},      {8, 32, 16, 2, 1, 768}, {0, 10, 3, 10, 3, 3 + 16},
       {0, 16, 1, 16, 1, 18},    {0, 17, 1, 17, 1, 18},  {0, 0, 0, 0, 0, 16},
       {0, 100, 7, 100, 7, 103},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.format << ": " << c.width << "x" << c.height);
-    const Image image = NewImage(c.format, c.width, c.height, pattern);
+  for (const auto& [format, width, height, dx, dy, body] : cases) {
+    SCOPED_TRACE(testing::Message() << format << ": " << width << "x" << height);
+    const Image image = NewImage(format, width, height, pattern);
     const auto block = Save(image);
-    ASSERT_EQ(block.size(), 32 + c.body);
-    const auto header = Header(1, c.format, c.dx, c.dy, c.body);
+    ASSERT_EQ(block.size(), 32 + body);
+    const auto header = Header(1, format, dx, dy, body);
     EXPECT_TRUE(std::equal(header.begin(), header.begin() + 32, block.begin()));
     const auto pixels = BytesOf(image);
-    if (c.format == 0) {
-      for (std::size_t n = 0; n < c.body * 8; ++n)
+    if (format == 0) {
+      for (std::size_t n = 0; n < body * 8; ++n)
         ASSERT_EQ((block[32 + n / 8] >> n % 8) & 1, n < pixels.size() ? pixels[n] : 0) << n;
     } else {
       EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), block.begin() + 32));
@@ -129,7 +120,7 @@ TEST_F(ImageExports, MemoryFormOfEachFormat) {
     const Image loaded = NewImage();
     EXPECT_TRUE(Load(loaded, block));
     EXPECT_EQ(BytesOf(loaded), pixels);
-    EXPECT_EQ(FrameOf(loaded)->format, c.format);
+    EXPECT_EQ(FrameOf(loaded)->format, format);
   }
   ExpectNoFailure();
 }
@@ -152,11 +143,7 @@ TEST_F(ImageExports, BoolBytesAreOredAsTheyStandAndReadBackAsBits) {
 TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
   const Image image = NewImage(1, 2, 2, {9});
   const auto before = BytesOf(image);
-  struct {
-    std::vector<std::uint8_t> block;
-    const char* source;
-    const char* message;
-  } const cases[] = {
+  const std::tuple<std::vector<std::uint8_t>, const char*, const char*> cases[] = {
       {std::vector<std::uint8_t>(31), handle, "Invalid or nullptr memory!"},
       {Header(1, 9, 0, 0, 0), handle, "Wrong format"},
       {Header(1, -1, 0, 0, 0), handle, "Wrong format"},
@@ -167,9 +154,9 @@ TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
       {Header(1, 2, 5, 5, 99), handle, "Invalid or nullptr memory!"},
       {Header(1, 0, 100, 1, 12), handle, "Invalid or nullptr memory!"},
   };
-  for (const auto& c : cases) {
-    EXPECT_FALSE(Load(image, c.block));
-    ExpectFailure(load, c.source, c.message);
+  for (const auto& [block, source, message] : cases) {
+    EXPECT_FALSE(Load(image, block));
+    ExpectFailure(load, source, message);
   }
   EXPECT_EQ(CTestFrames::allocated, 1) << "refused before any memory is asked for";
   EXPECT_EQ(BytesOf(image), before);
@@ -188,14 +175,12 @@ TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
 TEST_F(ImageExports, LowerHalfOfTheSizeCountsAndNullsAreFailures) {
   const Image image = NewImage();
   const auto block = Header(1, 1, 2, 2, 4);
-  ztlib_blob memory{block.data(), block.size() + (std::uint64_t{1} << 32)};
+  const ztlib_blob memory{block.data(), block.size() + (std::uint64_t{1} << 32)};
   EXPECT_TRUE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
-  memory.size = 0x80000000;
-  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
-  ExpectFailure(load, handle, "Invalid or nullptr memory!");
-  memory = {nullptr, 36};
-  EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
-  ExpectFailure(load, handle, "Invalid or nullptr memory!");
+  for (const ztlib_blob& bad : {ztlib_blob{block.data(), 0x80000000}, {nullptr, 36}}) {
+    EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), &bad));
+    ExpectFailure(load, handle, "Invalid or nullptr memory!");
+  }
   EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(image.get(), nullptr));
   ExpectFailure(load, base, "Using null-pointer");
   EXPECT_FALSE(ztlib_ztimage_loadFromZTMem(nullptr, &memory));

@@ -47,6 +47,16 @@ struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
   Encoder(int width, int height, int video = ZTLIB_VIDEO_MJPEG) : Encoder(video) {
     Configure(CodecConfig().Int("Width", width).Int("Height", height));
   }
+  // The frame; nothing after a failure.
+  [[nodiscard]] Bytes Process(const void* image, bool key = false) const {
+    Bytes frame;
+    const auto receive = [](void* user, const void* data, std::uint32_t size) {
+      const auto* const bytes = static_cast<const std::uint8_t*>(data);
+      static_cast<Bytes*>(user)->assign(bytes, bytes + size);
+    };
+    ztlib_encoder_process(object, &frame, receive, image, key);
+    return frame;
+  }
 };
 
 }  // namespace codec_client

@@ -1,6 +1,7 @@
 #include "main/lib/base/debug.h"
 
 #include <cerrno>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,24 +31,16 @@ TEST(Exceptions, TextsAreBoundedAndNameTheSite) {
 }
 
 TEST(Exceptions, ErrnoTextsAreTheSystemsOwn) {
-  struct {
-    int number;
-    const char* text;
-  } const cases[] = {
-      {1, "EPERM: Operation not permitted"},
-      {41, "Unknown error no"},
-      {64, "ENONET: Machine Is not on the network"},
-      {88, "ENOTSOCK: CSocket operation on non-socket"},
-      {97, "Unknown error no"},
-      {131, "ENOTRECOVERABLE: State not recoverable"},
-      {132, "Unknown error no"},
-      {0, "Unknown error no"},
-      {-3, "Unknown error no"},
-  };
-  for (const auto& c : cases) {
-    errno = c.number;
+  std::map<int, std::string> texts = {{1, "EPERM: Operation not permitted"},
+                                      {64, "ENONET: Machine Is not on the network"},
+                                      {88, "ENOTSOCK: CSocket operation on non-socket"},
+                                      {131, "ENOTRECOVERABLE: State not recoverable"}};
+  for (int unknown : {41, 97, 132, 0, -3})
+    texts[unknown] = "Unknown error no";
+  for (const auto& [number, text] : texts) {
+    errno = number;
     EXPECT_EQ(CStdLibErrException().what(),
-              "std lib error: " + std::to_string(c.number) + " [" + c.text + "]");
+              "std lib error: " + std::to_string(number) + " [" + text + "]");
   }
 }
 

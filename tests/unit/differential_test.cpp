@@ -184,12 +184,12 @@ class ModelEncoder {
         const std::size_t row = byte / 32;
         const std::size_t from =
             (blocks[i] / perRow * 16 + row) * o.width * 2 + blocks[i] % perRow * 32 + byte % 32;
-        const bool inside = from < now.size();
-        const int present = inside ? now[from] : 0;
-        const int old = inside ? reference[from] : 0;
-        strip[(row * blocks.size() + i) * 32 + byte % 32] =
-            static_cast<std::uint8_t>(type == 4 ? (old - present) / 2 + 128 : present);
-        if (type == 5 && inside) reference[from] = now[from];
+        std::uint8_t& to = strip[(row * blocks.size() + i) * 32 + byte % 32];
+        if (type == 4) to = 128;
+        if (from >= now.size()) continue;
+        to = static_cast<std::uint8_t>(type == 4 ? (reference[from] - now[from]) / 2 + 128
+                                                 : now[from]);
+        if (type == 5) reference[from] = now[from];
       }
     return strip;
   }
@@ -292,14 +292,13 @@ class Differential : public testing::Test {
 
   static void Configure(CVideoEncoderMJPEGDIFF& encoder, const Options& o) {
     CData config;
-    for (const auto& [token, value] : {std::pair(Tok::Width, o.width),
-                                       {Tok::Height, o.height},
-                                       {Tok::JPEGQuality, o.quality},
-                                       {Tok::IVPixelSensitivity, o.sensitivity},
-                                       {Tok::IFrameInterval, o.keyInterval},
-                                       {Tok::RPFrameInterval, o.referenceInterval},
-                                       {Tok::Bits, o.bits}})
-      config.AddInt(token, value);
+    config.AddInt(Tok::Width, o.width);
+    config.AddInt(Tok::Height, o.height);
+    config.AddInt(Tok::JPEGQuality, o.quality);
+    config.AddInt(Tok::IVPixelSensitivity, o.sensitivity);
+    config.AddInt(Tok::IFrameInterval, o.keyInterval);
+    config.AddInt(Tok::RPFrameInterval, o.referenceInterval);
+    config.AddInt(Tok::Bits, o.bits);
     config.AddBool(Tok::AdvancedProfile, o.advanced);
     config.AddBool(Tok::GenerateOutOfOrderIFrames, o.overflowKeys);
     encoder.Configure(config);
@@ -394,12 +393,9 @@ TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
 
 TEST_F(Differential, FramesFollowWhatReceiversHave) {
   for (bool advanced : {false, true}) {
-    const Options o{.width = 32,
-                    .height = 32,
-                    .quality = 100,
-                    .referenceInterval = 2,
-                    .advanced = advanced,
-                    .overflowKeys = false};
+    Options o{.width = 32, .height = 32, .quality = 100, .overflowKeys = false};
+    o.referenceInterval = 2;
+    o.advanced = advanced;
     CVideoEncoderMJPEGDIFF encoder;
     EXPECT_THROW(Encode(encoder, o, Flat(o, 100)), CException);
     testing::internal::CaptureStderr();
@@ -506,15 +502,11 @@ TEST(BlockList, BoundsWhatItWritesAndWhatItBelieves) {
   packed.clear();
   ASSERT_TRUE(PackBlockList(packed, Blocks32{3, 65535}, 0));
   // Field, what it lies, and how many entries are left of two.
-  for (const auto& [offset, value, left] : {std::tuple(0, 0xFFFFFFFFU, 5U),
-                                            {0, 0U, 0U},
-                                            {4, 0xFFFFFFFFU, 2U},
-                                            {8, 32U, 0U},
-                                            {8, 255U, 0U},
-                                            {8, 31U, 1U},
-                                            {12, 7U, 2U}}) {
+  constexpr std::uint32_t lies[][3] = {{0, ~0U, 5}, {0, 0, 0},  {4, ~0U, 2}, {8, 32, 0},
+                                       {8, 255, 0}, {8, 31, 1}, {12, 7, 2}};
+  for (const auto& [offset, value, left] : lies) {
     Bytes lying = packed;
-    Put(lying, static_cast<std::size_t>(offset), value);
+    Put(lying, offset, value);
     std::vector<std::uint64_t> blocks;
     UnpackBlockList(blocks, lying, 5);
     EXPECT_EQ(blocks.size(), left) << offset << " " << value;

@@ -344,26 +344,4 @@ TEST(ImageConvert, KeepsToTheRowsOfParts) {
   EXPECT_EQ(Bytes(bytes, bytes + 128), expected);
 }
 
-TEST(ImageConvert, InPlaceAndRoundTripOfKnownColours) {
-  const CTestFrames frames(&frame_manager::Register, fill);
-  CZTImage image;
-  image.CreateBySizeInPixels(PixelFormat::RGB, 1, 1);
-  const std::uint8_t white[] = {255, 255, 255, 7};
-  std::memcpy(image.GetPtrAs<void>(), white, 4);
-  const auto becomes = [&](PixelFormat format, std::array<int, 4> expected) {
-    image.SetPixelFormat(format);
-    const auto* const p = image.GetPtrAs<std::uint8_t>();
-    EXPECT_EQ((std::array<int, 4>{p[0], p[1], p[2], p[3]}), expected);
-  };
-  becomes(PixelFormat::YUV, {255, 128, 128, fill});
-  becomes(PixelFormat::RGB, {255, 255, 255, fill});
-  image.SetPixelFormat(PixelFormat::YUV);
-  const std::uint8_t red[] = {0, 128, 255, 7};
-  std::memcpy(image.GetPtrAs<void>(), red, 4);
-  becomes(PixelFormat::RGB, {0, 0, 178, fill});
-  EXPECT_THROW(image.SetPixelFormat(PixelFormat::BOOL8), CException);
-  EXPECT_EQ(image.GetPixelFormat(), PixelFormat::RGB);
-  EXPECT_THROW(image.SetPixelFormat(static_cast<PixelFormat>(9)), CException);
-}
-
 }  // namespace
