@@ -40,60 +40,86 @@ void Receive(void* user, const void* data, std::uint32_t size) {
   if (user) static_cast<Bytes*>(user)->assign(bytes, bytes + size);
 }
 
-Bytes Scene() {
+// A picture of YUV pixels of which a part changes from moment to moment.
+Bytes Scene(int moment) {
   const Bytes three = jpeg_reference::Scene(width, height);
   Bytes four;
   for (std::size_t i = 0; i < three.size(); i += 3)
     four.insert(four.end(), {three[i], three[i + 1], three[i + 2], 0});
+  for (int y = 16; y < 48; ++y)
+    for (int x = 8 * moment; x < 8 * moment + 24; ++x)
+      four[static_cast<std::size_t>(4 * (y * width + x))] ^= 0xFF;
   return four;
 }
 
-void EncodeAndDecode(int videoFormat, const std::string& name) {
-  Bytes coded;
-  for (const int source : {0, 1, 2, 3, 4, 5, 6, 7, 8})
+std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvanced) {
+  void* encoder = ztlib_encoder_create(videoFormat);
+  CodecConfig()
+      .Int("Width", width)
+      .Int("Height", height)
+      .Int("JPEGQuality", quality)
+      .Bool("AdvancedProfile", isAdvanced)
+      .Apply(ztlib_encoder_config, encoder);
+  std::vector<Bytes> frames;
+  for (int moment = 0; moment < 6; ++moment) {
+    const Image image = NewImage(source, Scene(moment));
+    frames.emplace_back();
+    ztlib_encoder_process(encoder, &frames.back(), Receive, image.get(), moment == 4);
+  }
+  ztlib_encoder_destroy(&encoder);
+  return frames;
+}
+
+void Decode(int videoFormat, std::vector<Bytes> frames, int target, int scale) {
+  void* decoder = ztlib_decoder_create(videoFormat);
+  CodecConfig()
+      .Int("PixelFormat", target)
+      .Int("ScaleDown", scale)
+      .Bool("SwapRGB", target == ZTLIB_RGB && scale == 2)
+      .Apply(ztlib_decoder_config, decoder);
+  const Image base = NewImage(target, Scene(9));
+  ztlib_decoder_setBaseImage(decoder, base.get());
+  const Image image(ztlib_ztimage_create());
+  for (Bytes& frame : frames) {
+    ztlib_decoder_process(&decoder, image.get(), frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+    MixImage(image);
+    Mix(std::span(frame));
+  }
+  ztlib_decoder_destroy(&decoder);
+}
+
+void FrameInformation(const Bytes& coded) {
+  const ztlib_blob blob{coded.data(), coded.size()};
+  std::int32_t out[12] = {};
+  ztlib_getFrameInfo1(&blob, out, out + 1, out + 2, out + 3, out + 4, out + 5, nullptr, Receive);
+  const void* payload = nullptr;
+  std::uint32_t payloadSize = 0;
+  ztlib_getFrameInfo2(coded.data(), static_cast<std::uint32_t>(coded.size()), out + 6, out + 7,
+                      out + 8, out + 9, out + 10, out + 11, &payload, &payloadSize);
+  Mix(out);
+  Mix(std::span(static_cast<const std::uint8_t*>(payload), payloadSize));
+  Mix(ztlib_getVideoFormat(&blob));
+}
+
+void Video(int videoFormat, const std::string& name) {
+  for (int source = 0; source <= 8; ++source)
     for (const int quality : {30, 75, 95})
-      Step(name + " encode " + formatNames[source] + " " + std::to_string(quality), [&] {
-        void* encoder = ztlib_encoder_create(videoFormat);
-        CodecConfig()
-            .Int("Width", width)
-            .Int("Height", height)
-            .Int("JPEGQuality", quality)
-            .Apply(ztlib_encoder_config, encoder);
-        const Image image = NewImage(source, Scene());
-        ztlib_encoder_process(encoder, &coded, Receive, image.get(), 1);
-        ztlib_encoder_destroy(&encoder);
-      });
-  Step(name + " frame information", [&] {
-    const ztlib_blob blob{coded.data(), coded.size()};
-    std::int32_t out[12] = {};
-    ztlib_getFrameInfo1(&blob, out, out + 1, out + 2, out + 3, out + 4, out + 5, nullptr, Receive);
-    const void* payload = nullptr;
-    std::uint32_t payloadSize = 0;
-    ztlib_getFrameInfo2(coded.data(), static_cast<std::uint32_t>(coded.size()), out + 6, out + 7,
-                        out + 8, out + 9, out + 10, out + 11, &payload, &payloadSize);
-    Mix(out);
-    Mix(std::span(static_cast<const std::uint8_t*>(payload), payloadSize));
-    Mix(ztlib_getVideoFormat(&blob));
-  });
-  for (const int target : {0, 1, 2, 3, 4, 5, 6, 7, 8})
-    for (const int scale : {1, 2, 4, 8})
-      Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale), [&] {
-        void* decoder = ztlib_decoder_create(videoFormat);
-        CodecConfig()
-            .Int("PixelFormat", target)
-            .Int("ScaleDown", scale)
-            .Bool("SwapRGB", target == ZTLIB_RGB && scale == 2)
-            .Apply(ztlib_decoder_config, decoder);
-        const Image base = NewImage(ZTLIB_YUV, Scene());
-        ztlib_decoder_setBaseImage(decoder, base.get());
-        const Image image(ztlib_ztimage_create());
-        for (int i = 0; i < 2; ++i) {
-          ztlib_decoder_process(&decoder, image.get(), coded.data(),
-                                static_cast<std::uint32_t>(coded.size()));
-          MixImage(image);
-        }
-        ztlib_decoder_destroy(&decoder);
-      });
+      Step(name + " encode " + formatNames[source] + " " + std::to_string(quality),
+           [&] { Encode(videoFormat, source, quality, false); });
+  for (const bool isAdvanced : {false, true}) {
+    std::vector<Bytes> frames;
+    Step(name + (isAdvanced ? " advanced" : " plain"),
+         [&] { frames = Encode(videoFormat, ZTLIB_YUV, 75, isAdvanced); });
+    Step(name + " frame information", [&] {
+      for (const Bytes& frame : frames)
+        FrameInformation(frame);
+    });
+    for (int target = 0; target <= 8; ++target)
+      for (const int scale : {1, 2, 4, 8})
+        Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
+             [&] { Decode(videoFormat, frames, target, scale); });
+  }
 }
 
 void JpegFiles() {
@@ -176,7 +202,8 @@ int main() {
     Mix(text);
   });
   ztlib_registerExceptionHandler([](const char* text) { Mix(text); });
-  EncodeAndDecode(ZTLIB_VIDEO_MJPEG, "mjpeg");
+  Video(ZTLIB_VIDEO_MJPEG, "mjpeg");
+  Video(ZTLIB_VIDEO_MJPEGDIFF, "mjpegdiff");
   JpegFiles();
   Images();
   Arithmetic();
