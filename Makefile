@@ -4,7 +4,7 @@ SECONDS ?= 60
 OUT ?= demo
 BENCH_FILTER ?= .
 
-.PHONY: all demo test asan tsan bench fuzz package format style lint clean
+.PHONY: all demo test asan tsan windows bench fuzz package format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -27,6 +27,14 @@ asan tsan:
 	cmake --build --preset $@ -j $(JOBS)
 	ctest --preset $@ -j $(JOBS) $(if $(filter tsan,$@),-L threads)
 
+# The DLL for 64-bit Windows, cross-built, and its tests under Wine. Those compare with `all`.
+windows: all
+	scripts/setup windows
+	JOBS=$(JOBS) scripts/windows-deps
+	cmake --preset windows
+	cmake --build --preset windows -j $(JOBS)
+	ctest --preset windows -j $(JOBS)
+
 # Prints the ratios to the peers; `make bench UPDATE=1` also writes them to docs/performance.md.
 bench:
 	scripts/setup bench
@@ -41,8 +49,15 @@ fuzz:
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
 
-package: all
-	cmake --build --preset release --target package
+# For Debian and for Windows, into build/packages.
+package: windows
+	scripts/setup package
+	rm -rf build/packages
+	cmake --preset package
+	cmake --build --preset package -j $(JOBS)
+	cmake --build --preset package --target package
+	cmake --build --preset windows --target package
+	scripts/check-packages build/packages
 
 format:
 	scripts/setup style

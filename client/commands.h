@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/recorder.h"
+#include "client/record_settings.h"
 
 #include <string>
 

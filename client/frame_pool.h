@@ -1,11 +1,11 @@
 #pragma once
 
-#include "client/av.h"
+#include "client/frame.h"
 
 #include <mutex>
 #include <vector>
 
-// The frame manager that the library gets all its picture memory from. Frames are AVFrames with
+// The frame manager that the library gets all its picture memory from. Frames have
 // rows without padding; a frame that comes back is kept with its buffer and given out again for
 // the next picture of that shape, so a running stream allocates nothing.
 class CFramePool {
@@ -20,8 +20,8 @@ class CFramePool {
 
   // Size in pixels, `pixelFormat` one of ztlib_pixel_format. Null refuses: an unknown format, an
   // empty or too large picture, no memory.
-  [[nodiscard]] AVFrame* Allocate(int width, int height, int pixelFormat) noexcept;
-  void Release(AVFrame* frame) noexcept;
+  [[nodiscard]] CFrame* Allocate(int width, int height, int pixelFormat) noexcept;
+  void Release(CFrame* frame) noexcept;
 
  private:
   // Enough for the pictures that one stream has in work at a time.

@@ -44,7 +44,7 @@ void ThrowFailure() {
   if (!failure.empty()) throw CLibraryError(failure);
 }
 
-void CPoolDelete::operator()(AVFrame* frame) const {
+void CPoolDelete::operator()(CFrame* frame) const {
   CFramePool::Instance().Release(frame);
 }
 
@@ -62,9 +62,9 @@ ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame) {
   return image;
 }
 
-const AVFrame& FrameOf(const ImagePtr& image) {
+const CFrame& FrameOf(const ImagePtr& image) {
   ClearFailure();
-  const auto* frame = static_cast<const AVFrame*>(ztlib_ztimage_get_avframe(image.get()));
+  const auto* frame = static_cast<const CFrame*>(ztlib_ztimage_get_avframe(image.get()));
   ThrowFailure();
   if (!frame) throw CLibraryError("the image has no picture");
   return *frame;
@@ -130,7 +130,7 @@ void CDecoder::Select(int videoFormat) {
   present = videoFormat;
 }
 
-const AVFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
+const CFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
   ClearFailure();
   // The library would put a decoder of the frame's format behind the handle by itself, but one
   // without our configuration.

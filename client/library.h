@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/av.h"
+#include "client/frame.h"
 #include "client/frame_header.h"
 #include "client/text.h"
 #include "ztlib.h"
@@ -39,16 +39,16 @@ using ImagePtr = std::unique_ptr<void, CImageDelete>;
 
 // A new frame of the pool, to be filled and handed to WrapFrame.
 struct CPoolDelete {
-  void operator()(AVFrame* frame) const;
+  void operator()(CFrame* frame) const;
 };
-using PoolFramePtr = std::unique_ptr<AVFrame, CPoolDelete>;
+using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
 [[nodiscard]] PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat);
 
 // Makes an image of a filled frame without copying; the image owns the frame from then on.
 [[nodiscard]] ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame);
 
 // The frame behind an image.
-[[nodiscard]] const AVFrame& FrameOf(const ImagePtr& image);
+[[nodiscard]] const CFrame& FrameOf(const ImagePtr& image);
 
 // Width and height are those of the coded pictures. What follows the quality is for differential
 // video alone, which needs a width that is a multiple of differentialWidthStep and a height that is
@@ -97,7 +97,7 @@ class CDecoder {
 
   // The decoded picture, valid until the next call. After a CLibraryError the next frame may be
   // tried.
-  [[nodiscard]] const AVFrame& Decode(std::span<std::uint8_t> frame);
+  [[nodiscard]] const CFrame& Decode(std::span<std::uint8_t> frame);
 
  private:
   // Makes `handle` a configured decoder of that format.

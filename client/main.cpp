@@ -1,5 +1,4 @@
 #include "client/arguments.h"
-#include "client/av.h"
 #include "client/console.h"
 #include "client/library.h"
 
@@ -11,7 +10,9 @@ int main(int count, char** values) {
     const CArguments arguments = ParseArguments(count, values);
     if (!arguments.run) return arguments.status;
     SplitOutput();
+#if defined(ZTCLIENT_FFMPEG)
     av_log_set_level(AV_LOG_QUIET);
+#endif
     const CSession session(arguments.isVerbose);
     const int status = arguments.run();
     Flush(Output());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/av.h"
+#include "client/frame.h"
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +12,7 @@ class IPictureSink {
  public:
   virtual ~IPictureSink() = default;
 
-  virtual void Write(const AVFrame& picture, std::int64_t index) = 0;
+  virtual void Write(const CFrame& picture, std::int64_t index) = 0;
   // Completes the output; what was written before stays usable without it as far as its format
   // allows.
   virtual void Close() = 0;
@@ -24,9 +24,9 @@ class IPictureSink {
 // A YUV4MPEG2 stream; "-" is the standard output. Planes are those of the pictures where the
 // stream has such a layout; RGB becomes 4:2:0.
 [[nodiscard]] std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path,
-                                                         AVRational frameRate);
+                                                         double framesPerSecond);
 
 // A video file in the container that its name says. Containers that can hold it get FFV1, so that
 // nothing is lost, others their usual codec.
 [[nodiscard]] std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path,
-                                                           AVRational frameRate);
+                                                           double framesPerSecond);

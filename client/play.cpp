@@ -4,7 +4,7 @@
 #include "client/frame_header.h"
 #include "client/picture_sink.h"
 #include "client/progress_bar.h"
-#include "client/yuv_packing.h"
+#include "client/statistics.h"
 
 #include <cinttypes>
 
@@ -13,7 +13,7 @@ namespace {
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
 std::vector<SinkPtr> OpenSinks(const CPlayOptions& options) {
-  const AVRational rate = av_d2q(options.framesPerSecond, 100000);
+  const double rate = options.framesPerSecond;
   std::vector<SinkPtr> sinks;
   if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(options.pngFolder));
   if (!options.y4m.empty()) sinks.push_back(NewY4mOutput(options.y4m, rate));
@@ -82,7 +82,6 @@ int Play(const CPlayOptions& options) {
   CStage decode("decode");
   CDamageReport damaged(options.input);
   CLoss loss(options);
-  FramePtr planes;
   std::int64_t frames = 0, played = 0, baseless = 0;
   int width = 0, height = 0;
   {
@@ -98,9 +97,9 @@ int Play(const CPlayOptions& options) {
         ++baseless;
         continue;
       }
-      const AVFrame* picture = nullptr;
+      const CFrame* picture = nullptr;
       try {
-        picture = &decode.Run([&]() -> const AVFrame& { return decoder.Decode(frame->bytes); });
+        picture = &decode.Run([&]() -> const CFrame& { return decoder.Decode(frame->bytes); });
       } catch (const CLibraryError& error) {
         damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
                          frame->index, frame->offset) +
@@ -111,14 +110,6 @@ int Play(const CPlayOptions& options) {
       ++played;
       width = picture->width;
       height = picture->height;
-      if (sinks.empty()) continue;
-      if (options.pixels == ZTLIB_YUV) {
-        if (!planes || planes->width != width || planes->height != height)
-          planes = NewFrame(AV_PIX_FMT_YUV444P, width, height);
-        AvCheck(av_frame_make_writable(planes.get()), "cannot allocate a picture");
-        UnpackYuv(*picture, *planes);
-        picture = planes.get();
-      }
       for (const SinkPtr& sink : sinks)
         sink->Write(*picture, frame->index);
     }

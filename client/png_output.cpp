@@ -1,5 +1,6 @@
-#include "client/picture_file.h"
+#include "client/picture_forms.h"
 #include "client/picture_sink.h"
+#include "client/text.h"
 
 #include <cerrno>
 #include <cinttypes>
@@ -17,9 +18,9 @@ class CPngOutput : public IPictureSink {
     if (error) throw CError(path + ": cannot make the folder: " + error.message());
   }
 
-  void Write(const AVFrame& picture, std::int64_t index) override {
+  void Write(const CFrame& picture, std::int64_t index) override {
     const std::filesystem::path path = folder / Text("%06" PRId64 ".png", index);
-    const std::span<const std::uint8_t> bytes = coder.Code(picture);
+    const std::span<const std::uint8_t> bytes = coder->Code(picture);
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
@@ -31,7 +32,7 @@ class CPngOutput : public IPictureSink {
 
  private:
   std::filesystem::path folder;
-  CPictureCoder coder{CPictureCoder::EKind::png};
+  std::unique_ptr<IPngCoder> coder = NewPngCoder();
 };
 
 }  // namespace

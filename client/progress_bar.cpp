@@ -1,5 +1,6 @@
 #include "client/progress_bar.h"
 
+#include "client/console.h"
 #include "client/text.h"
 
 #include <algorithm>
@@ -7,10 +8,8 @@
 #include <cmath>
 #include <cstdio>
 
-#include <unistd.h>
-
 CProgressBar::CProgressBar(std::string text)
-    : label(std::move(text)), isTerminal(isatty(fileno(stderr)) == 1) {}
+    : label(std::move(text)), isTerminal(IsErrorTerminal()) {}
 
 void CProgressBar::Show(std::int64_t frames, double share) {
   if (!isTerminal) return;

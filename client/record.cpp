@@ -3,6 +3,7 @@
 #include "client/frame_file.h"
 #include "client/media_input.h"
 #include "client/progress_bar.h"
+#include "client/recorder.h"
 
 #include <filesystem>
 

@@ -2,16 +2,13 @@
 
 #include "client/library.h"
 #include "client/picture_source.h"
+#include "client/record_settings.h"
 #include "client/scaler.h"
 #include "client/statistics.h"
 
 #include <cstdint>
 #include <optional>
 #include <span>
-
-struct CRecordSettings : CEncoderSettings {  // a size of 0: as the first picture
-  std::int64_t frames = 0;                   // 0: all
-};
 
 struct CSize {
   int width = 0, height = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/av.h"
+#include "client/frame.h"
 
 #include <chrono>
 #include <cstdint>
@@ -55,4 +55,4 @@ struct CPictureError {
 };
 
 // Of two ZTLIB_YUV pictures of the same size.
-[[nodiscard]] CPictureError Compare(const AVFrame& first, const AVFrame& second);
+[[nodiscard]] CPictureError Compare(const CFrame& first, const CFrame& second);

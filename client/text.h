@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,8 +12,17 @@ class CError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+#if defined(__MINGW_PRINTF_FORMAT)
+#define ZT_PRINTF_LIKE __attribute__((format(__MINGW_PRINTF_FORMAT, 1, 2)))
+#elif defined(__GNUC__)
+#define ZT_PRINTF_LIKE __attribute__((format(printf, 1, 2)))
+#else
+#define ZT_PRINTF_LIKE
+#endif
+
 // printf into a string.
-[[nodiscard]] std::string Text(const char* format, ...) __attribute__((format(printf, 1, 2)));
+[[nodiscard]] std::string Text(const char* format, ...) ZT_PRINTF_LIKE;
+#undef ZT_PRINTF_LIKE
 
 // "15.9 kB"; decimal units.
 [[nodiscard]] std::string ByteText(std::uint64_t bytes);

@@ -1,11 +1,13 @@
 #include "client/picture_sink.h"
 #include "client/scaler.h"
+#include "client/yuv_packing.h"
 
 namespace {
 
 class CVideoOutput : public IPictureSink {
  public:
-  CVideoOutput(const std::string& target, AVRational rate) : path(target), frameRate(rate) {
+  CVideoOutput(const std::string& target, double framesPerSecond)
+      : path(target), frameRate(av_d2q(framesPerSecond, 100000)) {
     AVFormatContext* made = nullptr;
     avformat_alloc_output_context2(&made, nullptr, nullptr, path.c_str());
     if (!made) throw CError(path + ": no container for that file name, try .mkv");
@@ -17,7 +19,8 @@ class CVideoOutput : public IPictureSink {
       AvCheck(avio_open(&made->pb, path.c_str(), AVIO_FLAG_WRITE), path + ": cannot write");
   }
 
-  void Write(const AVFrame& picture, std::int64_t index) override {
+  void Write(const AVFrame& packed, std::int64_t index) override {
+    const AVFrame& picture = unpacker.Unpack(packed);
     if (!codec) Open(picture);
     FramePtr shown = NewFrame();
     AvCheck(
@@ -91,11 +94,12 @@ class CVideoOutput : public IPictureSink {
   CodecPtr codec;
   PacketPtr packet = NewPacket();
   AVPixelFormat planes = AV_PIX_FMT_NONE;
+  CUnpacker unpacker;
   CScaler scaler;
 };
 
 }  // namespace
 
-std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path, AVRational frameRate) {
-  return std::make_unique<CVideoOutput>(path, frameRate);
+std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path, double framesPerSecond) {
+  return std::make_unique<CVideoOutput>(path, framesPerSecond);
 }

@@ -1,35 +1,31 @@
 #include "client/console.h"
+#include "client/picture_forms.h"
 #include "client/picture_sink.h"
-#include "client/scaler.h"
+#include "client/text.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-struct CLayout {
-  AVPixelFormat format;
-  const char* name;
-};
-
-CLayout LayoutFor(const AVFrame& picture) {
-  switch (picture.format) {
-    case AV_PIX_FMT_GRAY8:
-      return {AV_PIX_FMT_GRAY8, "mono"};
-    case AV_PIX_FMT_YUYV422:
-    case AV_PIX_FMT_UYVY422:
-      return {AV_PIX_FMT_YUV422P, "422"};
-    case AV_PIX_FMT_YUV444P:
-      return {AV_PIX_FMT_YUV444P, "444"};
-    default:
-      return {AV_PIX_FMT_YUV420P, "420jpeg"};
-  }
+// "25:2" for 12.5: the first denominator that gives the rate, those of broadcasting included.
+std::string RateText(double framesPerSecond) {
+  int denominator = 1;
+  const auto rest = [&] {
+    const double frames = framesPerSecond * denominator;
+    return std::abs(frames - std::round(frames));
+  };
+  while (denominator < 1001 && rest() > 1e-4)
+    ++denominator;
+  return Text("%.0f:%d", std::round(framesPerSecond * denominator), denominator);
 }
 
 class CY4mOutput : public IPictureSink {
  public:
-  CY4mOutput(const std::string& target, AVRational rate) : path(target), frameRate(rate) {
+  CY4mOutput(const std::string& target, double framesPerSecond)
+      : path(target), rate(RateText(framesPerSecond)) {
     if (path == "-") {
       file = Output();
       return;
@@ -39,25 +35,18 @@ class CY4mOutput : public IPictureSink {
     if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
   }
 
-  void Write(const AVFrame& picture, std::int64_t) override {
-    if (width == 0) {
-      layout = LayoutFor(picture);
-      width = picture.width;
-      height = picture.height;
-      const std::string header = Text("YUV4MPEG2 W%d H%d F%d:%d Ip A1:1 C%s XCOLORRANGE=FULL\n",
-                                      width, height, frameRate.num, frameRate.den, layout.name);
+  void Write(const CFrame& picture, std::int64_t) override {
+    if (!maker) {
+      maker = NewPlaneMaker(picture);
+      const std::string header = Text("YUV4MPEG2 W%d H%d F%s Ip A1:1 C%s XCOLORRANGE=FULL\n",
+                                      picture.width, picture.height, rate.c_str(), maker->Layout());
       Put(header.data(), header.size());
     }
+    const std::span<const CPlane> planes = maker->Make(picture);
     Put("FRAME\n", 6);
-    const AVFrame& shown = scaler.Convert(picture, layout.format, width, height);
-    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(layout.format);
-    for (int plane = 0; plane < descriptor->nb_components; ++plane) {
-      const int columns = plane ? AV_CEIL_RSHIFT(width, descriptor->log2_chroma_w) : width;
-      const int rows = plane ? AV_CEIL_RSHIFT(height, descriptor->log2_chroma_h) : height;
-      for (int y = 0; y < rows; ++y)
-        Put(shown.data[plane] + static_cast<std::ptrdiff_t>(y) * shown.linesize[plane],
-            static_cast<std::size_t>(columns));
-    }
+    for (const CPlane& plane : planes)
+      for (int y = 0; y < plane.rows; ++y)
+        Put(plane.data + y * plane.stride, static_cast<std::size_t>(plane.columns));
   }
 
   void Close() override {
@@ -75,16 +64,14 @@ class CY4mOutput : public IPictureSink {
   }
 
   std::string path;
-  AVRational frameRate;
+  std::string rate;
   std::unique_ptr<std::FILE, CClose> own;
   std::FILE* file = nullptr;
-  CLayout layout{};
-  int width = 0, height = 0;
-  CScaler scaler;
+  std::unique_ptr<IPlaneMaker> maker;
 };
 
 }  // namespace
 
-std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path, AVRational frameRate) {
-  return std::make_unique<CY4mOutput>(path, frameRate);
+std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path, double framesPerSecond) {
+  return std::make_unique<CY4mOutput>(path, framesPerSecond);
 }

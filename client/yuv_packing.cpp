@@ -1,5 +1,7 @@
 #include "client/yuv_packing.h"
 
+#include "ztlib.h"
+
 #include <cstddef>
 
 namespace {
@@ -69,14 +71,20 @@ void PackUyvy(const AVFrame& planes, AVFrame& packed) {
   Pack(planes, packed, PackPairs<0>, PackPairs<1>);
 }
 
-void UnpackYuv(const AVFrame& packed, AVFrame& planes) {
-  for (int y = 0; y < packed.height; ++y) {
-    const std::uint8_t* source = Row(packed, 0, y);
-    std::uint8_t* targets[] = {Row(planes, 0, y), Row(planes, 1, y), Row(planes, 2, y)};
-    for (int x = 0; x < packed.width; ++x)
+const AVFrame& CUnpacker::Unpack(const AVFrame& picture) {
+  if (PixelFormatOf(picture) != ZTLIB_YUV) return picture;
+  if (!planes || planes->width != picture.width || planes->height != picture.height)
+    planes = NewFrame(AV_PIX_FMT_YUV444P, picture.width, picture.height);
+  // A video encoder may still hold the picture of the call before.
+  AvCheck(av_frame_make_writable(planes.get()), "cannot allocate a picture");
+  for (int y = 0; y < picture.height; ++y) {
+    const std::uint8_t* source = Row(picture, 0, y);
+    std::uint8_t* targets[] = {Row(*planes, 0, y), Row(*planes, 1, y), Row(*planes, 2, y)};
+    for (int x = 0; x < picture.width; ++x)
       for (int plane = 0; plane < 3; ++plane)
         targets[plane][x] = source[4 * x + plane];
   }
-  planes.color_range = AVCOL_RANGE_JPEG;
-  planes.colorspace = AVCOL_SPC_BT470BG;
+  planes->color_range = AVCOL_RANGE_JPEG;
+  planes->colorspace = AVCOL_SPC_BT470BG;
+  return *planes;
 }

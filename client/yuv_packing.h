@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/av.h"
+#include "client/frame.h"
 
 // Between the packed formats of the library (rows without padding) and the planes of FFmpeg.
 
@@ -15,5 +15,12 @@
 void PackYuv(const AVFrame& planes, AVFrame& packed);
 void PackUyvy(const AVFrame& planes, AVFrame& packed);
 
-// `planes` is AV_PIX_FMT_YUV444P of the same size.
-void UnpackYuv(const AVFrame& packed, AVFrame& planes);
+// Takes the pictures of the frame pool apart that FFmpeg could not read.
+class CUnpacker {
+ public:
+  // AV_PIX_FMT_YUV444P for a ZTLIB_YUV picture, valid until the next call; any other as it is.
+  [[nodiscard]] const AVFrame& Unpack(const AVFrame& picture);
+
+ private:
+  FramePtr planes;
+};

@@ -1,17 +1,43 @@
-# Installation: library, header, a CMake package (find_package(ztlib)) and a pkg-config file.
+# Installation: library, header, documents, a CMake package (find_package(ztlib)) and a pkg-config
+# file. Packages: for Debian the library, its development files and the client; for Windows a zip.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS ztlib EXPORT ztlib-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/ztlib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS ztlib EXPORT ztlib-targets
+  RUNTIME COMPONENT runtime
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/ztlib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        COMPONENT development)
 install(EXPORT ztlib-targets NAMESPACE ztlib:: FILE ztlib-config.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib COMPONENT development)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ztlib-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
+# Relative, so that the folder may be moved.
+file(RELATIVE_PATH PKGCONFIG_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ztlib.pc.in ${PROJECT_BINARY_DIR}/ztlib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ztlib-config-version.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib)
-install(FILES ${PROJECT_BINARY_DIR}/ztlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/ztlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
 
-set(CPACK_GENERATOR TGZ)
 set(CPACK_PACKAGE_VENDOR ztlib)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME ztlib-${PROJECT_VERSION}-win64)
+  set(documents ${CMAKE_INSTALL_DOCDIR})
+  # Other tools make an import library of their own from it.
+  install(FILES ${PROJECT_SOURCE_DIR}/main/ztlib.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  # Of all that is linked in statically.
+  if(ZTLIB_WINDOWS_DEPS)
+    install(DIRECTORY ${ZTLIB_WINDOWS_DEPS}/share/licenses/ DESTINATION licenses)
+  endif()
+else()
+  set(CPACK_GENERATOR DEB)
+  set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libztlib-dev)
+  include(${PROJECT_SOURCE_DIR}/cmake/debian.cmake)
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${documents} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${documents} COMPONENT development)
 include(CPack)

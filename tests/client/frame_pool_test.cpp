@@ -2,6 +2,7 @@
 
 #include "ztlib.h"
 
+#include <cstring>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -15,33 +16,38 @@ TEST(FramePool, HoldsAllRowsWithoutPadding) {
         std::pair{ZTLIB_YUV, 392}, std::pair{ZTLIB_YUYV, 196}, std::pair{ZTLIB_UYVY, 196},
         std::pair{ZTLIB_RGBBAYER, 98}, std::pair{ZTLIB_YUVBAYERBLOCK, 196},
         std::pair{ZTLIB_YUV420BLOCK, 6 * 384}}) {
-    AVFrame* frame = pool.Allocate(98, 34, format);
+    CFrame* frame = pool.Allocate(98, 34, format);
     ASSERT_NE(frame, nullptr) << format;
     EXPECT_EQ(frame->linesize[0], row) << format;
-    EXPECT_GE(frame->buf[0]->data + frame->buf[0]->size,
-              frame->data[0] + row * (format == ZTLIB_YUVBAYERBLOCK ? 17
-                                      : format == ZTLIB_YUV420BLOCK ? 2
-                                                                    : 34));
+    // A sanitizer sees the first byte too many.
+    std::memset(frame->data[0], 1,
+                std::size_t(row) * (format == ZTLIB_YUVBAYERBLOCK ? 17
+                                    : format == ZTLIB_YUV420BLOCK ? 2
+                                                                  : 34));
     pool.Release(frame);
   }
 }
 
 TEST(FramePool, ReusesAFrameOfTheSameShapeUnlessItsBufferIsStillSeen) {
   CFramePool& pool = CFramePool::Instance();
-  AVFrame* first = pool.Allocate(64, 48, ZTLIB_YUV);
+  CFrame* first = pool.Allocate(64, 48, ZTLIB_YUV);
   const std::uint8_t* pixels = first->data[0];
   pool.Release(first);
-  AVFrame* other = pool.Allocate(64, 48, ZTLIB_RGB);
+  CFrame* other = pool.Allocate(64, 48, ZTLIB_RGB);
   EXPECT_NE(other->data[0], pixels);
-  AVFrame* again = pool.Allocate(64, 48, ZTLIB_YUV);
+  CFrame* again = pool.Allocate(64, 48, ZTLIB_YUV);
   EXPECT_EQ(again->data[0], pixels);
+#if defined(ZTCLIENT_FFMPEG)
   FramePtr seen(av_frame_alloc());
   ASSERT_NE(seen, nullptr);
   seen->buf[0] = av_buffer_ref(again->buf[0]);
   pool.Release(again);
-  AVFrame* fresh = pool.Allocate(64, 48, ZTLIB_YUV);
+  CFrame* fresh = pool.Allocate(64, 48, ZTLIB_YUV);
   EXPECT_NE(fresh->data[0], pixels);
   pool.Release(fresh);
+#else
+  pool.Release(again);
+#endif
   pool.Release(other);
 }
 

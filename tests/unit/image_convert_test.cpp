@@ -4,6 +4,7 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/guarded_memory.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
@@ -16,8 +17,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
@@ -169,34 +168,6 @@ Bytes RandomBytes(std::size_t size) {
   }
   return bytes;
 }
-
-// Memory with a page on either side that faults.
-class GuardedMemory {
- public:
-  explicit GuardedMemory(std::size_t capacity) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    size = (capacity + page - 1) / page * page;
-    mapped = size + 2 * page;
-    base = static_cast<std::uint8_t*>(
-        mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    begin = base + page;
-    EXPECT_EQ(mprotect(begin, size, PROT_READ | PROT_WRITE), 0);
-  }
-  ~GuardedMemory() { munmap(base, mapped); }
-  GuardedMemory(const GuardedMemory&) = delete;
-  GuardedMemory& operator=(const GuardedMemory&) = delete;
-
-  // Room that starts `offset` behind the front guard, or ends as far before the rear one.
-  [[nodiscard]] std::uint8_t* Room(std::size_t bytes, std::size_t offset, bool atEnd) const {
-    return atEnd ? begin + size - bytes - offset : begin + offset;
-  }
-
- private:
-  std::size_t size;
-  std::size_t mapped;
-  std::uint8_t* base;
-  std::uint8_t* begin;
-};
 
 void CheckKernels(const RowKernels& table) {
   const GuardedMemory sourceMemory(20100 * 8);

@@ -3,6 +3,7 @@
 #include "main/lib/base/debug.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 
@@ -106,10 +107,12 @@ void CConditionMutex::Wait() {
 
 bool CConditionMutex::TimedWaitMS(std::uint32_t ms) {
   constexpr std::int64_t nsPerSecond = 1'000'000'000;
+  const std::int64_t ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                              std::chrono::system_clock::now().time_since_epoch())
+                              .count() +
+                          std::int64_t{ms} * 1'000'000;
   timespec deadline{};
-  clock_gettime(CLOCK_REALTIME, &deadline);
-  const std::int64_t ns = deadline.tv_nsec + std::int64_t{ms % 1000} * 1'000'000;
-  deadline.tv_sec += static_cast<std::time_t>(ms / 1000 + ns / nsPerSecond);
+  deadline.tv_sec = static_cast<std::time_t>(ns / nsPerSecond);
   deadline.tv_nsec = static_cast<decltype(deadline.tv_nsec)>(ns % nsPerSecond);
   const int code = pthread_cond_timedwait(&condition, &mutex, &deadline);
   if (code == 0) return true;
