@@ -30,10 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto decodeGood = [&](Codec& with) {
     // Differential video may have put another decoder behind the handle; the first frame puts one
     // of its own format there, which knows no configuration.
-    Decode(with, image, GoodFrame());
+    Decode(with, Image(), GoodFrame());
     Configure(with.object, format, scale, swap);
-    Decode(with, image, GoodFrame());
-    return image.Pixels();
+    const Image good;
+    Decode(with, good, GoodFrame());
+    return good.Pixels();
   };
   const Bytes after = decodeGood(decoder);
   Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
