@@ -30,9 +30,9 @@ constexpr std::uint64_t largestScanned = 50;
 
 constexpr std::uint64_t localKeyBit = std::uint64_t{1} << 63;
 
-[[noreturn]] void ThrowUnknownToken(Token token) {
-  const std::string message = "Unknown token: " + std::string(TokenText(token));
-  ZT_THROW(CDataException, message.c_str(), "CData::Child", source, __LINE__);
+[[noreturn]] void ThrowUnknownToken(std::string_view token, const char* function) {
+  const std::string message = "Unknown token: " + std::string(token);
+  ZT_THROW(CDataException, message.c_str(), function, source, __LINE__);
 }
 
 [[noreturn]] void ThrowUnknownIndex(std::uint64_t position) {
@@ -475,7 +475,7 @@ std::int64_t CData::GetLongLong(Token token, std::int64_t def) const {
 const CData& CData::Child(Token token) const {
   const std::int64_t position = Find(token);
   const CData* child = position >= 0 ? elements[position].value.GetNode() : nullptr;
-  if (child == nullptr) ThrowUnknownToken(token);
+  if (child == nullptr) ThrowUnknownToken(TokenText(token), "CData::Child");
   return *child;
 }
 
@@ -490,6 +490,20 @@ const CDataElement& CData::At(std::uint64_t position) const {
 
 CDataElement& CData::At(std::uint64_t position) {
   return const_cast<CDataElement&>(std::as_const(*this).At(position));
+}
+
+const CDataValue& CData::ValueAt(std::uint64_t position, std::uint16_t kind) const {
+  const CDataValue& value = At(position).value;
+  if (value.GetKind() != kind) ThrowUnknownToken(std::to_string(position), "CData::ValueAt");
+  return value;
+}
+
+const CData* CData::NodeAt(std::uint64_t position) const {
+  return ValueAt(position, cdNode).GetNode();
+}
+
+const std::vector<std::int16_t>* CData::ShortArrayAt(std::uint64_t position) const {
+  return ValueAt(position, cdShortArray).GetShortArray();
 }
 
 int CData::Type(std::uint64_t position) const {

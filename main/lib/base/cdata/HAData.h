@@ -243,6 +243,10 @@ class CData {
   // Throws CDataException "Unknown index: POSITION" behind the end.
   const CDataElement& At(std::uint64_t position) const;
   CDataElement& At(std::uint64_t position);
+  // The node or array at a position, which may be null. Throw CDataException "Unknown token:
+  // POSITION" for an element of another kind.
+  [[nodiscard]] const CData* NodeAt(std::uint64_t position) const;
+  [[nodiscard]] const std::vector<std::int16_t>* ShortArrayAt(std::uint64_t position) const;
   // 0 bool, 1 int, 2 double, 3 string, 4 binary, 5 node; -1 for all else and behind the end.
   [[nodiscard]] int Type(std::uint64_t position) const;
 
@@ -266,6 +270,7 @@ class CData {
 
   CDataElement& Push(std::int64_t key, CDataValue&& value);
   void Push(Token token, CDataValue&& value);
+  [[nodiscard]] const CDataValue& ValueAt(std::uint64_t position, std::uint16_t kind) const;
   [[nodiscard]] std::string_view LocalName(std::int64_t key) const;
   [[nodiscard]] std::uint64_t KeyHash(std::int64_t key) const;
   void BuildIndex() const;

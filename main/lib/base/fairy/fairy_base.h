@@ -78,14 +78,6 @@ class ACDataFairy {
   [[nodiscard]] virtual const Items& GetItems() const = 0;
 };
 
-// How a type of value stands in a tree. Append writes an element, Take reads one and is false,
-// with `out` as it was, when the element has no value of the type.
-template <class V>
-struct TCFairyKind {
-  static void Append(CData& data, Token token, const V& value);
-  [[nodiscard]] static bool Take(const CDataValue& element, V& out);
-};
-
 // All that items with a value and a default have in common.
 template <class V>
 class TCFairyValueItem : public AFairyItem {
@@ -104,6 +96,13 @@ class TCFairyValueItem : public AFairyItem {
   void ToCDataOptions(Token token, CData& data) const override;
 
  protected:
+  // How the type stands in a tree. Read is false, with `out` as it was, for an element that has no
+  // value of the type.
+  virtual void Write(CData& data, Token token, const V& written) const = 0;
+  [[nodiscard]] virtual bool Read(const CDataValue& element, V& out) const = 0;
+  // False when there is an element and it was not taken.
+  [[nodiscard]] bool TryRead(Token token, const CData& data);
+
   TCFairyValueItem(ACDataFairy& owner, Token token, std::uint64_t access, V def)
       : AFairyItem(owner, token, access), value(def), defaultValue(std::move(def)) {}
 
@@ -128,6 +127,9 @@ class CFairySimpleItem : public TCFairyValueItem<V> {
   void SetDefault() override;
 
  protected:
+  void Write(CData& data, Token token, const V& written) const override;
+  [[nodiscard]] bool Read(const CDataValue& element, V& out) const override;
+
   bool hasDefault = false;
 };
 
@@ -137,7 +139,10 @@ class CStringItem : public TCFairyValueItem<std::string> {
   CStringItem(ACDataFairy& owner, Token token, std::uint64_t access = 1, std::string def = {});
   virtual void Set(const std::string& text);
   void ToCDataBlank(Token token, CData& data, const AFairyAccessFilter& filter) const override;
-  void FromCData(Token token, const CData& data) override;
+
+ protected:
+  void Write(CData& data, Token token, const std::string& written) const override;
+  [[nodiscard]] bool Read(const CDataValue& element, std::string& out) const override;
 };
 
 // A point in time in ms since 1601-01-01 UTC. Takes times, texts "YYYY-MM-DDThh:mm:ssZ", and
@@ -149,14 +154,27 @@ class CTUTCTime : public TCFairyValueItem<std::uint64_t> {
   // Exactly that form, years 1601 to 9999, of the calendar; a second of 60 is allowed. On failure
   // `msSince1601` stays.
   [[nodiscard]] static bool Parse(std::string_view text, std::uint64_t& msSince1601);
+
+ protected:
+  void Write(CData& data, Token token, const std::uint64_t& written) const override;
+  [[nodiscard]] bool Read(const CDataValue& element, std::uint64_t& out) const override;
 };
 
-#define ZT_FAIRY_SIMPLE_TYPES(use) \
-  use(bool) use(int) use(long long) use(double) use(CGuid) use(std::shared_ptr<CBinData>)
-#define ZT_EXTERN(V)                         \
-  extern template class TCFairyValueItem<V>; \
-  extern template class CFairySimpleItem<V>;
-ZT_FAIRY_SIMPLE_TYPES(ZT_EXTERN)
-#undef ZT_EXTERN
+// Instantiated for the values of the item classes, in whichever header those are.
+extern template class TCFairyValueItem<bool>;
+extern template class TCFairyValueItem<int>;
+extern template class TCFairyValueItem<long long>;
+extern template class TCFairyValueItem<double>;
+extern template class TCFairyValueItem<CGuid>;
+extern template class TCFairyValueItem<std::shared_ptr<CBinData>>;
 extern template class TCFairyValueItem<std::string>;
 extern template class TCFairyValueItem<std::uint64_t>;
+extern template class TCFairyValueItem<CData>;
+extern template class TCFairyValueItem<std::vector<std::shared_ptr<CData>>>;
+extern template class TCFairyValueItem<std::vector<std::vector<short>>>;
+extern template class CFairySimpleItem<bool>;
+extern template class CFairySimpleItem<int>;
+extern template class CFairySimpleItem<long long>;
+extern template class CFairySimpleItem<double>;
+extern template class CFairySimpleItem<CGuid>;
+extern template class CFairySimpleItem<std::shared_ptr<CBinData>>;

@@ -61,6 +61,10 @@ class CFairyCData : public TCFairyValueItem<CData> {
     changed = true;
     return value;
   }
+
+ private:
+  void Write(CData& data, Token token, const CData& written) const override;
+  [[nodiscard]] bool Read(const CDataValue& element, CData& out) const override;
 };
 
 // A list of trees or of short arrays. V: std::shared_ptr<CData> or std::vector<short>. An entry of
@@ -71,6 +75,10 @@ class CFairyArrayItem : public TCFairyValueItem<std::vector<V>> {
   CFairyArrayItem(ACDataFairy& owner, Token token, std::uint64_t access = 1,
                   std::vector<V> def = {})
       : TCFairyValueItem<std::vector<V>>(owner, token, access, std::move(def)) {}
+
+ private:
+  void Write(CData& data, Token token, const std::vector<V>& written) const override;
+  [[nodiscard]] bool Read(const CDataValue& element, std::vector<V>& out) const override;
 };
 
 // A list of records. Reading makes it as long as the list that was read.
@@ -124,6 +132,5 @@ class AlarmConfig : public CDataFairy<AlarmConfig<T>> {
   T config{*this, Tok::Config, 1};
 };
 
-extern template class TCFairyValueItem<CData>;
-extern template class TCFairyValueItem<std::vector<std::shared_ptr<CData>>>;
-extern template class TCFairyValueItem<std::vector<std::vector<short>>>;
+extern template class CFairyArrayItem<std::shared_ptr<CData>>;
+extern template class CFairyArrayItem<std::vector<short>>;

@@ -3,6 +3,7 @@
 #include "main/lib/base/fairy/fairy_base.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 struct CEnumerationEntry {

@@ -19,6 +19,8 @@ class CFairyLimitedNumericItem : public CFairySimpleItem<V> {
   void ToCDataOptions(Token token, CData& data) const override;
 
  private:
+  [[nodiscard]] bool Read(const CDataValue& element, V& out) const override;
+
   V minimum;
   V maximum;
 };

@@ -1,0 +1,67 @@
+#include "main/lib/base/fairy/fairy_enum.h"
+
+#include "main/lib/base/debug.h"
+
+#include <string>
+#include <utility>
+
+namespace {
+constexpr char source[] = "main/lib/base/fairy/fairy_enum";
+constexpr int namelessDefaultLine = 169;
+}  // namespace
+
+CEnumerationBase::CEnumerationBase(ACDataFairy& owner, Token token, std::uint64_t access,
+                                   std::int32_t def, std::vector<CEnumerationEntry> entries)
+    : AFairyItem(owner, token, access),
+      value(def),
+      defaultValue(def),
+      entries(std::move(entries)) {}
+
+const char* CEnumerationBase::NameOf(std::int32_t searched) const {
+  for (const CEnumerationEntry& entry : entries)
+    if (entry.value == searched) return entry.name;
+  return nullptr;
+}
+
+void CEnumerationBase::CloneFrom(const AFairyItem& other, bool full) {
+  const auto* original = dynamic_cast<const CEnumerationBase*>(&other);
+  if (!original) return;
+  if (full) {
+    entries = original->entries;
+    defaultValue = original->defaultValue;
+  }
+  if (NameOf(original->value)) value = original->value;
+}
+
+void CEnumerationBase::ToCData(Token token, CData& data, const AFairyAccessFilter&) const {
+  const char* name = NameOf(value);
+  if (!name) name = NameOf(defaultValue);
+  data.AddString(token, name ? name : "");
+}
+
+void CEnumerationBase::FromCData(Token token, const CData& data) {
+  const std::int64_t position = data.Exists(token, cdString);
+  if (position < 0) return;
+  const std::string& name = data.At(static_cast<std::uint64_t>(position)).value.GetString();
+  for (const CEnumerationEntry& entry : entries) {
+    if (name != entry.name) continue;
+    value = entry.value;
+    changed = true;
+    return;
+  }
+}
+
+void CEnumerationBase::SetDefault() {
+  changed = true;
+  value = defaultValue;
+}
+
+void CEnumerationBase::ToCDataOptions(Token token, CData& data) const {
+  CData& description = data.AddChild(token);
+  CData& values = description.AddChild(Tok::Values);
+  for (const CEnumerationEntry& entry : entries)
+    if (entry.visible) values.AddString(Tok::Empty, entry.name);
+  const char* name = NameOf(defaultValue);
+  if (!name) ReportFailedAssertion(source, namelessDefaultLine, "false");
+  description.AddString(Tok::Default, name ? name : "");
+}
