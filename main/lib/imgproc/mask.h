@@ -76,6 +76,7 @@ class CMask {
 
  private:
   CMask(std::int32_t width, std::int32_t height);
+  void Swap(CMask& other) noexcept;
   // Area and bounding box from the rows.
   void Measure();
 
