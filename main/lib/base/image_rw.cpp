@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -137,13 +138,19 @@ void TCImageX<T, Index>::Allocate() {
 }
 
 template <class T, class Index>
-void TCImageX<T, Index>::Create(Index newDx, Index newDy) {
+void TCImageX<T, Index>::Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory) {
   constexpr Index mask = 3;
   if (newDx > std::numeric_limits<Index>::max() - mask) throw std::bad_alloc();
-  data.reset();
+  data = std::move(memory);
   dx = newDx;
   dy = newDy;
   scanline = (newDx + mask) & ~mask;
+  copyOnWrite = false;
+}
+
+template <class T, class Index>
+void TCImageX<T, Index>::Create(Index newDx, Index newDy) {
+  Wrap(newDx, newDy, nullptr);
   Allocate();
 }
 

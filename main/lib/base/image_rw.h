@@ -127,6 +127,9 @@ class TCImageX {
   // Content is not initialised; a size of zero allocates nothing. Throws std::bad_alloc.
   void Create(Index newDx, Index newDy);
 
+  // Takes rows that lie in memory of somebody else, padded as those of Create.
+  void Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory);
+
   [[nodiscard]] bool Assigned() const { return data != nullptr; }
   [[nodiscard]] Index GetDx() const { return dx; }
   [[nodiscard]] Index GetDy() const { return dy; }

@@ -1,13 +1,13 @@
 #include "main/target/windll/device_components.h"
 
 #include "main/lib/base/component_repository.h"
+#include "main/lib/imgproc/image_cache.h"
 
 namespace {
 
 class CEventServer : public IComponent {};
 class IProductTypeHandler : public IComponent {};
 class CProductTypeHandler : public IProductTypeHandler {};
-class CTimestamper : public IComponent {};
 class CTinker : public IComponent {};
 class CUserManager : public IComponent {};
 class CCalibration : public IComponent {};
@@ -18,7 +18,7 @@ void RegisterDeviceComponents() {
   CComponentRepository& repository = CComponentRepository::Instance();
   repository.Register<CEventServer, CEventServer>("CEventServer");
   repository.Register<IProductTypeHandler, CProductTypeHandler>("CProductTypeHandler");
-  repository.Register<CTimestamper, CTimestamper>("CTimestamper");
+  RegisterTimestamper();
   repository.Register<CTinker, CTinker>("CTinker");
   repository.Register<CUserManager, CUserManager>("CUserManager");
   repository.Register<CCalibration, CCalibration>("CCalibration");

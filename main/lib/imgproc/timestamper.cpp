@@ -1,0 +1,22 @@
+#include "main/lib/imgproc/image_cache.h"
+
+namespace {
+
+// From 1601 to 1970.
+constexpr std::uint64_t epochDifferenceMs = 11'644'473'600'000;
+
+const struct Load {
+  Load() { RegisterTimestamper(); }
+} load;
+
+}  // namespace
+
+FrameTime CTimestamper::FromClientTime(std::int64_t msSince1601) {
+  const std::uint64_t since1970 = static_cast<std::uint64_t>(msSince1601) - epochDifferenceMs;
+  return {0, 0, static_cast<std::int64_t>(since1970)};
+}
+
+// Called also by those who count components: an archive gives a source without callers to nobody.
+void RegisterTimestamper() {
+  static const ComponentRegistration<CTimestamper, CTimestamper> registration("CTimestamper");
+}
