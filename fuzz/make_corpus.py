@@ -268,6 +268,48 @@ def load_image():
     yield "huge", u32(1) + bytes(12) + u32(8) + u32(0x7FFFFFFF) + u32(2) + u32(0)
 
 
+def mask():
+    def polygons(width, height, *arrays):
+        body = b"".join(bytes([len(a)]) + b"".join(map(u16, a)) for a in arrays)
+        return u16(width) + u16(height) + body
+
+    frame = (0, 0, 16384, 0, 16384, 9216, 0, 9216)
+    star = (30, 0, 45, 50, 2, 18, 58, 18, 15, 50)
+    yield "none", polygons(64, 48)
+    yield "frame", polygons(160, 90, frame)
+    yield "star", polygons(64, 48, star)
+    yield "several", polygons(2047, 511, star, frame, (0, 0, 2046, 510, 1, 509), (5, 5), ())
+    yield "touching", polygons(200, 20, (0, 0, 64, 0, 64, 19, 0, 19), (64, 0, 128, 0, 128, 19))
+    yield "negative", polygons(127, 100, (-32768, -32768, 32767, -5, 0, 32767, -9000, 70))
+    for width, height in ((1, 1), (0, 9), (9, 0), (-3, -3), (63, 2), (64, 2), (65, 2)):
+        yield f"size_{width}_{height}", polygons(width, height, star, (0, 0, 99, 0, 99, 99))
+
+
+def record():
+    texts = ("12", "99999999999999999999", "abc", "off", "hidden", "1e999", "2024-02-29T23:59:60Z",
+             "00112233-4455-6677-8899-aabbccddeeff", "", "+1.5")
+    names = ("Enabled", "Bits", "Count", "Factor", "ID", "Motion", "ViolationTimeMs", "Name",
+             "Type", "EventTime", "Config", "Figures", "Masks", "Points", "Point")
+    values = [
+        ("B", b"\1"),
+        ("I", u32(-3)),
+        ("Q", struct.pack("<q", 2**40)),
+        ("F", struct.pack("<d", 2.0**63)),
+        ("F", struct.pack("<d", float("nan"))),
+        ("G", bytes(range(16))),
+        ("T", struct.pack("<Q", 5)),
+        ("X", b"\0payload"),
+        ("@", tagged("*", "", b"2" + u16(5) + u16(-6)) + b"\0"),
+        ("@", tagged_node("", tagged("I", "X", u32(4)), tagged("S", "Name", b"n")) + b"\0"),
+        ("@", tagged("I", "X", u32(4)) + tagged("I", "", u32(4)) + b"\0"),
+    ]
+    for number, (tag, value) in enumerate(values):
+        yield f"value_{number:02}", b"".join(tagged(tag, name, value) for name in names) + b"\0"
+    for number, text in enumerate(texts):
+        for name in names:
+            yield f"{name}_{number}", tagged("S", name, text.encode()) + b"\0"
+
+
 TARGETS = {
     "load_image": load_image,
     "parse_tagged": parse_tagged,
@@ -278,6 +320,8 @@ TARGETS = {
     "differential": differential,
     "block_list": block_list,
     "encoder_config": encoder_config,
+    "mask": mask,
+    "record": record,
 }
 
 

@@ -108,7 +108,8 @@ std::shared_ptr<CCachedImage> CImageDataCache::GetImage(int _level, int _plane) 
 
   const FrameRecord& record = LevelOf(_level);
   auto cached = std::make_shared<CCachedImage>();
-  if ((_plane == planeU || _plane == planeV) && record.chroma) {
+  const bool hasPairs = record.chroma && record.width > 0 && record.height > 0;
+  if (hasPairs && (_plane == planeU || _plane == planeV)) {
     Separate(record, _plane, cached->image);
   } else {
     // The header has no way to say that the bytes are only for reading; its users know.

@@ -59,7 +59,7 @@ class CImageDataCache {
   [[nodiscard]] const std::uint8_t* GetPlanePointer(int level) const;
   // One plane, the same object for each call until the next frame. Never null; its image is
   // without memory where there is no such plane.
-  [[nodiscard]] std::shared_ptr<CCachedImage> GetImage(int _level, int _plane);
+  std::shared_ptr<CCachedImage> GetImage(int _level, int _plane);
 
  private:
   // The record of a level, or an empty one.

@@ -74,9 +74,9 @@ class CPolygonFiller {
     if (count == 0) return;
     const float slope = static_cast<float>(a.x - b.x) / static_cast<float>(a.y - b.y);
     const auto start = static_cast<float>(slope > 0 ? std::min(a.x, b.x) : std::max(a.x, b.x));
-    // Beyond 2^22 columns the float rounds to more than a pixel.
+    // The line in float, its rounding in double. From 2^24 columns on, the float may lie outside.
     const auto crossing = [&](std::int64_t i) {
-      const float x = static_cast<float>(i) * slope + start + 0.5f;
+      const double x = static_cast<double>(static_cast<float>(i) * slope + start) + 0.5;
       return static_cast<std::size_t>(
           std::clamp<std::int64_t>(static_cast<std::int64_t>(x), 0, width));
     };

@@ -22,9 +22,6 @@ constexpr int blankItemLine = 32;
 constexpr int blankRecordLine = 37;
 constexpr int changedLine = 123;
 
-template <class>
-constexpr bool unhandled = false;
-
 // As std::stod, but never in the client's locale.
 double ReadDoubleText(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
@@ -193,10 +190,8 @@ void CFairySimpleItem<V>::Write(CData& data, Token token, const V& written) cons
     data.AddDouble(token, written);
   else if constexpr (std::is_same_v<V, CGuid>)
     data.AddGuid(token, written);
-  else if constexpr (std::is_same_v<V, std::shared_ptr<CBinData>>)
-    data.AddBinary(token, written);
   else
-    static_assert(unhandled<V>);
+    data.AddBinary(token, written);
 }
 
 template <class V>

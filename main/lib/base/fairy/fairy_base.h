@@ -61,7 +61,7 @@ class ACDataFairy {
   virtual ~ACDataFairy();
   [[nodiscard]] virtual CData ToCData(const AFairyAccessFilter& filter) const = 0;
   // Logs and gives an empty tree, unless overridden.
-  [[nodiscard]] virtual CData ToCDataBlank(const AFairyAccessFilter& filter) const;
+  virtual CData ToCDataBlank(const AFairyAccessFilter& filter) const;
   // Items whose tokens are absent keep their values. What an item throws ends the reading.
   virtual void FromCData(const CData& data) = 0;
   virtual void FromCDataPassive(const CData& data) = 0;

@@ -110,10 +110,8 @@ class CFairyNestedArray : public CFairyNestedArrayBase {
  public:
   CFairyNestedArray(ACDataFairy& owner, Token token, std::uint64_t access = 1)
       : CFairyNestedArrayBase(owner, token, access) {}
-  [[nodiscard]] T& At(std::size_t position) { return static_cast<T&>(*records.at(position)); }
-  [[nodiscard]] const T& At(std::size_t position) const {
-    return static_cast<const T&>(*records.at(position));
-  }
+  T& At(std::size_t position) { return static_cast<T&>(*records.at(position)); }
+  const T& At(std::size_t position) const { return static_cast<const T&>(*records.at(position)); }
   T& Add() {
     Resize(Count() + 1);
     return At(Count() - 1);

@@ -3,6 +3,7 @@
 #include "main/lib/base/debug.h"
 
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -24,13 +25,13 @@ const char* CEnumerationBase::NameOf(std::int32_t searched) const {
 }
 
 void CEnumerationBase::CloneFrom(const AFairyItem& other, bool full) {
-  const auto* original = dynamic_cast<const CEnumerationBase*>(&other);
-  if (!original) return;
+  if (typeid(other) != typeid(*this)) return;
+  const auto& original = static_cast<const CEnumerationBase&>(other);
   if (full) {
-    entries = original->entries;
-    defaultValue = original->defaultValue;
+    entries = original.entries;
+    defaultValue = original.defaultValue;
   }
-  if (NameOf(original->value)) value = original->value;
+  if (NameOf(original.value)) value = original.value;
 }
 
 void CEnumerationBase::ToCData(Token token, CData& data, const AFairyAccessFilter&) const {

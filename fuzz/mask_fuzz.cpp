@@ -1,0 +1,92 @@
+#include "fuzz/require.h"
+#include "main/lib/imgproc/mask.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace {
+
+std::int16_t Int16At(const std::uint8_t* data) {
+  std::int16_t value;
+  std::memcpy(&value, data, sizeof value);
+  return value;
+}
+
+// Runs in order, apart from each other and inside; area and box as they say.
+void RequireSound(const CMask& mask) {
+  std::int64_t area = 0;
+  for (int y = 0; y < mask.GetHeight(); ++y) {
+    std::int32_t before = -1;
+    for (const CMaskRun& run : mask.GetRow(y)) {
+      Require(before < run.start && run.start < run.end && run.end <= mask.GetWidth());
+      Require(mask.GetLeft() <= run.start && run.end <= mask.GetRight());
+      Require(mask.GetTop() <= y && y < mask.GetBottom());
+      area += run.end - run.start;
+      before = run.end;
+    }
+  }
+  Require(area == mask.GetArea());
+}
+
+bool Same(const CMask& a, const CMask& b) {
+  Require(a.GetHeight() == b.GetHeight());
+  for (int y = 0; y < a.GetHeight(); ++y) {
+    const CMask::Row &first = a.GetRow(y), &second = b.GetRow(y);
+    if (first.size() != second.size()) return false;
+    for (std::size_t i = 0; i < first.size(); ++i)
+      if (first[i].start != second[i].start || first[i].end != second[i].end) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+// Two 16-bit sizes, of which the high bit stretches the coordinates, then arrays of 16-bit values,
+// each behind its length. The first is one mask, all of them another; their combinations obey the
+// rules of sets.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 4) return 0;
+  const int width = Int16At(data) % 2048, height = Int16At(data + 2) % 512;
+  std::vector<std::vector<short>> arrays;
+  CData masks;
+  for (std::size_t at = 4; at < size && arrays.size() < 20;) {
+    std::vector<short>& array = arrays.emplace_back();
+    for (int count = data[at++] % 24; count > 0 && at + 2 <= size; --count, at += 2)
+      array.push_back(Int16At(data + at));
+    if (array.size() % 2 != 0) array.pop_back();
+    masks.AddShortArray(Tok::Empty, array);
+  }
+  CMask one, all;
+  one.SetPolygonsFromArrays(width, height, {arrays.begin(), arrays.begin() + !arrays.empty()});
+  all.SetPolygonsFromArrays(width, height, arrays);
+  RequireSound(one);
+  RequireSound(all);
+  CMask fromTree;
+  fromTree.BuildFromData(masks, {width, height});
+  RequireSound(fromTree);
+  if (height <= 0) return 0;
+
+  CMask joined, common, other, inverse, twice;
+  CMask::Unite(one, fromTree, joined);
+  CMask::Intersect(one, fromTree, common);
+  for (const CMask* mask : {&joined, &common})
+    RequireSound(*mask);
+  Require(joined.GetArea() + common.GetArea() == one.GetArea() + fromTree.GetArea());
+  // not (a or b) = not a and not b
+  CMask::Invert(joined, inverse);
+  CMask::Invert(one, twice);
+  CMask::Invert(fromTree, other);
+  CMask::Intersect(twice, other, twice);
+  Require(Same(inverse, twice));
+  CMask::Invert(inverse, inverse);
+  Require(Same(inverse, joined));
+  // A polygon more takes nothing away.
+  if (!arrays.empty() && !arrays[0].empty()) {
+    CMask::Unite(one, all, joined);
+    Require(Same(joined, all));
+  }
+  return 0;
+}

@@ -1,0 +1,448 @@
+#include "main/lib/base/debug.h"
+#include "main/lib/base/fairy/fairy_container.h"
+#include "main/lib/base/fairy/fairy_enum.h"
+#include "main/lib/base/fairy/fairy_numeric.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::vector<std::string> logged;
+
+// The latest stream alone records: the logger keeps those of earlier tests.
+class CRecordingStream : public ILogStream {
+ public:
+  CRecordingStream() {
+    latest = this;
+    logged.clear();
+  }
+  void Write(int level, const char* text) override {
+    if (latest == this) logged.push_back(std::to_string(level) + " " + text);
+  }
+
+ private:
+  static inline CRecordingStream* latest;
+};
+
+// One line for a tree: NAME=VALUE, with a letter for the kind of numbers.
+std::string Dump(const CData& data);
+
+std::string Dump(const CDataValue& value) {
+  char number[32];
+  switch (value.GetKind()) {
+    case cdBool:
+      return value.GetBool() ? "b1" : "b0";
+    case cdInt:
+      return "i" + std::to_string(value.GetInt());
+    case cdLongLong:
+      return "q" + std::to_string(value.GetLongLong());
+    case cdTime:
+      return "t" + std::to_string(value.GetTime());
+    case cdDouble:
+      std::snprintf(number, sizeof number, "f%g", value.GetDouble());
+      return number;
+    case cdString:
+      return "'" + value.GetString() + "'";
+    case cdGuid:
+      return value.GetGuid()->ToString().substr(0, 9);
+    case cdBinary:
+      return "x" + std::to_string(value.GetBinary() ? value.GetBinary()->Size() : 0);
+    case cdNode:
+      return "{" + Dump(*value.GetNode()) + "}";
+  }
+  std::string text;
+  for (const std::int16_t number : *value.GetShortArray())
+    text += "," + std::to_string(number);
+  return "[" + text + "]";
+}
+
+std::string Dump(const CData& data) {
+  std::string text;
+  for (const CDataElement& element : data.Elements())
+    text += (text.empty() ? "" : " ") + std::string(data.KeyText(element.key)) + "=" +
+            Dump(element.value);
+  return text;
+}
+
+enum class Color : std::int32_t { Red = 1, Green = 2, Blue = 7 };
+
+class CPoint : public CDataFairy<CPoint> {
+ public:
+  using CDataFairy::CDataFairy;
+  CFairySimpleItem<int> x{*this, Tok::X, 1, 3};
+  CFairySimpleItem<int> y{*this, Tok::Y};
+};
+
+// Every class of item, each with a value of its own.
+class CEverything : public CDataFairy<CEverything> {
+ public:
+  CFairySimpleItem<bool> flag{*this, Tok::Enabled, 1, true};
+  CFairySimpleItem<int> number{*this, Tok::Bits, 1, 5};
+  CFairySimpleItem<int> bare{*this, Tok::Version};
+  CFairySimpleItem<long long> big{*this, Tok::Count, 1, -6};
+  CFairySimpleItem<double> factor{*this, Tok::Factor, 1, 0.5};
+  CFairySimpleItem<CGuid> guid{*this, Tok::ID, 1, CGuid{{0xAB}}};
+  CFairySimpleItem<std::shared_ptr<CBinData>> binary{*this, Tok::Motion};
+  CFairyLimitedNumericItem<long long> limited{*this, Tok::ViolationTimeMs, 1, 10, 0, 100};
+  CStringItem text{*this, Tok::Name, 1, "def"};
+  CEnumeration<Color> color{*this,
+                            Tok::Type,
+                            1,
+                            Color::Green,
+                            {{1, "red", true}, {2, "green", true}, {7, "blue", false}}};
+  CTUTCTime time{*this, Tok::EventTime, 1, 8};
+  CFairyCData free{*this, Tok::Configs};
+  CFairyArrayItem<std::shared_ptr<CData>> trees{*this, Tok::Figures};
+  CFairyArrayItem<std::vector<short>> arrays{*this, Tok::Masks, 1, {{1, 2}}};
+  CFairyNestedArray<CPoint> points{*this, Tok::Points};
+  CPoint point{*this, Tok::Point};
+};
+
+constexpr char defaults[] =
+    "Enabled=b1 Bits=i5 Version=i0 Count=q-6 Factor=f0.5 ID={AB000000 Motion=x0 "
+    "ViolationTimeMs=q10 Name='def' Type='green' EventTime=t8 Configs={} Figures={} "
+    "Masks={=[,1,2]} Points={} Point={X=i3 Y=i0}";
+constexpr char filled[] =
+    "Enabled=b0 Bits=i6 Version=i7 Count=q-9 Factor=f1.5 ID={CD000000 Motion=x2 "
+    "ViolationTimeMs=q100 Name='set' Type='blue' EventTime=t9 Configs={Dx=i4} "
+    "Figures={={Dy=i1} ={}} Masks={=[,3] =[]} Points={={X=i8 Y=i9} ={X=i3 Y=i0}} "
+    "Point={X=i1 Y=i2}";
+
+void Fill(CEverything& record) {
+  record.flag.Set(false);
+  record.number.Set(6);
+  record.bare.Set(7);
+  record.big.Set(-9);
+  record.factor.Set(1.5);
+  record.guid.Set(CGuid{{0xCD}});
+  record.binary.Set(std::make_shared<CBinData>("ab", 2));
+  record.limited.Set(100);
+  record.text.Set("set");
+  record.color.Set(Color::Blue);
+  record.time.Set(9);
+  record.free.Edit().AddInt(Tok::Dx, 4);
+  auto tree = std::make_shared<CData>();
+  tree->AddInt(Tok::Dy, 1);
+  record.trees.Set({tree, nullptr});
+  record.arrays.Set({{3}, {}});
+  record.points.Add().x.Set(8);
+  record.points.At(0).y.Set(9);
+  record.points.Add();
+  record.point.x.Set(1);
+  record.point.y.Set(2);
+}
+
+int ChangedItems(const ACDataFairy& record) {
+  int count = 0;
+  for (const auto& item : record.GetItems())
+    count += item.second->changed ? 1 : 0;
+  return count;
+}
+
+TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
+  CEverything source, target;
+  EXPECT_EQ(Dump(source.ToCData({})), defaults);
+  EXPECT_EQ(ChangedItems(source), 0);
+  Fill(source);
+  EXPECT_EQ(Dump(source.ToCData({})), filled);
+  EXPECT_EQ(ChangedItems(source), 15);  // the member record has no mark of its own
+  CData wire;
+  const CBinData bytes = ToTagged(source.ToCData({}));
+  ASSERT_TRUE(ParseTagged(wire, bytes.Data(), bytes.Size()));
+  target.points.Resize(5);
+  target.FromCDataPassive(wire);
+  EXPECT_EQ(Dump(target.ToCData({})), filled);
+  EXPECT_EQ(ChangedItems(target), 15);
+  EXPECT_TRUE(target.point.x.changed);
+
+  CData shorter;
+  shorter.AddChild(Tok::Points).AddChild(Tok::Empty).AddInt(Tok::Y, 5);
+  target.FromCData(shorter);
+  EXPECT_EQ(Dump(target.points.At(0).ToCData({})), "X=i8 Y=i5");
+  EXPECT_THROW(target.points.At(1), std::out_of_range);
+
+  CEverything untouched;
+  untouched.FromCData(CData());
+  EXPECT_EQ(ChangedItems(untouched), 0);
+  EXPECT_EQ(Dump(untouched.ToCData({})), defaults);
+
+  // Only what has no default, the number and the binary, stays.
+  target.SetDefaults();
+  std::string expected = defaults;
+  expected.replace(expected.find("Version=i0"), 10, "Version=i7");
+  expected.replace(expected.find("Motion=x0"), 9, "Motion=x2");
+  expected.replace(expected.find("Y=i0"), 4, "Y=i2");
+  EXPECT_EQ(Dump(target.ToCData({})), expected);
+}
+
+using V = CDataValue;
+
+V Text(const char* text) {
+  return V::OfString(text);
+}
+
+V NodeOf(std::initializer_list<V> children) {
+  auto node = std::make_unique<CData>();
+  for (const V& child : children)
+    node->Append("", child);
+  return V::OfNode(std::move(node));
+}
+
+// What reading one element does to the item: its value as it is written, "=" if it stays unmarked,
+// "(VALUE)" if it changes unmarked, or what was printed or thrown.
+std::string ReadOf(Token token, const V& value) {
+  CEverything record;
+  CData data;
+  data.Append(TokenText(token), value);
+  const auto shown = [&] {
+    const CData written = record.ToCData({});
+    return Dump(written.At(static_cast<std::uint64_t>(written.Find(token))).value);
+  };
+  const std::string before = shown();
+  testing::internal::CaptureStderr();
+  std::string thrown;
+  try {
+    record.FromCData(data);
+  } catch (const std::exception& e) {
+    thrown = e.what();
+    if (const auto place = thrown.find("] - "); place != std::string::npos)
+      thrown.erase(0, place + 4);
+  }
+  const std::string trouble = testing::internal::GetCapturedStderr() + thrown;
+  const std::string after = shown();
+  const bool marked = ChangedItems(record) != 0;
+  if (!trouble.empty()) return marked || after != before ? "refused, but not kept" : trouble;
+  return marked ? after : after == before ? "=" : "(" + after + ")";
+}
+
+// Takes pairs of an element and what comes of it.
+template <class... Rest>
+void Expect(Token token, const V& value, const std::string& outcome, const Rest&... rest) {
+  EXPECT_EQ(ReadOf(token, value), outcome)
+      << TokenText(token) << ", " << sizeof...(rest) / 2 << " before the last";
+  if constexpr (sizeof...(rest) != 0) Expect(token, rest...);
+}
+
+TEST(Fairy, ReadingConvertsWhatFitsAndReportsTheRest) {
+  const std::string assertion = "------------> ASSERTION FAILED at main/lib/base/fairy/fairy_";
+  const std::string no = assertion + "base:123 : changed is false!\n";
+  const std::string beyond = assertion + "numeric:67 : contains is false!\n";
+  const auto Bool = V::OfBool;
+  const auto Int = V::OfInt;
+  const auto Long = V::OfLongLong;
+  const auto Real = V::OfDouble;
+  const auto Time = V::OfTime;
+  const V guid = V::OfGuid(std::make_unique<CGuid>(CGuid{{0xFE}})), noNode = V::OfNode(nullptr);
+  const V binary = V::OfBinary(std::make_shared<CBinData>("abc", 3));
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+
+  Expect(Tok::Bits, Bool(2), "i1", Int(-3), "i-3", Long(2147483647), "i2147483647",
+         Long(2147483648), no, Long(-2147483648), "i-2147483648", Long(-2147483649), no, Real(-1.9),
+         "i-1", Real(2147483647.0), "i2147483647", Real(2147483647.5), no, Real(nan), no,
+         Text("12"), "i12", Text(" \t-12abc"), "i-12", Text("99999999999"), no, Text("abc"),
+         "stoll", Text("99999999999999999999"), "stoll", V::OfByte(1), no, Time(1), no, NodeOf({}),
+         no);
+  Expect(Tok::Enabled, Int(0), "b0", Int(2), no, Real(0.99), "b0", Real(-0.5), no, Text("0x"),
+         "b0");
+  Expect(Tok::Count, Real(0x1p63), "q-9223372036854775808", Real(0x1.fffffffffffffp62),
+         "q9223372036854774784", Real(0x1.0000000000001p63), no, Real(-0x1p63),
+         "q-9223372036854775808", Text("-9223372036854775808"), "q-9223372036854775808");
+  Expect(Tok::Factor, Bool(1), "f1", Int(3), "f3", Long(-4), "f-4", Real(-infinity), "f-inf",
+         Text(" +1.5x"), "f1.5", Text("-2e3"), "f-2000", Text("x"), "stod", Text("  "), "stod",
+         Text("+-1"), "stod", Text("1e999"), "stod", V::OfShort(1), no);
+  Expect(Tok::ViolationTimeMs, Int(100), "q100", Long(101), beyond, Long(-1), beyond, Real(-0.5),
+         "q0", Real(nan), beyond, Text("7"), "q7", Text(""), "stoll", NodeOf({}), beyond);
+  Expect(Tok::ID, guid, "{FE000000", V::OfGuid(nullptr), "{00000000",
+         Text("00112233-4455-6677-8899-aabbccddeeff tail"), "{00112233",
+         Text("{00112233-4455-6677-8899-aabbccddeeff}"), no,
+         Text("00112233-4455-6677-8899-aabbccddee"), no, Int(1), no);
+  Expect(Tok::Motion, binary, "x3", V::OfBinary(nullptr), "x0", Text("abc"), no);
+  Expect(Tok::Name, Text(""), "''", Int(1), "=");
+  Expect(Tok::Type, Text("red"), "'red'", Text("blue"), "'blue'", Text("Red"), "=", Int(1), "=");
+  Expect(Tok::EventTime, Time(UINT64_MAX), "t18446744073709551615", Text("1601-01-02T00:00:01Z"),
+         "t86401000", Text("1601-01-02"), "=", Real(12.9), "(t12)", Real(-1.5),
+         "(t18446744073709551615)", Real(0x1p63), "(t9223372036854775808)", Real(0x1p64), "=",
+         Real(-0x1.0000000000001p63), "=", Real(nan), "=", Long(1), "=");
+  Expect(Tok::Configs, NodeOf({Int(1)}), "{=i1}", noNode, "=", Int(1), "=");
+  Expect(Tok::Figures, NodeOf({NodeOf({Int(1)}), noNode}), "{={=i1} ={}}",
+         NodeOf({NodeOf({}), Int(1)}), "Unknown token: 1", Int(1), "=");
+  Expect(Tok::Masks, NodeOf({V::OfShortArray(nullptr)}), "{=[]}", NodeOf({NodeOf({})}),
+         "Unknown token: 0");
+  Expect(Tok::Points, NodeOf({Int(1), noNode}), "{={X=i3 Y=i0} ={X=i3 Y=i0}}", Int(1), "=");
+  Expect(Tok::Point, noNode, "=", Int(1), "=");
+}
+
+TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
+  CEverything source, target;
+  Fill(source);
+  target.CloneFrom(static_cast<const ACDataFairy*>(&source), false);
+  EXPECT_EQ(Dump(target.ToCData({})), filled);
+  EXPECT_EQ(ChangedItems(target), 0);
+  target.SetDefaults();
+  EXPECT_EQ(target.number.Get(), 5);
+
+  // Only what the source has read since it was made.
+  CEverything other, read;
+  CData partial;
+  partial.AddInt(Tok::Bits, 77);
+  partial.AddChild(Tok::Point).AddInt(Tok::Y, 88);
+  read.FromCData(partial);
+  other.bare.Set(2);
+  other.point.x.Set(4);
+  other.CloneChanged(static_cast<const ACDataFairy*>(&read));
+  std::string expected = defaults;
+  expected.replace(expected.find("Bits=i5 Version=i0"), 18, "Bits=i77 Version=i2");
+  expected.replace(expected.find("X=i3 Y=i0"), 9, "X=i4 Y=i88");
+  EXPECT_EQ(Dump(other.ToCData({})), expected);
+
+  CDataFairyBase owner;
+  CFairySimpleItem<int> plain(owner, Tok::Fps, 1, 1);
+  plain.CloneFrom(CFairySimpleItem<int>(owner, Tok::Fps, 1, 2), false);
+  EXPECT_EQ(plain.Get(), 2);
+  EXPECT_EQ(plain.GetDefault(), 1);
+
+  CFairyLimitedNumericItem<long long> narrow(owner, Tok::Fps, 1, 1, 0, 5);
+  const CFairyLimitedNumericItem<long long> wide(owner, Tok::Fps, 1, 50, 40, 60);
+  narrow.CloneFrom(wide, false);
+  EXPECT_EQ(narrow.Get(), 1);
+  EXPECT_FALSE(narrow.Contains(6) || narrow.Contains(-1));
+  narrow.CloneFrom(wide, true);
+  EXPECT_EQ(narrow.Get(), 50);
+  EXPECT_EQ(narrow.GetDefault(), 50);
+  CFairyLimitedNumericItem<long long> wrong(owner, Tok::Fps, 1, 9, 0, 5);
+  narrow.CloneFrom(wrong, true);  // the limits, and nothing that breaks them
+  EXPECT_EQ(narrow.GetMaximum(), 5);
+  EXPECT_EQ(narrow.Get(), 50);
+  EXPECT_EQ(narrow.GetDefault(), 50);
+
+  CEnumeration<Color> few(owner, Tok::Type, 1, Color::Red, {{1, "red", true}});
+  few.CloneFrom(source.color, false);
+  EXPECT_EQ(few.Get(), Color::Red);
+  few.CloneFrom(source.color, true);
+  EXPECT_EQ(few.Get(), Color::Blue);
+  EXPECT_EQ(few.GetDefault(), Color::Green);
+
+  const std::string before = Dump(target.ToCData({}));
+  for (const auto& item : target.GetItems())  // an item of another class changes nothing
+    item.second->CloneFrom(
+        item.second == &target.text ? static_cast<AFairyItem&>(source.number) : source.text, true);
+  EXPECT_EQ(Dump(target.ToCData({})), before);
+}
+
+TEST(Fairy, RecordsAsItemsCloneInFullAndOnlyInEqualSizes) {
+  Logger().AddStream(new CRecordingStream);
+  CEverything source, target;
+  CFairySimpleItem<int> added(source.point, Tok::Width, 1, 6);
+  target.CloneFrom(static_cast<const ACDataFairy*>(&source), true);
+  EXPECT_EQ(logged, std::vector<std::string>{"1 Tried to clone CDataFairies of different sizes!"});
+  EXPECT_EQ(target.point.GetItems().size(), 2U);
+  target.point.CloneChanged(static_cast<const ACDataFairy*>(&source));
+  EXPECT_EQ(logged.size(), 2U);
+  EXPECT_THROW(target.CloneFrom(static_cast<const ACDataFairy*>(nullptr), true), CException);
+
+  class CNamed : public CDataFairy<CNamed> {
+   public:
+    CFairySimpleItem<int> a{*this, Tok::Width, 1, 41};
+    CFairySimpleItem<int> b{*this, Tok::Height, 1, 42};
+  } named;
+  target.point.CloneFrom(static_cast<const AFairyItem&>(named), false);
+  EXPECT_EQ(Dump(target.point.ToCData({})), "Width=i41 Height=i42");
+  target.point.y.Set(0);
+  target.point.SetDefault();
+  EXPECT_EQ(target.point.y.Get(), 42);
+}
+
+TEST(Fairy, FiltersLeaveOutOrBlank) {
+  Logger().AddStream(new CRecordingStream);
+  class CGuarded : public CDataFairy<CGuarded> {
+   public:
+    CFairySimpleItem<int> plain{*this, Tok::Bits, 1, 1};
+    CFairySimpleItem<int> other{*this, Tok::Count, 2, 2};
+    CStringItem blank{*this, Tok::Name, 0x100000001, "secret"};
+    CFairySimpleItem<int> logs{*this, Tok::Fps, 0x100000005, 3};
+    CStringItem no{*this, Tok::Text, 0x200000001, "no"};
+  } record;
+  EXPECT_EQ(Dump(record.ToCData({.mask = 2})), "Count=i2 Name=''");
+  EXPECT_EQ(Dump(record.ToCData({.mask = 1})), "Bits=i1 Name='secret' Fps=i3 Text='no'");
+  EXPECT_EQ(record.ToCDataBlank({.mask = 0xAB}).Count(), 0U);
+  EXPECT_EQ(
+      logged,
+      (std::vector<std::string>{
+          "2 virtual void AFairyItem::ToCDataBlank(Token, CData&, const AFairyAccessFilter&) const "
+          "called but no implementation exists! (flags: 0x00000005 filter: 0x00000002)",
+          "2 virtual CData ACDataFairy::ToCDataBlank(const AFairyAccessFilter&) const called but "
+          "no implementation exists! (filter: 0x000000ab)"}));
+}
+
+TEST(Fairy, OptionsDescribeDefaultsAndRanges) {
+  CEverything record;
+  Fill(record);
+  CData full = record.ToCDataFull({});
+  EXPECT_EQ(Dump(full.Child(Tok::Options)),
+            "Enabled={Default=b1} Bits={Default=i5} Version={Default=i0} Count={Default=q-6} "
+            "Factor={Default=f0.5} ID={Default={AB000000} Motion={Default=x0} "
+            "ViolationTimeMs={Default=q10 Minimum=q0 Maximum=q100} Name={Default='def'} "
+            "Type={Values={='red' ='green'} Default='green'} EventTime={Default=t8} "
+            "Configs={Default={}} Figures={Default={}} Masks={Default={=[,1,2]}} Points={} "
+            "Point={X={Default=i3} Y={Default=i0}}");
+  full.RemoveAll(Tok::Options);
+  EXPECT_EQ(Dump(full), filled);
+  CPoint point;
+  CData present;
+  present.AddChild(Tok::Options).AddInt(Tok::Dx, 1);
+  point.ToCDataOptions(present);
+  EXPECT_EQ(Dump(present), "Options={Dx=i1 X={Default=i3} Y={Default=i0}}");
+  EXPECT_EQ(Dump(AlarmConfig<CPoint>().ToCData({})), "Config={X=i3 Y=i0}");
+  CDataFairyBase nothing;
+  EXPECT_EQ(Dump(nothing.ToCDataFull({})), "Options={}");
+
+  const CEnumeration<Color> nameless(nothing, Tok::Type, 1, Color(9), {{1, "red", true}});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Dump(nothing.ToCDataFull({})), "Type='' Options={Type={Values={='red'} Default=''}}");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "------------> ASSERTION FAILED at main/lib/base/fairy/fairy_enum:169 : false is "
+            "false!\n");
+}
+
+TEST(Fairy, TimesAreThoseOfTheCalendar) {
+  using namespace std::chrono;
+  std::mt19937 random(1);
+  int valid = 0;
+  for (int round = 0; round < 20000; ++round) {
+    const int y = 1590 + static_cast<int>(random() % 8420), m = static_cast<int>(random() % 14);
+    const int d = static_cast<int>(random() % 33), h = static_cast<int>(random() % 25);
+    const int minute = static_cast<int>(random() % 61), second = static_cast<int>(random() % 62);
+    char text[40];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", y, m, d, h, minute, second);
+    const year_month_day date = year(y) / m / d;
+    std::uint64_t got = 1;
+    const bool expected = date.ok() && y >= 1601 && y <= 9999 && h < 24 && minute < 60;
+    ASSERT_EQ(CTUTCTime::Parse(text, got), expected && second <= 60) << text;
+    if (!expected || second > 60) continue;
+    const auto since = sys_days(date) - sys_days(year(1601) / 1 / 1) + hours(h) + minutes(minute) +
+                       seconds(second);
+    ASSERT_EQ(got, static_cast<std::uint64_t>(milliseconds(since).count())) << text;
+    ++valid;
+  }
+  EXPECT_GT(valid, 10000);
+  std::uint64_t kept = 5;
+  for (const char* text :
+       {"", "2024-02-29T00:00:00", "2024-02-29T00:00:00Z ", "2024-2-29T00:00:000Z",
+        "2024-02-29 00:00:00Z", "+024-02-29T00:00:00Z", "2024-02-29T00:00: 0Z"})
+    EXPECT_FALSE(CTUTCTime::Parse(text, kept)) << text;
+  EXPECT_EQ(kept, 5U);
+}
+
+}  // namespace
