@@ -39,19 +39,21 @@ bool CSingleSimpleMotion::Configure(const CData& item, const Size& size) {
   configuration = item;
   state = warmingUp;
   firstFrameTime = {};
-  ConfigureFromData(configuration, size);
-  BuildMask(size);
-  ReadThresholds();
   signalSinceMs = restoreSinceMs = notRunning;
   inSignal = false;
+  ReadThresholds();
+  ConfigureFromData(configuration, size);
+  BuildMask(size);
   WarnOfThresholds(size);
   return IsConfigured();
 }
 
 void CSingleSimpleMotion::BuildMask(const Size& size) {
   const CData* const polygons = size.width != 0 ? NodeOf(configuration, Tok::Masks) : nullptr;
-  mask.BuildFromData(polygons ? *polygons : CData(), size);
+  // Without a mask, should building it fail, the detector finds nothing.
+  mask = CMask();
   fullMaskArea = FullArea(size);
+  mask.BuildFromData(polygons ? *polygons : CData(), size);
 }
 
 void CSingleSimpleMotion::ReadThresholds() {
