@@ -40,7 +40,7 @@ CData AVCABase::GetStatusData() const {
 CResultRecord AVCABase::Configure(const CData& tree) {
   configurationCopy = tree;
   configurationRecord->FromCData(tree);
-  const CResultRecord result = VirtualConfigure();
+  CResultRecord result = VirtualConfigure();
   state = result.Succeeded() ? isConfigured : notConfigured;
   return result;
 }

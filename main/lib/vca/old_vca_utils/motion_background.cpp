@@ -128,7 +128,8 @@ MotionStep CMotionBackground::ChooseStep(std::int64_t now) {
           .slowRate = rate * slowFactor};
 }
 
-std::int64_t CMotionBackground::ProcessImage(const GrayView& image, const std::int64_t* timeMs) {
+std::int64_t CMotionBackground::ProcessImage(const GrayView& image, const std::int64_t* timeMs,
+                                             const CMask* mask) {
   if (!image.data && image.width > 0 && image.height > 0)
     ZT_THROW(CException, "Using null-pointer", "ProcessImage", source, __LINE__);
   const Size size{image.width, image.height};
@@ -146,7 +147,7 @@ std::int64_t CMotionBackground::ProcessImage(const GrayView& image, const std::i
   if (learnedFrames < framesToLearn) Learn(image);
   if (learnedFrames == framesToLearn) FinishLearning(now);
   if (learnedFrames == learningDone) {
-    moving = Classify(image, step);
+    moving = Classify(image, step, mask);
     const auto pixels = static_cast<double>(width * height);
     const auto noisy = static_cast<double>(highVarianceCount);
     if (highVarianceReduction && noisy > 0.25 * pixels && now > reducedUntilMs)
@@ -180,7 +181,8 @@ void CMotionBackground::FinishLearning(std::int64_t now) {
   reducedUntilMs = now;
 }
 
-std::int64_t CMotionBackground::Classify(const GrayView& image, const MotionStep& step) {
+std::int64_t CMotionBackground::Classify(const GrayView& image, const MotionStep& step,
+                                         const CMask* mask) {
   const MotionKernels& kernels = Motions();
   const auto classify = binaryOutputMode ? kernels.classifyBinary : kernels.classifyGraded;
   const auto columns = static_cast<std::size_t>(width);
@@ -191,17 +193,34 @@ std::int64_t CMotionBackground::Classify(const GrayView& image, const MotionStep
   std::uint8_t* const bytes = motion.GetWritePtr();
   MotionCounts counts;
   std::int64_t cleared = 0;
+  std::int64_t masked = 0;
   bool rowBeforeMoves = false;
   for (std::int64_t y = 0; y < rows; ++y) {
     const std::int64_t before = counts.motion;
     classify(means + y * stride, variances + y * stride, bytes + y * stride,
              image.data + y * image.stride, columns, step, counts);
-    // The row before has all its neighbours now, and all of them are still in the cache.
-    if (binaryOutputMode && rowBeforeMoves && y >= 2)
-      cleared += kernels.despeckle(bytes + (y - 1) * stride, stride, columns);
+    // The row before has all its neighbours now, and is still in the cache.
+    if (rowBeforeMoves) {
+      if (binaryOutputMode && y >= 2)
+        cleared += kernels.despeckle(bytes + (y - 1) * stride, stride, columns);
+      if (mask) masked += CountRow(y - 1, *mask);
+    }
     rowBeforeMoves = counts.motion != before;
   }
+  if (mask && rowBeforeMoves) masked += CountRow(rows - 1, *mask);
   highVarianceCount = counts.highVariance;
   lightChange = width * height / 4 < counts.bigChange;
-  return counts.motion - cleared;
+  return mask ? masked : counts.motion - cleared;
+}
+
+std::int64_t CMotionBackground::CountRow(std::int64_t y, const CMask& mask) const {
+  if (y >= mask.GetHeight()) return 0;
+  const std::uint8_t* const row = motion.GetPtr() + y * motion.GetScanline();
+  std::int64_t count = 0;
+  for (const CMaskRun& run : mask.GetRow(static_cast<int>(y))) {
+    const std::int64_t end = std::min<std::int64_t>(run.end, width);
+    if (run.start < end)
+      count += Motions().countSet(row + run.start, static_cast<std::size_t>(end - run.start));
+  }
+  return count;
 }

@@ -3,6 +3,7 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/image_rw.h"
 #include "main/lib/imgproc/geometry.h"
+#include "main/lib/imgproc/mask.h"
 
 #include <cstdint>
 
@@ -23,9 +24,11 @@ class CMotionBackground {
   // Starts learning again. Times and what is known about the scene stay. Throws std::bad_alloc,
   // and the model is then as before.
   void Rebuild(const Size& size);
-  // Takes in a frame and returns its number of moving pixels; 0 while learning. A plane of another
-  // size than the model's starts it again. A plane without memory throws "Using null-pointer".
-  std::int64_t ProcessImage(const GrayView& image, const std::int64_t* timeMs);
+  // Takes in a frame and returns its number of moving pixels, with a mask only of those under it; 0
+  // while learning. A plane of another size than the model's starts it again. A plane without
+  // memory throws "Using null-pointer".
+  std::int64_t ProcessImage(const GrayView& image, const std::int64_t* timeMs,
+                            const CMask* mask = nullptr);
 
   // The moving pixels of the last frame: 0 for background, else 255 or the grade.
   [[nodiscard]] const ByteImage& GetMotion() const { return motion; }
@@ -44,8 +47,9 @@ class CMotionBackground {
   [[nodiscard]] MotionStep ChooseStep(std::int64_t now);
   void Learn(const GrayView& image);
   void FinishLearning(std::int64_t now);
-  // Returns the moving pixels, speckles left out.
-  std::int64_t Classify(const GrayView& image, const MotionStep& step);
+  // Returns the moving pixels that count, speckles left out.
+  std::int64_t Classify(const GrayView& image, const MotionStep& step, const CMask* mask);
+  [[nodiscard]] std::int64_t CountRow(std::int64_t y, const CMask& mask) const;
 
   // A plane without columns has no rows to walk.
   [[nodiscard]] std::int64_t RowCount() const { return width > 0 ? height : 0; }

@@ -2,7 +2,6 @@
 
 #include "main/lib/base/debug.h"
 #include "main/lib/vca/old_vca_utils/motion_blob.h"
-#include "main/lib/vca/old_vca_utils/motion_kernels.h"
 
 #include <algorithm>
 
@@ -86,8 +85,9 @@ float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const F
     if (firstFrameTime.timestampMs == 0) firstFrameTime = time;
     if (Elapsed(firstFrameTime.timestampMs, time.timestampMs) > warmupMs) state = running;
   }
-  std::int64_t count = ProcessImage(image, &time.timestampMs);
-  if (mask.GetArea() != fullMaskArea) count = CountUnderMask();
+  // A mask of all that a mask can cover is not applied: the last row and column count then.
+  const bool masked = mask.GetArea() != fullMaskArea;
+  const std::int64_t count = ProcessImage(image, &time.timestampMs, masked ? &mask : nullptr);
   // The product wraps at 32 bits.
   const auto scaled = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) * 100U);
   const float percent =
@@ -103,21 +103,6 @@ float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const F
     result.AddDouble(Tok::DetectPercent, percent);
   }
   return percent;
-}
-
-std::int64_t CSingleSimpleMotion::CountUnderMask() const {
-  const ByteImage& motion = GetMotion();
-  const std::int64_t rows = std::min<std::int64_t>(motion.GetDy(), mask.GetHeight());
-  std::int64_t count = 0;
-  for (std::int64_t y = 0; y < rows; ++y) {
-    const std::uint8_t* const row = motion.GetPtr() + y * motion.GetScanline();
-    for (const CMaskRun& run : mask.GetRow(static_cast<int>(y))) {
-      const std::int64_t end = std::min<std::int64_t>(run.end, motion.GetDx());
-      if (run.start < end)
-        count += Motions().countSet(row + run.start, static_cast<std::size_t>(end - run.start));
-    }
-  }
-  return count;
 }
 
 bool CSingleSimpleMotion::ProcessAndDecide(CData& result, const GrayView& image,

@@ -47,8 +47,6 @@ class CSingleSimpleMotion : public CMotionBackground {
   void BuildMask(const Size& size);
   void ReadThresholds();
   void WarnOfThresholds(const Size& size) const;
-  // Moving pixels under the mask.
-  [[nodiscard]] std::int64_t CountUnderMask() const;
   // Moves the signal on with the percentage of a frame.
   void Decide(float percent, std::int64_t timeMs);
   void Leave();
