@@ -310,6 +310,54 @@ def record():
             yield f"{name}_{number}", tagged("S", name, text.encode()) + b"\0"
 
 
+def motion():
+    def configure(*elements, width=40, height=30, choice=128):
+        block = b"".join(elements) + b"\0"
+        return bytes([choice, width, height]) + u16(len(block)) + block
+
+    def frames(burst, width=40, height=30, kind=1, seed=100, step=100, time=2**43):
+        return bytes([burst * 9 + kind, width, height, seed]) + u16(step) + struct.pack("<Q", time)
+
+    def detector(*elements):
+        return tagged_node("", *elements)
+
+    def double(name, value):
+        return tagged("F", name, struct.pack("<d", value))
+
+    triangle = tagged("*", "", b"2" + b"".join(u16(n) for n in (0, 0, 16384, 0, 8192, 9000)))
+    flags = [tagged("B", name, b"\1") for name in (
+        "MeltinReduction", "AlternativeVarianceHandling", "HighVarianceReduction",
+        "ForbidHighSensitivityStart")]
+    warm = frames(13)
+    moving = frames(5, seed=213, time=2**43 + 5000)
+    yield "defaults", configure() + warm + moving
+    yield "not_configured", warm + moving
+    yield "masked", configure(tagged_node("Configs", detector(tagged_node("Masks", triangle)))) + (
+        warm + moving + frames(13, height=35) + frames(5, height=38, seed=250))
+    for number, flag in enumerate(flags):
+        yield f"flag_{number}", configure(tagged_node("Configs", detector(flag))) + warm + moving
+    yield "graded", configure(tagged_node("Configs", detector(
+        tagged("B", "BinaryOutputMode", b"\0"), double("Sensitivity", float("nan"))))) + (
+        warm + moving)
+    yield "nine", configure(tagged_node("Configs", *(detector(
+        double("MotionPercent", n)) for n in range(9)))) + warm + moving
+    yield "quiet", configure(tagged("B", "GenerateMetadata", b"\0")) + warm + moving
+    yield "slow", configure(tagged("Q", "ViolationTimeMs", struct.pack("<q", 1000))) + warm + moving
+    yield "bad_mask", configure(tagged_node("Configs", detector(
+        tagged_node("Masks", tagged("I", "", u32(1)))))) + warm + configure() + moving
+    yield "bad_kinds", configure(*every_tag()) + warm
+    yield "numbers", configure(double("FpsLimit", 1e-300), tagged("S", "Version", b"x")) + warm
+    for time in (0, 2**63 - 1000, 2**63, 2**64 - 1):
+        yield f"time_{time}", configure() + frames(13, time=time) + frames(5, step=-30000)
+    for kind in range(9):
+        yield f"kind_{kind}", configure(width=32, height=16) + frames(2, 32, 16, kind) + (
+            frames(1, 37, 19, kind))
+    for width, height in ((0, 0), (1, 1), (3, 3), (0, 9), (9, 0), (71, 2)):
+        yield f"size_{width}_{height}", configure(width=width, height=height) + (
+            frames(13, width, height) + frames(2, width, height, seed=240))
+    yield "negative", configure(choice=255) + warm
+
+
 TARGETS = {
     "load_image": load_image,
     "parse_tagged": parse_tagged,
@@ -321,6 +369,7 @@ TARGETS = {
     "block_list": block_list,
     "encoder_config": encoder_config,
     "mask": mask,
+    "motion": motion,
     "record": record,
 }
 

@@ -20,7 +20,8 @@
  *
  * Threads
  *   Different handles may be used on different threads at once. One encoder serialises its own
- *   calls. A decoder and an image belong to one thread at a time. The logger, the exception handler
+ *   calls. A decoder, a motion context and an image belong to one thread at a
+ *   time. The logger, the exception handler
  *   and the frame manager may be called on every thread that calls the library.
  *
  * Floating point
@@ -302,6 +303,63 @@ ZTLIB_API int32_t ztlib_getVideoFormat(const ztlib_blob* frame);
  * alignment. Shifts and additions only; overflow wraps. Not guarded.
  */
 ZTLIB_API void idct8x8_mmx(int16_t block[64]);
+
+/* ------------------------------------------------------------------------------------------------
+ * Motion detection
+ *
+ * A context watches one stream of gray pictures with up to eight detectors, each with a background
+ * model of its own. A model learns for 32 frames, and for the first 3.1 seconds of frame time a
+ * detector finds nothing.
+ *
+ * The configuration is a tree in the tagged form. Keys that are absent keep the present value, keys
+ * of another kind are read if the value converts.
+ *   ViolationTimeMs   long long, 0 to 100000, default 0: how long the scene moves before the signal
+ *   GenerateMetadata  bool, default true: whether results tell more than the signal
+ *   Configs           node with one child for each detector; none is one detector with defaults
+ * Of a detector; a key that is absent or of another kind is the default:
+ *   Sensitivity       double, default 70: 0 to 100
+ *   MotionPercent     double, default 0.2: moving part of the picture that is a signal
+ *   Masks             node with one short array (x, y in turn) for each polygon, 16384 units for
+ * the picture's width on both axes; none is all of the picture HighVarianceReduction (true),
+ * MeltinReduction (false), AlternativeVarianceHandling (false), ForbidHighSensitivityStart (true),
+ * BinaryOutputMode (true): bool
+ *
+ * A result is a tree in the tagged form:
+ *   Motions           node with one child for each detector: Motion (binary: the bitmap of moving
+ *                     pixels), Masks (as configured), DetectPercent, AlarmPercent (double)
+ *   AlarmPercent      double, the largest: 0 to 100 on the way to the signal, and 1 in the signal
+ *   DetectPercent     double, the largest: moving percentage of the picture
+ *   Version           int, 0x20000
+ *   TimestampMs       time, as given
+ *   Predicted         bool, false
+ *   Resolution        node with Width and Height, int
+ * Without GenerateMetadata it is an empty Motions; before a configuration it has no element at all.
+ * --------------------------------------------------------------------------------------------- */
+
+/** Returns a new motion context, not configured; null after a failure. */
+ZTLIB_API void* ztlib_simplemotion_create(void);
+
+/** Destroys a motion context; null is allowed. Not guarded. */
+ZTLIB_API void ztlib_simplemotion_destroy(void* context);
+
+/**
+ * Configures a context for pictures of `width` by `height` pixels; all models start to learn. A
+ * blank picture of that size is asked of the frame manager for the time of the call. The mask stays
+ * that of this size when pictures of another one come. Whether the configuration was good shows
+ * only in the log and in the results.
+ */
+ZTLIB_API void ztlib_simplemotion_configure(void* context, const ztlib_blob* config, int32_t width,
+                                            int32_t height);
+
+/**
+ * Takes in the next picture and returns true while any detector is in signal. The picture is
+ * ZTLIB_GRAY, its width a multiple of 4; other pictures are read as bytes of such rows as far as
+ * they go. A picture of another size than the one before starts the models again. `timestampMs`
+ * counts from 1601-01-01 UTC and may stand still or go back. The result goes to `out` once, also
+ * before a configuration; a null `out` is not called.
+ */
+ZTLIB_API bool ztlib_simplemotion_detect(void* context, void* user, ztlib_output out,
+                                         const void* image, int64_t timestampMs);
 
 #ifdef __cplusplus
 }

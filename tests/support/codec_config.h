@@ -12,10 +12,11 @@ class CodecConfig {
   CodecConfig& Bool(const char* name, bool value) { return Add('B', name, &value, 1); }
   CodecConfig& Short(const char* name, std::int16_t value) { return Add('2', name, &value, 2); }
 
-  // `configure` is ztlib_decoder_config or ztlib_encoder_config.
-  void Apply(void (*configure)(void*, const ztlib_blob*), void* object) const {
+  // `configure` is an export that takes a handle and a configuration, and `more` behind them.
+  template <class Configure, class... More>
+  void Apply(Configure configure, void* object, More... more) const {
     const ztlib_blob blob{bytes.data(), bytes.size()};
-    configure(object, &blob);
+    configure(object, &blob, more...);
   }
 
  private:

@@ -21,11 +21,13 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 
 namespace {
 std::atomic<int> heapCalls = 0;
-}
+std::atomic<std::size_t> largestBlock = 0;
+}  // namespace
 
 extern "C" {
 void* malloc(std::size_t size) {
   ++heapCalls;
+  if (size > largestBlock) largestBlock = size;
   return __libc_malloc(size);
 }
 void* calloc(std::size_t count, std::size_t size) {
@@ -175,6 +177,32 @@ TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
     for (void* image : images)
       ztlib_ztimage_destroy(image);
     ztlib_encoder_destroy(&encoder);
+  }
+}
+
+// The bitmap is all of its size that a frame takes; all else is the small change of a tree.
+TEST(Allocation, MotionTakesOneBitmapForEachDetector) {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  for (const int columns : {width, width - 3}) {
+    void* context = ztlib_simplemotion_create();
+    const ztlib_blob empty{nullptr, 0};
+    ztlib_simplemotion_configure(context, &empty, columns, height);
+    void* image = ztlib_ztimage_create_avframe(ZTLIB_GRAY, AllocateFrame(columns, height, 1));
+    std::int64_t time = 0;
+    const auto detect = [&] {
+      time += 100;
+      static std::uint64_t bytes;
+      ztlib_simplemotion_detect(
+          context, nullptr, [](void*, const void*, std::uint32_t size) { bytes += size; }, image,
+          time);
+    };
+    for (int i = 0; i < 50; ++i)
+      detect();
+    largestBlock = 0;
+    EXPECT_LT(CallsOfTen(detect), 10 * 20);
+    EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
+    ztlib_ztimage_destroy(image);
+    ztlib_simplemotion_destroy(context);
   }
 }
 

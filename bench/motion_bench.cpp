@@ -1,0 +1,184 @@
+#include "include/ztlib.h"
+#include "main/lib/base/cdata/HAData.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <opencv2/core.hpp>
+#include <opencv2/video/background_segm.hpp>
+
+// Motion detection from the picture to the result block, beside OpenCV's background subtractors on
+// one thread and the same planes, which end at the foreground plane, and beside a copy of as many
+// bytes as a model has to touch.
+
+namespace {
+
+// A still scene with sensor noise, through which some blocks move.
+class Clip {
+ public:
+  static constexpr int length = 8;
+
+  Clip(int width, int height) : width(width), height(height) {
+    std::mt19937 random(3);
+    for (int number = 0; number < length; ++number) {
+      auto frame = std::make_unique<Frame>();
+      frame->memory.resize(static_cast<std::size_t>(width) * height);
+      for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+          frame->memory[static_cast<std::size_t>(y) * width + x] =
+              static_cast<std::uint8_t>(60 + (x * 3 + y * 5) % 120 + random() % 7);
+      for (int block = 0; block < 4; ++block) {
+        const int left = (width / 5 * block + width / 40 * number) % (width - width / 10);
+        for (int y = height / 5 * block; y < height / 5 * (block + 1); ++y)
+          std::memset(&frame->memory[static_cast<std::size_t>(y) * width + left], 240,
+                      static_cast<std::size_t>(width) / 10);
+      }
+      frame->data = frame->memory.data();
+      frame->width = width;
+      frame->height = height;
+      // Never destroyed: frame managers come and go in this program.
+      images.push_back(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame.get()));
+      frames.push_back(std::move(frame));
+    }
+  }
+
+  [[nodiscard]] const void* Image(std::int64_t number) const { return images[number % length]; }
+  [[nodiscard]] cv::Mat Plane(std::int64_t number) const {
+    return {height, width, CV_8UC1, frames[number % length]->data};
+  }
+
+  const int width;
+  const int height;
+
+ private:
+  struct Frame {
+    std::uint8_t* data;
+    char unread[96];
+    std::int32_t width;
+    std::int32_t height;
+    std::vector<std::uint8_t> memory;
+  };
+  std::vector<std::unique_ptr<Frame>> frames;
+  std::vector<void*> images;
+};
+
+const Clip& ClipOf(int width, int height) {
+  static std::mutex mutex;
+  static std::vector<std::unique_ptr<Clip>> clips;
+  const std::lock_guard lock(mutex);
+  for (const auto& clip : clips)
+    if (clip->width == width && clip->height == height) return *clip;
+  return *clips.emplace_back(std::make_unique<Clip>(width, height));
+}
+
+struct SmallFrame {
+  std::uint8_t* data;
+  char unread[96];
+  std::int32_t width;
+  std::int32_t height;
+};
+void* AllocateFrame(int width, int height, int) {
+  return new SmallFrame{
+      new std::uint8_t[static_cast<std::size_t>(width) * height], {}, width, height};
+}
+void ReleaseFrame(void* frame) {
+  delete[] static_cast<SmallFrame*>(frame)->data;
+  delete static_cast<SmallFrame*>(frame);
+}
+
+// `detectors` areas, each a triangle of the picture if `masked`.
+std::shared_ptr<void> NewContext(const Clip& clip, int detectors, bool masked) {
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 1);
+  CData tree;
+  CData& configs = tree.AddChild(Tok::Configs);
+  for (int i = 0; i < detectors; ++i) {
+    CData& detector = configs.AddChild(Tok::Empty);
+    if (masked)
+      detector.AddChild(Tok::Masks).AddShortArray(Tok::Empty, {0, 0, 16000, 100, 8000, 9000});
+  }
+  const CBinData bytes = ToTagged(tree);
+  const ztlib_blob config{bytes.Data(), bytes.Size()};
+  std::shared_ptr<void> context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
+  ztlib_simplemotion_configure(context.get(), &config, clip.width, clip.height);
+  return context;
+}
+
+void Detect(benchmark::State& state, int width, int height, int detectors, bool masked) {
+  const Clip& clip = ClipOf(width, height);
+  const auto context = NewContext(clip, detectors, masked);
+  std::int64_t number = 0;
+  const auto detect = [&] {
+    ++number;
+    ztlib_simplemotion_detect(
+        context.get(), nullptr,
+        [](void*, const void* data, std::uint32_t) { benchmark::DoNotOptimize(data); },
+        clip.Image(number), number * 40);
+  };
+  while (number < 100)  // four seconds: learned and warm
+    detect();
+  for (auto _ : state)
+    detect();
+}
+
+template <class Create>
+void Peer(benchmark::State& state, int width, int height, Create create) {
+  cv::setNumThreads(1);
+  const Clip& clip = ClipOf(width, height);
+  const auto subtractor = create();
+  cv::Mat foreground;
+  std::int64_t number = 0;
+  while (number < 100)
+    subtractor->apply(clip.Plane(++number), foreground);
+  for (auto _ : state)
+    subtractor->apply(clip.Plane(++number), foreground);
+}
+
+void Copy(benchmark::State& state, int width, int height) {
+  const std::size_t size = static_cast<std::size_t>(width) * height * 18;
+  const std::vector<std::uint8_t> source(size, 1);
+  std::vector<std::uint8_t> target(size);
+  for (auto _ : state) {
+    std::memcpy(target.data(), source.data(), size);
+    benchmark::ClobberMemory();
+  }
+}
+
+void Register() {
+  constexpr struct {
+    const char* name;
+    int width, height;
+  } sizes[] = {{"160x120", 160, 120}, {"640x480", 640, 480}, {"1920x1080", 1920, 1080}};
+  for (const auto& size : sizes) {
+    const std::string name = std::string("motion/") + size.name;
+    const int w = size.width;
+    const int h = size.height;
+    const auto add = [](const std::string& label, auto run) {
+      return benchmark::RegisterBenchmark(label.c_str(), run)->Unit(benchmark::kMicrosecond);
+    };
+    add(name + "/ztlib", [=](auto& state) { Detect(state, w, h, 1, false); });
+    add(name + "/MOG2", [=](auto& state) {
+      Peer(state, w, h, [] { return cv::createBackgroundSubtractorMOG2(500, 16, false); });
+    });
+    add(name + "/KNN", [=](auto& state) {
+      Peer(state, w, h, [] { return cv::createBackgroundSubtractorKNN(500, 400, false); });
+    });
+    add(name + "/memcpy", [=](auto& state) { Copy(state, w, h); });
+    add(name + "_masked/ztlib", [=](auto& state) { Detect(state, w, h, 1, true); });
+    add(name + "_8_detectors/ztlib", [=](auto& state) { Detect(state, w, h, 8, false); });
+    for (const int threads : {1, 2})
+      add(name + "_threads/ztlib", [=](auto& state) { Detect(state, w, h, 1, false); })
+          ->Threads(threads)
+          ->UseRealTime();
+  }
+}
+[[maybe_unused]] const bool registered = (Register(), true);
+
+}  // namespace

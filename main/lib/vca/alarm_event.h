@@ -1,0 +1,39 @@
+#pragma once
+
+#include "main/lib/base/cdata/HAData.h"
+
+#include <cstdint>
+#include <string_view>
+
+// What alarm detectors tell about themselves.
+
+struct DetectorState {
+  enum Enum : std::int32_t {
+    dsNotConfigured,
+    dsInit,
+    dsError,
+    dsUnableToOperate,
+    dsNormal,
+    dsSignal,
+    dsDisabled
+  };
+  // Any other value is logged and is "dsError".
+  [[nodiscard]] static const char* ToText(std::int32_t value);
+};
+
+struct DetectorEventType {
+  enum Enum : std::int32_t { detSimpleEvent, detSignal, detRestore, detUnknown };
+  // Any other value is "detUnknown", and so is any other text.
+  [[nodiscard]] static const char* ToText(std::int32_t value);
+  [[nodiscard]] static Enum FromText(std::string_view text);
+};
+
+// Receives the notices of a detector.
+class IAlarmNotifyReceiver {
+ public:
+  virtual ~IAlarmNotifyReceiver();
+  virtual void OnSignal(const CData& notice) = 0;
+  virtual void OnRestore(const CData& notice) = 0;
+  virtual void OnState(const CData& notice) = 0;
+  virtual void OnEvent(const CData& notice) = 0;
+};

@@ -1,0 +1,156 @@
+#include "main/lib/vca/old_vca_utils/motion_blob.h"
+
+#include "main/lib/base/byte_io.h"
+#include "main/lib/vca/old_vca_utils/motion_kernels.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::uint32_t formatVersion = 1;
+constexpr std::uint32_t imageKind = 0;
+constexpr std::size_t kindOffset = 16;
+constexpr std::size_t widthOffset = 20;
+constexpr std::size_t heightOffset = 24;
+constexpr std::size_t headerSize = 32;
+constexpr std::size_t tailSize = 16;
+
+// With header and tail; all bytes but those of whole eights of pixels are written.
+CBinData StartBlob(const Size& size) {
+  const auto wholeBytes = static_cast<std::uint64_t>(size.width * size.height) / 8;
+  CBinData blob = CBinData::Uninitialised(headerSize + wholeBytes + tailSize);
+  std::uint8_t* const bytes = blob.Data();
+  std::memset(bytes, 0, headerSize);
+  StoreLE(bytes, formatVersion);
+  StoreLE(bytes + 4, static_cast<std::uint32_t>(blob.Size()));
+  StoreLE(bytes + kindOffset, imageKind);
+  StoreLE(bytes + widthOffset, static_cast<std::int32_t>(size.width));
+  StoreLE(bytes + heightOffset, static_cast<std::int32_t>(size.height));
+  std::memset(bytes + headerSize + wholeBytes, 0, tailSize);
+  return blob;
+}
+
+// Appends runs of bits to memory; the tail of a blob takes the word that is not full.
+class BitWriter {
+ public:
+  explicit BitWriter(std::uint8_t* target) : target(target) {}
+  // The low `count` bits of `word`, 1 to 64; those above are 0.
+  void Append(std::uint64_t word, int count) {
+    pending |= word << used;
+    if (used + count < 64) {
+      used += count;
+      return;
+    }
+    StoreLE(target, pending);
+    target += sizeof pending;
+    pending = used == 0 ? 0 : word >> (64 - used);
+    used += count - 64;
+  }
+  void Flush() { StoreLE(target, pending); }
+
+ private:
+  std::uint8_t* target;
+  std::uint64_t pending = 0;
+  int used = 0;
+};
+
+void PackPaddedRows(std::uint8_t* bits, const ByteImage& motion) {
+  constexpr std::int64_t piece = 512;
+  BitWriter writer(bits);
+  for (std::int64_t y = 0; y < motion.GetDy(); ++y) {
+    const std::uint8_t* const row = motion.GetPtr() + y * motion.GetScanline();
+    for (std::int64_t x = 0; x < motion.GetDx(); x += piece) {
+      const std::int64_t count = std::min<std::int64_t>(piece, motion.GetDx() - x);
+      std::uint64_t words[piece / 64] = {};
+      Motions().packBits(reinterpret_cast<std::uint8_t*>(words), row + x,
+                         static_cast<std::size_t>(count));
+      for (std::int64_t done = 0; done < count; done += 64)
+        writer.Append(words[done / 64], static_cast<int>(std::min<std::int64_t>(64, count - done)));
+    }
+  }
+  writer.Flush();
+}
+
+}  // namespace
+
+std::shared_ptr<CBinData> MakeMotionBlob(const ByteImage& motion) {
+  auto blob = std::make_shared<CBinData>(StartBlob({motion.GetDx(), motion.GetDy()}));
+  if (!motion.Assigned()) return blob;
+  std::uint8_t* const bits = blob->Data() + headerSize;
+  if (motion.GetScanline() == motion.GetDx())
+    Motions().packBits(bits, motion.GetPtr(),
+                       static_cast<std::size_t>(motion.GetDx() * motion.GetDy()));
+  else
+    PackPaddedRows(bits, motion);
+  return blob;
+}
+
+std::shared_ptr<CBinData> MakeBlankMotionBlob(const Size& size) {
+  auto blob = std::make_shared<CBinData>(StartBlob(size));
+  std::memset(blob->Data() + headerSize, 0, blob->Size() - headerSize);
+  return blob;
+}
+
+CMotionBlobView::CMotionBlobView(const CBinData& blob)
+    : bytes(blob.Data(), static_cast<std::size_t>(blob.Size())) {
+  constexpr std::size_t lastNeeded = headerSize + 3;
+  if (bytes.size() > lastNeeded) return;
+  char text[128];
+  std::snprintf(text, sizeof text,
+                "vector::_M_range_check: __n (which is %llu) >= this->size() (which is %llu)",
+                static_cast<unsigned long long>(lastNeeded),
+                static_cast<unsigned long long>(bytes.size()));
+  throw std::out_of_range(text);
+}
+
+bool CMotionBlobView::IsKnown() const {
+  return LoadLE<std::uint32_t>(bytes.data()) == formatVersion &&
+         LoadLE<std::uint32_t>(bytes.data() + kindOffset) == imageKind;
+}
+
+Size CMotionBlobView::GetSize() const {
+  return {LoadLE<std::int32_t>(bytes.data() + widthOffset),
+          LoadLE<std::int32_t>(bytes.data() + heightOffset)};
+}
+
+bool CMotionBlobView::IsWhole() const {
+  const Size size = GetSize();
+  if (size.width <= 0 || size.height <= 0) return false;
+  return (static_cast<std::uint64_t>(size.width * size.height) + 7) / 8 <=
+         bytes.size() - headerSize;
+}
+
+std::int64_t CMotionBlobView::CountBits() const {
+  return CountRange(0, (bytes.size() - headerSize) * 8);
+}
+
+std::int64_t CMotionBlobView::CountBits(const CMask& mask) const {
+  const Size size = GetSize();
+  std::int64_t count = 0;
+  for (int y = 0; y < size.height; ++y)
+    for (const CMaskRun& run : mask.GetRow(y))
+      if (run.start < run.end)
+        count += CountRange(static_cast<std::uint64_t>(y * size.width + run.start),
+                            static_cast<std::uint64_t>(y * size.width + run.end));
+  return count;
+}
+
+std::int64_t CMotionBlobView::CountRange(std::uint64_t begin, std::uint64_t end) const {
+  const std::uint8_t* const bits = bytes.data() + headerSize;
+  std::int64_t count = 0;
+  while (begin < end) {
+    const std::uint64_t offset = begin % 8;
+    const std::uint64_t taken = std::min(end - begin, offset == 0 ? 64 : 8 - offset);
+    std::uint64_t word = 0;
+    std::memcpy(&word, bits + begin / 8, static_cast<std::size_t>((offset + taken + 7) / 8));
+    word >>= offset;
+    if (taken < 64) word &= (std::uint64_t{1} << taken) - 1;
+    count += std::popcount(word);
+    begin += taken;
+  }
+  return count;
+}

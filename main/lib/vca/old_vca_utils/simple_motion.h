@@ -1,0 +1,55 @@
+#pragma once
+
+#include "main/lib/base/fairy/fairy_numeric.h"
+#include "main/lib/vca/a_vca_base.h"
+#include "main/lib/vca/old_vca_utils/single_simple_motion.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+class CVCASimpleMotionConfiguration : public AVCABaseConfiguration {
+ public:
+  CVCASimpleMotionConfiguration();
+  CFairyLimitedNumericItem<long long> violationTimeMs;
+  CFairyLimitedNumericItem<long long> restoreDelayMs;
+  CFairySimpleItem<bool> generateMetadata;
+  CFairyCData configs;  // one child for each detector
+};
+
+// Motion detection as a client sees it: up to eight detectors over the plane of the image cache
+// that suits them, and one tree of what they found.
+class CVCASimpleMotion : public AVCABase {
+ public:
+  CVCASimpleMotion(AAlarmDetectorBase* owner, CImageDataCache* imageCache);
+  ~CVCASimpleMotion() override;
+
+  // Builds the detectors of the list; there is at least one, and the ninth and later ones vanish
+  // from it. What a detector throws leaves those before it, and itself, in place.
+  CResultRecord VirtualConfigure() override;
+  CResultRecord Process(CData& output) override;
+  // The same from metadata of another device. Returns whether any detector is in signal.
+  bool VirtualProcess(CData& result, const CData& input, const FrameTime& time);
+  // Starts anew with the configuration that was applied last.
+  void Reset();
+
+  bool anySignal = false;  // on the last frame
+
+  [[nodiscard]] std::size_t GetDetectorCount() const { return detectors.size(); }
+  [[nodiscard]] CVCASimpleMotionConfiguration& GetConfiguration() { return configuration; }
+
+ private:
+  static constexpr int noLevel = -1;
+  static constexpr std::int32_t allRunning = 3;
+
+  [[nodiscard]] int ChooseResolutionLevel(int current) const;
+  // The children of the list that become detectors, with the settings that all have in common.
+  [[nodiscard]] CData DetectorItems() const;
+  void DeriveState();
+  // Runs the detectors on a plane and adds what they found.
+  void Detect(CData& output, const GrayView& plane, const FrameTime& time);
+
+  int resolutionLevel = noLevel;
+  CVCASimpleMotionConfiguration configuration;
+  std::vector<std::unique_ptr<CSingleSimpleMotion>> detectors;
+};

@@ -1,0 +1,179 @@
+#include "main/lib/vca/old_vca_utils/single_simple_motion.h"
+
+#include "main/lib/base/debug.h"
+#include "main/lib/vca/old_vca_utils/motion_blob.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr char source[] = "main/lib/vca/old_vca_utils/single_simple_motion";
+
+constexpr std::int64_t warmupMs = 3100;
+constexpr std::int64_t restoreDelayMs = 3000;
+constexpr std::int64_t notRunning = -1;  // of a clock
+
+// Times are the client's and may be anything: differences wrap.
+std::int64_t Elapsed(std::int64_t from, std::int64_t to) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(to) -
+                                   static_cast<std::uint64_t>(from));
+}
+
+// Area of the mask over all of a frame, which leaves out the last row and column.
+std::int32_t FullArea(const Size& size) {
+  return static_cast<std::int32_t>((static_cast<std::uint64_t>(size.width) - 1) *
+                                   (static_cast<std::uint64_t>(size.height) - 1));
+}
+
+const CData* NodeOf(const CData& tree, Token token) {
+  const std::int64_t position = tree.Exists(token, cdNode);
+  return position < 0 ? nullptr : tree.At(static_cast<std::uint64_t>(position)).value.GetNode();
+}
+
+}  // namespace
+
+CSingleSimpleMotion::CSingleSimpleMotion() = default;
+
+bool CSingleSimpleMotion::Configure(const CData& item, const Size& size) {
+  configuration = item;
+  state = warmingUp;
+  firstFrameTime = {};
+  signalSinceMs = restoreSinceMs = notRunning;
+  inSignal = false;
+  ReadThresholds();
+  ConfigureFromData(configuration, size);
+  BuildMask(size);
+  WarnOfThresholds(size);
+  return IsConfigured();
+}
+
+void CSingleSimpleMotion::BuildMask(const Size& size) {
+  const CData* const polygons = size.width != 0 ? NodeOf(configuration, Tok::Masks) : nullptr;
+  // Without a mask, should building it fail, the detector finds nothing.
+  mask = CMask();
+  fullMaskArea = FullArea(size);
+  mask.BuildFromData(polygons ? *polygons : CData(), size);
+}
+
+void CSingleSimpleMotion::ReadThresholds() {
+  constexpr double leastPercent = 0.001;
+  const double percent = configuration.GetDouble(Tok::MotionPercent, 0.2);
+  signalThreshold = static_cast<float>(percent > leastPercent ? percent : leastPercent);
+  restoreThreshold = signalThreshold * 0.66667F;
+  generateMetadata = configuration.GetBool(Tok::GenerateMetadata, true);
+  violationTimeMs = std::max<std::int64_t>(0, configuration.GetLongLong(Tok::ViolationTimeMs, 0));
+}
+
+void CSingleSimpleMotion::WarnOfThresholds(const Size& size) const {
+  const float most =
+      static_cast<float>(fullMaskArea) * 100.0F / static_cast<float>(size.width * size.height);
+  if (most < signalThreshold)
+    ZT_LOG(2, source, __LINE__, "Alarm signal is not possible in this configuration!");
+  if (most < restoreThreshold)
+    ZT_LOG(2, source, __LINE__, "VCA stay in restore forever in this configuration!");
+}
+
+// The blank in the condition is part of the text that is logged.
+// clang-format off
+#define ZT_CHECK_CONFIGURED(function) \
+  ZT_MUST_BE_FALSE(! IsConfigured(), function, source, __LINE__)
+// clang-format on
+
+float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const FrameTime& time) {
+  ZT_CHECK_CONFIGURED("Process");
+  if (state == warmingUp) {
+    if (firstFrameTime.timestampMs == 0) firstFrameTime = time;
+    if (Elapsed(firstFrameTime.timestampMs, time.timestampMs) > warmupMs) state = running;
+  }
+  // A mask of all that a mask can cover is not applied: the last row and column count then.
+  const bool masked = mask.GetArea() != fullMaskArea;
+  const std::int64_t count = ProcessImage(image, &time.timestampMs, masked ? &mask : nullptr);
+  // The product wraps at 32 bits.
+  const auto scaled = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) * 100U);
+  const float percent =
+      (state == running ? static_cast<float>(scaled) : 0.0F) / static_cast<float>(fullMaskArea);
+
+  if (generateMetadata) {
+    result.Clear();
+    result.AddBinary(Tok::Motion, state == running
+                                      ? MakeMotionBlob(GetMotion())
+                                      : MakeBlankMotionBlob({image.width, image.height}));
+    const CData* const polygons = NodeOf(configuration, Tok::Masks);
+    result.AddChild(Tok::Masks, polygons ? CData(*polygons) : CData());
+    result.AddDouble(Tok::DetectPercent, percent);
+  }
+  return percent;
+}
+
+bool CSingleSimpleMotion::ProcessAndDecide(CData& result, const GrayView& image,
+                                           const FrameTime& time) {
+  Decide(Process(result, image, time), time.timestampMs);
+  if (generateMetadata) result.AddDouble(Tok::AlarmPercent, detectionProgress);
+  return inSignal;
+}
+
+float CSingleSimpleMotion::VirtualProcess(CData&, const CData& item) {
+  ZT_CHECK_CONFIGURED("VirtualProcess");
+  state = running;
+  const std::int64_t position = item.Exists(Tok::Motion, cdBinary);
+  if (position < 0) return 0.0F;
+  const std::shared_ptr<CBinData>& blob =
+      item.At(static_cast<std::uint64_t>(position)).value.GetBinary();
+  if (!blob) return 0.0F;
+
+  const CMotionBlobView view(*blob);
+  const bool masked = mask.GetArea() != 0;
+  if (!view.IsKnown() || (masked && !view.IsWhole())) {
+    ZT_LOG(1, source, __LINE__, "Unknown motion image!");
+    return 0.0F;
+  }
+  const Size size = view.GetSize();
+  if (masked && (mask.GetWidth() != size.width || mask.GetHeight() != size.height)) BuildMask(size);
+  // All of the frame counts here, unlike with pixels.
+  return static_cast<float>(masked ? view.CountBits(mask) : view.CountBits()) * 100.0F /
+         static_cast<float>(size.width * size.height);
+}
+
+bool CSingleSimpleMotion::VirtualProcessAndDecide(CData& result, const CData& item,
+                                                  const FrameTime& time) {
+  const float percent = VirtualProcess(result, item);
+  Decide(percent, time.timestampMs);
+  result.AddDouble(Tok::DetectPercent, percent);
+  return inSignal;
+}
+
+float CSingleSimpleMotion::ProgressAfter(std::int64_t sinceMs) const {
+  if (sinceMs >= violationTimeMs) return 1.0F;
+  // In floats: a clock that goes back meets a violation time of 0.
+  const auto scaled = static_cast<std::int64_t>(static_cast<std::uint64_t>(sinceMs) * 100U);
+  return static_cast<float>(scaled) / static_cast<float>(violationTimeMs);
+}
+
+void CSingleSimpleMotion::Decide(float percent, std::int64_t timeMs) {
+  if (!inSignal) {
+    restoreSinceMs = notRunning;
+    if (!(percent >= signalThreshold)) return Leave();
+    if (signalSinceMs == notRunning) {
+      signalSinceMs = timeMs;
+      detectionProgress = 0.0F;
+      if (violationTimeMs >= 1) return;
+      inSignal = true;
+    } else {
+      inSignal = Elapsed(signalSinceMs, timeMs) >= violationTimeMs;
+    }
+  } else if (!(percent <= restoreThreshold)) {
+    restoreSinceMs = notRunning;
+  } else if (restoreSinceMs == notRunning) {
+    restoreSinceMs = timeMs;
+  } else if (Elapsed(restoreSinceMs, timeMs) > restoreDelayMs) {
+    return Leave();
+  }
+  detectionProgress =
+      signalSinceMs == notRunning ? 0.0F : ProgressAfter(Elapsed(signalSinceMs, timeMs));
+}
+
+void CSingleSimpleMotion::Leave() {
+  inSignal = false;
+  signalSinceMs = notRunning;
+  detectionProgress = 0.0F;
+}

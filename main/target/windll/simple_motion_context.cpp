@@ -1,0 +1,78 @@
+#include "main/target/windll/simple_motion_context.h"
+
+#include "main/lib/base/debug.h"
+
+#include <algorithm>
+
+namespace {
+constexpr char source[] = "main/target/windll/simple_motion_context";
+}
+
+// The image as the frame of the cache, for a scope.
+class CSimpleMotionContext::FrameInCache {
+ public:
+  FrameInCache(CSimpleMotionContext& context, const CZTImage& image, std::int64_t msSince1601)
+      : cache(context.imageCache) {
+    (void)Get<CTimestamper>();  // counts among the components that are in use
+    FrameRecord record;
+    record.time = CTimestamper::FromClientTime(msSince1601);
+    record.width = image.GetDx();
+    record.height = image.GetDy();
+    if (record.width < 0 || record.height < 0)
+      ZT_THROW(CException, "Invalid range", "Feed", source, __LINE__);
+    if (record.width > 0 && record.height > 0) record.luma = context.PlaneOf(image);
+    cache.SetFrame(record);
+  }
+  ~FrameInCache() { cache.DropFrame(); }
+  FrameInCache(const FrameInCache&) = delete;
+  FrameInCache& operator=(const FrameInCache&) = delete;
+
+ private:
+  CImageDataCache& cache;
+};
+
+CSimpleMotionContext::CSimpleMotionContext()
+    : AAlarmDetectorVideo(&configuration, this, &analysis), analysis(this, &imageCache) {}
+
+void CSimpleMotionContext::ConfigureFor(const CData& tree, int width, int height) {
+  CZTImage blank;
+  blank.CreateBySizeInPixels(PixelFormat::GRAY, width, height);
+  const FrameInCache frame(*this, blank, 0);
+  Configure(tree, false);
+}
+
+CSimpleMotionContext::Found CSimpleMotionContext::Detect(const CZTImage& image,
+                                                         std::int64_t msSince1601) {
+  const FrameInCache frame(*this, image, msSince1601);
+  CData result;
+  analysis.Process(result);
+  return {analysis.anySignal, Write(result)};
+}
+
+// The analysis has been configured on its own already; once more would build all detectors twice.
+CResultRecord CSimpleMotionContext::VirtualConfigure() {
+  return {};
+}
+
+const std::uint8_t* CSimpleMotionContext::PlaneOf(const CZTImage& image) {
+  const auto* const bytes = image.GetPtrAs<std::uint8_t>();
+  if (!bytes) ZT_THROW(CException, "Using null-pointer", "Feed", source, __LINE__);
+  const std::int64_t width = image.GetDx();
+  const std::int64_t lastRow = image.GetDy() - 1;
+  const std::int64_t need = lastRow * ((width + 3) / 4 * 4) + width;
+  const std::int64_t have = lastRow * image.GetScanlineSize() + width * image.GetSampleSize();
+  if (need <= have) return bytes;
+  staging.resize(static_cast<std::size_t>(need));
+  std::fill(std::copy_n(bytes, have, staging.begin()), staging.end(), std::uint8_t{0});
+  return staging.data();
+}
+
+std::span<const std::uint8_t> CSimpleMotionContext::Write(const CData& tree) {
+  output.resize(TaggedSize(tree));
+  if (!WriteTagged(tree, output.data())) {
+    // An empty value ended the form early; what follows must not be an older result.
+    std::fill(output.begin(), output.end(), std::uint8_t{0});
+    WriteTagged(tree, output.data());
+  }
+  return output;
+}

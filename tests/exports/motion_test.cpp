@@ -1,0 +1,132 @@
+#include "tests/support/codec_config.h"
+#include "tests/support/export_fixture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr char api[] = "main/target/windll/vca_api";
+constexpr char null[] = "Using null-pointer";
+
+class MotionExports : public ExportTest {
+ protected:
+  struct Context {
+    void* object = ztlib_simplemotion_create();
+    ~Context() { ztlib_simplemotion_destroy(object); }
+    Context() = default;
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    void Configure(int width, int height, bool metadata = true) const {
+      CodecConfig()
+          .Bool("GenerateMetadata", metadata)
+          .Apply(ztlib_simplemotion_configure, object, width, height);
+    }
+    Bytes Detect(const Image& image, std::int64_t time, bool expected = false) const {
+      Output output;
+      EXPECT_EQ(ztlib_simplemotion_detect(object, &output, Output::Receive, image.get(), time),
+                expected);
+      EXPECT_EQ(output.calls, 1);
+      return output.bytes;
+    }
+  };
+  // What a sequence ends in: an object comes in after the warm-up.
+  static Bytes Run(const Context& context, const Image& still, const Image& moving) {
+    for (int i = 0; i < 40; ++i)
+      context.Detect(still, i * 100);
+    return context.Detect(moving, 4000, true);
+  }
+  static Image Scene(bool moving) {
+    Bytes pixels(48 * 32, 90);
+    if (moving) std::fill_n(pixels.begin() + 100, 300, 170);
+    return NewImage(ZTLIB_GRAY, 48, 32, pixels);
+  }
+};
+
+TEST_F(MotionExports, NullArguments) {
+  constexpr char configure[] = "ztlib_simplemotion_configure";
+  constexpr char detect[] = "ztlib_simplemotion_detect";
+  const Context context;
+  const Image image = Scene(false);
+  const ztlib_blob empty{nullptr, 0}, missing{nullptr, 3};
+  ztlib_simplemotion_destroy(nullptr);
+  ztlib_simplemotion_configure(nullptr, &empty, 4, 4);
+  ExpectFailure(configure, api, null);
+  ztlib_simplemotion_configure(context.object, nullptr, 4, 4);
+  ExpectFailure(configure, api, null);
+  ztlib_simplemotion_configure(context.object, &missing, 4, 4);
+  ExpectFailure(configure, api, null);
+  ztlib_simplemotion_configure(context.object, &empty, -4, 4);
+  ExpectFailure(configure, "main/target/windll/image/ztimage_impl", "Invalid range");
+  Output output;
+  const auto fails = [&](void* object, const void* picture, const char* source) {
+    EXPECT_FALSE(ztlib_simplemotion_detect(object, &output, Output::Receive, picture, 0));
+    EXPECT_EQ(output.calls, 0);
+    ExpectFailure(detect, source, null);
+  };
+  fails(nullptr, image.get(), api);
+  fails(context.object, nullptr, api);
+  fails(context.object, NewImage().get(), "main/target/windll/image/ztimage");
+  EXPECT_EQ(context.Detect(image, 0), Bytes{0});
+  ztlib_simplemotion_configure(context.object, &empty, 48, 32);
+  EXPECT_FALSE(ztlib_simplemotion_detect(context.object, nullptr, nullptr, image.get(), 1));
+  EXPECT_GT(context.Detect(image, 2).size(), 48U * 32 / 8 + 48);
+  context.Configure(48, 32, false);
+  EXPECT_EQ(Run(context, image, Scene(true)),
+            (Bytes{'@', 7, 'M', 'o', 't', 'i', 'o', 'n', 's', 1, 0, 0, 0, 0, 0}));
+  ExpectNoFailure();
+}
+
+// Rows are read at multiples of 4 as far as the picture has bytes, whatever its samples are.
+TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
+  for (int format = 0; format <= 8; ++format)
+    for (const int width : {16, 48, 49, 50, 51}) {
+      const bool block = format == ZTLIB_YUV420BLOCK;
+      const int columns = block                  ? (width + 15) / 16 * 16
+                          : format == ZTLIB_GRAY ? width
+                                                 : width & ~1;
+      const Context context;
+      context.Configure(columns, 32);
+      const Image still = NewImage(format, columns, 32, {1});
+      for (int i = 0; i < 40; ++i)
+        context.Detect(still, i * 100);
+      EXPECT_FALSE(context.Detect(still, 4100).empty());
+    }
+  // All bytes of a picture without padding count, row ends or not; those behind are black.
+  const Context context;
+  context.Configure(5, 9);
+  const Image still = NewImage(ZTLIB_GRAY, 5, 9, {0}), moving = NewImage(ZTLIB_GRAY, 5, 9, {200});
+  const Bytes result = Run(context, still, moving);
+  const std::string name = "DetectPercent";
+  const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
+  ASSERT_NE(found, result.end());
+  double percent = 0;
+  std::memcpy(&percent, &*found + name.size() + 4, sizeof percent);
+  // 45 bytes are five rows of eight, five of each in the picture, and one of five.
+  EXPECT_EQ(percent, 3000.0F / 32);
+  ExpectNoFailure();
+}
+
+TEST_F(MotionExports, ContextsWorkOnSeveralThreads) {
+  const Image still = Scene(false), moving = Scene(true);
+  const Context first;
+  first.Configure(48, 32);
+  const Bytes expected = Run(first, still, moving);
+  std::atomic<int> differences = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      const Context own;
+      own.Configure(48, 32);
+      if (Run(own, still, moving) != expected) ++differences;
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(differences, 0);
+  ExpectNoFailure();
+}
+
+}  // namespace

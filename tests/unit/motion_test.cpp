@@ -1,0 +1,449 @@
+#include "main/lib/alarm_mgr/a_alarm_detector_video.h"
+#include "main/lib/vca/old_vca_utils/simple_motion.h"
+#include "tests/support/export_fixture.h"
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::int64_t epochOffset = 11644473600000;
+constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
+
+class Motion : public ExportTest {
+ protected:
+  // A gray plane of 100 with the first `moving` pixels from row 1 on at 200.
+  struct Plane {
+    Plane(std::int64_t width, std::int64_t height, int moving = 0)
+        : bytes(static_cast<std::size_t>((width + 3) / 4 * 4 * height), 100),
+          view{width, height, bytes.data(), (width + 3) / 4 * 4} {
+      for (int i = 0; i < moving; ++i)
+        bytes[static_cast<std::size_t>((1 + i / width) * view.stride + i % width)] = 200;
+    }
+    Bytes bytes;
+    GrayView view;
+  };
+
+  // Feeds still planes until the detector has learned and is warm; returns the time of the last.
+  template <class Detector>
+  static std::int64_t WarmUp(Detector& detector, std::int64_t width, std::int64_t height) {
+    const Plane still(width, height);
+    CData result;
+    std::int64_t now = 1000;
+    for (int i = 0; i < 40; ++i, now += 100)
+      detector.ProcessAndDecide(result, still.view, {0, 0, now});
+    return now - 100;
+  }
+
+  // The metadata of another device: a picture of 40 by 25 with its first `set` pixels moving.
+  static CData Blob(int set, std::uint32_t width = 40, std::uint32_t height = 25,
+                    std::uint32_t version = 1, std::uint32_t kind = 0, std::size_t size = 173) {
+    Bytes bytes(std::max<std::size_t>(size, 32));
+    const std::uint32_t header[] = {version, static_cast<std::uint32_t>(size), 0, 0, kind, width,
+                                    height};
+    std::memcpy(bytes.data(), header, sizeof header);
+    for (int i = 0; i < set; ++i)
+      bytes[static_cast<std::size_t>(32 + i / 8)] |= 1 << i % 8;
+    CData item;
+    item.AddBinary(Tok::Motion, std::make_shared<CBinData>(bytes.data(), size));
+    return item;
+  }
+
+  static std::string Shape(const CData& tree) {
+    std::string text;
+    for (const CDataElement& element : tree.Elements()) {
+      text +=
+          std::string(tree.KeyText(element.key)) + ":" + std::to_string(element.value.GetKind());
+      if (const CData* const node = element.value.GetNode()) text += "{" + Shape(*node) + "}";
+      text += " ";
+    }
+    return text;
+  }
+};
+
+TEST_F(Motion, SignalComesAndGoesInTime) {
+  struct Frame {
+    std::int64_t time;
+    int percent;
+    bool signal;
+    double progress;
+  };
+  const auto infinity = std::numeric_limits<double>::infinity();
+  // The violation time, then frames. Rising above the restore threshold starts the restore anew;
+  // the clock may stand, go back, or be at the value that means "not running".
+  // clang-format off
+  const std::pair<std::int64_t, std::vector<Frame>> cases[] = {
+      {0, {{0, 9, false, 0}, {10, 10, true, 1}, {20, 7, true, 1}, {30, 6, true, 1},
+           {3030, 6, true, 1}, {3031, 6, false, 0}, {3032, 6, false, 0}, {3033, 10, true, 1}}},
+      {-5, {{0, 10, true, 1}, {1, 6, true, 1}, {2900, 7, true, 1}, {2950, 0, true, 1},
+            {5950, 0, true, 1}, {5951, 0, false, 0}}},
+      {1000, {{0, 10, false, 0}, {250, 20, false, 25}, {500, 9, false, 0}, {600, 10, false, 0},
+              {1500, 10, false, 90}, {1600, 10, true, 1}, {1700, 0, true, 1}, {700, 0, true, 10},
+              {500, 0, true, -10}, {4701, 0, false, 0}}},
+      {0, {{-1, 10, true, 0}, {5, 10, true, 0}}},
+      {0, {{50, 10, true, 1}, {50, 10, true, 1}, {20, 10, true, -infinity}}},
+      {1000, {{-1, 10, false, 0}, {1, 10, false, 0}, {1001, 10, true, 1}}},
+      {1000, {{latest - 1, 10, false, 0}, {-latest - 1, 10, false, 0.2}}},
+  };
+  // clang-format on
+  for (const auto& [violation, frames] : cases) {
+    CSingleSimpleMotion detector;
+    CData item;
+    item.AddDouble(Tok::MotionPercent, 10.0);
+    item.AddLongLong(Tok::ViolationTimeMs, violation);
+    ASSERT_TRUE(detector.Configure(item, {40, 25}));
+    for (const Frame& frame : frames) {
+      CData result;
+      // The mask is the whole frame but its last row and column.
+      const CData blob = Blob(frame.percent * 10 + frame.percent * 10 / 39);
+      EXPECT_EQ(detector.VirtualProcessAndDecide(result, blob, {0, 0, frame.time}), frame.signal)
+          << frame.time << " of " << violation;
+      EXPECT_EQ(detector.GetProgress(), static_cast<float>(frame.progress)) << frame.time;
+      EXPECT_NEAR(result.GetDouble(Tok::DetectPercent, -1), frame.percent, 1e-6);
+    }
+  }
+  ExpectNoFailure();
+}
+
+TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
+  const struct {
+    std::int64_t first, step;
+    int found;  // the first frame with a percentage
+  } cases[] = {
+      {1000, 100, 32}, {0, 100, 33}, {5, 1, 3101}, {-3000, 500, 31}, {latest - 9, 100, 32}};
+  for (const auto& c : cases) {
+    CSingleSimpleMotion detector;
+    detector.Configure({}, {40, 24});
+    auto time = static_cast<std::uint64_t>(c.first);
+    for (int number = 0; number <= c.found; ++number, time += static_cast<std::uint64_t>(c.step)) {
+      CData result;
+      const Plane plane(40, 24, number >= std::max(31, c.found - 1) ? 30 : 0);
+      const float percent =
+          detector.Process(result, plane.view, {1, 2, static_cast<std::int64_t>(time)});
+      const bool found = number == c.found;
+      ASSERT_EQ(percent, found ? 3000.0F / (39 * 23) : 0.0F) << number << " from " << c.first;
+      const CBinData& blob = *result.At(0).value.GetBinary();
+      ASSERT_EQ(std::count(blob.Data() + 32, blob.Data() + blob.Size(), 0), found ? 132 : 136);
+    }
+  }
+}
+
+TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
+  constexpr int height = 9;
+  CData masked, result, ignored;
+  // The left half but for the last row, and a polygon without an area.
+  CData& polygons = masked.AddChild(Tok::Masks);
+  polygons.AddShortArray(Tok::Empty, {0, 0, 8192, 0, 8192, 32767, 0, 32767});
+  polygons.AddShortArray(Tok::Empty, {5, 5});
+  std::mt19937 random(9);
+  for (const int width : {4, 7, 64, 129, 601})
+    for (const int rows : {height, height + 3}) {  // a taller frame has no mask below
+      CSingleSimpleMotion whole, half, unconfigured;
+      whole.Configure({}, {width, height});
+      half.Configure(masked, {width, height});
+      WarmUp(whole, width, rows);
+      const FrameTime time{0, 0, WarmUp(half, width, rows) + 100};
+      Plane plane(width, rows);
+      for (std::uint8_t& byte : plane.bytes)
+        byte = random() % 3 == 0 ? 250 : 100;
+      const float all = whole.Process(ignored, plane.view, time);
+      const float part = half.Process(result, plane.view, time);
+      const ByteImage& motion = half.GetMotion();
+      const CBinData& blob = *result.At(0).value.GetBinary();
+      const std::uint32_t size = static_cast<std::uint32_t>(width * rows / 8 + 48);
+      const std::uint32_t header[8] = {
+          1, size, 0, 0, 0, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(rows)};
+      ASSERT_EQ(blob.Size(), size);
+      EXPECT_EQ(std::memcmp(blob.Data(), header, sizeof header), 0);
+      int count = 0, inside = 0;
+      for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < width; ++x) {
+          const bool set = motion.GetPtr()[y * motion.GetScanline() + x] != 0;
+          const int bit = y * width + x;
+          ASSERT_EQ((blob.Data()[32 + bit / 8] >> bit % 8 & 1) != 0, set) << width << ": " << bit;
+          count += set;
+          inside += set && y < height - 1 && x < (8192 * width + 8192) / 16384;
+        }
+      const auto area = static_cast<float>((width - 1) * (height - 1));
+      const auto pixels = static_cast<float>(width * rows);
+      EXPECT_EQ(all, static_cast<float>(count * 100) / area);
+      EXPECT_EQ(part, static_cast<float>(inside * 100) / area);
+      EXPECT_EQ(Shape(result), "Motion:4096 Masks:8192{:512 :512 } DetectPercent:32 ");
+      // The road from the blob, without a mask, and with one for the blob's size.
+      EXPECT_EQ(unconfigured.VirtualProcess(ignored, result),
+                static_cast<float>(count) * 100.0F / pixels);
+      if (rows == height) {
+        EXPECT_EQ(half.VirtualProcess(ignored, result),
+                  static_cast<float>(inside) * 100.0F / pixels);
+      } else {
+        EXPECT_GT(half.VirtualProcess(ignored, result), 0.0F);
+      }
+    }
+  ASSERT_EQ(lines.size(), 10U);
+  const std::string end = ": ! IsConfigured()should be false!";
+  EXPECT_EQ(lines[0].second.substr(lines[0].second.size() - end.size()), end);
+}
+
+TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
+  CSingleSimpleMotion detector;
+  detector.Configure({}, {40, 25});
+  CData result, item;
+  for (const CData& blob :
+       {Blob(80, 40, 25, 2), Blob(80, 40, 25, 1, 1), Blob(80, 40, 25, 1, 0, 156), Blob(80, 0, 25),
+        Blob(80, 0x80000000, 0x80000000), Blob(80, 0x7FFFFFFF, 0x7FFFFFFF)}) {
+    EXPECT_EQ(detector.VirtualProcess(result, blob), 0.0F);
+    EXPECT_EQ(lines, (std::vector<Line>{{1, "Unknown motion image!"}}));
+    Forget();
+  }
+  EXPECT_GT(detector.VirtualProcess(result, Blob(80, 40, 25, 1, 0, 157)), 0.0F);
+  for (const std::size_t size : {0U, 31U, 35U})
+    try {
+      detector.VirtualProcess(result, Blob(0, 40, 25, 1, 0, size));
+      ADD_FAILURE() << size;
+    } catch (const std::out_of_range& error) {
+      EXPECT_EQ(error.what(),
+                "vector::_M_range_check: __n (which is 35) >= this->size() (which "
+                "is " +
+                    std::to_string(size) + ")");
+    }
+  EXPECT_EQ(detector.VirtualProcess(result, item), 0.0F);
+  item.AddInt(Tok::Motion, 3);
+  EXPECT_EQ(detector.VirtualProcess(result, item), 0.0F);
+  ExpectNoFailure();
+}
+
+TEST_F(Motion, ThresholdsOutOfReachAreWarnedOf) {
+  const Line impossible(2, "Alarm signal is not possible in this configuration!");
+  const Line forever(2, "VCA stay in restore forever in this configuration!");
+  const struct {
+    double percent;
+    Size size;
+    int warnings;
+  } cases[] = {{0.2, {160, 120}, 0}, {99, {160, 120}, 1},       {150, {160, 120}, 2},
+               {0, {160, 120}, 0},   {std::nan(""), {9, 9}, 0}, {0.2, {1, 9}, 2},
+               {0.2, {0, 5}, 2},     {0.2, {0, 0}, 0}};
+  for (const auto& c : cases) {
+    CSingleSimpleMotion detector;
+    CData item;
+    item.AddDouble(Tok::MotionPercent, c.percent);
+    EXPECT_TRUE(detector.Configure(item, c.size));
+    std::vector<Line> expected = {impossible, forever};
+    expected.resize(static_cast<std::size_t>(c.warnings));
+    EXPECT_EQ(lines, expected) << c.percent;
+    Forget();
+  }
+}
+
+// The context through its exports, with the result as a tree.
+class MotionContext : public Motion {
+ protected:
+  void Configure(const CData& tree, int width = 40, int height = 24) {
+    const CBinData bytes = ToTagged(tree);
+    const ztlib_blob blob{bytes.Data(), bytes.Size()};
+    ztlib_simplemotion_configure(context.get(), &blob, width, height);
+  }
+  CData Detect(const Plane& plane, std::int64_t time, bool expectedSignal = false) {
+    const Image image = NewImage(ZTLIB_GRAY, static_cast<int>(plane.view.width),
+                                 static_cast<int>(plane.view.height), plane.bytes);
+    Output output;
+    EXPECT_EQ(ztlib_simplemotion_detect(context.get(), &output, Output::Receive, image.get(),
+                                        time + epochOffset),
+              expectedSignal);
+    EXPECT_EQ(output.calls, 1);
+    CData tree;
+    ParseTagged(tree, output.bytes.data(), output.bytes.size());
+    return tree;
+  }
+  CData DetectAfterWarmUp(bool expectedSignal) {
+    for (int i = 0; i < 40; ++i)
+      Detect(Plane(40, 24), i * 100 + 1);
+    return Detect(Plane(40, 24, 30), 4100, expectedSignal);
+  }
+
+  const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
+                                                       ztlib_simplemotion_destroy};
+};
+
+TEST_F(MotionContext, ResultTree) {
+  EXPECT_EQ(Detect(Plane(40, 24), 0).Count(), 0U);  // not configured
+  const std::string detector = ":8192{Motion:4096 Masks:8192{} DetectPercent:32 AlarmPercent:32 } ";
+  const std::string tail =
+      "AlarmPercent:32 DetectPercent:32 Version:8 TimestampMs:2048 Predicted:1 "
+      "Resolution:8192{Width:8 Height:8 } ";
+  Configure({});
+  CData result = DetectAfterWarmUp(true);
+  EXPECT_EQ(Shape(result), "Motions:8192{" + detector + "} " + tail);
+  EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 1.0);
+  EXPECT_EQ(result.GetDouble(Tok::DetectPercent, 0), 3000.0F / (39 * 23));
+  EXPECT_EQ(result.GetInt(Tok::Version, 0), 0x20000);
+  EXPECT_EQ(result.At(4).value.GetTime(), 4100U + epochOffset);
+  EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Width, 0), 40);
+  EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Height, 0), 24);
+
+  // Nine detectors are eight; their own times count for nothing; each has its threshold.
+  CData tree;
+  tree.AddLongLong(Tok::ViolationTimeMs, 1000);
+  CData& configs = tree.AddChild(Tok::Configs);
+  for (int i = 0; i < 9; ++i) {
+    CData& item = configs.AddChild(Tok::Empty);
+    item.AddDouble(Tok::MotionPercent, i);
+    item.AddLongLong(Tok::ViolationTimeMs, 77);
+  }
+  Configure(tree);
+  DetectAfterWarmUp(false);
+  result = Detect(Plane(40, 24, 30), 4600);
+  std::string eight;
+  for (unsigned i = 0; i < 8; ++i) {
+    eight += detector;
+    const CData& found = *result.Child(Tok::Motions).At(i).value.GetNode();
+    EXPECT_EQ(found.GetDouble(Tok::AlarmPercent, -1), i <= 3 ? 50.0 : 0.0);
+  }
+  EXPECT_EQ(Shape(result), "Motions:8192{" + eight + "} " + tail);
+  EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 50.0);
+  Detect(Plane(40, 24, 30), 5100, true);
+
+  // What is absent keeps its value: still eight detectors, but no metadata.
+  tree.Clear();
+  tree.AddBool(Tok::GenerateMetadata, false);
+  tree.AddLongLong(Tok::ViolationTimeMs, 0);
+  Configure(tree);
+  EXPECT_EQ(Shape(DetectAfterWarmUp(true)), "Motions:8192{} ");
+  ExpectNoFailure();
+}
+
+TEST_F(MotionContext, FramesOfOtherSizesAndHostileConfigurations) {
+  Configure({});
+  for (int i = 0; i < 40; ++i)
+    Detect(Plane(40, 24), i * 100);
+  // Another size learns again, without another warm-up.
+  for (int i = 0; i < 31; ++i)
+    Detect(Plane(64, 50), 5000 + i);
+  Detect(Plane(64, 50, 200), 5100, true);
+  for (const auto& [width, height] : {std::pair(0, 0), {4, 0}, {1, 1}, {2, 2}, {40, 24}})
+    EXPECT_GT(Detect(Plane(width, height), 5200, true).Count(), 1U);
+  for (const std::int64_t time : {-latest, latest - epochOffset})
+    EXPECT_EQ(Detect(Plane(40, 24), time).At(4).value.GetTime(),
+              static_cast<std::uint64_t>(time) + epochOffset);
+  ExpectNoFailure();
+
+  // Elements that are no detectors do not count. A detector that cannot be built ends the list.
+  CData tree;
+  CData& configs = tree.AddChild(Tok::Configs);
+  configs.AddInt(Tok::Empty, 5);
+  configs.AddChild(Tok::Empty).AddDouble(Tok::Sensitivity, std::nan(""));
+  configs.AddChild(Tok::Empty).AddChild(Tok::Masks).AddInt(Tok::Empty, 3);
+  configs.AddChild(Tok::Empty);
+  Configure(tree);
+  ExpectFailure("ztlib_simplemotion_configure", "main/lib/base/cdata/HAData", "Unknown token: 0");
+  EXPECT_EQ(DetectAfterWarmUp(true).Child(Tok::Motions).Count(), 2U);
+  configs.RemoveAt(2);
+  Configure(tree);
+  EXPECT_EQ(Detect(Plane(40, 24), 1).Child(Tok::Motions).Count(), 2U);
+  configs.Clear();
+  Configure(tree, 0, 7);
+  EXPECT_EQ(Detect(Plane(40, 24), 1).Child(Tok::Motions).Count(), 1U);
+}
+
+TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
+  CImageDataCache cache;
+  const Plane plane(40, 24, 30);
+  cache.SetFrame({{0, 0, 5}, 0, 40, 24, plane.bytes.data(), nullptr, nullptr});
+  CVCASimpleMotion analysis(nullptr, &cache);
+  CData output, tree, input, result;
+  EXPECT_EQ(analysis.Process(output).message, "Detector has not configured!");
+  tree.AddLongLong(Tok::RestoreDelayMs, 50);
+  tree.AddLongLong(Tok::ViolationTimeMs, 70);
+  tree.AddChild(Tok::Configs).AddChild(Tok::Empty).AddLongLong(Tok::ViolationTimeMs, 1);
+  EXPECT_TRUE(analysis.Configure(tree).Succeeded());
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(analysis.GetState(), 2);
+    CData exported;
+    analysis.ExportConfiguration(exported, Tok::Config);
+    EXPECT_EQ(Shape(exported),
+              "Config:8192{ViolationTimeMs:16 RestoreDelayMs:16 GenerateMetadata:1 "
+              "Configs:8192{:8192{GenerateMetadata:1 ViolationTimeMs:16 RestoreDelayMs:16 } } } ");
+    const CData& child = *exported.Child(Tok::Config).Child(Tok::Configs).At(0).value.GetNode();
+    EXPECT_EQ(child.GetLongLong(Tok::ViolationTimeMs, 0), 70);
+    EXPECT_EQ(child.GetLongLong(Tok::RestoreDelayMs, 0), 3000);
+    analysis.Process(output);
+    analysis.Reset();
+  }
+
+  // The metadata of another device: as many of its children as there are detectors.
+  CData& motions = input.AddChild(Tok::Motions);
+  for (int i = 0; i < 3; ++i)
+    motions.AddChild(Tok::Empty, Blob(800));
+  EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
+  EXPECT_EQ(result.Count(), 0U);
+  input.AddInt(Tok::Version, 0x10001);
+  EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
+  EXPECT_TRUE(analysis.VirtualProcess(result, input, {0, 0, 80}));
+  EXPECT_EQ(Shape(result), "Motions:8192{:8192{DetectPercent:32 } :8192{DetectPercent:32 } } ");
+  EXPECT_TRUE(analysis.Process(output).Succeeded());
+  EXPECT_EQ(analysis.GetState(), 3);
+  ExpectNoFailure();
+}
+
+TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
+  struct Analysis : AVCABase {
+    explicit Analysis(ACDataFairy& record) : AVCABase(nullptr, nullptr, &record) {}
+    CResultRecord VirtualConfigure() override {
+      return failures-- > 0 ? CResultRecord{4, "", std::to_string(failures)} : CResultRecord{};
+    }
+    int failures = 0;
+  };
+  CVCASimpleMotionConfiguration record;
+  AAlarmDetectorVideoConfiguration detectorRecord;
+  Analysis analysis(record);
+  AAlarmDetectorVideo detector(&detectorRecord, nullptr, &analysis);
+  const auto configure = [&](int failures, double fps, std::int64_t violation) {
+    analysis.failures = failures;
+    CData tree;
+    tree.AddDouble(Tok::FpsLimit, fps);
+    tree.AddLongLong(Tok::ViolationTimeMs, violation);
+    tree.AddString(Tok::DisplayName, "north gate");
+    return detector.Configure(tree, false).message;
+  };
+  EXPECT_EQ(configure(1, 2, 9), "0");  // back to the defaults
+  EXPECT_EQ(record.violationTimeMs.Get(), 0);
+  EXPECT_EQ(configure(0, 3, 8), "");
+  EXPECT_EQ(configure(1, 4, 7), "0");
+  EXPECT_EQ(detector.GetFrameIntervalMs(), 333);
+  EXPECT_EQ(record.violationTimeMs.Get(), 8);
+  EXPECT_TRUE(analysis.IsConfigured());
+  ExpectNoFailure();
+  EXPECT_EQ(configure(2, 4, 7), "1");
+  EXPECT_FALSE(analysis.IsConfigured());
+  const Line lost(2, "Configuration failed and fallback config invalid! north gate");
+  EXPECT_EQ(lines, std::vector<Line>{lost});
+  for (const auto& [fps, interval] : {std::pair<double, std::int64_t>(0, 0),
+                                      {-1, 0},
+                                      {25, 40},
+                                      {1e-300, latest},
+                                      {1e-20, latest},
+                                      {std::nan(""), 0}}) {
+    EXPECT_EQ(configure(0, fps, 1), "");
+    EXPECT_EQ(detector.GetFrameIntervalMs(), interval) << fps;
+  }
+  CData exported;
+  detector.ExportConfiguration(exported, Tok::Config);
+  EXPECT_EQ(Shape(exported),
+            "Config:8192{Class:64 Version:8 DetectorClassID:8 BuiltIn:1 DetectorID:1024 "
+            "DisplayName:64 Description:64 ViolationTimeMs:16 RestoreDelayMs:16 FpsLimit:32 "
+            "Enabled:1 ViolationTimeMs:16 RestoreDelayMs:16 GenerateMetadata:1 Configs:8192{} } ");
+}
+
+TEST_F(Motion, NamesOfStatesAndEvents) {
+  EXPECT_STREQ(DetectorState::ToText(6), "dsDisabled");
+  ExpectNoFailure();
+  EXPECT_STREQ(DetectorState::ToText(7), "dsError");
+  EXPECT_EQ(lines, (std::vector<Line>{{1, "Undefined state"}}));
+  for (const char* text : {"detSimpleEvent", "detSignal", "detRestore", "detUnknown"})
+    EXPECT_STREQ(DetectorEventType::ToText(DetectorEventType::FromText(text)), text);
+  EXPECT_STREQ(DetectorEventType::ToText(-1), "detUnknown");
+}
+
+}  // namespace
