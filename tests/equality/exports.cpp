@@ -5,6 +5,7 @@
 #include "tests/support/codec_config.h"
 #include "tests/support/jpeg_reference.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <xmmintrin.h>
@@ -190,6 +191,26 @@ void Arithmetic() {
   });
 }
 
+void Motion() {
+  Step("motion", [] {
+    void* const context = ztlib_simplemotion_create();
+    const ztlib_blob defaults{"", 1};
+    ztlib_simplemotion_configure(context, &defaults, width, height);
+    for (int moment = 0; moment < 60; ++moment) {
+      Bytes picture = Noise(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
+      for (std::uint8_t& pixel : picture)
+        pixel = static_cast<std::uint8_t>(100 + pixel % 8);
+      // Something bright comes once the model has learned.
+      for (int y = 10; moment >= 45 && y < 40; ++y)
+        std::fill_n(&picture[static_cast<std::size_t>(y * width + moment)], 30, 230);
+      const Image image = NewImage(ZTLIB_GRAY, picture);
+      Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
+                                    13'000'000'000'000 + 100 * moment));
+    }
+    ztlib_simplemotion_destroy(context);
+  });
+}
+
 }  // namespace
 
 int main() {
@@ -207,6 +228,7 @@ int main() {
   JpegFiles();
   Images();
   Arithmetic();
+  Motion();
   ztlib_context_destroy();
   const bool isStillUnmasked = (_mm_getcsr() & exceptionMasks) == 0;
   return isStillUnmasked ? 0 : 1;
