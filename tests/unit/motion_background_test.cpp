@@ -174,7 +174,7 @@ class MotionBackground : public testing::Test {
 template <class T>
 void ExpectSameRows(const TCImageX<T, long long>& image, const std::vector<T>& expected) {
   ASSERT_EQ(static_cast<std::size_t>(image.GetDx() * image.GetDy()), expected.size());
-  for (long long y = 0; y < image.GetDy(); ++y)
+  for (long long y = 0; y < image.GetDy() && image.Assigned(); ++y)
     ASSERT_EQ(
         std::memcmp(image.GetPtr() + y * image.GetScanline(), expected.data() + y * image.GetDx(),
                     static_cast<std::size_t>(image.GetDx()) * sizeof(T)),
