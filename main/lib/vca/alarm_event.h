@@ -28,6 +28,11 @@ struct DetectorEventType {
   [[nodiscard]] static Enum FromText(std::string_view text);
 };
 
+// Where a camera stands. Values come with the record items that use them; none of ours does.
+struct CameraEnvironment {
+  enum Enum : std::int32_t {};
+};
+
 // Receives the notices of a detector.
 class IAlarmNotifyReceiver {
  public:
