@@ -3,11 +3,9 @@
 #include "tests/support/jpeg_reference.h"
 
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
-using codec_client::Bytes;
 using codec_client::Decoder;
 using codec_client::Encoder;
 
@@ -32,10 +30,6 @@ class DifferentialExports : public ExportTest {
     const Image image = NewImage();
     decoder.Process(image.get(), frame);
     return BytesOf(image);
-  }
-  template <class T>
-  static void Put(Bytes& bytes, std::size_t at, T value) {
-    std::memcpy(&bytes.at(at + sizeof value - 1) - (sizeof value - 1), &value, sizeof value);
   }
 };
 

@@ -6,18 +6,11 @@
 #include "main/target/windll/codec/jpeg_encoder.h"
 #include "main/target/windll/codec/videoencoder_mjpeg.h"
 #include "main/target/windll/image/ztimage.h"
+#include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
 
-#include <algorithm>
-#include <string>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 namespace {
-
-using jpeg_reference::Bytes;
 
 constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, PixelFormat::YUV,
                                          PixelFormat::YUYV, PixelFormat::UYVY};

@@ -4,23 +4,15 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/common.h"
 #include "tests/support/guarded_memory.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
 #include <map>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 // The model: a row is a list of pixels of three values, and every conversion a chain of the steps
 // that the formats' definitions name, one pixel after the other.
