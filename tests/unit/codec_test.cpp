@@ -67,6 +67,29 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
   }
 }
 
+// One row more than is wanted is read up to the end of the stream, which may be damaged; of several
+// nothing is read.
+TEST(JpegDecoder, RowsThatNobodyWants) {
+  CJPEGDecoder decoder;
+  for (int across : {2, 4})
+    for (PixelFormat format : {PixelFormat::GRAY, PixelFormat::YUV, PixelFormat::UYVY}) {
+      const Bytes stream =
+          jpeg_reference::Encode(jpeg_reference::Scene(48, 33), 48, 33, {.lumaAcross = across});
+      const Bytes cut(stream.begin(), stream.end() - 2),
+          whole = Decode(decoder, stream, format, 48, 33);
+      for (int rows : {33, 32, 31}) {
+        SCOPED_TRACE(testing::Message()
+                     << across << " " << static_cast<int>(format) << " " << rows);
+        const Bytes pixels = Decode(decoder, stream, format, 48, rows);
+        EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), whole.begin()));
+        if (rows == 31)
+          EXPECT_EQ(Decode(decoder, cut, format, 48, rows), pixels);
+        else
+          EXPECT_THROW(Decode(decoder, cut, format, 48, rows), int);
+      }
+    }
+}
+
 TEST(JpegDecoder, FailuresAreAPlainIntThroughTheFramesOfLibjpeg) {
   CJPEGDecoder decoder;
   const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
