@@ -1,47 +1,22 @@
-#include "fuzz/require.h"
-#include "include/ztlib.h"
+#include "fuzz/codec_fuzz.h"
 #include "main/lib/base/cdata/HAData.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <span>
-#include <vector>
+#include <memory>
 
 namespace {
 
-using Bytes = std::span<const std::uint8_t>;
-
-struct Frame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-};
-
-void* AllocateFrame(int width, int height, int) {
-  return new Frame{new std::uint8_t[static_cast<std::size_t>(width) * height], {}, width, height};
-}
-void ReleaseFrame(void* frame) {
-  delete[] static_cast<Frame*>(frame)->data;
-  delete static_cast<Frame*>(frame);
-}
+using codec_fuzz::Frame;
+using Input = std::span<const std::uint8_t>;
 
 template <class T>
-T Take(Bytes& input) {
+T Take(Input& input) {
   T value{};
   const std::size_t count = std::min(sizeof value, input.size());
   std::memcpy(&value, input.data(), count);
   input = input.subspan(count);
   return value;
 }
-
-struct Output {
-  int calls = 0;
-  CData tree;
-};
 
 // Whatever was configured, a result has all of its keys or is nearly empty, and every bitmap is
 // that of the picture.
@@ -62,31 +37,22 @@ void CheckResult(const CData& tree, bool signal) {
 
 void Detect(void* context, int format, int width, int height, std::uint8_t seed,
             std::int64_t time) {
-  constexpr int sampleSizes[] = {1, 1, 4, 4, 4, 4, 1, 4, 384};
-  const int side = format == ZTLIB_YUV420BLOCK ? 16 : 2;  // a multiple of every other sample
-  if (format != ZTLIB_GRAY) {
-    width = width / side * side;
-    height = height / side * side;
-  }
-  auto* const frame = new Frame{nullptr, {}, width, height};
-  const int samples = format == ZTLIB_YUV420BLOCK ? width * height / 256 : width * height;
-  const std::size_t size = static_cast<std::size_t>(samples * sampleSizes[format]);
-  frame->data = new std::uint8_t[size];
-  for (std::size_t i = 0; i < size; ++i)
+  const int side = format == ZTLIB_GRAY ? 1 : format == ZTLIB_YUV420BLOCK ? 16 : 2;
+  width = width / side * side;
+  height = height / side * side;
+  auto* const frame = static_cast<Frame*>(codec_fuzz::AllocateFrame(width, height, format));
+  for (std::size_t i = 0; i < frame->memory.size(); ++i)
     frame->data[i] = static_cast<std::uint8_t>(seed < 200 ? seed : (i * seed) >> 3);
-  void* const image = ztlib_ztimage_create_avframe(format, frame);
-  Output output;
+  const codec_fuzz::Image image(format, frame);
+  std::vector<CData> results;
   const bool signal = ztlib_simplemotion_detect(
-      context, &output,
+      context, &results,
       [](void* user, const void* data, std::uint32_t bytes) {
-        auto& self = *static_cast<Output*>(user);
-        ++self.calls;
-        ParseTagged(self.tree, data, bytes);
+        ParseTagged(static_cast<std::vector<CData>*>(user)->emplace_back(), data, bytes);
       },
-      image, time);
-  Require(output.calls == 1);
-  CheckResult(output.tree, signal);
-  ztlib_ztimage_destroy(image);
+      image.object, time);
+  Require(results.size() == 1);
+  CheckResult(results[0], signal);
 }
 
 }  // namespace
@@ -94,9 +60,9 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
 // Steps, one behind the other: a configuration with an arbitrary block and size, or a burst of
 // frames of one size with a seed for their pixels, a time and a step in time.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
-  void* const context = ztlib_simplemotion_create();
-  Bytes rest(data, size);
+  const std::unique_ptr<void, void (*)(void*)> context(ztlib_simplemotion_create(),
+                                                       ztlib_simplemotion_destroy);
+  Input rest(data, size);
   for (int steps = 0; !rest.empty() && steps < 8; ++steps) {
     const auto choice = Take<std::uint8_t>(rest);
     const int width = Take<std::uint8_t>(rest) % 72;
@@ -104,17 +70,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (choice >= 128) {
       const std::size_t length = std::min<std::size_t>(Take<std::uint16_t>(rest), rest.size());
       const ztlib_blob config{rest.data(), length};
-      ztlib_simplemotion_configure(context, &config, choice == 255 ? -width : width, height);
+      ztlib_simplemotion_configure(context.get(), &config, choice == 255 ? -width : width, height);
       rest = rest.subspan(length);
     } else {
       const auto seed = Take<std::uint8_t>(rest);
       const auto step = static_cast<std::uint64_t>(Take<std::int16_t>(rest));
       auto time = Take<std::uint64_t>(rest);
       for (int frames = choice / 9 * 3; frames >= 0; --frames, time += step)
-        Detect(context, choice % 9, width, height, static_cast<std::uint8_t>(seed + frames % 3),
-               static_cast<std::int64_t>(time));
+        Detect(context.get(), choice % 9, width, height,
+               static_cast<std::uint8_t>(seed + frames % 3), static_cast<std::int64_t>(time));
     }
   }
-  ztlib_simplemotion_destroy(context);
   return 0;
 }

@@ -1,12 +1,13 @@
 #include "tests/client/client_run.h"
 
+#include "tests/support/jpeg_reference.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include <jpeglib.h>
 #include <sys/wait.h>
 
 namespace fs = std::filesystem;
@@ -60,28 +61,12 @@ nlohmann::json ClientTest::Info(const std::string& name) const {
 }
 
 Bytes DecodePlanes(const std::uint8_t* data, std::size_t size, unsigned scale, bool isGray) {
-  jpeg_decompress_struct jpeg{};
-  jpeg_error_mgr errors{};
-  jpeg.err = jpeg_std_error(&errors);
-  jpeg_create_decompress(&jpeg);
-  jpeg_mem_src(&jpeg, data, size);
-  jpeg_read_header(&jpeg, TRUE);
-  jpeg.out_color_space = isGray ? JCS_GRAYSCALE : JCS_YCbCr;
-  jpeg.scale_num = 1;
-  jpeg.scale_denom = scale;
-  jpeg_start_decompress(&jpeg);
-  const std::size_t pixels = std::size_t{jpeg.output_width} * jpeg.output_height;
-  const auto channels = static_cast<std::size_t>(jpeg.output_components);
-  Bytes planes(pixels * channels), row(jpeg.output_width * channels);
-  while (jpeg.output_scanline < jpeg.output_height) {
-    const std::size_t start = std::size_t{jpeg.output_scanline} * jpeg.output_width;
-    JSAMPROW pointer = row.data();
-    jpeg_read_scanlines(&jpeg, &pointer, 1);
-    for (std::size_t i = 0; i < row.size(); ++i)
-      planes[i % channels * pixels + start + i / channels] = row[i];
-  }
-  jpeg_finish_decompress(&jpeg);
-  jpeg_destroy_decompress(&jpeg);
+  const auto picture = jpeg_reference::Decode(
+      Bytes(data, data + size), isGray ? JCS_GRAYSCALE : JCS_YCbCr, static_cast<int>(scale));
+  const auto channels = static_cast<std::size_t>(picture.components);
+  Bytes planes(picture.pixels.size());
+  for (std::size_t i = 0; i < planes.size(); ++i)
+    planes[i % channels * (planes.size() / channels) + i / channels] = picture.pixels[i];
   return planes;
 }
 

@@ -194,53 +194,31 @@ TEST_F(ClientTest, DamageIsNamedAndTheRestIsKept) {
   const auto offsetOf = [&](std::size_t frame) {
     return info["frames"][frame]["offset"].get<std::size_t>();
   };
-  const std::size_t fifth = offsetOf(5), last = offsetOf(11);
-  const auto sizeField =
-      static_cast<std::size_t>(
-          std::search(good.begin() + static_cast<std::ptrdiff_t>(fifth), good.end(), "\xFF\xC0",
-                      "\xFF\xC0" + 2,
-                      [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); }) -
-          good.begin()) +
-      5;
-  struct CCase {
+  const std::size_t all = good.size(), fifth = offsetOf(5), last = offsetOf(11);
+  const Bytes marker{0xFF, 0xC0};
+  const auto found = std::search(good.begin() + static_cast<std::ptrdiff_t>(fifth), good.end(),
+                                 marker.begin(), marker.end());
+  const auto size = static_cast<std::size_t>(found - good.begin()) + 5;
+  const std::string cutOff = "offset " + std::to_string(last) + ": frame 11: cut";
+  const std::string bad = "offset " + std::to_string(fifth) + ": frame 5: ";
+  const std::string decode = "frame 5 at offset " + std::to_string(fifth) + " cannot be decoded: ";
+  const struct {
     const char* name;
     std::size_t length;  // of the file
     std::vector<std::pair<std::size_t, std::uint8_t>> changes;
     std::size_t played;
     std::string message;
+  } cases[] = {
+      {"cut in the payload", all - 1, {}, 11, cutOff},
+      {"cut in the header", last + 30, {}, 11, cutOff + ", 30"},
+      {"no size", all, {{fifth + 4, 0}, {fifth + 5, 0}}, 5, bad + "damaged"},
+      {"huge size", all, {{fifth + 7, 0xFF}}, 5, bad + "cut or damaged"},
+      {"unknown kind", all, {{fifth, 9}}, 12, ""},
+      {"unknown format", all, {{fifth + 24, 5}}, 11, decode + "unknown video format 5"},
+      {"no JPEG", all, {{fifth + headerSize, 0}}, 11, decode},
+      {"giant", all, {{size, 0xFF}, {size + 1, 0xD0}, {size + 2, 0xFF}}, 11, decode},
   };
-  const std::string at = "offset " + std::to_string(fifth);
-  const CCase cases[] = {
-      {"cut in the payload",
-       good.size() - 1,
-       {},
-       11,
-       "offset " + std::to_string(last) + ": frame 11: cut"},
-      {"cut in the header",
-       last + 30,
-       {},
-       11,
-       "offset " + std::to_string(last) + ": frame 11: cut, 30"},
-      {"no size", good.size(), {{fifth + 4, 0}, {fifth + 5, 0}}, 5, at + ": frame 5: damaged"},
-      {"huge size", good.size(), {{fifth + 7, 0xFF}}, 5, at + ": frame 5: cut or damaged"},
-      {"unknown kind", good.size(), {{fifth, 9}}, 12, ""},
-      {"unknown video format",
-       good.size(),
-       {{fifth + 24, 5}},
-       11,
-       "frame 5 at " + at + " cannot be decoded: unknown video format 5"},
-      {"no JPEG",
-       good.size(),
-       {{fifth + headerSize, 0}},
-       11,
-       "frame 5 at " + at + " cannot be decoded: "},
-      {"giant picture",
-       good.size(),
-       {{sizeField, 0xFF}, {sizeField + 1, 0xD0}, {sizeField + 2, 0xFF}, {sizeField + 3, 0xD0}},
-       11,
-       "frame 5 at " + at + " cannot be decoded: "},
-  };
-  for (const CCase& test : cases) {
+  for (const auto& test : cases) {
     Bytes bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(test.length));
     for (const auto& [offset, value] : test.changes)
       bytes[offset] = value;

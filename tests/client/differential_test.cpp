@@ -73,13 +73,12 @@ TEST_F(DifferentialTest, OptionsReachTheEncoderAndInfoShowsTheParts) {
 }
 
 TEST_F(DifferentialTest, OnlyKeyAndReferenceFramesAreMissed) {
-  struct CCase {
+  constexpr struct {
     const char* drop;
     std::size_t every;
     char letter;
     bool isHarmless;
-  };
-  constexpr CCase cases[] = {
+  } cases[] = {
       {"plain", 1, 'p', true},      {"plain", 2, 'p', true}, {"difference", 1, 'd', true},
       {"difference", 3, 'd', true}, {"key", 2, 'k', false},  {"reference", 1, 'r', false},
       {"reference", 3, 'r', false},
@@ -90,7 +89,7 @@ TEST_F(DifferentialTest, OnlyKeyAndReferenceFramesAreMissed) {
     Record("d.zts", all + more);
     const std::vector<Bytes> whole = Play("d.zts");
     ASSERT_EQ(whole.size(), types.size());
-    for (const CCase& test : cases) {
+    for (const auto& test : cases) {
       const std::string name = test.drop + std::to_string(test.every) + more;
       std::vector<Bytes> kept;
       std::size_t seen = 0;
@@ -145,20 +144,19 @@ TEST_F(DifferentialTest, DamagedFramesAreLeftOutAndTheRestIsKept) {
   const Bytes good = ReadBytes(Path("d.zts"));
   const std::vector<Bytes> whole = Play("d.zts");
   const nlohmann::json info = Info("d.zts");
-  struct CCase {
+  const struct {
     const char* name;
     std::size_t frame, place;  // in the frame, behind its list if there is one
     std::uint8_t value;
     std::vector<std::size_t> lost;
     std::size_t lines;
-  };
-  const CCase cases[] = {
+  } cases[] = {
       {"strip of a plain frame", 2, headerSize, 0, {2}, 1},
       {"first key frame", 0, headerSize, 0, {0, 1, 2, 3, 4, 5, 6}, 2},
       {"width of a plain frame", 1, 32, 0x20, {1}, 1},
       {"list beyond the frame", 4, 91, 0xFF, {4}, 1},
   };
-  for (const CCase& test : cases) {
+  for (const auto& test : cases) {
     const nlohmann::json& frame = info["frames"][test.frame];
     const std::size_t list = test.place == headerSize ? frame.value("listBytes", 0U) : 0;
     Bytes bytes = good;

@@ -1,12 +1,8 @@
 // A fixed set of inputs through every export, as a client that runs with all floating-point
 // exceptions unmasked.
-#include "include/ztlib.h"
 #include "tests/equality/steps.h"
-#include "tests/support/codec_config.h"
+#include "tests/support/codec_client.h"
 #include "tests/support/jpeg_reference.h"
-
-#include <algorithm>
-#include <memory>
 
 #include <xmmintrin.h>
 
@@ -54,40 +50,28 @@ Bytes Scene(int moment) {
 }
 
 std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvanced) {
-  void* encoder = ztlib_encoder_create(videoFormat);
-  CodecConfig()
-      .Int("Width", width)
-      .Int("Height", height)
-      .Int("JPEGQuality", quality)
-      .Bool("AdvancedProfile", isAdvanced)
-      .Apply(ztlib_encoder_config, encoder);
+  codec_client::Encoder encoder(width, height, videoFormat);
+  encoder.Configure(CodecConfig().Int("JPEGQuality", quality).Bool("AdvancedProfile", isAdvanced));
   std::vector<Bytes> frames;
   for (int moment = 0; moment < 6; ++moment) {
     const Image image = NewImage(source, Scene(moment));
     frames.emplace_back();
-    ztlib_encoder_process(encoder, &frames.back(), Receive, image.get(), moment == 4);
+    ztlib_encoder_process(encoder.object, &frames.back(), Receive, image.get(), moment == 4);
   }
-  ztlib_encoder_destroy(&encoder);
   return frames;
 }
 
 void Decode(int videoFormat, std::vector<Bytes> frames, int target, int scale) {
-  void* decoder = ztlib_decoder_create(videoFormat);
-  CodecConfig()
-      .Int("PixelFormat", target)
-      .Int("ScaleDown", scale)
-      .Bool("SwapRGB", target == ZTLIB_RGB && scale == 2)
-      .Apply(ztlib_decoder_config, decoder);
+  codec_client::Decoder decoder(target, scale, videoFormat);
+  decoder.Configure(CodecConfig().Bool("SwapRGB", target == ZTLIB_RGB && scale == 2));
   const Image base = NewImage(target, Scene(9));
-  ztlib_decoder_setBaseImage(decoder, base.get());
+  ztlib_decoder_setBaseImage(decoder.object, base.get());
   const Image image(ztlib_ztimage_create());
   for (Bytes& frame : frames) {
-    ztlib_decoder_process(&decoder, image.get(), frame.data(),
-                          static_cast<std::uint32_t>(frame.size()));
+    decoder.Process(image.get(), frame);
     MixImage(image);
     Mix(std::span(frame));
   }
-  ztlib_decoder_destroy(&decoder);
 }
 
 void FrameInformation(const Bytes& coded) {
@@ -135,16 +119,13 @@ void JpegFiles() {
       Bytes frame;
       ztlib_copyAndAddHeader(&frame, Receive, file.data(), static_cast<std::uint32_t>(file.size()));
       for (const int target : {1, 2, 3, 4, 5}) {
-        void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-        CodecConfig().Int("PixelFormat", target).Apply(ztlib_decoder_config, decoder);
+        codec_client::Decoder decoder(target);
         const Image image(ztlib_ztimage_create());
         // The second half of the bytes is missing at first.
         for (const std::size_t size : {frame.size() / 2, frame.size()}) {
-          ztlib_decoder_process(&decoder, image.get(), frame.data(),
-                                static_cast<std::uint32_t>(size));
+          decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
           MixImage(image);
         }
-        ztlib_decoder_destroy(&decoder);
       }
     });
 }
@@ -194,8 +175,7 @@ void Arithmetic() {
 void Motion() {
   Step("motion", [] {
     void* const context = ztlib_simplemotion_create();
-    const ztlib_blob defaults{"", 1};
-    ztlib_simplemotion_configure(context, &defaults, width, height);
+    CodecConfig().Apply(ztlib_simplemotion_configure, context, width, height);
     for (int moment = 0; moment < 60; ++moment) {
       Bytes picture = Noise(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
       for (std::uint8_t& pixel : picture)

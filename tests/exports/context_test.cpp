@@ -1,7 +1,5 @@
 #include "tests/support/export_fixture.h"
 
-#include <tuple>
-
 #include <xmmintrin.h>
 
 namespace {

@@ -1,9 +1,5 @@
 #include "tests/support/export_fixture.h"
 
-#include <algorithm>
-#include <cstring>
-#include <tuple>
-
 namespace {
 
 constexpr char base[] = "main/target/windll/base_api";
@@ -15,25 +11,21 @@ constexpr char save[] = "ztlib_ztimage_saveToZTMem";
 
 class ImageExports : public ExportTest {
  protected:
-  static std::vector<std::uint8_t> Save(const Image& image) {
+  static Bytes Save(const Image& image) {
     Output output;
     ztlib_ztimage_saveToZTMem(image.get(), &output, Output::Receive);
     EXPECT_EQ(output.calls, 1);
     return output.bytes;
   }
-  static bool Load(const Image& image, const std::vector<std::uint8_t>& block) {
+  static bool Load(const Image& image, const Bytes& block) {
     // A buffer of exactly that size, so that the sanitizer sees a read behind it.
     const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[block.size()]);
     std::copy(block.begin(), block.end(), copy.get());
     const ztlib_blob memory{copy.get(), block.size()};
     return ztlib_ztimage_loadFromZTMem(image.get(), &memory);
   }
-  static std::vector<std::uint8_t> Header(int version, int format, int dx, int dy,
-                                          std::size_t body) {
-    const std::int32_t words[] = {version, 32 + static_cast<int>(body), 32, 0, format, dx, dy, 0};
-    std::vector<std::uint8_t> block(32 + body);
-    std::memcpy(block.data(), words, sizeof words);
-    return block;
+  static Bytes Header(int version, int format, int dx, int dy, int body) {
+    return Words(static_cast<std::size_t>(32 + body), {version, 32 + body, 32, 0, format, dx, dy});
   }
 };
 
@@ -95,8 +87,8 @@ TEST_F(ImageExports, FrameManagerIsReplacedOrFilledIn) {
 }
 
 TEST_F(ImageExports, MemoryFormOfEachFormat) {
-  const std::vector<std::uint8_t> pattern = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0};
-  const std::tuple<int, int, int, int, int, std::size_t> cases[] = {
+  const Bytes pattern = {1, 0, 0, 1, 1, 1, 0, 1, 0, 0, 0};
+  const std::tuple<int, int, int, int, int, int> cases[] = {
       {1, 3, 2, 3, 2, 6},       {2, 3, 2, 3, 2, 24},    {3, 1, 5, 1, 5, 20},
       {4, 6, 2, 3, 2, 24},      {5, 2, 2, 1, 2, 8},     {6, 5, 3, 5, 3, 15},
       {7, 4, 6, 2, 3, 24},      {8, 32, 16, 2, 1, 768}, {0, 10, 3, 10, 3, 3 + 16},
@@ -107,12 +99,12 @@ TEST_F(ImageExports, MemoryFormOfEachFormat) {
     SCOPED_TRACE(testing::Message() << format << ": " << width << "x" << height);
     const Image image = NewImage(format, width, height, pattern);
     const auto block = Save(image);
-    ASSERT_EQ(block.size(), 32 + body);
+    ASSERT_EQ(block.size(), 32U + body);
     const auto header = Header(1, format, dx, dy, body);
     EXPECT_TRUE(std::equal(header.begin(), header.begin() + 32, block.begin()));
     const auto pixels = BytesOf(image);
     if (format == 0) {
-      for (std::size_t n = 0; n < body * 8; ++n)
+      for (std::size_t n = 0; n < 8U * body; ++n)
         ASSERT_EQ((block[32 + n / 8] >> n % 8) & 1, n < pixels.size() ? pixels[n] : 0) << n;
     } else {
       EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), block.begin() + 32));
@@ -127,7 +119,7 @@ TEST_F(ImageExports, MemoryFormOfEachFormat) {
 
 TEST_F(ImageExports, BoolBytesAreOredAsTheyStandAndReadBackAsBits) {
   // 0x83 sets its own bit, the next one and the one 7 further on.
-  std::vector<std::uint8_t> pixels(20);
+  Bytes pixels(20);
   pixels[10] = 0x83;
   pixels[19] = 0x83;
   const auto block = Save(NewImage(0, 20, 1, pixels));
@@ -143,8 +135,8 @@ TEST_F(ImageExports, BoolBytesAreOredAsTheyStandAndReadBackAsBits) {
 TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
   const Image image = NewImage(1, 2, 2, {9});
   const auto before = BytesOf(image);
-  const std::tuple<std::vector<std::uint8_t>, const char*, const char*> cases[] = {
-      {std::vector<std::uint8_t>(31), handle, "Invalid or nullptr memory!"},
+  const std::tuple<Bytes, const char*, const char*> cases[] = {
+      {Bytes(31), handle, "Invalid or nullptr memory!"},
       {Header(1, 9, 0, 0, 0), handle, "Wrong format"},
       {Header(1, -1, 0, 0, 0), handle, "Wrong format"},
       {Header(1, 1, -1, 4, 100), "main/lib/base/image_rw", "Invalid range"},

@@ -1,13 +1,7 @@
 #include "tests/support/codec_config.h"
 #include "tests/support/export_fixture.h"
 
-#include <algorithm>
-#include <atomic>
-#include <thread>
-
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr char api[] = "main/target/windll/vca_api";
 constexpr char null[] = "Using null-pointer";
@@ -115,17 +109,12 @@ TEST_F(MotionExports, ContextsWorkOnSeveralThreads) {
   const Context first;
   first.Configure(48, 32);
   const Bytes expected = Run(first, still, moving);
-  std::atomic<int> differences = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t)
-    threads.emplace_back([&] {
-      const Context own;
-      own.Configure(48, 32);
-      if (Run(own, still, moving) != expected) ++differences;
-    });
-  for (std::thread& thread : threads)
-    thread.join();
-  EXPECT_EQ(differences, 0);
+  const int failed = FailuresOnThreads([&](int) {
+    const Context own;
+    own.Configure(48, 32);
+    return Run(own, still, moving) == expected;
+  });
+  EXPECT_EQ(failed, 0);
   ExpectNoFailure();
 }
 

@@ -1,14 +1,8 @@
 #pragma once
 
 #include "include/ztlib.h"
+#include "tests/support/common.h"
 #include "tests/support/test_frames.h"
-
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 // A client of the exports: registers a frame manager, a logger and a handler once, and starts each
 // test with empty records of what they were told.
@@ -71,8 +65,7 @@ class ExportTest : public testing::Test {
   static Image NewImage() { return Image(ztlib_ztimage_create()); }
 
   // An image around a frame whose bytes are `content`, repeated.
-  static Image NewImage(int format, int width, int height,
-                        const std::vector<std::uint8_t>& content) {
+  static Image NewImage(int format, int width, int height, const Bytes& content) {
     CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
     const std::size_t size = CTestFrames::PictureSize(width, height, format);
     for (std::size_t i = 0; i < size && !content.empty(); ++i)
@@ -83,7 +76,7 @@ class ExportTest : public testing::Test {
   static const CTestFrames::Frame* FrameOf(const Image& image) {
     return static_cast<const CTestFrames::Frame*>(ztlib_ztimage_get_avframe(image.get()));
   }
-  static std::vector<std::uint8_t> BytesOf(const Image& image) {
+  static Bytes BytesOf(const Image& image) {
     const CTestFrames::Frame* frame = FrameOf(image);
     if (!frame) return {};
     return {frame->data,
@@ -92,7 +85,7 @@ class ExportTest : public testing::Test {
 
   // Collects what an export hands out; `calls` counts.
   struct Output {
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     int calls = 0;
     static void Receive(void* user, const void* data, uint32_t size) {
       auto& self = *static_cast<Output*>(user);

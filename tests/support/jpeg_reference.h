@@ -1,5 +1,7 @@
 #pragma once
 
+#include "include/ztlib.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -104,6 +106,35 @@ inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
   jpeg_finish_decompress(&object);
   jpeg_destroy_decompress(&object);
   return picture;
+}
+
+// The fourth byte of a pixel has no meaning.
+inline Bytes Opaque(Bytes pixels, int format) {
+  for (std::size_t i = 3; i < pixels.size(); i += 4)
+    if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels[i] = 255;
+  return pixels;
+}
+
+// The top left of what libjpeg decodes, whose sizes are rounded up, in a format of the library.
+inline Bytes Pixels(const Bytes& stream, int format, int scale, int width, int height) {
+  const Picture picture = Decode(stream,
+                                 format == ZTLIB_GRAY  ? JCS_GRAYSCALE
+                                 : format == ZTLIB_RGB ? JCS_EXT_BGR
+                                                       : JCS_YCbCr,
+                                 scale);
+  Bytes pixels;
+  for (int i = 0; i < width * height; ++i) {
+    const std::uint8_t* const p = picture.At(i % width, i / width);
+    const auto mean = [p](int c) { return static_cast<std::uint8_t>((p[c - 3] + p[c] + 1) >> 1); };
+    if (format <= ZTLIB_YUV) pixels.insert(pixels.end(), p, p + picture.components);
+    if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels.push_back(255);
+    if (format <= ZTLIB_YUV || i % width % 2 == 0) continue;
+    if (format == ZTLIB_YUYV)
+      pixels.insert(pixels.end(), {p[-3], mean(1), p[0], mean(2)});
+    else
+      pixels.insert(pixels.end(), {mean(1), p[-3], mean(2), p[0]});
+  }
+  return pixels;
 }
 
 }  // namespace jpeg_reference

@@ -1,14 +1,6 @@
-#include "include/ztlib.h"
-#include "tests/support/codec_config.h"
+#include "tests/support/codec_client.h"
+#include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
-
-#include <atomic>
-#include <cstddef>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 // The heap of this program, libjpeg's use of it included, counts its calls. A program of its own,
 // because it takes the place of the C library's functions.
@@ -46,163 +38,141 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) {
 
 namespace {
 
-using jpeg_reference::Bytes;
+using codec_client::Decoder;
+using codec_client::Encoder;
 
 constexpr int width = 640;
 constexpr int height = 480;
 
-// Hands out frames that never come from the heap.
+// Frames that never come from the heap.
 struct Frame {
   std::uint8_t* data;
   char unread[96];
   std::int32_t width;
   std::int32_t height;
   bool taken;
+  static void* Allocate(int w, int h, int);
+  static void Release(void* frame) { static_cast<Frame*>(frame)->taken = false; }
+} frames[8];
+std::uint8_t frameMemory[std::size(frames)][width * height * 4];
+
+void* Frame::Allocate(int w, int h, int) {
+  auto* const free = std::find_if(frames, std::end(frames), [](auto& f) { return !f.taken; });
+  *free = {frameMemory[free - frames], {}, w, h, true};
+  return free;
+}
+
+struct ImageDeleter {
+  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
 };
-constexpr int frameCount = 8;
-std::uint8_t frameMemory[frameCount][width * height * 4];
-Frame frames[frameCount];
+using Image = std::unique_ptr<void, ImageDeleter>;
 
-void* AllocateFrame(int w, int h, int) {
-  for (int i = 0; i < frameCount; ++i)
-    if (!frames[i].taken) {
-      frames[i] = {frameMemory[i], {}, w, h, true};
-      return &frames[i];
-    }
-  return nullptr;
-}
-void ReleaseFrame(void* frame) {
-  static_cast<Frame*>(frame)->taken = false;
+// A picture whose byte i is `byteAt(i)`.
+template <class ByteAt>
+Image Picture(int format, int columns, int size, ByteAt byteAt) {
+  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
+  for (int i = 0; i < size; ++i)
+    frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
+  return Image(ztlib_ztimage_create_avframe(format, frame));
 }
 
-struct Output {
-  std::uint32_t size = 0;
-  std::uint8_t bytes[width * height * 2];
-  static void Receive(void* user, const void* data, std::uint32_t size) {
-    auto& self = *static_cast<Output*>(user);
-    self.size = size;
-    std::memcpy(self.bytes, data, size);
+class Allocation : public testing::Test {
+ protected:
+  Allocation() { ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0); }
+
+  // The latest frame of an encoder.
+  static inline std::uint8_t coded[width * height * 2];
+  static inline std::uint32_t codedSize;
+  static void Encode(const Encoder& encoder, const Image& image) {
+    const auto receive = [](void*, const void* data, std::uint32_t size) {
+      codedSize = size;
+      std::memcpy(coded, data, size);
+    };
+    ztlib_encoder_process(encoder.object, nullptr, receive, image.get(), 0);
+  }
+
+  // Heap calls of ten rounds after two to warm up.
+  template <class Round>
+  static int CallsOfTen(Round round) {
+    round();
+    round();
+    const int before = heapCalls;
+    for (int i = 0; i < 10; ++i)
+      round();
+    return heapCalls - before;
+  }
+  static void ExpectNoneToDecode(int video, int format, std::vector<Bytes>& stream) {
+    Decoder decoder(format, 1, video);
+    const Image decoded(ztlib_ztimage_create());
+    EXPECT_EQ(CallsOfTen([&] {
+                for (Bytes& frame : stream)
+                  ztlib_decoder_process(&decoder.object, decoded.get(), frame.data(),
+                                        static_cast<std::uint32_t>(frame.size()));
+              }),
+              0);
+    EXPECT_NE(ztlib_ztimage_get_avframe(decoded.get()), nullptr);
   }
 };
 
-// Heap calls of ten rounds after two to warm up.
-template <class Round>
-int CallsOfTen(Round round) {
-  round();
-  round();
-  const int before = heapCalls;
-  for (int i = 0; i < 10; ++i)
-    round();
-  return heapCalls - before;
-}
-
-TEST(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
-  static Output output;
+TEST_F(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
   const Bytes scene = jpeg_reference::Scene(width, height);
   for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
     SCOPED_TRACE(format);
-    void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
-    CodecConfig().Int("Width", width).Int("Height", height).Apply(ztlib_encoder_config, encoder);
-    void* image = ztlib_ztimage_create_avframe(format, AllocateFrame(width, height, format));
-    for (std::size_t i = 0; i < sizeof frameMemory[0]; ++i)
-      static_cast<Frame*>(ztlib_ztimage_get_avframe(image))->data[i] = scene[i % scene.size()] / 4;
-    const int encoding =
-        CallsOfTen([&] { ztlib_encoder_process(encoder, &output, Output::Receive, image, 0); });
-    EXPECT_EQ(encoding, 10);
-    ASSERT_GT(output.size, 112U);
-
-    void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-    CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
-    void* decoded = ztlib_ztimage_create();
-    const int decoding =
-        CallsOfTen([&] { ztlib_decoder_process(&decoder, decoded, output.bytes, output.size); });
-    EXPECT_EQ(decoding, 0);
-    EXPECT_NE(ztlib_ztimage_get_avframe(decoded), nullptr);
-    ztlib_ztimage_destroy(decoded);
-    ztlib_ztimage_destroy(image);
-    ztlib_decoder_destroy(&decoder);
-    ztlib_encoder_destroy(&encoder);
+    const Encoder encoder(width, height);
+    const Image image = Picture(format, width, sizeof frameMemory[0],
+                                [&](std::size_t i) { return scene[i % scene.size()] / 4; });
+    EXPECT_EQ(CallsOfTen([&] { Encode(encoder, image); }), 10);
+    ASSERT_GT(codedSize, 112U);
+    std::vector<Bytes> stream = {Bytes(coded, coded + codedSize)};
+    ExpectNoneToDecode(ZTLIB_VIDEO_MJPEG, format, stream);
   }
 }
 
 // Key, plain, plain and reference frames of two pictures in turn.
-TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
-  static Output output;
+TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   for (bool advanced : {false, true}) {
-    void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEGDIFF);
-    CodecConfig()
-        .Int("Width", width)
-        .Int("Height", height)
-        .Int("RPFrameInterval", 3)
-        .Bool("AdvancedProfile", advanced)
-        .Apply(ztlib_encoder_config, encoder);
-    void* images[2];
-    for (int i = 0; i < 2; ++i) {
-      void* frame = AllocateFrame(width, height, ZTLIB_UYVY);
-      images[i] = ztlib_ztimage_create_avframe(ZTLIB_UYVY, frame);
-      for (int at = 0; at < width * height * 2; ++at) {
+    Encoder encoder(width, height, ZTLIB_VIDEO_MJPEGDIFF);
+    encoder.Configure(CodecConfig().Int("RPFrameInterval", 3).Bool("AdvancedProfile", advanced));
+    const auto picture = [](int n) {
+      return Picture(ZTLIB_UYVY, width, width * height * 2, [n](int at) {
         const bool object = at % (2 * width) < 200 && at / (2 * width) - 100U < 40U;
-        static_cast<Frame*>(frame)->data[at] = object ? 40 + 90 * i + at % 5 : 150;
-      }
-    }
+        return object ? 40 + 90 * n + at % 5 : 150;
+      });
+    };
+    const Image images[] = {picture(0), picture(1)};
     int next = 0;
     std::vector<Bytes> stream;
-    const auto encode = [&] {
-      ztlib_encoder_process(encoder, &output, Output::Receive, images[next++ % 2], 0);
-    };
+    const auto encode = [&] { Encode(encoder, images[next++ % 2]); };
     for (int i = 0; i < 5; ++i) {
       encode();
-      stream.emplace_back(output.bytes, output.bytes + output.size);
-      EXPECT_EQ(output.bytes[72], i == 0 ? 0 : i == 3 ? 5 : advanced ? 4 : 3);
-      EXPECT_EQ(output.size > 124, i != 2) << i;
+      stream.emplace_back(coded, coded + codedSize);
+      EXPECT_EQ(coded[72], i == 0 ? 0 : i == 3 ? 5 : advanced ? 4 : 3);
+      EXPECT_EQ(codedSize > 124, i != 2) << i;
     }
     EXPECT_EQ(CallsOfTen(encode), 10);
-
-    for (int format : {ZTLIB_RGB, ZTLIB_UYVY}) {
-      void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEGDIFF);
-      CodecConfig().Int("PixelFormat", format).Apply(ztlib_decoder_config, decoder);
-      void* decoded = ztlib_ztimage_create();
-      EXPECT_EQ(CallsOfTen([&] {
-                  for (Bytes& frame : stream)
-                    ztlib_decoder_process(&decoder, decoded, frame.data(),
-                                          static_cast<std::uint32_t>(frame.size()));
-                }),
-                0);
-      EXPECT_NE(ztlib_ztimage_get_avframe(decoded), nullptr);
-      ztlib_ztimage_destroy(decoded);
-      ztlib_decoder_destroy(&decoder);
-    }
-    for (void* image : images)
-      ztlib_ztimage_destroy(image);
-    ztlib_encoder_destroy(&encoder);
+    for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
+      ExpectNoneToDecode(ZTLIB_VIDEO_MJPEGDIFF, format, stream);
   }
 }
 
 // The bitmap is all of its size that a frame takes; all else is the small change of a tree.
-TEST(Allocation, MotionTakesOneBitmapForEachDetector) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   for (const int columns : {width, width - 3}) {
-    void* context = ztlib_simplemotion_create();
-    const ztlib_blob empty{nullptr, 0};
-    ztlib_simplemotion_configure(context, &empty, columns, height);
-    void* image = ztlib_ztimage_create_avframe(ZTLIB_GRAY, AllocateFrame(columns, height, 1));
+    const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
+                                                         ztlib_simplemotion_destroy};
+    CodecConfig().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
+    const Image image = Picture(ZTLIB_GRAY, columns, 0, [](int) { return 0; });
     std::int64_t time = 0;
     const auto detect = [&] {
-      time += 100;
-      static std::uint64_t bytes;
       ztlib_simplemotion_detect(
-          context, nullptr, [](void*, const void*, std::uint32_t size) { bytes += size; }, image,
-          time);
+          context.get(), nullptr, [](void*, const void*, std::uint32_t) {}, image.get(),
+          time += 100);
     };
     for (int i = 0; i < 50; ++i)
       detect();
     largestBlock = 0;
     EXPECT_LT(CallsOfTen(detect), 10 * 20);
     EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
-    ztlib_ztimage_destroy(image);
-    ztlib_simplemotion_destroy(context);
   }
 }
 

@@ -1,12 +1,8 @@
 #include "main/lib/base/debug.h"
+#include "tests/support/common.h"
 
 #include <cerrno>
 #include <map>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -96,29 +92,20 @@ TEST(Debug, AssertionsPrintAndGoOnAndGuardsLogAndGoOn) {
                                       "log1EXCEPTION! main/x:12: ver != 1should be false!"}));
 }
 
-std::string MisuseOf(void (*call)()) {
-  try {
-    call();
-  } catch (const CSynchronException& e) {
-    return e.what();
-  }
-  return "";
-}
-
 TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
-  EXPECT_EQ(MisuseOf([] {
+  EXPECT_EQ(TextOf<CSynchronException>([] {
               CMutex mutex(CMutex::Kind::ErrorCheck);
               const CAutoLock lock(&mutex);
               mutex.Lock();
             }),
             "Exception [main/lib/base/synchron_pthread:46] - Mutex deadlock detected");
-  EXPECT_EQ(MisuseOf([] {
+  EXPECT_EQ(TextOf<CSynchronException>([] {
               CMutex mutex(CMutex::Kind::Recursive);
               std::thread([&] { mutex.Lock(); }).join();
               mutex.Unlock();
             }),
             "Exception [main/lib/base/synchron_pthread:65] - Mutex not locked in this thread");
-  EXPECT_NE(MisuseOf([] {
+  EXPECT_NE(TextOf<CSynchronException>([] {
               const CAutoLock lock(nullptr);
             }).find("] - Uninitialized mutex used for autolock"),
             std::string::npos);

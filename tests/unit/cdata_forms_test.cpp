@@ -1,20 +1,13 @@
 #include "main/lib/base/byte_io.h"
 #include "main/lib/base/cdata/HAData.h"
+#include "tests/support/common.h"
 #include "tests/unit/rich_tree.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <span>
 #include <stdexcept>
-#include <string>
 #include <string_view>
-#include <tuple>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 

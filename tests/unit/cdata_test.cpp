@@ -1,28 +1,10 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/cdata/bindatastream.h"
 #include "main/lib/base/exceptions.h"
+#include "tests/support/common.h"
 #include "tests/unit/rich_tree.h"
 
-#include <cstdint>
-#include <memory>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 namespace {
-
-template <class F>
-std::string TextOf(F call) {
-  try {
-    call();
-  } catch (const CDataException& e) {
-    return e.what();
-  }
-  return "no exception";
-}
 
 TEST(CData, LookupAnswersForTheFirstElementAndItsOwnKind) {
   CData data;
@@ -51,13 +33,13 @@ TEST(CData, FailedLookupsNameTheTokenOrThePosition) {
   data.Append("Masks", CDataValue::OfNode(nullptr));
   const std::string where = "Exception [main/lib/base/cdata/HAData:";
   for (const Token token : {Tok::Config, Tok::Masks, Tok::Figures}) {
-    const std::string text = TextOf([&] { data.Child(token); });
+    const std::string text = TextOf<CDataException>([&] { data.Child(token); });
     EXPECT_EQ(text.find(where), 0u) << text;
     EXPECT_NE(text.find("] - Unknown token: " + std::string(TokenText(token))), text.npos) << text;
   }
-  const std::string text = TextOf([&] { data.At(UINT64_MAX); });
+  const std::string text = TextOf<CDataException>([&] { data.At(UINT64_MAX); });
   EXPECT_NE(text.find("] - Unknown index: 18446744073709551615"), text.npos) << text;
-  EXPECT_EQ(TextOf([&] { data.At(1); }), "no exception");
+  EXPECT_EQ(TextOf<CDataException>([&] { data.At(1); }), "no exception");
   data.AddChild(Tok::Figures).AddInt(Tok::Count, 5);
   EXPECT_EQ(data.Child(Tok::Figures).GetInt(Tok::Count, 0), 5);
 }

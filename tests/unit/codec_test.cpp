@@ -6,18 +6,11 @@
 #include "main/target/windll/codec/jpeg_encoder.h"
 #include "main/target/windll/codec/videoencoder_mjpeg.h"
 #include "main/target/windll/image/ztimage.h"
+#include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
 
-#include <algorithm>
-#include <string>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 namespace {
-
-using jpeg_reference::Bytes;
 
 constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, PixelFormat::YUV,
                                          PixelFormat::YUYV, PixelFormat::UYVY};
@@ -72,6 +65,29 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
                                wide.begin() + 128 * y));
     }
   }
+}
+
+// One row more than is wanted is read up to the end of the stream, which may be damaged; of several
+// nothing is read.
+TEST(JpegDecoder, RowsThatNobodyWants) {
+  CJPEGDecoder decoder;
+  for (int across : {2, 4})
+    for (PixelFormat format : {PixelFormat::GRAY, PixelFormat::YUV, PixelFormat::UYVY}) {
+      const Bytes stream =
+          jpeg_reference::Encode(jpeg_reference::Scene(48, 33), 48, 33, {.lumaAcross = across});
+      const Bytes cut(stream.begin(), stream.end() - 2),
+          whole = Decode(decoder, stream, format, 48, 33);
+      for (int rows : {33, 32, 31}) {
+        SCOPED_TRACE(testing::Message()
+                     << across << " " << static_cast<int>(format) << " " << rows);
+        const Bytes pixels = Decode(decoder, stream, format, 48, rows);
+        EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), whole.begin()));
+        if (rows == 31)
+          EXPECT_EQ(Decode(decoder, cut, format, 48, rows), pixels);
+        else
+          EXPECT_THROW(Decode(decoder, cut, format, 48, rows), int);
+      }
+    }
 }
 
 TEST(JpegDecoder, FailuresAreAPlainIntThroughTheFramesOfLibjpeg) {

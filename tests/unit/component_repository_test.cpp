@@ -1,11 +1,7 @@
 #include "main/lib/base/component_repository.h"
 
 #include "main/lib/base/exceptions.h"
-
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "tests/support/common.h"
 
 namespace {
 
@@ -29,15 +25,6 @@ struct CUserOf : IService<N> {
   }
   ~CUserOf() override { events.push_back("-" + std::to_string(N)); }
 };
-
-std::string TextOf(void (*call)()) {
-  try {
-    call();
-  } catch (const CException& e) {
-    return e.what();
-  }
-  return "no exception";
-}
 
 TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   auto& repository = CComponentRepository::Instance();

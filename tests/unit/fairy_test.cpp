@@ -2,19 +2,11 @@
 #include "main/lib/base/fairy/fairy_container.h"
 #include "main/lib/base/fairy/fairy_enum.h"
 #include "main/lib/base/fairy/fairy_numeric.h"
+#include "tests/support/common.h"
 
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
-#include <initializer_list>
-#include <limits>
-#include <memory>
-#include <random>
 #include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,13 +1,8 @@
 #include "main/lib/imgproc/image_cache.h"
 
-#include <cstdint>
-#include <memory>
-#include <numeric>
-#include <string>
-#include <utility>
-#include <vector>
+#include "tests/support/common.h"
 
-#include <gtest/gtest.h>
+#include <numeric>
 
 namespace {
 

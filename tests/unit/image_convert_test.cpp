@@ -4,161 +4,84 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "tests/support/common.h"
 #include "tests/support/guarded_memory.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
-#include <map>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-// The model: a row is a list of pixels of three values, and every conversion a chain of the steps
-// that the formats' definitions name, one pixel after the other.
-using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
-using Pixels = std::vector<Pixel>;
 constexpr std::uint8_t fill = 0xA5;
 
-Pixels Read1(const Bytes& row) {
-  Pixels pixels;
-  for (const int value : row)
-    pixels.push_back({value, 0, 0});
-  return pixels;
-}
-Pixels Read4(const Bytes& row) {
-  Pixels pixels;
-  for (std::size_t i = 0; i < row.size(); i += 4)
-    pixels.push_back({row[i], row[i + 1], row[i + 2]});
-  return pixels;
-}
-Bytes Write1(const Pixels& pixels) {
-  Bytes row;
-  for (const Pixel& p : pixels)
-    row.push_back(static_cast<std::uint8_t>(p[0]));
-  return row;
-}
-Bytes Write4(const Pixels& pixels) {
-  Bytes row;
-  for (const Pixel& p : pixels) {
-    for (const int value : p)
-      row.push_back(static_cast<std::uint8_t>(value));
-    row.push_back(fill);
-  }
-  return row;
-}
-Bytes Swap(Bytes row) {
-  for (std::size_t i = 0; i < row.size(); i += 2)
-    std::swap(row[i], row[i + 1]);
-  return row;
-}
-Pixels Each(Pixels pixels, Pixel (*step)(const Pixel&)) {
-  for (Pixel& p : pixels)
-    p = step(p);
-  return pixels;
-}
+using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
 
-Pixel BoolToGray(const Pixel& p) {
-  return {(256 - p[0]) & 255, 0, 0};
-}
-Pixel GrayToBool(const Pixel& p) {
-  return {p[0] ? 1 : 0, 0, 0};
-}
-Pixel GrayToRgb(const Pixel& p) {
-  return {p[0], p[0], p[0]};
-}
-Pixel GrayToYuv(const Pixel& p) {
-  return {p[0], 128, 128};
-}
-Pixel RgbToYuv(const Pixel& p) {
+Pixel YuvOfRgb(const Pixel& p) {
   const auto [b, g, r] = p;
   return {(r * 77 + g * 150 + b * 29) >> 8, ((r * -43 + g * -85 + b * 128) >> 8) + 128,
           ((r * 128 + g * -107 + b * -21) >> 8) + 128};
 }
-int Saturate(int value) {
-  return value < 0 ? 0 : value > 254 ? 255 : value;
+Pixel RgbOfYuv(const Pixel& p) {
+  const auto saturate = [](int value) { return value < 0 ? 0 : value > 254 ? 255 : value; };
+  const int y = p[0] * 256, u = p[1] - 128, v = p[2] - 128;
+  return {saturate((y + u * 454) >> 8), saturate((y + u * -88 + v * -183) >> 8),
+          saturate((y + v * 359) >> 8)};
 }
-Pixel YuvToRgb(const Pixel& p) {
-  const int y = p[0] * 256;
-  const int u = p[1] - 128;
-  const int v = p[2] - 128;
-  return {Saturate((y + u * 454) >> 8), Saturate((y + u * -88 + v * -183) >> 8),
-          Saturate((y + v * 359) >> 8)};
-}
-Bytes YuvToYuyv(const Pixels& pixels) {
-  Bytes row;
-  for (std::size_t i = 0; i + 1 < pixels.size(); i += 2) {
-    const Pixel& l = pixels[i];
-    const Pixel& r = pixels[i + 1];
-    for (const int value : {l[0], (l[1] + r[1] + 1) >> 1, r[0], (l[2] + r[2] + 1) >> 1})
-      row.push_back(static_cast<std::uint8_t>(value));
+
+// The conversion of a row by the name of its kernel, one pixel after the other.
+Bytes Model(const std::string& name, Bytes row) {
+  const std::string from = name.substr(0, name.find("To")), to = name.substr(from.size() + 2);
+  const bool fromGray = from == "bool" || from == "gray";
+  const bool fromPairs = from == "yuyv" || from == "uyvy";
+  for (std::size_t i = 1; i < row.size() && (from == "uyvy" || name == "yuyvToUyvy"); i += 2)
+    std::swap(row[i - 1], row[i]);
+  if (name == "yuyvToUyvy") return row;
+
+  std::vector<Pixel> raw;
+  for (std::size_t i = 0; i < row.size(); i += fromGray ? 1 : fromPairs ? 2 : 4) {
+    const int value = from == "bool" ? (256 - row[i]) & 255 : row[i];
+    const std::size_t pair = i / 4 * 4;
+    if (fromGray)
+      raw.push_back({value, value, value});
+    else if (fromPairs)
+      raw.push_back({value, row[pair + 1], row[pair + 3]});
+    else
+      raw.push_back({value, row[i + 1], row[i + 2]});
   }
-  return row;
-}
-Pixels Expand(const Bytes& yuyv) {
-  Pixels pixels;
-  for (std::size_t i = 0; i < yuyv.size(); i += 4)
-    for (const int y : {yuyv[i], yuyv[i + 2]})
-      pixels.push_back({y, yuyv[i + 1], yuyv[i + 3]});
-  return pixels;
-}
-Pixels YuyvToYuv(const Bytes& yuyv) {
-  const Pixels raw = Expand(yuyv);
-  Pixels pixels = raw;
-  for (std::size_t a = 1; a + 1 < raw.size(); a += 2)
+  std::vector<Pixel> pixels = raw;
+  for (std::size_t a = 1; fromPairs && a + 1 < raw.size(); a += 2)
     for (const int c : {1, 2}) {
       pixels[a][c] = (3 * raw[a][c] + raw[a + 1][c] + 2) >> 2;
-      pixels[a + 1][c] = (3 * raw[a + 1][c] + raw[a][c] + 2) >> 2;
+      // One format blends with what is blended already.
+      const int left = from == "uyvy" ? pixels[a][c] : raw[a][c];
+      pixels[a + 1][c] = (left + 3 * raw[a + 1][c] + 2) >> 2;
     }
-  return pixels;
-}
-Pixels UyvyToYuv(const Bytes& uyvy) {
-  Pixels pixels = Expand(Swap(uyvy));
-  for (std::size_t a = 1; a + 1 < pixels.size(); a += 2)
-    for (const int c : {1, 2}) {
-      pixels[a][c] = (3 * pixels[a][c] + pixels[a + 1][c] + 2) >> 2;
-      pixels[a + 1][c] = (pixels[a][c] + 3 * pixels[a + 1][c] + 2) >> 2;
-    }
-  return pixels;
+  Bytes out;
+  const auto put = [&out](std::initializer_list<int> values) {
+    for (const int value : values)
+      out.push_back(static_cast<std::uint8_t>(value));
+  };
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    Pixel& p = pixels[i];
+    if (from == "rgb" || name == "grayToYuyv")
+      p = YuvOfRgb(p);
+    else if (fromGray && to != "Rgb")
+      p = {p[0], 128, 128};
+    else if (to == "Rgb" && !fromGray)
+      p = RgbOfYuv(p);
+    if (to == "Bool" || to == "Gray") put({to == "Bool" ? p[0] != 0 : p[0]});
+    if (to == "Rgb" || to == "Yuv") put({p[0], p[1], p[2], fill});
+    if ((to != "Yuyv" && to != "Uyvy") || i % 2 == 0) continue;
+    const Pixel& l = pixels[i - 1];
+    const int u = (l[1] + p[1] + 1) >> 1, v = (l[2] + p[2] + 1) >> 1;
+    to == "Yuyv" ? put({l[0], u, p[0], v}) : put({u, l[0], v, p[0]});
+  }
+  return out;
 }
 
-using Model = Bytes (*)(const Bytes&);
-const std::map<std::string, Model> models = {
-    {"boolToGray", [](auto& s) { return Write1(Each(Read1(s), BoolToGray)); }},
-    {"boolToRgb", [](auto& s) { return Write4(Each(Each(Read1(s), BoolToGray), GrayToRgb)); }},
-    {"grayToBool", [](auto& s) { return Write1(Each(Read1(s), GrayToBool)); }},
-    {"grayToRgb", [](auto& s) { return Write4(Each(Read1(s), GrayToRgb)); }},
-    {"grayToYuv", [](auto& s) { return Write4(Each(Read1(s), GrayToYuv)); }},
-    {"grayToYuyv", [](auto& s) { return YuvToYuyv(Each(Each(Read1(s), GrayToRgb), RgbToYuv)); }},
-    {"grayToUyvy", [](auto& s) { return Swap(YuvToYuyv(Each(Read1(s), GrayToYuv))); }},
-    {"rgbToGray", [](auto& s) { return Write1(Each(Read4(s), RgbToYuv)); }},
-    {"rgbToYuv", [](auto& s) { return Write4(Each(Read4(s), RgbToYuv)); }},
-    {"rgbToYuyv", [](auto& s) { return YuvToYuyv(Each(Read4(s), RgbToYuv)); }},
-    {"rgbToUyvy", [](auto& s) { return Swap(YuvToYuyv(Each(Read4(s), RgbToYuv))); }},
-    {"yuvToGray", [](auto& s) { return Write1(Read4(s)); }},
-    {"yuvToRgb", [](auto& s) { return Write4(Each(Read4(s), YuvToRgb)); }},
-    {"yuvToYuyv", [](auto& s) { return YuvToYuyv(Read4(s)); }},
-    {"yuvToUyvy", [](auto& s) { return Swap(YuvToYuyv(Read4(s))); }},
-    {"yuyvToGray", [](auto& s) { return Write1(YuyvToYuv(s)); }},
-    {"yuyvToRgb", [](auto& s) { return Write4(Each(YuyvToYuv(s), YuvToRgb)); }},
-    {"yuyvToYuv", [](auto& s) { return Write4(YuyvToYuv(s)); }},
-    {"yuyvToUyvy", [](auto& s) { return Swap(s); }},
-    {"uyvyToGray", [](auto& s) { return Write1(UyvyToYuv(s)); }},
-    {"uyvyToRgb", [](auto& s) { return Write4(Each(UyvyToYuv(s), YuvToRgb)); }},
-    {"uyvyToYuv", [](auto& s) { return Write4(UyvyToYuv(s)); }},
-    {"uyvyToYuyv", [](auto& s) { return YuvToYuyv(UyvyToYuv(s)); }},
-};
-
-// Random bytes with many values at the ends and around the middle, where rounding shows.
-Bytes RandomBytes(std::size_t size) {
+// Many values at the ends and around the middle, where rounding shows.
+Bytes EdgyBytes(std::size_t size) {
   static std::mt19937 random(20);
   constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
   Bytes bytes(size);
@@ -177,8 +100,8 @@ void CheckKernels(const RowKernels& table) {
     counts.push_back(count);
   for (const RowKernelShape& kernel : rowKernelShapes)
     for (const std::size_t count : counts) {
-      const Bytes source = RandomBytes(count * kernel.sourceBytes);
-      const Bytes expected = models.at(kernel.name)(source);
+      const Bytes source = EdgyBytes(count * kernel.sourceBytes);
+      const Bytes expected = Model(kernel.name, source);
       ASSERT_EQ(expected.size(), count * kernel.targetBytes) << kernel.name;
       for (const bool atEnd : {false, true})
         for (const std::size_t offset : {0, 1, 3}) {
@@ -243,7 +166,7 @@ void CheckPair(int source, int target, int width, int height) {
   const std::unique_ptr<CZTImageImplBase> image =
       CreateNewImageBase(from, width / GetSampleDx(from), height / GetSampleDy(from));
   for (int y = 0; y < image->GetDy(); ++y) {
-    const Bytes row = RandomBytes(static_cast<std::size_t>(image->GetRowSize()));
+    const Bytes row = EdgyBytes(static_cast<std::size_t>(image->GetRowSize()));
     if (!row.empty()) std::memcpy(image->GetPtrAt(0, y), row.data(), row.size());
   }
   const std::string cell = matrix[source][target];
@@ -277,7 +200,7 @@ void CheckPair(int source, int target, int width, int height) {
       expected = RowOf(*image, y, size);
     } else if (kernel != std::end(rowKernelShapes)) {
       const std::size_t count = static_cast<std::size_t>(image->GetDxInPixels()) / kernel->pixels;
-      expected = models.at(cell)(RowOf(*image, y, count * kernel->sourceBytes));
+      expected = Model(cell, RowOf(*image, y, count * kernel->sourceBytes));
     } else {
       ASSERT_EQ(cell, "unwritten");
     }
@@ -299,7 +222,7 @@ TEST(ImageConvert, KeepsToTheRowsOfParts) {
   const CTestFrames frames(&frame_manager::Register, fill);
   YuyvImageView whole;
   whole.Create(8, 4);
-  const Bytes content = RandomBytes(128);
+  const Bytes content = EdgyBytes(128);
   std::memcpy(whole.data, content.data(), content.size());
   const auto part = YuyvImageView::MapOf(whole, {3, 1, 2, 3});
   UyvyImageView swapped;
@@ -307,7 +230,7 @@ TEST(ImageConvert, KeepsToTheRowsOfParts) {
   auto swappedPart = UyvyImageView::MapOf(swapped, {5, 0, 3, 2});
   Convert(swappedPart, part);
   Bytes expected(128, fill);
-  const Bytes all = Swap(content);
+  const Bytes all = Model("yuyvToUyvy", content);
   for (const std::size_t y : {0, 1})
     std::copy_n(all.begin() + static_cast<int>(32 * (y + 1) + 12), 8,
                 expected.begin() + static_cast<int>(32 * y + 20));

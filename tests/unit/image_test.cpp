@@ -1,13 +1,10 @@
 #include "main/lib/base/debug.h"
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimagex.h"
+#include "tests/support/common.h"
 #include "tests/support/test_frames.h"
 
-#include <cstring>
 #include <numeric>
-#include <string>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -26,17 +23,6 @@ class Images : public testing::Test {
   }
 };
 
-template <class F>
-std::string TextOf(F&& call) {
-  try {
-    call();
-  } catch (const CException& e) {
-    const std::string text = e.what();
-    return text.substr(text.rfind("] - ") + 4);
-  }
-  return "no exception";
-}
-
 TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
   CZTImage image;
   image.CreateBySizeInPixels(PixelFormat::YUYV, 640, 3);
@@ -45,7 +31,7 @@ TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
   constexpr int refused[][3] = {{4, 641, 480}, {9, 16, 16}, {10, 16, 16},      {-1, 16, 16},
                                 {1, -1, 5},    {8, 16, 24}, {1, 65536, 65536}, {2, -16, -16}};
   for (const auto& c : refused)
-    EXPECT_EQ(TextOf([&] { image.CreateBySizeInPixels(PixelFormat{c[0]}, c[1], c[2]); }),
+    EXPECT_EQ(MessageOf([&] { image.CreateBySizeInPixels(PixelFormat{c[0]}, c[1], c[2]); }),
               "Invalid range")
         << c[0] << " " << c[1];
   EXPECT_EQ(image.GetDx(), 320);
@@ -55,7 +41,7 @@ TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
   image.CreateBySizeInPixels(PixelFormat::YUYV, 32, 2);
   EXPECT_EQ(CTestFrames::released, 1);
   CTestFrames::refuse = true;
-  EXPECT_EQ(TextOf([&] { image.CreateBySizeInPixels(PixelFormat::YUYV, 16, 2); }),
+  EXPECT_EQ(MessageOf([&] { image.CreateBySizeInPixels(PixelFormat::YUYV, 16, 2); }),
             "Using null-pointer");
   EXPECT_TRUE(image.IsEmpty());
   EXPECT_EQ(CTestFrames::released, 2);
@@ -88,12 +74,12 @@ TEST_F(Images, CopiesAndMapsOfOneself) {
   EXPECT_EQ(std::memcmp(other.GetPtrAs<char>(), image.GetPtrAs<char>(), 15), 0);
   image.ConvertOrMap(PixelFormat::GRAY, image);
   EXPECT_TRUE(image.IsEmpty());
-  EXPECT_EQ(TextOf([&] { image.ConvertOrMap(PixelFormat::NONE, other); }), "Wrong format");
-  EXPECT_EQ(TextOf([&] { image.SetPixelFormat(PixelFormat::GRAY); }), "Using null-pointer");
-  EXPECT_EQ(TextOf([&] { other.SetPixelFormat(PixelFormat::NONE); }), "Invalid range");
-  EXPECT_EQ(TextOf([&] { other.SetPixelFormat(PixelFormat{9}); }), "Invalid range");
+  EXPECT_EQ(MessageOf([&] { image.ConvertOrMap(PixelFormat::NONE, other); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { image.SetPixelFormat(PixelFormat::GRAY); }), "Using null-pointer");
+  EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat::NONE); }), "Invalid range");
+  EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat{9}); }), "Invalid range");
   other.SetPixelFormat(PixelFormat::YUV);
-  EXPECT_EQ(TextOf([&] { other.SetPixelFormat(PixelFormat::BOOL8); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat::BOOL8); }), "Wrong format");
   EXPECT_EQ(other.GetPixelFormat(), PixelFormat::YUV);
   EXPECT_EQ(*other.GetPtrAs<std::uint8_t>(4, 2), 14);
   other.Copy(other);
@@ -112,9 +98,9 @@ TEST_F(Images, OverWriteKeepsTheBuffer) {
   EXPECT_EQ(target.GetFrame(), frame);
   EXPECT_EQ(*target.GetPtrAs<std::uint8_t>(3, 3), 15);
   target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 5);
-  EXPECT_EQ(TextOf([&] { target.OverWrite(source); }), "Unknown exception");
+  EXPECT_EQ(MessageOf([&] { target.OverWrite(source); }), "Unknown exception");
   target.CreateBySizeInPixels(PixelFormat::RGB, 4, 5);
-  EXPECT_EQ(TextOf([&] { target.OverWrite(source); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { target.OverWrite(source); }), "Wrong format");
   source.Reset();
   target.OverWrite(source);
   EXPECT_TRUE(target.IsEmpty());
@@ -145,8 +131,8 @@ TEST_F(Images, MapsShareAndSlide) {
   EXPECT_EQ(inner->GetFrame(), image.GetFrame());
 
   const auto empty = CreateNewImageBase(PixelFormat::GRAY);
-  EXPECT_EQ(TextOf([&] { (void)empty->CreateMap(); }), "Using null-pointer");
-  EXPECT_EQ(TextOf([&] { empty->RelocMapX(1); }), "Using null-pointer");
+  EXPECT_EQ(MessageOf([&] { (void)empty->CreateMap(); }), "Using null-pointer");
+  EXPECT_EQ(MessageOf([&] { empty->RelocMapX(1); }), "Using null-pointer");
   EXPECT_EQ(empty->GetUseCount(), 0);
 }
 
@@ -192,11 +178,12 @@ TEST_F(Images, BlocksOfATree) {
   loaded.FromBindata(*tree.At(1).value.GetBinary());
   EXPECT_EQ(loaded.GetPixelFormat(), PixelFormat::BOOL8);
   EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 1);
-  EXPECT_EQ(TextOf([&] { ToCData(tree, Tok::Image, nullptr, false); }), "Using null-pointer");
-  EXPECT_EQ(TextOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, nullptr, false); }), "Using null-pointer");
+  EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
   tree.At(1).value.GetBinary()->Data()[0] = 2;
-  EXPECT_EQ(TextOf([&] { loaded.FromBindata(*tree.At(1).value.GetBinary()); }), "Wrong format");
-  EXPECT_EQ(TextOf([&] { loaded.FromBindata(CBinData("\1\0", 2)); }), "Invalid or nullptr memory!");
+  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(*tree.At(1).value.GetBinary()); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(CBinData("\1\0", 2)); }),
+            "Invalid or nullptr memory!");
   loaded.FromBindata(CBinData());
   EXPECT_EQ(loaded.GetDx(), 16);
   EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(15, 0), 0);

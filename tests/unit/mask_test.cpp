@@ -2,18 +2,10 @@
 
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
+#include "tests/support/common.h"
 #include "tests/support/test_frames.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <functional>
 #include <new>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -172,12 +164,10 @@ TEST(Mask, RefusesWhatIsNoPolygonAndReportsHalfPoints) {
   masks.AddShortArray(Tok::Empty, {0, 0});
   masks.AddInt(Tok::Empty, 1);
   CMask mask = MaskOf(5, 5, {});
-  try {
-    mask.BuildFromData(masks, {5, 5});
-    ADD_FAILURE();
-  } catch (const CDataException& e) {
-    EXPECT_TRUE(std::string(e.what()).ends_with("] - Unknown token: 1")) << e.what();
-  }
+  EXPECT_EQ(MessageOf<CDataException>([&] {
+              mask.BuildFromData(masks, {5, 5});
+            }),
+            "Unknown token: 1");
   EXPECT_EQ(mask.GetArea(), 0);
   EXPECT_THROW(mask.BuildFromData({}, {std::int64_t{1} << 40, 5}), std::bad_alloc);
   testing::internal::CaptureStderr();
@@ -216,18 +206,6 @@ TEST(Mask, CombinesAsItsPixelsDo) {
   }
 }
 
-template <class Call>
-std::string TextOf(Call call) {
-  try {
-    call();
-  } catch (const CException& e) {
-    const std::string text = e.what();
-    EXPECT_EQ(text.find("Exception [main/lib/imgproc/mask:"), 0U) << text;
-    return text.substr(text.find("] - ") + 4);
-  }
-  return "";
-}
-
 // Every sample that is painted, and none else; the fourth byte never.
 template <class Pixel, class... Values>
 void CheckPainting(const CMask& mask, Values... values) {
@@ -248,7 +226,7 @@ void CheckPainting(const CMask& mask, Values... values) {
       }
     for (const auto& [dx, dy] : {std::pair(1, 0), {0, 1}}) {
       image.Create(mask.GetWidth() + dx, mask.GetHeight() + dy);
-      EXPECT_EQ(TextOf(paint), " CMask: invalid image dimensions for overlay");
+      EXPECT_EQ(MessageOf(paint), " CMask: invalid image dimensions for overlay");
     }
   }
 }
@@ -264,12 +242,14 @@ TEST(Mask, PaintsInsideOrOutside) {
 TEST(Mask, FailuresNameTheOperation) {
   const CMask none, small = MaskOf(4, 4, {});
   CMask out;
-  EXPECT_EQ(TextOf([&] { CMask::Invert(none, out); }), "CMask::Invert: input mask is empty");
+  const std::string text = TextOf<CException>([&] { CMask::Invert(none, out); });
+  EXPECT_EQ(text.find("Exception [main/lib/imgproc/mask:"), 0U) << text;
+  EXPECT_TRUE(text.ends_with("] - CMask::Invert: input mask is empty")) << text;
   for (const auto& [other, text] : {std::pair(MaskOf(5, 5, {}), "input mask widths mismatch"),
                                     {MaskOf(4, 5, {}), "input mask rowcounts mismatch"}}) {
-    EXPECT_EQ(TextOf([&, &b = other] { CMask::Intersect(small, b, out); }),
+    EXPECT_EQ(MessageOf([&, &b = other] { CMask::Intersect(small, b, out); }),
               std::string("CMask::Intersect: ") + text);
-    EXPECT_EQ(TextOf([&, &b = other] { CMask::Unite(small, b, out); }),
+    EXPECT_EQ(MessageOf([&, &b = other] { CMask::Unite(small, b, out); }),
               std::string("CMask::Unite: ") + text);
   }
   EXPECT_EQ(out.GetHeight(), 0);

@@ -1,21 +1,12 @@
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 
 #include "main/lib/base/exceptions.h"
-#include "main/lib/vca/old_vca_utils/motion_kernels_variants.h"
+#include "tests/support/common.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-#include <vector>
-
-#include <gtest/gtest.h>
 #include <xmmintrin.h>
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using Floats = std::vector<float>;
 
 constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
@@ -24,16 +15,13 @@ constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
 struct Reference {
   std::int64_t width = 0, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
   std::int64_t high = 0, learned = 0, big = 0;
-  float sensitivity = 70, frameRate = 0, base = 0, top = 0;
+  float sensitivity = 70, frameRate = 0;
   bool melt = false, highReduction = true, alternative = false, forbidStart = true, binary = true;
   bool quiet = true;
   Floats mean, variance;
   Bytes motion;
 
   void Rebuild(std::int64_t w, std::int64_t h) {
-    const float t = (10 - sensitivity / 10) * 0.5F + 2.5F;
-    base = t * t;
-    top = melt ? 100.0F : 65000.0F;
     width = w;
     height = h;
     const auto size = static_cast<std::size_t>(w * h);
@@ -43,106 +31,85 @@ struct Reference {
     learned = 0;
   }
 
+  static std::int64_t Later(std::int64_t now, std::int64_t by) {
+    return now > latest - by ? latest : now + by;
+  }
+
   std::int64_t Process(const Bytes& image, std::int64_t w, std::int64_t h, std::int64_t now) {
     if (w != width || h != height) Rebuild(w, h);
     if (now < last) reducedUntil = startupUntil = now;
-    float rate = 0.5F;
-    frameRate = 1;
     const auto gap = static_cast<__int128>(now) - last;
-    if (gap != 0 && gap <= 1000) {
-      frameRate = 1000.0F / static_cast<float>(gap);
-      rate = 0.5F / frameRate;
-    }
-    float k = base, m = 0.025F, c = top;
-    if (now < startupUntil && forbidStart) {
-      k = 6.25F;
-    } else if (now < reducedUntil) {
-      k = base * 0.5F;
-      m = 0.05F;
-      c = 100;
-    }
-    if (melt) {
-      k = base * 0.5F;
-      m = 0.05F;
-    }
+    frameRate = gap != 0 && gap <= 1000 ? 1000.0F / static_cast<float>(gap) : 1;
+    float rate = 0.5F / frameRate;
+    const float t = (10 - sensitivity / 10) * 0.5F + 2.5F, base = t * t;
+    const bool startup = now < startupUntil && forbidStart;
+    const bool reduced = !startup && now < reducedUntil;
+    float k = startup ? 6.25F : base;
+    if (reduced || melt) k = base * 0.5F;
     if (alternative && !quiet) {
       k = base * 2.25F;
       rate = rate * 2;
-      m = 0.05F;
     }
-    if (rate > 0.125F) rate = 0.125F;
-    if (rate < 0.015625F) rate = 0.015625F;
+    const float m = reduced || melt || (alternative && !quiet) ? 0.05F : 0.025F;
+    const float c = reduced || melt ? 100 : 65000;
+    rate = std::min(std::max(rate, 0.015625F), 0.125F);
     high = big = 0;
+    last = now;
     if (learned < 32) {
-      const auto n = static_cast<float>(learned + 1);
+      const auto n = static_cast<float>(++learned);
       for (std::size_t i = 0; i < image.size(); ++i) {
-        const float p = image[i];
-        const float sum = mean[i] + p;
-        mean[i] = sum;
-        const float d = (p * n - sum) / n;
+        mean[i] += image[i];
+        const float d = (image[i] * n - mean[i]) / n;
         variance[i] = d * d + variance[i];
       }
-      last = now;
-      if (++learned < 32) return 0;
+      if (learned < 32) return 0;
       for (std::size_t i = 0; i < image.size(); ++i) {
         mean[i] *= 0.03125F;
         variance[i] *= 0.03125F;
       }
-      learned = 33;
-      startupUntil = now > latest - 60000 ? latest : now + 60000;
+      startupUntil = Later(now, 60000);
       reducedUntil = now;
     }
-    const float s = rate * m, a = 1 - s, b = 1 - rate;
     std::int64_t count = 0;
     for (std::size_t i = 0; i < image.size(); ++i)
-      count += Pixel(i, image[i], k, c, rate, s, a, b);
+      count += Pixel(i, image[i], k, c, rate, rate * m);
     if (binary) count -= Despeckle();
     const auto pixels = static_cast<double>(width * height);
     if (highReduction && static_cast<double>(high) > 0.25 * pixels && now > reducedUntil)
-      reducedUntil = now > latest - 5000 ? latest : now + 5000;
+      reducedUntil = Later(now, 5000);
     if (alternative) quiet = static_cast<double>(high) < 0.05 * pixels;
-    last = now;
     return count;
   }
 
-  bool Pixel(std::size_t i, float p, float k, float c, float rate, float s, float a, float b) {
-    const float difference = p - mean[i];
-    const float d = difference * difference;
-    const float kv = k * variance[i];
-    const bool moves = !(d <= 100.0F || d <= kv);
-    mean[i] = a * mean[i] + s * p;
-    float v = 0;
-    if (moves) {
-      v = a * variance[i] + s * d;
-      motion[i] =
-          binary ? 0xFF : static_cast<std::uint8_t>(std::sqrt(d - (100.0F < kv ? kv : 100.0F)));
-    } else {
-      v = b * variance[i] + rate * d;
-      motion[i] = 0;
-    }
+  bool Pixel(std::size_t i, float p, float k, float c, float rate, float s) {
+    const float d = (p - mean[i]) * (p - mean[i]), limit = k * variance[i];
+    const bool moves = !(d <= 100.0F || d <= limit);
+    mean[i] = (1 - s) * mean[i] + s * p;
+    const float v = moves ? (1 - s) * variance[i] + s * d : (1 - rate) * variance[i] + rate * d;
+    motion[i] = !moves   ? 0
+                : binary ? 0xFF
+                         : static_cast<std::uint8_t>(std::sqrt(d - (100 < limit ? limit : 100)));
     big += d > std::max(300.0F, v);
     high += v > 100.0F;
     variance[i] = v > c ? c : v;
     return moves;
   }
 
+  // Takes lonely pixels away; the neighbour to the right of another one is not looked at.
   std::int64_t Despeckle() {
     std::int64_t cleared = 0;
-    const auto at = [this](std::int64_t x, std::int64_t y) -> std::uint8_t& {
-      return motion[static_cast<std::size_t>(y * width + x)];
-    };
     for (std::int64_t y = 1; y < height - 1; ++y)
       for (std::int64_t x = 1; x < width - 1; ++x) {
-        if (at(x, y) == 0) continue;
-        bool alone = true;
-        for (int dy = -1; dy <= 1; ++dy)
-          for (int dx = -1; dx <= 1; ++dx)
-            if ((dx != 0 || dy != 0) && at(x + dx, y + dy) != 0) alone = false;
-        if (alone) {
-          at(x, y) = 0;
+        const auto at = motion.begin() + y * width + x;
+        if (*at == 0) continue;
+        int near = 0;
+        for (const std::int64_t row : {-width, std::int64_t{0}, width})
+          near += (at[row - 1] != 0) + (at[row] != 0) + (at[row + 1] != 0);
+        if (near == 1) {
+          *at = 0;
           ++cleared;
         } else {
-          ++x;  // its neighbour to the right is not looked at
+          ++x;
         }
       }
     return cleared;
@@ -185,7 +152,7 @@ void ExpectSameRows(const TCImageX<T, long long>& image, const std::vector<T>& e
 TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
   constexpr std::int64_t steps[] = {40, 31, 32, 0, 250, 1000, 1001, 7, -1, 100, -90000, 1, 30000};
   constexpr double sensitivities[] = {70, 0, 100, -1e30, std::numeric_limits<double>::quiet_NaN()};
-  constexpr std::pair<int, int> sizes[] = {{37, 6}, {1, 1}, {2, 7}, {7, 2}, {3, 3}, {0, 5}, {5, 0}};
+  constexpr std::pair<int, int> sizes[] = {{37, 6}, {0, 5}, {5, 0}};
   int run = 0;
   for (const double sensitivity : sensitivities)
     for (unsigned bits = 0; bits < 32; ++bits, ++run) {
@@ -211,7 +178,9 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
       std::int64_t now = bits % 4 == 3 ? latest - 3000 : 1000;
       for (int number = 0; number < 150; ++number) {
         // A change of size learns again.
-        const auto [width, height] = number < 90 ? sizes[run % 7] : std::pair(64, 6);
+        const auto [width, height] = number >= 90   ? std::pair(64, 6)
+                                     : run % 16 < 3 ? sizes[run % 16]
+                                                    : std::pair(run % 67 + 1, run % 5 + 1);
         const std::int64_t step = number == 40 || number == 130 ? 70000
                                   : number >= 31                ? steps[number % std::size(steps)]
                                                                 : 40;
@@ -227,7 +196,7 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
         ASSERT_FALSE(HasFailure()) << "frame " << number;
         ASSERT_EQ(model.GetHighVarianceCount(), reference.high) << number;
         ASSERT_EQ(model.GetFrameRate(), reference.frameRate) << number;
-        if (reference.learned == 33) {
+        if (reference.learned == 32) {
           ASSERT_EQ(model.IsLightChange(), width * height / 4 < reference.big) << number;
         }
       }
@@ -254,54 +223,5 @@ TEST_F(MotionBackground, StillSceneDecaysToZeroAndTheCallersModeStays) {
   ExpectSameRows(model.GetMean(), Floats(64));
   ExpectSameRows(model.GetVariance(), Floats(64));
 }
-
-// The loop of one instruction set on random and extreme content.
-void CheckClassify(const MotionKernels& table, std::mt19937& random) {
-  constexpr float inf = std::numeric_limits<float>::infinity();
-  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-  constexpr float extremes[] = {0, 1e-45F, 1e-38F, 1e-30F, 6.25F, 100, 299.99F, 65000, 1e30F};
-  for (std::size_t count = 0; count < 200; ++count)
-    for (const float threshold : {16.0F, 0.0F, 1e30F, inf, nan})
-      for (const bool binary : {true, false}) {
-        Reference reference;
-        reference.binary = binary;
-        reference.Rebuild(static_cast<std::int64_t>(count), 1);
-        Bytes image(count);
-        for (std::size_t i = 0; i < count; ++i) {
-          image[i] = static_cast<std::uint8_t>(random());
-          reference.mean[i] = random() % 3 == 0 ? extremes[random() % 6]
-                                                : static_cast<float>(random() % 65536) / 257.0F;
-          reference.variance[i] = random() % 2 == 0 ? extremes[random() % std::size(extremes)]
-                                                    : static_cast<float>(random() % 2000) / 7.0F;
-        }
-        Floats mean = reference.mean, variance = reference.variance;
-        Bytes motion(count);
-        const float rate = 0.037F, s = rate * 0.025F;
-        MotionCounts counted;
-        (binary ? table.classifyBinary : table.classifyGraded)(
-            mean.data(), variance.data(), motion.data(), image.data(), count,
-            {threshold, 65000, 100, rate, s}, counted);
-        std::int64_t moving = 0;
-        for (std::size_t i = 0; i < count; ++i)
-          moving += reference.Pixel(i, image[i], threshold, 65000, rate, s, 1 - s, 1 - rate);
-        ASSERT_EQ(counted.motion, moving);
-        ASSERT_EQ(counted.bigChange, reference.big);
-        ASSERT_EQ(counted.highVariance, reference.high);
-        ASSERT_EQ(mean, reference.mean);
-        ASSERT_EQ(variance, reference.variance);
-        ASSERT_EQ(motion, reference.motion);
-      }
-}
-
-TEST_F(MotionBackground, BaselineLoopFollowsTheModel) {
-  CheckClassify(baselineMotions, random);
-}
-
-#if defined(ZTLIB_AVX2)
-TEST_F(MotionBackground, Avx2LoopFollowsTheModel) {
-  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
-  CheckClassify(avx2Motions, random);
-}
-#endif
 
 }  // namespace

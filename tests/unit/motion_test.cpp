@@ -2,13 +2,7 @@
 #include "main/lib/vca/old_vca_utils/simple_motion.h"
 #include "tests/support/export_fixture.h"
 
-#include <cmath>
-#include <limits>
-#include <random>
-
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::int64_t epochOffset = 11644473600000;
 constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();

@@ -1,10 +1,8 @@
 #include "main/lib/base/cdata/token_table.h"
 
-#include <functional>
-#include <string>
-#include <string_view>
+#include "tests/support/common.h"
 
-#include <gtest/gtest.h>
+#include <string_view>
 
 namespace {
 

@@ -1,8 +1,6 @@
 #include "include/ztlib.h"
-#include "main/lib/base/cdata/HAData.h"
-#include "main/lib/base/debug.h"
 #include "main/lib/base/frame_manager.h"
-#include "main/target/windll/call_guard.h"
+#include "main/target/windll/client_pointers.h"
 #include "main/target/windll/device_components.h"
 #include "main/target/windll/image/ztimage.h"
 
@@ -27,16 +25,6 @@ const struct Load {
 // destroy tears down again; its byte is freed once.
 char* contextToken = nullptr;
 char* contextByte = nullptr;
-
-CZTImage& ImageOf(void* image, const char* function) {
-  if (!image) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
-  return *static_cast<CZTImage*>(image);
-}
-
-const CZTImage& ImageOf(const void* image, const char* function) {
-  if (!image) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
-  return *static_cast<const CZTImage*>(image);
-}
 
 }  // namespace
 
@@ -86,25 +74,26 @@ void* ztlib_ztimage_create_avframe(int32_t format, void* frame) {
 }
 
 void* ztlib_ztimage_get_avframe(const void* image) {
-  return GuardedCall({"ztlib_ztimage_get_avframe", source, 113}, static_cast<void*>(nullptr),
-                     [&] { return ImageOf(image, "ztlib_ztimage_get_avframe").GetFrame(); });
+  constexpr ExportSite site{"ztlib_ztimage_get_avframe", source, 113};
+  return GuardedCall(site, static_cast<void*>(nullptr),
+                     [&] { return Deref<const CZTImage>(image, site).GetFrame(); });
 }
 
 void ztlib_ztimage_saveToZTMem(const void* image, void* user, ztlib_output out) {
-  constexpr char name[] = "ztlib_ztimage_saveToZTMem";
-  GuardedCall({name, source, 338}, [&] {
-    if (!out) ZT_THROW(CException, "Using null-pointer", name, source, __LINE__);
+  constexpr ExportSite site{"ztlib_ztimage_saveToZTMem", source, 338};
+  GuardedCall(site, [&] {
+    CheckNotNull(out, site);
     CBinData block;
-    ImageOf(image, name).SaveToBinData(block);
+    Deref<const CZTImage>(image, site).SaveToBinData(block);
     out(user, block.Data(), static_cast<uint32_t>(block.Size()));
   });
 }
 
 bool ztlib_ztimage_loadFromZTMem(void* image, const ztlib_blob* memory) {
-  constexpr char name[] = "ztlib_ztimage_loadFromZTMem";
-  return GuardedCall({name, source, 348}, false, [&] {
-    CZTImage& target = ImageOf(image, name);
-    if (!memory) ZT_THROW(CException, "Using null-pointer", name, source, __LINE__);
+  constexpr ExportSite site{"ztlib_ztimage_loadFromZTMem", source, 348};
+  return GuardedCall(site, false, [&] {
+    auto& target = Deref<CZTImage>(image, site);
+    CheckNotNull(memory, site);
     // Clients of the older interface passed 32-bit sizes in this field.
     target.LoadFromBuff(memory->data, static_cast<int32_t>(static_cast<uint32_t>(memory->size)));
     return true;

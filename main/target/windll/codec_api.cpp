@@ -1,7 +1,5 @@
 #include "include/ztlib.h"
-#include "main/lib/base/cdata/HAData.h"
-#include "main/lib/base/debug.h"
-#include "main/target/windll/call_guard.h"
+#include "main/target/windll/client_pointers.h"
 #include "main/target/windll/codec/codec.h"
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/idct8x8.h"
@@ -11,43 +9,12 @@
 #include "main/target/windll/image/ztimage.h"
 
 #include <cstring>
+#include <memory>
 #include <span>
 
 namespace {
 
 constexpr char source[] = "main/target/windll/codec_api";
-
-using Bytes = std::span<const std::uint8_t>;
-
-void CheckNotNull(const void* pointer, const char* function) {
-  if (!pointer) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
-}
-void CheckNotNull(ztlib_output out, const char* function) {
-  if (!out) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
-}
-
-template <class T, class Pointer>
-T& Deref(Pointer* pointer, const char* function) {
-  CheckNotNull(pointer, function);
-  return *static_cast<T*>(pointer);
-}
-
-// Client memory in place.
-Bytes BytesAt(const void* data, std::uint64_t size, const char* function) {
-  if (size > 0) CheckNotNull(data, function);
-  return {static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(size)};
-}
-Bytes BytesOf(const ztlib_blob* blob, const char* function) {
-  CheckNotNull(blob, function);
-  return BytesAt(blob->data, blob->size, function);
-}
-
-CData ParseConfig(const ztlib_blob* blob, const char* function) {
-  const Bytes bytes = BytesOf(blob, function);
-  CData config;
-  ParseTagged(config, bytes.data(), bytes.size());
-  return config;
-}
 
 FrameInfo CheckedFrameInfo(Bytes frame, const char* function) {
   if (frame.size() < FrameHeader::minSize)
@@ -103,16 +70,16 @@ void ztlib_decoder_destroy(void** decoder) {
 void ztlib_encoder_config(void* encoder, const ztlib_blob* config) {
   constexpr ExportSite site{"ztlib_encoder_config", source, 80};
   GuardedCall(site, [&] {
-    auto& object = Deref<CVideoEncoderBase>(encoder, site.name);
-    object.Configure(ParseConfig(config, site.name));
+    auto& object = Deref<CVideoEncoderBase>(encoder, site);
+    object.Configure(ParseConfig(config, site));
   });
 }
 
 void ztlib_decoder_config(void* decoder, const ztlib_blob* config) {
   constexpr ExportSite site{"ztlib_decoder_config", source, 94};
   GuardedCall(site, [&] {
-    auto& object = Deref<CVideoDecoderBase>(decoder, site.name);
-    object.Configure(ParseConfig(config, site.name));
+    auto& object = Deref<CVideoDecoderBase>(decoder, site);
+    object.Configure(ParseConfig(config, site));
   });
 }
 
@@ -120,10 +87,10 @@ void ztlib_encoder_process(void* encoder, void* user, ztlib_output out, const vo
                            std::uint8_t key) {
   constexpr ExportSite site{"ztlib_encoder_process", source, 140};
   GuardedCall(site, [&] {
-    auto& object = Deref<CVideoEncoderBase>(encoder, site.name);
-    CheckNotNull(out, site.name);
+    auto& object = Deref<CVideoEncoderBase>(encoder, site);
+    CheckNotNull(out, site);
     CBinData frame;
-    object.Encode(frame, Deref<const CZTImage>(image, site.name), {.forceKeyFrame = key != 0});
+    object.Encode(frame, Deref<const CZTImage>(image, site), {.forceKeyFrame = key != 0});
     out(user, frame.Data(), static_cast<std::uint32_t>(frame.Size()));
   });
 }
@@ -131,9 +98,9 @@ void ztlib_encoder_process(void* encoder, void* user, ztlib_output out, const vo
 void ztlib_decoder_process(void** decoder, void* image, void* data, std::uint32_t size) {
   constexpr ExportSite site{"ztlib_decoder_process", source, 155};
   GuardedCall(site, [&] {
-    CheckNotNull(decoder, site.name);
-    auto& picture = Deref<CZTImage>(image, site.name);
-    if (size > 0) CheckNotNull(data, site.name);
+    CheckNotNull(decoder, site);
+    auto& picture = Deref<CZTImage>(image, site);
+    if (size > 0) CheckNotNull(data, site);
     CBinData frame = CBinData::Wrap(data, size);
     auto* object = static_cast<CVideoDecoderBase*>(*decoder);
     // A decoder that has been replaced stays replaced if its first frame fails.
@@ -151,7 +118,7 @@ void ztlib_decoder_setBaseImage(void* decoder, const void* image) {
   GuardedCall(site, [&] {
     auto* const object = static_cast<CVideoDecoderBase*>(decoder);
     if (!object || object->GetVideoFormat() != videoFormatMJPEGDIFF) return;
-    object->SetBaseImage(Deref<const CZTImage>(image, site.name));
+    object->SetBaseImage(Deref<const CZTImage>(image, site));
   });
 }
 
@@ -160,8 +127,8 @@ void ztlib_getFrameInfo1(const ztlib_blob* frame, std::int32_t* width, std::int3
                          std::int32_t* frameType, void* user, ztlib_output out) {
   constexpr ExportSite site{"ztlib_getFrameInfo1", source, 190};
   GuardedCall(site, [&] {
-    const Bytes bytes = BytesOf(frame, site.name);
-    CheckNotNull(out, site.name);
+    const Bytes bytes = BytesOf(frame, site);
+    CheckNotNull(out, site);
     const FrameInfo info = CheckedFrameInfo(bytes, site.name);
     // The callback gets bytes of the library's own: it may write to the frame.
     const CBinData payload(info.payload.data(), info.payload.size());
@@ -176,7 +143,7 @@ void ztlib_getFrameInfo2(const void* data, std::uint32_t size, std::int32_t* wid
                          std::uint32_t* payloadSize) {
   constexpr ExportSite site{"ztlib_getFrameInfo2", source, 221};
   GuardedCall(site, [&] {
-    const FrameInfo info = CheckedFrameInfo(BytesAt(data, size, site.name), site.name);
+    const FrameInfo info = CheckedFrameInfo(BytesAt(data, size, site), site.name);
     StoreInfo(info, width, height, format, differential, refresh, frameType);
     Store(payload, info.payload.data());
     Store(payloadSize, info.payload.size());
@@ -186,8 +153,8 @@ void ztlib_getFrameInfo2(const void* data, std::uint32_t size, std::int32_t* wid
 void ztlib_copyAndAddHeader(void* user, ztlib_output out, const void* jpeg, std::uint32_t size) {
   constexpr ExportSite site{"ztlib_copyAndAddHeader", source, 324};
   GuardedCall(site, [&] {
-    CheckNotNull(out, site.name);
-    const Bytes stream = BytesAt(jpeg, size, site.name);
+    CheckNotNull(out, site);
+    const Bytes stream = BytesAt(jpeg, size, site);
     if (size > UINT32_MAX - FrameHeader::size)
       ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
     const JpegSize picture = CJPEGDecoder().ReadHeader(stream);

@@ -1,24 +1,11 @@
 #include "include/ztlib.h"
-#include "main/lib/base/cdata/HAData.h"
-#include "main/lib/base/debug.h"
-#include "main/target/windll/call_guard.h"
+#include "main/target/windll/client_pointers.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/simple_motion_context.h"
 
 namespace {
-
 constexpr char source[] = "main/target/windll/vca_api";
-
-void CheckNotNull(const void* pointer, const char* function) {
-  if (!pointer) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
 }
-
-CSimpleMotionContext& ContextOf(void* handle, const char* function) {
-  CheckNotNull(handle, function);
-  return *static_cast<CSimpleMotionContext*>(handle);
-}
-
-}  // namespace
 
 void* ztlib_simplemotion_create() {
   return GuardedCall({"ztlib_simplemotion_create", source, 72}, static_cast<void*>(nullptr),
@@ -34,12 +21,8 @@ void ztlib_simplemotion_configure(void* context, const ztlib_blob* config, std::
                                   std::int32_t height) {
   constexpr ExportSite site{"ztlib_simplemotion_configure", source, 97};
   GuardedCall(site, [&] {
-    CSimpleMotionContext& object = ContextOf(context, site.name);
-    CheckNotNull(config, site.name);
-    if (config->size > 0) CheckNotNull(config->data, site.name);
-    CData tree;
-    ParseTagged(tree, config->data, config->size);
-    object.ConfigureFor(tree, width, height);
+    auto& object = Deref<CSimpleMotionContext>(context, site);
+    object.ConfigureFor(ParseConfig(config, site), width, height);
   });
 }
 
@@ -47,9 +30,8 @@ bool ztlib_simplemotion_detect(void* context, void* user, ztlib_output out, cons
                                std::int64_t timestampMs) {
   constexpr ExportSite site{"ztlib_simplemotion_detect", source, 121};
   return GuardedCall(site, false, [&] {
-    CSimpleMotionContext& object = ContextOf(context, site.name);
-    CheckNotNull(image, site.name);
-    const auto found = object.Detect(*static_cast<const CZTImage*>(image), timestampMs);
+    auto& object = Deref<CSimpleMotionContext>(context, site);
+    const auto found = object.Detect(Deref<const CZTImage>(image, site), timestampMs);
     if (out) out(user, found.result.data(), static_cast<std::uint32_t>(found.result.size()));
     return found.signal;
   });

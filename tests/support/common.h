@@ -1,0 +1,94 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+// What tests of all kinds need.
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The text of the exception of this class that a call throws.
+template <class Exception = std::exception, class Call>
+std::string TextOf(Call&& call) {
+  try {
+    call();
+  } catch (const Exception& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+// The same without the place: "Exception [source:line] - message".
+template <class Exception = std::exception, class Call>
+std::string MessageOf(Call&& call) {
+  const std::string text = TextOf<Exception>(call);
+  const std::size_t place = text.find("] - ");
+  return place == std::string::npos ? text : text.substr(place + 4);
+}
+
+// A little-endian field; `Put` makes room for it.
+template <class T>
+void Put(Bytes& bytes, std::size_t at, T value) {
+  bytes.resize(std::max(bytes.size(), at + sizeof value));
+  std::memcpy(&bytes[at], &value, sizeof value);
+}
+template <class T>
+T Get(const Bytes& bytes, std::size_t at) {
+  T value;
+  std::memcpy(&value, &bytes.at(at + sizeof value - 1) - (sizeof value - 1), sizeof value);
+  return value;
+}
+
+// 32-bit words one after the other, then zeros up to the size.
+inline Bytes Words(std::size_t size, std::initializer_list<std::int64_t> words) {
+  Bytes bytes(size);
+  std::size_t at = 0;
+  for (const std::int64_t word : words) {
+    std::memcpy(&bytes.at(at), &word, 4);
+    at += 4;
+  }
+  return bytes;
+}
+
+inline Bytes RandomBytes(std::size_t size, unsigned seed = 1) {
+  std::mt19937 random(seed);
+  Bytes bytes(size);
+  for (std::uint8_t& byte : bytes)
+    byte = static_cast<std::uint8_t>(random());
+  return bytes;
+}
+
+// FNV-1a, for results that are recorded as a number.
+inline std::uint64_t HashOf(const Bytes& bytes) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const std::uint8_t byte : bytes)
+    hash = (hash ^ byte) * 0x100000001b3;
+  return hash;
+}
+
+// On four threads at once; returns how many of the calls, which get their number, returned false.
+template <class Work>
+int FailuresOnThreads(Work work) {
+  std::atomic<int> failures = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] { failures += work(t) ? 0 : 1; });
+  for (std::thread& thread : threads)
+    thread.join();
+  return failures;
+}
