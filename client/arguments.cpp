@@ -34,7 +34,9 @@ void ParseSize(const std::string& text, CRecordSettings& settings) {
 }
 
 const std::map<std::string, int> formatNames{{"mjpeg", ZTLIB_VIDEO_MJPEG},
-                                             {"mjpegdiff", ZTLIB_VIDEO_MJPEGDIFF}};
+                                             {"mjpegdiff", ZTLIB_VIDEO_MJPEGDIFF},
+                                             {"layered", ZTLIB_VIDEO_LAYERED},
+                                             {"layereddiff", ZTLIB_VIDEO_LAYEREDDIFF}};
 const std::map<std::string, int> typeNames{{"key", frameTypeKey},
                                            {"plain", frameTypePlain},
                                            {"difference", frameTypeDifference},
@@ -83,10 +85,15 @@ void AddRecordSettings(CLI::App& command, CRecordSettings& settings) {
 // An option that would have no effect is a mistake.
 void CheckDifferential(const CLI::App& command, const CRecordSettings& settings) {
   if (settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF) return;
-  for (const char* name : {"--key-interval", "--reference-interval", "--sensitivity", "--advanced",
-                           "--bits", "--no-overflow-keys"})
+  const auto refuse = [&](const char* name, const char* formats) {
     if (command.count(name) > 0)
-      throw CLI::ValidationError(std::string(name) + " needs --format mjpegdiff");
+      throw CLI::ValidationError(std::string(name) + " needs --format " + formats);
+  };
+  for (const char* name : {"--reference-interval", "--advanced"})
+    refuse(name, "mjpegdiff");
+  if (settings.videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) return;
+  for (const char* name : {"--key-interval", "--sensitivity", "--bits", "--no-overflow-keys"})
+    refuse(name, "mjpegdiff or layereddiff");
 }
 
 const std::map<std::string, int> pixelNames{{"rgb", ZTLIB_RGB},
@@ -94,6 +101,29 @@ const std::map<std::string, int> pixelNames{{"rgb", ZTLIB_RGB},
                                             {"yuyv", ZTLIB_YUYV},
                                             {"uyvy", ZTLIB_UYVY},
                                             {"gray", ZTLIB_GRAY}};
+
+void AddLayers(CLI::App& app, CArguments& arguments) {
+  auto options = std::make_shared<CLayersOptions>();
+  CLI::App& layers = *app.add_subcommand("layers", "Take layered video apart, or put it together");
+  layers.require_subcommand(1);
+  const auto command = [&](const char* name, const char* text, int (*run)(const CLayersOptions&)) {
+    CLI::App& added = *layers.add_subcommand(name, text);
+    added.final_callback([=, &arguments] { arguments.run = [=] { return run(*options); }; });
+    return &added;
+  };
+  CLI::App& split = *command("split", "Write each layer to a file of its own", SplitRecording);
+  split.add_option("input", options->input, "Layered frames (.zts)")->required();
+  split.add_option("folder", options->folder, "Folder for layer0.zts to layer3.zts")->required();
+  CLI::App& join = *command("join", "Make frames of the first layers", JoinRecording);
+  join.add_option("folder", options->folder, "Folder of a split; later layers may be gone")
+      ->required();
+  join.add_option("output", options->output, "Layered frames (.zts)")->required();
+  join.add_option("--layers", options->layers, "Take so many layers at most")
+      ->check(CLI::Range(1, 4))
+      ->capture_default_str();
+  CLI::App& sizes = *command("sizes", "List the bytes of each layer", ShowLayerSizes);
+  sizes.add_option("input", options->input, "Layered frames (.zts)")->required();
+}
 
 }  // namespace
 
@@ -110,7 +140,8 @@ CArguments ParseArguments(int count, char** values) {
   record.add_option("output", recordOptions->output, "Coded frames (.zts)")->required();
   record.add_option("--format", recordOptions->settings.videoFormat, "Video format")
       ->transform(CLI::CheckedTransformer(formatNames, CLI::ignore_case))
-      ->option_text("mjpeg|mjpegdiff");
+      ->option_text("mjpeg|mjpegdiff|layered|layereddiff");
+  record.add_flag("--psnr", recordOptions->hasPsnr, "Play each frame back and measure its PSNR");
   AddRecordSettings(record, recordOptions->settings);
   record.final_callback([&] {
     CheckDifferential(record, recordOptions->settings);
@@ -143,6 +174,8 @@ CArguments ParseArguments(int count, char** values) {
   play.add_option("--video", playOptions->video, "Write a video, lossless in .mkv")
       ->option_text("FILE");
   play.final_callback([&] { arguments.run = [playOptions] { return Play(*playOptions); }; });
+
+  AddLayers(app, arguments);
 
   auto infoOptions = std::make_shared<CInfoOptions>();
   CLI::App& info = *app.add_subcommand("info", "List the frames of a .zts file");

@@ -8,6 +8,7 @@
 
 struct CRecordOptions {
   std::string input, output;
+  bool hasPsnr = false;  // play each frame back and measure it
   CRecordSettings settings;
 };
 int Record(const CRecordOptions& options);
@@ -22,6 +23,15 @@ struct CPlayOptions {
   std::int64_t dropEvery = 1;
 };
 int Play(const CPlayOptions& options);
+
+struct CLayersOptions {
+  std::string input, output;  // coded frames
+  std::string folder;         // of the layers' files
+  int layers = 4;             // to be joined, at most
+};
+int ShowLayerSizes(const CLayersOptions& options);
+int SplitRecording(const CLayersOptions& options);
+int JoinRecording(const CLayersOptions& options);
 
 struct CInfoOptions {
   std::string input;

@@ -3,6 +3,7 @@
 #include "client/console.h"
 #include "client/frame_file.h"
 #include "client/html_report.h"
+#include "client/layer_view.h"
 #include "client/media_input.h"
 #include "client/moment.h"
 #include "client/progress_bar.h"
@@ -54,8 +55,7 @@ class CPlayback {
     rgb = &decodeRgb.Run([&]() -> const AVFrame& { return toRgb.Decode(frame); });
     const AVFrame& yuv = decodeYuv.Run([&]() -> const AVFrame& { return toYuv.Decode(frame); });
     const CPictureError loss = Compare(reference, yuv);
-    coding.error.luma += loss.luma;
-    coding.error.chroma += loss.chroma;
+    coding.error += loss;
     const CFrameHeader header = ReadFrameHeader(frame);
     coding.frames.push_back({header.totalSize, header.blockCount, header.frameType,
                              loss.luma.Psnr(), loss.chroma.Psnr()});
@@ -99,6 +99,7 @@ int Demo(const CDemoOptions& options) {
   CPlayback differential("Differential", folder / "demo-diff.zts");
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
+  std::optional<CLayerView> layerView;
   std::vector<CMoment> moments;
   {
     CProgressBar progress("demo");
@@ -108,12 +109,14 @@ int Demo(const CDemoOptions& options) {
         CEncoderSettings plainSettings = coder.Settings();
         plainSettings.videoFormat = ZTLIB_VIDEO_MJPEG;
         plainCoder.emplace(plainSettings, coder.Scaled());
+        layerView.emplace(momentMaker, (folder / "demo-layered.zts").string(), coder);
       }
       plainCoder->Code(recorder.Source());
       plain.Add(plainCoder->Coded(), plainCoder->Input());
       differential.Add(coder.Coded(), plainCoder->Input());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
+      layerView->Add(index, recorder.Source(), index == 0 || index == recorder.Expected() / 2);
       if (IsShown(index, recorder.Expected()))
         moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
                                            differential.Rgb()));
@@ -133,7 +136,8 @@ int Demo(const CDemoOptions& options) {
                        plain.Finish(*plainCoder),
                        differential.Finish(recorder.Coder()),
                        std::move(moments),
-                       blockView.Finish()};
+                       blockView.Finish(),
+                       layerView->Finish()};
   const std::filesystem::path page = folder / "report.html";
   WriteFile(page, HtmlReport(report));
   Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");

@@ -1,6 +1,5 @@
 #include "client/frame_file.h"
 
-#include "client/frame_header.h"
 #include "client/text.h"
 #include "ztlib.h"
 
@@ -27,7 +26,8 @@ void CFrameFileWriter::Close() {
   if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
 }
 
-CFrameFileReader::CFrameFileReader(const std::string& name) : path(name) {
+CFrameFileReader::CFrameFileReader(const std::string& name, std::uint32_t shortest)
+    : path(name), minSize(shortest) {
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(path, error);
   if (!error) file.open(path, std::ios::binary);
@@ -46,11 +46,11 @@ void CFrameFileReader::Read(std::uint64_t offset, std::span<std::uint8_t> target
 bool CFrameFileReader::IsFrameAt(std::uint64_t offset) {
   if (offset == fileSize) return true;
   std::array<std::uint8_t, minFrameSize> bytes{};
-  if (fileSize - offset < bytes.size()) return false;
-  Read(offset, bytes);
-  const ztlib_blob blob{bytes.data(), bytes.size()};
+  if (fileSize - offset < minSize) return false;
+  Read(offset, std::span(bytes).first(minSize));
+  const ztlib_blob blob{bytes.data(), minSize};
   const CFrameStart start = ReadFrameStart(std::span(bytes).first<8>());
-  return start.totalSize >= minFrameSize && IsFrameKind(start.kind) &&
+  return start.totalSize >= minSize && IsFrameKind(start.kind) &&
          IsVideoFormat(ztlib_getVideoFormat(&blob));
 }
 
@@ -61,13 +61,12 @@ std::optional<CCodedFrame> CFrameFileReader::Next() {
     damage = CDamage{position, Text("frame %" PRId64 ": ", index) + text};
     return std::nullopt;
   };
-  if (rest < minFrameSize)
-    return stop(Text("cut, %" PRIu64 " bytes left where a header belongs", rest));
+  if (rest < minSize) return stop(Text("cut, %" PRIu64 " bytes left where a header belongs", rest));
   std::array<std::uint8_t, 8> bytes{};
   Read(position, bytes);
   const CFrameStart start = ReadFrameStart(bytes);
   // A frame that looks wrong is passed over by its size as long as that leads to another one.
-  if (!IsFrameAt(position) && (start.totalSize < minFrameSize || start.totalSize > rest ||
+  if (!IsFrameAt(position) && (start.totalSize < minSize || start.totalSize > rest ||
                                !IsFrameAt(position + start.totalSize)))
     return stop("damaged, no frame header");
   if (start.totalSize > rest)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "client/frame_header.h"
+
 #include <cstdint>
 #include <fstream>
 #include <optional>
@@ -38,7 +40,8 @@ struct CDamage {
 
 class CFrameFileReader {
  public:
-  explicit CFrameFileReader(const std::string& path);
+  // `minSize` is that of the shortest frame; layers are shorter than whole frames.
+  explicit CFrameFileReader(const std::string& path, std::uint32_t minSize = minFrameSize);
 
   // The next frame, its bytes valid until the next call; nothing at the end of the file and where
   // the file cannot be followed any further, which is then told by Damage().
@@ -54,6 +57,7 @@ class CFrameFileReader {
   [[nodiscard]] bool IsFrameAt(std::uint64_t offset);
 
   std::string path;
+  std::uint32_t minSize;
   std::ifstream file;
   std::uint64_t fileSize = 0;
   std::uint64_t position = 0;

@@ -67,7 +67,10 @@ CFrameHeader ReadFrameHeader(std::span<const std::uint8_t> frame) {
   if (header.IsDifferential() && frame.size() >= headerSize) {
     header.blockCount = LittleEndian(frame.subspan<blockCountAt, 4>());
     header.listSize = LittleEndian(frame.subspan<listSizeAt, 4>());
-    header.stripSize = LittleEndian(frame.subspan<stripSizeAt, 4>());
+    // Layers have sizes of their own.
+    header.stripSize = header.videoFormat == ZTLIB_VIDEO_MJPEGDIFF
+                           ? LittleEndian(frame.subspan<stripSizeAt, 4>())
+                           : header.payloadSize - std::min(header.payloadSize, header.listSize);
   }
   return header;
 }
@@ -80,7 +83,8 @@ CDifferentialParts PartsOf(std::span<const std::uint8_t> frame) {
 }
 
 bool CFrameHeader::IsDifferential() const {
-  return videoFormat == ZTLIB_VIDEO_MJPEGDIFF && frameType != frameTypeKey;
+  return (videoFormat == ZTLIB_VIDEO_MJPEGDIFF || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) &&
+         frameType != frameTypeKey;
 }
 
 std::string CFrameHeader::FormatName() const {

@@ -6,7 +6,7 @@
 
 enum EFrameType : std::int32_t {
   frameTypeKey = 0,
-  frameTypeUntold = 1,  // from an early encoder, to be taken as plain
+  frameTypeUntold = 1,  // as all of layered video, to be taken as plain
   frameTypePlain = 3,
   frameTypeDifference = 4,
   frameTypeReference = 5,

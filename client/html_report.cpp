@@ -223,6 +223,34 @@ std::string Blocks(const CReport& report) {
          TypeTable(report) + "</div></section>\n";
 }
 
+std::string Layers(const CReport& report) {
+  if (!report.layers) return {};
+  const CLayerPictures& layers = *report.layers;
+  std::string cuts, scales;
+  for (std::size_t i = 0; i < layers.cuts.size(); ++i) {
+    const CLayerPictures::CCut& cut = layers.cuts[i];
+    const CLayerPictures::CScale& scale = layers.scales[i];
+    const std::string kept = CountText(static_cast<std::int64_t>(i) + 1, "layer");
+    cuts += Image("jpeg", cut.jpeg,
+                  Text("%s: %s, %.0f %% of the clip's bytes, luma PSNR %.1f dB", kept.c_str(),
+                       ByteText(cut.bytes).c_str(), 100 * cut.share, cut.lumaPsnr));
+    scales +=
+        Image("jpeg", scale.jpeg,
+              Text("1/%d: %dx%d of %s, %s, decoded in %.2f ms", 8 >> i, scale.width, scale.height,
+                   kept.c_str(), ByteText(cut.bytes).c_str(), 1000 * scale.seconds));
+  }
+  return "<section><h2>Layered video</h2>\n<p class=\"note\">" +
+         Text("Frame %" PRId64
+              " of the clip in the format of older cameras, cut to its first one, "
+              "two, three layers, and whole",
+              layers.index) +
+         "</p>\n<div class=\"pair\">\n" + cuts +
+         "</div>\n<p class=\"note strip\">The same frame at an eighth, a quarter, half and all of "
+         "its "
+         "width, with no more layers than that takes</p>\n<div class=\"details\">\n" +
+         scales + "</div></section>\n";
+}
+
 std::string Plots(const CReport& report) {
   std::vector<CSeries> sizes;
   std::string key;
@@ -318,6 +346,6 @@ std::string HtmlReport(const CReport& report) {
          name + " - ztlib report</title>\n<style>" + styleSheet +
          "</style></head>\n<body><main>\n<h1>Recorded and played back: " + name +
          "</h1>\n<p class=\"summary\">" + ReportSummary(report) + "</p>\n" + Tiles(report) +
-         Comparison(report) + Blocks(report) + Plots(report) + Moments(report) + Stages(report) +
-         "</main></body></html>\n";
+         Comparison(report) + Blocks(report) + Layers(report) + Plots(report) + Moments(report) +
+         Stages(report) + "</main></body></html>\n";
 }

@@ -2,6 +2,8 @@
 
 #include "client/statistics.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -42,6 +44,25 @@ struct CBlockPictures {
   double highestShare = 0;  // of the differential frames, of the block that was sent most
 };
 
+// Layered video: a frame cut to its first layers, and decoded at the factors 8, 4, 2 and 1 that
+// need as many of them.
+struct CLayerPictures {
+  struct CCut {
+    std::size_t bytes = 0;  // of the frame
+    double share = 0;       // of the clip's bytes
+    double lumaPsnr = 0;    // of the clip, in dB
+    std::string jpeg;
+  };
+  struct CScale {
+    int width = 0, height = 0;
+    double seconds = 0;  // to decode a frame
+    std::string jpeg;
+  };
+  std::int64_t index = 0;
+  std::array<CCut, 4> cuts;
+  std::array<CScale, 4> scales;
+};
+
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
@@ -49,6 +70,7 @@ struct CReport {
   CCoding plain, differential;
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
+  std::optional<CLayerPictures> layers;  // none if the pictures are too small
 };
 
 // How much stronger than they are the differences of the detail are shown.

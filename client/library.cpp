@@ -11,13 +11,12 @@ namespace {
 // The handler runs on the thread whose call has failed, before that call returns.
 thread_local std::string failure;
 
-// A ztlib_output whose `user` is a vector of bytes.
+}  // namespace
+
 void StoreBytes(void* user, const void* data, std::uint32_t size) {
   const auto* bytes = static_cast<const std::uint8_t*>(data);
   static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
 }
-
-}  // namespace
 
 CSession::CSession(bool verbose) {
   CFramePool::Register();
@@ -137,14 +136,14 @@ const CFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
   const ztlib_blob blob{frame.data(), frame.size()};
   const int videoFormat = ztlib_getVideoFormat(&blob);
   if (!handle || videoFormat != present) Select(videoFormat);
-  if (videoFormat != ZTLIB_VIDEO_MJPEGDIFF) {
+  if (videoFormat != ZTLIB_VIDEO_MJPEGDIFF && videoFormat != ZTLIB_VIDEO_LAYEREDDIFF) {
     Process(frame);
     return FrameOf(picture);
   }
   const CFrameHeader header = ReadFrameHeader(frame);
   if (!Accepts(header)) throw CLibraryError("a differential frame without its key frame");
-  // A decoder of differential video is at the new scale only behind its first key frame.
-  if (scaleDown > 1 && baseWidth == 0) Process(frame);
+  // A decoder of differential MJPEG is at the new scale only behind its first key frame.
+  if (videoFormat == ZTLIB_VIDEO_MJPEGDIFF && scaleDown > 1 && baseWidth == 0) Process(frame);
   Process(frame);
   if (!header.IsDifferential()) {
     baseWidth = header.width;

@@ -50,9 +50,11 @@ using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
 // The frame behind an image.
 [[nodiscard]] const CFrame& FrameOf(const ImagePtr& image);
 
+// A ztlib_output whose `user` is a vector of bytes.
+void StoreBytes(void* user, const void* data, std::uint32_t size);
+
 // Width and height are those of the coded pictures. What follows the quality is for differential
-// video alone, which needs a width that is a multiple of differentialWidthStep and a height that is
-// one of differentialHeightStep.
+// video alone. Widths and heights are multiples of the format's steps.
 struct CEncoderSettings {
   int videoFormat = ZTLIB_VIDEO_MJPEG;
   int width = 0, height = 0;
@@ -64,17 +66,24 @@ struct CEncoderSettings {
   bool hasOverflowKeys = true;
   int listBits = 6;
 };
-inline constexpr int differentialWidthStep = 16, differentialHeightStep = 8;
 
-class CEncoder {
+class IPictureEncoder {
+ public:
+  virtual ~IPictureEncoder() = default;
+
+  // The coded frame, header included; valid until the next call.
+  [[nodiscard]] virtual std::span<std::uint8_t> Encode(const ImagePtr& image) = 0;
+};
+
+// The encoders of the library.
+class CEncoder : public IPictureEncoder {
  public:
   explicit CEncoder(const CEncoderSettings& settings);
-  ~CEncoder() { ztlib_encoder_destroy(&handle); }
+  ~CEncoder() override { ztlib_encoder_destroy(&handle); }
   CEncoder(const CEncoder&) = delete;
   CEncoder& operator=(const CEncoder&) = delete;
 
-  // The coded frame, header included; valid until the next call.
-  [[nodiscard]] std::span<std::uint8_t> Encode(const ImagePtr& image);
+  [[nodiscard]] std::span<std::uint8_t> Encode(const ImagePtr& image) override;
 
  private:
   void* handle = nullptr;

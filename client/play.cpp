@@ -90,8 +90,10 @@ int Play(const CPlayOptions& options) {
       ++frames;
       progress.Show(frames, double(reader.Position()) / double(reader.FileSize()));
       const CFrameHeader header = ReadFrameHeader(frame->bytes);
-      if (header.videoFormat == ZTLIB_VIDEO_MJPEGDIFF && options.pixels == ZTLIB_GRAY)
-        throw CError(options.input + ": differential video has no gray pictures, use rgb or yuv");
+      if (options.pixels == ZTLIB_GRAY && header.videoFormat != ZTLIB_VIDEO_MJPEG &&
+          IsVideoFormat(header.videoFormat))
+        throw CError(options.input +
+                     ": differential and layered video have no gray pictures, use rgb or yuv");
       if (loss.Takes(header)) continue;
       if (!decoder.Accepts(header)) {
         ++baseless;

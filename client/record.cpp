@@ -7,6 +7,32 @@
 
 #include <filesystem>
 
+namespace {
+
+// Plays back what was recorded.
+class CQualityMeter {
+ public:
+  void Add(const CRecorder& recorder) {
+    const CCoder& coder = recorder.Coder();
+    if (!packer)
+      packer.emplace(ZTLIB_YUV, CSize{coder.Settings().width, coder.Settings().height},
+                     coder.Scaled());
+    const ImagePtr source = packer->Pack(recorder.Source());
+    error += Compare(FrameOf(source), decoder.Decode(coder.Coded()));
+  }
+  [[nodiscard]] std::string Summary() const {
+    return Text(", PSNR %.2f dB of luma and %.2f dB of chroma", error.luma.Psnr(),
+                error.chroma.Psnr());
+  }
+
+ private:
+  std::optional<CPacker> packer;
+  CDecoder decoder{1, ZTLIB_YUV};
+  CPictureError error;
+};
+
+}  // namespace
+
 int Record(const CRecordOptions& options) {
   std::error_code error;
   if (std::filesystem::equivalent(options.input, options.output, error))
@@ -14,11 +40,14 @@ int Record(const CRecordOptions& options) {
   CMediaInput input(options.input);
   CRecorder recorder(input, options.settings);
   std::optional<CFrameFileWriter> file;
+  std::optional<CQualityMeter> meter;
+  if (options.hasPsnr) meter.emplace();
   {
     CProgressBar progress("record");
     while (recorder.Step()) {
       if (!file) file.emplace(options.output);
       file->Write(recorder.Coder().Coded());
+      if (meter) meter->Add(recorder);
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
@@ -31,9 +60,9 @@ int Record(const CRecordOptions& options) {
   const CEncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;
   Print(Output(),
-        Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s\n",
+        Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s%s\n",
              options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
              coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
-             recorder.Coder().encode.RunsPerSecond()));
+             recorder.Coder().encode.RunsPerSecond(), meter ? meter->Summary().c_str() : ""));
   return 0;
 }

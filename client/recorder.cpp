@@ -1,26 +1,50 @@
 #include "client/recorder.h"
 
 #include "client/console.h"
+#include "client/layered_recording.h"
 #include "client/yuv_packing.h"
 
 #include <algorithm>
 #include <cinttypes>
 
-void CCoder::Code(const AVFrame& picture) {
-  input.reset();
-  input = convert.Run([&] { return Convert(picture); });
-  coded = encode.Run([&] { return encoder.Encode(input); });
+namespace {
+
+bool IsLayered(int videoFormat) {
+  return videoFormat == ZTLIB_VIDEO_LAYERED || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF;
+}
+
+std::unique_ptr<IPictureEncoder> NewEncoder(const CEncoderSettings& settings) {
+  if (IsLayered(settings.videoFormat)) return std::make_unique<CLayeredRecording>(settings);
+  return std::make_unique<CEncoder>(settings);
+}
+
+}  // namespace
+
+CSize StepsOf(int videoFormat) {
+  if (IsLayered(videoFormat)) return {16, 16};
+  return videoFormat == ZTLIB_VIDEO_MJPEGDIFF ? CSize{16, 8} : CSize{1, 1};
+}
+
+ImagePtr CPacker::Pack(const AVFrame& picture) {
+  const AVFrame& planes =
+      scaler.Convert(picture, PlanarFormatFor(picture), scaled.width, scaled.height);
+  PoolFramePtr packed = NewPoolFrame(size.width, size.height, pixelFormat);
+  (pixelFormat == ZTLIB_UYVY ? PackUyvy : PackYuv)(planes, *packed);
+  return WrapFrame(pixelFormat, std::move(packed));
 }
 
 // Each encoder gets the format that it works on.
-ImagePtr CCoder::Convert(const AVFrame& picture) {
-  const bool isPaired = settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF;
-  const int pixelFormat = isPaired ? ZTLIB_UYVY : ZTLIB_YUV;
-  const AVFrame& planes =
-      scaler.Convert(picture, PlanarFormatFor(picture), scaled.width, scaled.height);
-  PoolFramePtr packed = NewPoolFrame(settings.width, settings.height, pixelFormat);
-  (isPaired ? PackUyvy : PackYuv)(planes, *packed);
-  return WrapFrame(pixelFormat, std::move(packed));
+CCoder::CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize)
+    : settings(encoderSettings),
+      scaled(scaledSize),
+      packer(encoderSettings.videoFormat == ZTLIB_VIDEO_MJPEG ? ZTLIB_YUV : ZTLIB_UYVY,
+             {encoderSettings.width, encoderSettings.height}, scaledSize),
+      encoder(NewEncoder(encoderSettings)) {}
+
+void CCoder::Code(const AVFrame& picture) {
+  input.reset();
+  input = convert.Run([&] { return packer.Pack(picture); });
+  coded = encode.Run([&] { return encoder->Encode(input); });
 }
 
 void CRecorder::Open() {
@@ -29,23 +53,19 @@ void CRecorder::Open() {
   if (!isScaled) scaled = {picture->width, picture->height};
   settings.width = scaled.width;
   settings.height = scaled.height;
-  if (settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF) {
-    settings.width -= scaled.width % differentialWidthStep;
-    settings.height -= scaled.height % differentialHeightStep;
-    const std::string steps =
-        Text("%d by %d pixels", differentialWidthStep, differentialHeightStep);
-    if (settings.width == 0 || settings.height == 0)
-      throw CError(
-          Text("%s: pictures of %dx%d are too small for differential video, which "
-               "needs %s",
-               source.Name().c_str(), scaled.width, scaled.height, steps.c_str()));
-    if (settings.width != scaled.width || settings.height != scaled.height)
-      Complain(Text("%s: coded in %dx%d, not %dx%d%s: differential video goes in steps of %s",
-                    source.Name().c_str(), settings.width, settings.height, scaled.width,
-                    scaled.height, isScaled ? "" : ", cut at the right and at the bottom",
-                    steps.c_str()));
-    if (isScaled) scaled = {settings.width, settings.height};
-  }
+  const CSize step = StepsOf(settings.videoFormat);
+  settings.width -= scaled.width % step.width;
+  settings.height -= scaled.height % step.height;
+  const char* video = IsLayered(settings.videoFormat) ? "layered video" : "differential video";
+  const std::string steps = Text("%d by %d pixels", step.width, step.height);
+  if (settings.width == 0 || settings.height == 0)
+    throw CError(Text("%s: pictures of %dx%d are too small for %s, which needs %s",
+                      source.Name().c_str(), scaled.width, scaled.height, video, steps.c_str()));
+  if (settings.width != scaled.width || settings.height != scaled.height)
+    Complain(Text("%s: coded in %dx%d, not %dx%d%s: %s goes in steps of %s", source.Name().c_str(),
+                  settings.width, settings.height, scaled.width, scaled.height,
+                  isScaled ? "" : ", cut at the right and at the bottom", video, steps.c_str()));
+  if (isScaled) scaled = {settings.width, settings.height};
   coder.emplace(settings, scaled);
 }
 

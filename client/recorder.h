@@ -14,11 +14,29 @@ struct CSize {
   int width = 0, height = 0;
 };
 
-// Codes pictures of any size, each in the size `scaled` of which the top left part is kept.
+// Brings pictures of any size to a packed pixel format: each is scaled to the size `scaled`, of
+// which the top left part is kept.
+class CPacker {
+ public:
+  // ZTLIB_YUV, or ZTLIB_UYVY in an even width.
+  CPacker(int targetFormat, CSize targetSize, CSize scaledSize)
+      : pixelFormat(targetFormat), size(targetSize), scaled(scaledSize) {}
+
+  [[nodiscard]] ImagePtr Pack(const AVFrame& picture);
+
+ private:
+  int pixelFormat;
+  CSize size, scaled;
+  CScaler scaler;
+};
+
+// The smallest parts of a picture in a video format; 1 by 1 if any size will do.
+[[nodiscard]] CSize StepsOf(int videoFormat);
+
+// Codes pictures of any size.
 class CCoder {
  public:
-  CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize)
-      : settings(encoderSettings), scaled(scaledSize), encoder(encoderSettings) {}
+  CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize);
 
   void Code(const AVFrame& picture);
 
@@ -32,12 +50,10 @@ class CCoder {
   CStage convert{"convert"}, encode{"encode"};
 
  private:
-  [[nodiscard]] ImagePtr Convert(const AVFrame& picture);
-
   CEncoderSettings settings;
   CSize scaled;
-  CScaler scaler;
-  CEncoder encoder;
+  CPacker packer;
+  std::unique_ptr<IPictureEncoder> encoder;
   ImagePtr input;
   std::span<std::uint8_t> coded;
 };

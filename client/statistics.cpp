@@ -10,6 +10,12 @@ CSquaredError& CSquaredError::operator+=(const CSquaredError& other) {
   return *this;
 }
 
+CPictureError& CPictureError::operator+=(const CPictureError& other) {
+  luma += other.luma;
+  chroma += other.chroma;
+  return *this;
+}
+
 double CSquaredError::Psnr() const {
   if (sum == 0) return maxPsnr;
   return std::min(maxPsnr, 10 * std::log10(255.0 * 255.0 * double(samples) / double(sum)));

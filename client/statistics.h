@@ -52,6 +52,8 @@ struct CSquaredError {
 struct CPictureError {
   CSquaredError luma;    // Y
   CSquaredError chroma;  // Cb and Cr together
+
+  CPictureError& operator+=(const CPictureError& other);
 };
 
 // Of two ZTLIB_YUV pictures of the same size.

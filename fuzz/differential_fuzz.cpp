@@ -1,6 +1,5 @@
 #include "fuzz/codec_fuzz.h"
 
-#include <algorithm>
 #include <array>
 
 namespace {
@@ -35,17 +34,6 @@ const std::vector<Bytes>& GoodFrames() {
   return frames;
 }
 
-struct Input {
-  std::span<const std::uint8_t> rest;
-  std::uint8_t Byte() {
-    if (rest.empty()) return 0;
-    const std::uint8_t value = rest.front();
-    rest = rest.subspan(1);
-    return value;
-  }
-  std::size_t Short() { return Byte() | static_cast<std::size_t>(Byte()) << 8; }
-};
-
 constexpr std::array scales = {1, 2, 4, 8, 3, 5, 16, 1000};
 
 }  // namespace
@@ -67,16 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t step = in.Byte();
     if (step < 16 * good.size()) {
       Bytes frame = good[step / 16];
-      for (std::size_t changes = step % 16; changes > 0; --changes) {
-        const std::size_t at = in.Short() % frame.size();
-        frame[at] = in.Byte();
-      }
+      in.Change(frame, step % 16);
       Decode(decoder, image, frame);
     } else if (step < 230) {
-      const std::size_t count = std::min(in.Short(), in.rest.size());
-      Decode(decoder, image,
-             Bytes(in.rest.begin(), in.rest.begin() + static_cast<std::ptrdiff_t>(count)));
-      in.rest = in.rest.subspan(count);
+      Decode(decoder, image, in.Block());
     } else if (step < 245) {
       scale = scales[in.Byte() % scales.size()];
       format = in.Byte() % 10;

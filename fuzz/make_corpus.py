@@ -224,6 +224,37 @@ def differential():
     yield "giant", script(own(frame(bytes(giant))), good(0), own(frame(bytes(giant), kind=3, count=1)))
 
 
+def layered():
+    def good(frame, *changes):
+        return bytes([frame * 16 + len(changes)]) + b"".join(
+            u16(at) + bytes([value]) for at, value in changes
+        )
+
+    def own(frame):
+        return b"\xa0" + u16(len(frame)) + frame
+
+    every = b"".join(good(number) for number in range(9))
+    for scale in range(6):
+        for pixels in range(10):
+            yield f"all_{scale}_{pixels}", bytes([scale, pixels]) + every
+    yield "scales", bytes([0, 4]) + b"".join(
+        bytes([170, scale, 5]) + good(3) + good(4) for scale in range(6))
+    # Every field of the second header, which differential frames have behind their list.
+    for number, inner in ((2, 112), (3, 112), (4, 144)):
+        for field in range(0, 112, 2):
+            yield f"field_{number}_{field}", bytes([0, 2]) + b"".join(
+                good(number, (inner + field + high, value)) + bytes([204, 219, 251])
+                for high, value in ((0, 0), (0, 1), (1, 255)))
+    for offset in (224, 240, 256, 272, 300, 600, 900):
+        yield f"body_{offset}", bytes([0, 3]) + b"".join(
+            good(number, *((offset + i, 128 + i) for i in range(9))) for number in range(9))
+    for step in range(200, 256):
+        yield f"layers_{step}", bytes([1, 5]) + good(1) + bytes([step, 80, 0, 9]) + good(4) + (
+            bytes([step, 4, 0, 3, 88, 0, 1]))
+    yield "others", bytes([0, 2]) + own(mjpeg_frame(jpeg(40, 24))) + good(0) + own(bytes(112)) + (
+        own(mjpeg_frame(bytes(112), video_format=0)) + own(mjpeg_frame(b"", video_format=4)))
+
+
 def block_list():
     yield "four", u32(4) + u32(2) + u32(6) + u16(2) + u16(1) + u16(3) + u16(2) + bytes(8)
     yield "empty", u32(0) + u32(0) + u32(6)
@@ -366,6 +397,7 @@ TARGETS = {
     "decoder_process": decoder_process,
     "copy_and_add_header": pictures,
     "differential": differential,
+    "layered": layered,
     "block_list": block_list,
     "encoder_config": encoder_config,
     "mask": mask,

@@ -93,8 +93,10 @@ enum ztlib_pixel_format {
 
 /** Video formats, as found at offset 24 of a coded frame. */
 enum ztlib_video_format {
-  ZTLIB_VIDEO_MJPEG = 3,    /**< every frame is one JPEG stream behind the 112-byte header */
-  ZTLIB_VIDEO_MJPEGDIFF = 7 /**< key frames, and between them only the blocks that changed */
+  ZTLIB_VIDEO_LAYERED = 0,     /**< older cameras: layers that refine each other; decoded only */
+  ZTLIB_VIDEO_MJPEG = 3,       /**< every frame is one JPEG stream behind the 112-byte header */
+  ZTLIB_VIDEO_LAYEREDDIFF = 4, /**< layered key frames and changed blocks; decoded only */
+  ZTLIB_VIDEO_MJPEGDIFF = 7    /**< key frames, and between them only the blocks that changed */
 };
 
 /* ------------------------------------------------------------------------------------------------
@@ -232,6 +234,14 @@ ZTLIB_API int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int
  * Its decoder takes a new ScaleDown at the next key frame. That frame still has the old size, and
  * the one behind it the new size with the base picture lost, so a change of scale is over with the
  * second key frame. PixelFormat should be one of the four-byte formats.
+ *
+ * The layered formats (0 and 4) are decoded only. Their PixelFormat is ZTLIB_RGB, ZTLIB_YUV,
+ * ZTLIB_YUYV or ZTLIB_UYVY, any other is a failure; ScaleDown is 1, 2, 4 or 8, and nothing is drawn
+ * at any other. A picture at 1/8 needs the first layer alone, at 1/4 the first two, at 1/2 the
+ * first three. Pixels that no whole square of 16 by 16 of the coded picture covers stay as the
+ * frame manager delivered them, and so does the fourth byte of each. SwapRGB has no effect. In
+ * format 4 a new ScaleDown comes with the next key frame, which has the new size already, and
+ * frames between key frames never change the base picture.
  * --------------------------------------------------------------------------------------------- */
 
 /** Returns a decoder for a video format; null, with a log line, for an unknown one. */
@@ -297,6 +307,39 @@ ZTLIB_API void ztlib_getFrameInfo2(const void* data, uint32_t size, int32_t* wid
 
 /** Returns a frame's video format, -1 if the frame is too short to have one. Not guarded. */
 ZTLIB_API int32_t ztlib_getVideoFormat(const ztlib_blob* frame);
+
+/**
+ * Returns the number of layers of a frame: 4 for the layered formats, 0 for every other one and for
+ * a frame too short to have a format. Not guarded.
+ */
+ZTLIB_API int32_t ztlib_getLayerCount(const ztlib_blob* frame);
+
+/**
+ * Stores the sizes in bytes of a layered frame's four layers, without headers; the first includes
+ * the block list of a differential frame. Layers that have been left out of the frame count with
+ * the size that they had. `sizes` stays as it is for frames of other formats and for frames that
+ * end before a layer does. Not guarded.
+ */
+ZTLIB_API void ztlib_getLayerSizes(const ztlib_blob* frame, uint32_t sizes[4]);
+
+/**
+ * Makes one frame from layer records and hands it to `out` once. `layers` are the records of the
+ * first `count` layers, 1 to 4, in their order; each later layer refines the picture, and those
+ * that are not given are marked as missing. The frame has 128 bytes more than its parts. If the
+ * first record is of a format without layers, the frame is empty. Records that do not fit their
+ * blob are a failure.
+ */
+ZTLIB_API void ztlib_composeFromLayers(void* user, ztlib_output out,
+                                       const ztlib_blob* const* layers, int32_t count);
+
+/**
+ * Cuts a layered frame into the records of its four layers, each of which can be stored or sent
+ * alone: `out` is called with users[0] and the record of layer 0, then with users[1] and so on. All
+ * records exist before the first call. Returns 4; 0 for a frame of a format without layers, and
+ * after a failure, both without a call.
+ */
+ZTLIB_API int32_t ztlib_decomposeToLayers(const ztlib_blob* frame, void* const users[4],
+                                          ztlib_output out);
 
 /**
  * The inverse transform of the legacy layered format: 8 rows of 8 coefficients, in place, any

@@ -21,8 +21,8 @@ std::size_t Count(const std::string& text, const std::string& part) {
 TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   const Bytes page = ReadBytes(Path("report.html"));
   const std::string html(page.begin(), page.end());
-  EXPECT_EQ(Count(html, "<img "), 22U);
-  EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 9U);
+  EXPECT_EQ(Count(html, "<img "), 30U);
+  EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 17U);
   EXPECT_EQ(Count(html, "src=\"data:image/png;base64,iVBORw0KGgo"), 13U);
   EXPECT_EQ(Count(html, "<svg "), 2U);
   std::string text;
@@ -41,7 +41,7 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
 
 TEST_F(ClientTest, DrawnSceneIsTheSameEveryTime) {
   ASSERT_EQ(Run("demo --frames 12 --size 320x240 --out @again").status, 0);
-  for (const std::string name : {"demo.zts", "demo-diff.zts"})
+  for (const std::string name : {"demo.zts", "demo-diff.zts", "demo-layered.zts"})
     EXPECT_EQ(ReadBytes(Path("again/" + name)), ReadBytes(Path(name))) << name;
 }
 

@@ -205,7 +205,7 @@ TEST_F(CodecExports, RefusedPictureMemoryIsAFailure) {
 }
 
 TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
-  for (int format : {0, 4, 5, -3, 65539}) {
+  for (int format : {1, 5, -3, 65539}) {
     EXPECT_EQ(ztlib_decoder_create(format), nullptr);
     EXPECT_EQ(ztlib_encoder_create(format), nullptr);
     const std::string number = std::to_string(format);
@@ -214,6 +214,11 @@ TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
     EXPECT_TRUE(failures.empty());
     Forget();
   }
+  for (int format : {ZTLIB_VIDEO_LAYERED, ZTLIB_VIDEO_LAYEREDDIFF})
+    EXPECT_EQ(ztlib_encoder_create(format), nullptr);
+  EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateEncoder: Unknown video format 0"},
+                                      {1, "CreateEncoder: Unknown video format 4"}}));
+  Forget();
 }
 
 TEST_F(CodecExports, TheFrameChoosesTheDecoder) {

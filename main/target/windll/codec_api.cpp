@@ -4,13 +4,17 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/idct8x8.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
+#include "main/target/windll/codec/layers.h"
 #include "main/target/windll/codec/videodecoder_base.h"
 #include "main/target/windll/codec/videoencoder_base.h"
 #include "main/target/windll/image/ztimage.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <span>
+#include <vector>
 
 namespace {
 
@@ -20,6 +24,23 @@ FrameInfo CheckedFrameInfo(Bytes frame, const char* function) {
   if (frame.size() < FrameHeader::minSize)
     ZT_THROW(CException, "Invalid range", function, source, __LINE__);
   return ReadFrameInfo(frame);
+}
+
+// The video format of a frame, -1 for what is too short to have one.
+std::int32_t VideoFormatOf(Bytes frame) {
+  return frame.size() < FrameHeader::formatEnd ? -1 : ReadVideoFormat(frame);
+}
+
+// For exports that do not fail.
+Bytes BytesIfAny(const ztlib_blob* blob) {
+  if (!blob || !blob->data) return {};
+  return {static_cast<const std::uint8_t*>(blob->data), static_cast<std::size_t>(blob->size)};
+}
+
+template <class T>
+const T& Checked(const std::optional<T>& value, const char* function) {
+  if (!value) ZT_THROW(CException, "Invalid range", function, source, __LINE__);
+  return *value;
 }
 
 template <class Output, class Value>
@@ -174,9 +195,54 @@ void ztlib_copyAndAddHeader(void* user, ztlib_output out, const void* jpeg, std:
 
 std::int32_t ztlib_getVideoFormat(const ztlib_blob* frame) {
   const FloatingPointGuard guard;
-  if (!frame || !frame->data || frame->size < FrameHeader::formatEnd) return -1;
-  return ReadVideoFormat(
-      {static_cast<const std::uint8_t*>(frame->data), static_cast<std::size_t>(frame->size)});
+  return VideoFormatOf(BytesIfAny(frame));
+}
+
+std::int32_t ztlib_getLayerCount(const ztlib_blob* frame) {
+  const FloatingPointGuard guard;
+  return IsLayered(VideoFormatOf(BytesIfAny(frame))) ? LayeredHeader::layers : 0;
+}
+
+void ztlib_getLayerSizes(const ztlib_blob* frame, std::uint32_t sizes[4]) {
+  const FloatingPointGuard guard;
+  const Bytes bytes = BytesIfAny(frame);
+  if (!sizes || !IsLayered(VideoFormatOf(bytes))) return;
+  if (const auto read = ReadLayerSizes(bytes)) std::ranges::copy(*read, sizes);
+}
+
+std::int32_t ztlib_decomposeToLayers(const ztlib_blob* frame, void* const users[4],
+                                     ztlib_output out) {
+  constexpr ExportSite site{"ztlib_decomposeToLayers", source, 240};
+  return GuardedCall(site, std::int32_t{0}, [&]() -> std::int32_t {
+    const Bytes bytes = BytesOf(frame, site);
+    CheckNotNull(users, site);
+    CheckNotNull(out, site);
+    if (bytes.size() < FrameHeader::formatEnd)
+      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+    if (!IsLayered(VideoFormatOf(bytes))) return 0;
+    const auto split = SplitLayers(bytes);
+    const LayerRecords& records = Checked(split, site.name);
+    for (std::size_t layer = 0; layer < records.size(); ++layer)
+      out(users[layer], records[layer].data(), static_cast<std::uint32_t>(records[layer].size()));
+    return LayeredHeader::layers;
+  });
+}
+
+void ztlib_composeFromLayers(void* user, ztlib_output out, const ztlib_blob* const* layers,
+                             std::int32_t count) {
+  constexpr ExportSite site{"ztlib_composeFromLayers", source, 266};
+  GuardedCall(site, [&] {
+    CheckNotNull(out, site);
+    CheckNotNull(layers, site);
+    if (count < 1 || count > static_cast<std::int32_t>(LayeredHeader::layers))
+      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+    Bytes records[LayeredHeader::layers];
+    for (std::int32_t i = 0; i < count; ++i)
+      records[i] = BytesOf(layers[i], site);
+    const auto frame = JoinLayers(std::span(records, static_cast<std::size_t>(count)));
+    const auto& bytes = Checked(frame, site.name);
+    out(user, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+  });
 }
 
 void idct8x8_mmx(std::int16_t block[64]) {

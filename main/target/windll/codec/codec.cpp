@@ -3,7 +3,8 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/debug.h"
 #include "main/target/windll/codec/frame_header.h"
-#include "main/target/windll/codec/videodecoder_mjpeg_diff.h"
+#include "main/target/windll/codec/videodecoder_mjpeg_diff_old.h"
+#include "main/target/windll/codec/videodecoder_mjpeg_old.h"
 #include "main/target/windll/codec/videoencoder_mjpeg_diff.h"
 
 #include <exception>
@@ -20,7 +21,9 @@ std::unique_ptr<CVideoEncoderBase> CreateEncoder(int format) {
 }
 
 std::unique_ptr<CVideoDecoderBase> CreateDecoder(int format) {
+  if (format == videoFormatLayered) return std::make_unique<CVideoDecoderMJPEG_OLD>();
   if (format == videoFormatMJPEG) return std::make_unique<CVideoDecoderMJPEG>();
+  if (format == videoFormatLayeredDiff) return std::make_unique<CVideoDecoderMJPEGDIFF_OLD>();
   if (format == videoFormatMJPEGDIFF) return std::make_unique<CVideoDecoderMJPEGDIFF>();
   ZT_LOG(1, source, 41, "CreateDecoder: Unknown video format %i", format);
   return nullptr;

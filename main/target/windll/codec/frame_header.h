@@ -6,7 +6,12 @@
 // The header in front of every coded frame, 112 bytes little-endian; docs/formats.md has the table
 // of its bytes.
 
-enum VideoFormat : std::int16_t { videoFormatMJPEG = 3, videoFormatMJPEGDIFF = 7 };
+enum VideoFormat : std::int16_t {
+  videoFormatLayered = 0,
+  videoFormatMJPEG = 3,
+  videoFormatLayeredDiff = 4,
+  videoFormatMJPEGDIFF = 7
+};
 
 // Of differential video. All but key frames are made against the reference, which only key and
 // reference frames renew.

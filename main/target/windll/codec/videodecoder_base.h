@@ -7,6 +7,7 @@
 class CBinData;
 class CData;
 class CZTImage;
+struct FrameHeader;
 
 // What the exports drive every decoder through. One thread at a time.
 class CVideoDecoderBase {
@@ -26,6 +27,12 @@ class CVideoDecoderBase {
   virtual void SetBaseImage(const CZTImage&) {}
 
  protected:
+  struct SizeInPixels {
+    int width;
+    int height;
+  };
+  [[nodiscard]] static SizeInPixels ScaledSize(const FrameHeader& header, std::int32_t scaleDown);
+
   std::int32_t scaleDown = 1;    // as configured
   std::int32_t activeScale = 1;  // in force
   PixelFormat pixelFormat = PixelFormat::BOOL8;

@@ -13,20 +13,19 @@
 
 namespace {
 
-constexpr int blockSide = 16;
 // Blocks are copied by this much a sample, whatever the format. One-byte formats therefore copy
 // past the block; differential frames are made for formats of four-byte samples.
 constexpr int bytesPerSample = 4;
 
-void CopyPicture(CZTImage& target, const CZTImage& source) {
+}  // namespace
+
+void CVideoDecoderMJPEGDIFF::CopyPicture(CZTImage& target, const CZTImage& source) {
   if (target.GetPixelFormat() == source.GetPixelFormat() && target.GetDx() == source.GetDx() &&
       target.GetDy() == source.GetDy())
     target.OverWrite(source);
   else
     target.Copy(source);
 }
-
-}  // namespace
 
 std::int16_t CVideoDecoderMJPEGDIFF::GetVideoFormat() const {
   return videoFormatMJPEGDIFF;
@@ -41,10 +40,25 @@ void CVideoDecoderMJPEGDIFF::SetBaseImage(const CZTImage& image) {
   baseImage.Copy(image);
 }
 
-CVideoDecoderMJPEGDIFF::SizeInPixels CVideoDecoderMJPEGDIFF::ScaledSize(const FrameHeader& header,
-                                                                        std::int32_t scaleDown) {
-  const auto scale = static_cast<std::uint32_t>(scaleDown);
-  return {static_cast<int>(header.width / scale), static_cast<int>(header.height / scale)};
+void CVideoDecoderMJPEGDIFF::CheckFrame(const FrameHeader& header) {
+  const SizeInPixels size = ScaledSize(header, activeScale);
+  if (!baseImage.IsEmpty() &&
+      (baseImage.GetDxInPixels() != size.width || baseImage.GetDyInPixels() != size.height)) {
+    std::printf("[MJPEGDIFF] the frame and decoder dimensions differ: %ix%i <-> %ix%i\n",
+                size.width, size.height, baseImage.GetDxInPixels(), baseImage.GetDyInPixels());
+    baseImage.CreateBySizeInPixels(baseImage.GetPixelFormat(), size.width, size.height);
+  }
+  if (header.format != GetVideoFormat()) {
+    std::printf("[MJPEGDIFF] the frame wasn't compressed with the STDMJPEGDIFF-codec!\n");
+    std::fflush(stdout);
+    std::terminate();
+  }
+}
+
+void CVideoDecoderMJPEGDIFF::ResizeBase(SizeInPixels size) {
+  if (baseImage.IsEmpty() || baseImage.GetDxInPixels() != size.width ||
+      baseImage.GetDyInPixels() != size.height)
+    baseImage.CreateBySizeInPixels(pixelFormat, size.width, size.height);
 }
 
 void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
@@ -59,19 +73,9 @@ void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
     header.frameType = frameTypePlain;
     StoreLE(frame.Data() + FrameHeader::frameTypeOffset, header.frameType);
   }
+  CheckFrame(header);
   const SizeInPixels size = ScaledSize(header, activeScale);
-  if (!baseImage.IsEmpty() &&
-      (baseImage.GetDxInPixels() != size.width || baseImage.GetDyInPixels() != size.height)) {
-    std::printf("[MJPEGDIFF] the frame and decoder dimensions differ: %ix%i <-> %ix%i\n",
-                size.width, size.height, baseImage.GetDxInPixels(), baseImage.GetDyInPixels());
-    baseImage.CreateBySizeInPixels(baseImage.GetPixelFormat(), size.width, size.height);
-  }
-  if (header.format != videoFormatMJPEGDIFF) {
-    std::printf("[MJPEGDIFF] the frame wasn't compressed with the STDMJPEGDIFF-codec!\n");
-    std::fflush(stdout);
-    std::terminate();
-  }
-  if (baseImage.IsEmpty()) baseImage.CreateBySizeInPixels(pixelFormat, size.width, size.height);
+  ResizeBase(size);
   out.CreateBySizeInPixels(pixelFormat, size.width, size.height);
   switch (header.frameType) {
     case frameTypeKey:
@@ -91,8 +95,7 @@ void CVideoDecoderMJPEGDIFF::DecodeKey(CZTImage& out, const FrameHeader& header,
   // A scale that the format cannot have must not stay in force: base and scale go together, and no
   // later frame would get past its checks.
   const SizeInPixels size = ScaledSize(header, scaleDown);
-  if (baseImage.GetDxInPixels() != size.width || baseImage.GetDyInPixels() != size.height)
-    baseImage.CreateBySizeInPixels(pixelFormat, size.width, size.height);
+  ResizeBase(size);
   activeScale = scaleDown;
   // At a change of scale `out` still has the old size, and holds the smaller picture as one run of
   // pixels; pairs of pixels then need not lie within a row.
@@ -111,7 +114,6 @@ void CVideoDecoderMJPEGDIFF::DecodeDifferential(CZTImage& out, const FrameHeader
   const JpegSize size = decoder.ReadHeader(stream);
   UnpackBlockList(blockList, list, size.width / blockSide);
   const Plane strip = DecodeStrip(stream, size);
-  CopyPicture(out, baseImage);
   ApplyBlocks(out, strip, header.frameType);
 }
 
@@ -145,6 +147,7 @@ CVideoDecoderMJPEGDIFF::Plane CVideoDecoderMJPEGDIFF::PlaneOf(CZTImage& image) {
 
 void CVideoDecoderMJPEGDIFF::ApplyBlocks(CZTImage& out, const Plane& strip,
                                          std::uint32_t frameType) {
+  CopyPicture(out, baseImage);
   const auto scale = static_cast<std::uint64_t>(activeScale);
   const std::uint64_t side = blockSide / scale;
   if (side == 0) return;

@@ -17,12 +17,8 @@ class CVideoDecoderMJPEGDIFF : public CVideoDecoderMJPEG {
   // A picture to start from without a key frame (deep copy).
   void SetBaseImage(const CZTImage& image) override;
 
- private:
+ protected:
   using Bytes = std::span<const std::uint8_t>;
-  struct SizeInPixels {
-    int width;
-    int height;
-  };
   // Memory that blocks are copied between: a picture, or the strip of decoded blocks.
   struct Plane {
     std::uint8_t* pixels;
@@ -31,16 +27,29 @@ class CVideoDecoderMJPEGDIFF : public CVideoDecoderMJPEG {
     std::uint64_t sampleSize;
     std::uint64_t rows;
   };
+  // The side of a block that the list counts by.
+  static constexpr int blockSide = 16;
 
   [[nodiscard]] static Plane PlaneOf(CZTImage& image);
-  [[nodiscard]] static SizeInPixels ScaledSize(const FrameHeader& header, std::int32_t scaleDown);
-  void DecodeKey(CZTImage& out, const FrameHeader& header, Bytes stream);
-  void DecodeDifferential(CZTImage& out, const FrameHeader& header, Bytes list, Bytes stream);
-  [[nodiscard]] Plane DecodeStrip(Bytes stream, JpegSize size);
+  // `target` becomes a copy; it keeps its frame if that has the format and the size.
+  static void CopyPicture(CZTImage& target, const CZTImage& source);
+  // What every frame begins with: a base picture of another size is lost, and a frame of another
+  // video format ends the process.
+  void CheckFrame(const FrameHeader& header);
+  // Gives the base picture a size, if it has another one.
+  void ResizeBase(SizeInPixels size);
+  // `out` becomes the base picture with the blocks of `blockList` over it.
   void ApplyBlocks(CZTImage& out, const Plane& strip, std::uint32_t frameType);
 
   CZTImage baseImage;
-  CZTImage stripImage;  // for formats that the JPEG layer does not give
-  std::vector<std::uint8_t> stripPixels;
+  CZTImage stripImage;
   std::vector<std::uint64_t> blockList;
+
+ private:
+  void DecodeKey(CZTImage& out, const FrameHeader& header, Bytes stream);
+  void DecodeDifferential(CZTImage& out, const FrameHeader& header, Bytes list, Bytes stream);
+  [[nodiscard]] Plane DecodeStrip(Bytes stream, JpegSize size);
+
+  // The strip, in formats that the JPEG layer gives.
+  std::vector<std::uint8_t> stripPixels;
 };

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The pixel work of layered pictures. Planes and rows may lie at any address and must not overlap.
+struct LayeredKernels {
+  // Transforms a block of 64 coefficients, stored column by column, sets them to 0, and writes the
+  // means of squares of 1, 2 or 4 samples: 8, 4 or 2 rows of as many bytes, `distance` apart.
+  using DrawBlock = void (*)(std::uint8_t* target, std::size_t distance,
+                             std::int16_t* coefficients);
+  DrawBlock drawSquares1;
+  DrawBlock drawSquares2;
+  DrawBlock drawSquares4;
+
+  // The chroma of a macroblock, 8 rows of 8 bytes, for each of its pixels: 16 rows of 16. Bilinear
+  // inside, as it is at the four sides.
+  void (*spreadChroma)(std::uint8_t* target, std::size_t distance, const std::uint8_t* chroma);
+  // The same for pairs of pixels: 16 rows of 8. The first seven rows are softened downwards.
+  void (*spreadChromaToPairs)(std::uint8_t* target, std::size_t distance,
+                              const std::uint8_t* chroma);
+
+  // Four-byte pixels of `count` bytes of each plane; the fourth byte of the target stays.
+  using Join = void (*)(std::uint8_t* target, const std::uint8_t* y, const std::uint8_t* u,
+                        const std::uint8_t* v, std::size_t count);
+  Join joinYuv;
+  Join joinRgb;
+};
+
+// The kernels for this processor.
+[[nodiscard]] const LayeredKernels& Layered();

@@ -1,0 +1,3 @@
+#include "main/target/windll/codec/layered_kernels_impl.h"
+
+const LayeredKernels baselineLayered = layeredKernels;

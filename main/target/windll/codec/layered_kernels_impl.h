@@ -1,0 +1,305 @@
+#pragma once
+
+#include "main/target/windll/codec/idct8x8_transform.h"
+#include "main/target/windll/codec/layered_kernels_variants.h"
+#include "main/target/windll/image_convert/row_vectors.h"
+
+// Included once by the source of each instruction set. Nothing here may have external linkage and
+// no header with inline functions may be included: the linker would merge code of both sets.
+namespace {
+
+using Byte = std::uint8_t;
+using Numbers = Wrapped<V32, S32>;
+using Samples = std::int16_t[transformSide * transformSide];
+
+constexpr int lanes = sizeof(Vector) / 4;
+constexpr int parts = transformSide / lanes;
+
+// Coefficients times weights, `lanes` of a column.
+inline Numbers Weighed(const std::int16_t* coefficients, int column, int part) {
+#if defined(__AVX2__)
+  const auto values = (S16)_mm256_cvtepu16_epi32(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(coefficients + 8 * column)));
+#else
+  const __m128i half =
+      _mm_loadl_epi64(reinterpret_cast<const __m128i*>(coefficients + 8 * column + lanes * part));
+  const auto values = (S16)_mm_unpacklo_epi16(half, _mm_setzero_si128());
+#endif
+  V32 weights;
+  const std::int16_t* const row = transformWeights[transformWeightRow[column]];
+  for (int i = 0; i < lanes; ++i)
+    weights[i] = static_cast<std::uint32_t>(row[lanes * part + i]);
+  return {(V32)MultiplyAdd(values, (S16)weights)};
+}
+
+inline V32 InterleaveLow(V64 a, V64 b) {
+  return (V32)ZT_VECTOR(unpacklo_epi64)((Vector)a, (Vector)b);
+}
+inline V32 InterleaveHigh(V64 a, V64 b) {
+  return (V32)ZT_VECTOR(unpackhi_epi64)((Vector)a, (Vector)b);
+}
+
+// Transposes 4 by 4 numbers within each 128 bits.
+inline void TransposeFours(V32 (&target)[4], const Numbers* rows) {
+  const V64 low01 = InterleaveLow(rows[0].bits, rows[1].bits);
+  const V64 high01 = InterleaveHigh(rows[0].bits, rows[1].bits);
+  const V64 low23 = InterleaveLow(rows[2].bits, rows[3].bits);
+  const V64 high23 = InterleaveHigh(rows[2].bits, rows[3].bits);
+  target[0] = InterleaveLow(low01, low23);
+  target[1] = InterleaveHigh(low01, low23);
+  target[2] = InterleaveLow(high01, high23);
+  target[3] = InterleaveHigh(high01, high23);
+}
+
+inline void Transpose(Numbers (&target)[parts][transformSide],
+                      const Numbers (&source)[parts][transformSide]) {
+#if defined(__AVX2__)
+  V32 left[4];
+  V32 right[4];
+  TransposeFours(left, source[0]);
+  TransposeFours(right, source[0] + 4);
+  for (int i = 0; i < 4; ++i) {
+    const TwoVectors rows = InOrder(left[i], right[i]);
+    target[0][i].bits = rows.first;
+    target[0][4 + i].bits = rows.second;
+  }
+#else
+  for (int half = 0; half < parts; ++half)
+    for (int part = 0; part < parts; ++part) {
+      V32 square[4];
+      TransposeFours(square, source[part] + 4 * half);
+      for (int i = 0; i < 4; ++i)
+        target[half][4 * part + i].bits = square[i];
+    }
+#endif
+}
+
+// What the scalar transform gives, bit for bit.
+inline void Transform(Samples& samples, std::int16_t* coefficients) {
+  Numbers rows[parts][transformSide];
+  for (int part = 0; part < parts; ++part) {
+    for (int column = 0; column < transformSide; ++column)
+      rows[part][column] = Weighed(coefficients, column, part);
+    TransformEight(rows[part], 1);
+  }
+  std::memset(coefficients, 0, sizeof samples);
+  Numbers columns[parts][transformSide];
+  Transpose(columns, rows);
+  for (int part = 0; part < parts; ++part)
+    TransformEight(columns[part], 1);
+  // The lower 16 of the bits behind the shift, with sign.
+  const auto cut = [&columns](int part, int row) {
+    return (S32)(columns[part][row].bits << (16 - transformShift)) >> 16;
+  };
+  auto* const target = reinterpret_cast<Byte*>(&samples);
+#if defined(__AVX2__)
+  for (int row = 0; row < transformSide; row += 2)
+    StoreVector(target + 16 * row, InOrder((V32)Pack(cut(0, row), cut(0, row + 1))));
+#else
+  for (int row = 0; row < transformSide; ++row)
+    StoreVector(target + 16 * row, (V32)Pack(cut(0, row), cut(1, row)));
+#endif
+}
+
+inline __m128i LoadRow(const Samples& samples, int row) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(samples + transformSide * row));
+}
+
+void DrawSquares1(Byte* __restrict target, std::size_t distance, std::int16_t* coefficients) {
+  Samples samples;
+  Transform(samples, coefficients);
+  const __m128i middle = _mm_set1_epi16(128);
+  for (int row = 0; row < transformSide; row += 2) {
+    const __m128i two = _mm_packus_epi16(_mm_adds_epi16(LoadRow(samples, row), middle),
+                                         _mm_adds_epi16(LoadRow(samples, row + 1), middle));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(target), two);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(target + distance), _mm_srli_si128(two, 8));
+    target += 2 * distance;
+  }
+}
+
+// Sums of two samples side by side, over `Side` rows.
+template <int Side>
+inline __m128i SumsOfPairs(const Samples& samples, int row) {
+  __m128i sums = _mm_setzero_si128();
+  for (int i = 0; i < Side; ++i)
+    sums = _mm_add_epi32(sums, _mm_madd_epi16(LoadRow(samples, row + i), _mm_set1_epi16(1)));
+  return sums;
+}
+
+// Bytes of 1 << shift times their values: rounded, then truncated toward zero.
+template <int shift>
+inline __m128i MeansOf(__m128i sums) {
+  constexpr int half = 1 << (shift - 1);
+  const __m128i rounded = _mm_add_epi32(sums, _mm_set1_epi32(half));
+  const __m128i toZero =
+      _mm_and_si128(_mm_srai_epi32(rounded, 31), _mm_set1_epi32((1 << shift) - 1));
+  const __m128i means = _mm_srai_epi32(_mm_add_epi32(rounded, toZero), shift);
+  const __m128i words = _mm_packs_epi32(_mm_add_epi32(means, _mm_set1_epi32(128)), means);
+  return _mm_packus_epi16(words, words);
+}
+
+void DrawSquares2(Byte* __restrict target, std::size_t distance, std::int16_t* coefficients) {
+  Samples samples;
+  Transform(samples, coefficients);
+  for (int row = 0; row < transformSide; row += 2, target += distance) {
+    const int four = _mm_cvtsi128_si32(MeansOf<2>(SumsOfPairs<2>(samples, row)));
+    std::memcpy(target, &four, sizeof four);
+  }
+}
+
+void DrawSquares4(Byte* __restrict target, std::size_t distance, std::int16_t* coefficients) {
+  Samples samples;
+  Transform(samples, coefficients);
+  for (int row = 0; row < transformSide; row += 4, target += distance) {
+    const __m128i pairs = SumsOfPairs<4>(samples, row);
+    const __m128i squares = _mm_add_epi32(pairs, _mm_shuffle_epi32(pairs, 0xB1));
+    const int bytes = _mm_cvtsi128_si32(MeansOf<4>(squares));
+    target[0] = static_cast<Byte>(bytes);
+    target[1] = static_cast<Byte>(bytes >> 16);
+  }
+}
+
+using Chroma = std::uint16_t __attribute__((vector_size(16)));
+
+inline Chroma LoadChroma(const Byte* row) {
+  return (Chroma)_mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row)),
+                                   _mm_setzero_si128());
+}
+
+// A row of pixels between two rows of chroma. Each takes three quarters of what is nearest on
+// either axis; the outer two have no neighbour and keep their chroma.
+inline void StoreBetween(Byte* target, Chroma near, Chroma far) {
+  const Chroma here = near * 3 + far;
+  const Chroma before = __builtin_shufflevector(here, here, 0, 0, 1, 2, 3, 4, 5, 6);
+  const Chroma behind = __builtin_shufflevector(here, here, 1, 2, 3, 4, 5, 6, 7, 7);
+  const Chroma left = (here * 3 + before + 8) >> 4;
+  const Chroma right = (here * 3 + behind + 8) >> 4;
+  const Chroma pixels[] = {__builtin_shufflevector(left, near, 8, 1, 2, 3, 4, 5, 6, 7),
+                           __builtin_shufflevector(right, near, 0, 1, 2, 3, 4, 5, 6, 15)};
+  const __m128i joined = _mm_or_si128((__m128i)pixels[0], _mm_slli_epi16((__m128i)pixels[1], 8));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), joined);
+}
+
+void SpreadChroma(Byte* __restrict target, std::size_t distance, const Byte* __restrict chroma) {
+  const auto storeRow = [target, distance](int row, Chroma values) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(target + static_cast<std::size_t>(row) * distance),
+                     (__m128i)(values | values << 8));
+  };
+  Chroma upper = LoadChroma(chroma);
+  storeRow(0, upper);
+  for (int i = 1; i < transformSide; ++i) {
+    const Chroma lower = LoadChroma(chroma + transformSide * i);
+    Byte* const row = target + static_cast<std::size_t>(2 * i - 1) * distance;
+    StoreBetween(row, upper, lower);
+    StoreBetween(row + distance, lower, upper);
+    upper = lower;
+  }
+  storeRow(15, upper);
+}
+
+void SpreadChromaToPairs(Byte* __restrict target, std::size_t distance,
+                         const Byte* __restrict chroma) {
+  for (std::size_t row = 0; row < 16; ++row)
+    std::memcpy(target + row * distance, chroma + row / 2 * transformSide, transformSide);
+  // Three rows and no more, and the lower one from what the upper one has just got.
+  for (std::size_t row = 1; row <= 5; row += 2) {
+    Byte* const upper = target + row * distance;
+    Byte* const lower = upper + distance;
+    for (int i = 0; i < transformSide; ++i) {
+      upper[i] = static_cast<Byte>((3 * upper[i] + lower[i] + 2) >> 2);
+      lower[i] = static_cast<Byte>((upper[i] + 3 * lower[i] + 2) >> 2);
+    }
+  }
+}
+
+// Three bytes of each pixel, a register of each.
+inline void StoreThree(Byte* target, V8 first, V8 second, V8 third) {
+  const auto store = [](Byte* p, V32 pixels) {
+    StoreVector(p, JoinFourthBytes(pixels, LoadVector(p)));
+  };
+  const auto storeHalf = [store](Byte* p, V16 low, V16 high) {
+    const TwoVectors pixels = InOrder(InterleaveLow(low, high), InterleaveHigh(low, high));
+    store(p, pixels.first);
+    store(p + sizeof(Vector), pixels.second);
+  };
+  const TwoVectors pairs = InOrder(InterleaveLow(first, second), InterleaveHigh(first, second));
+  const TwoVectors rest = InOrder(InterleaveLow(third, V8{}), InterleaveHigh(third, V8{}));
+  storeHalf(target, (V16)pairs.first, (V16)rest.first);
+  storeHalf(target + 2 * sizeof(Vector), (V16)pairs.second, (V16)rest.second);
+}
+
+inline void StoreThree(Byte* target, int first, int second, int third) {
+  target[0] = static_cast<Byte>(first);
+  target[1] = static_cast<Byte>(second);
+  target[2] = static_cast<Byte>(third);
+}
+
+// Blue, green and red of 16-bit luma and of chroma times 256 around 0.
+struct Rgb {
+  Rgb(V16 luma, V16 u, V16 v) {
+    const auto bare = [](V16 chroma) { return (S16)chroma >> 8; };
+    const S16 y = (S16)luma;
+    blue = y + MultiplyHigh((S16)u, S16{} + 454);
+    red = y + MultiplyHigh((S16)v, S16{} + 359);
+    // (-88 u - 183 v) >> 8 in halves, which stay within 16 bits.
+    green = y + ((bare(u) * -44 + bare(v) * -92 + (bare(v) >> 1)) >> 7);
+  }
+  S16 blue;
+  S16 green;
+  S16 red;
+};
+
+inline int ClampByte(int value) {
+  return value < 0 ? 0 : value > 255 ? 255 : value;
+}
+
+template <bool toRgb>
+void JoinPixels(Byte* __restrict target, const Byte* __restrict y, const Byte* __restrict u,
+                const Byte* __restrict v, std::size_t count) {
+  const auto vector = [=](std::size_t i) {
+    const auto luma = (V8)LoadVector(y + i);
+    const auto chromaU = (V8)LoadVector(u + i);
+    const auto chromaV = (V8)LoadVector(v + i);
+    if constexpr (toRgb) {
+      const auto wide = [](V16 chroma) { return chroma ^ 0x8000; };
+      const Rgb low(InterleaveLow(luma, V8{}), wide(InterleaveLow(V8{}, chromaU)),
+                    wide(InterleaveLow(V8{}, chromaV)));
+      const Rgb high(InterleaveHigh(luma, V8{}), wide(InterleaveHigh(V8{}, chromaU)),
+                     wide(InterleaveHigh(V8{}, chromaV)));
+      StoreThree(target + 4 * i, PackToBytes(low.blue, high.blue),
+                 PackToBytes(low.green, high.green), PackToBytes(low.red, high.red));
+    } else {
+      StoreThree(target + 4 * i, luma, chromaU, chromaV);
+    }
+  };
+  // The last register overlaps the one before it.
+  constexpr std::size_t size = sizeof(Vector);
+  if (count >= size) {
+    for (std::size_t i = 0; i < count - size; i += size)
+      vector(i);
+    return vector(count - size);
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const int bareU = u[i] - 128;
+    const int bareV = v[i] - 128;
+    if constexpr (toRgb)
+      StoreThree(target + 4 * i, ClampByte(y[i] + (bareU * 454 >> 8)),
+                 ClampByte(y[i] + ((bareU * -88 + bareV * -183) >> 8)),
+                 ClampByte(y[i] + (bareV * 359 >> 8)));
+    else
+      StoreThree(target + 4 * i, y[i], u[i], v[i]);
+  }
+}
+
+constexpr LayeredKernels layeredKernels = {
+    .drawSquares1 = DrawSquares1,
+    .drawSquares2 = DrawSquares2,
+    .drawSquares4 = DrawSquares4,
+    .spreadChroma = SpreadChroma,
+    .spreadChromaToPairs = SpreadChromaToPairs,
+    .joinYuv = JoinPixels<false>,
+    .joinRgb = JoinPixels<true>,
+};
+
+}  // namespace

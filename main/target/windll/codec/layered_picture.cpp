@@ -1,0 +1,262 @@
+#include "main/target/windll/codec/layered_picture.h"
+
+#include "main/lib/base/debug.h"
+#include "main/target/windll/codec/plane_kernels.h"
+#include "main/target/windll/image/ztimage.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t macroblockSide = 16;
+constexpr std::size_t blockSide = 8;
+
+bool IsPairs(PixelFormat format) {
+  return format == PixelFormat::YUYV || format == PixelFormat::UYVY;
+}
+bool IsFormat(PixelFormat format) {
+  return format == PixelFormat::RGB || format == PixelFormat::YUV || IsPairs(format);
+}
+bool IsScale(std::size_t scale) {
+  return scale == 1 || scale == 2 || scale == 4 || scale == 8;
+}
+
+std::int16_t Dequantised(std::int16_t coefficient, std::int32_t factor) {
+  return static_cast<std::int16_t>((coefficient * factor + 32) >> 6);
+}
+
+}  // namespace
+
+void LayeredPicture::Plane::Resize(std::size_t width, std::size_t rows) {
+  distance = width;
+  pixels.resize(std::max(pixels.size(), width * rows));
+}
+
+void LayeredPicture::Refuse() const {
+  ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
+}
+
+void LayeredPicture::Open(Bytes frame, std::int32_t newScale, PixelFormat newFormat) {
+  const auto picture = CodedPictureOf(frame);
+  if (!picture) Refuse();
+  coded = *picture;
+  header = LayeredHeader::Read(coded.first<LayeredHeader::size>());
+  scale = static_cast<std::size_t>(newScale);
+  format = newFormat;
+  if (!IsTableFamily(header.tableFamily) || !IsFormat(format) || !IsScale(scale)) return;
+
+  if (header.groupSize == 0) Refuse();
+  // Every macroblock takes a byte for each of its luma blocks.
+  const std::uint64_t macroblocks =
+      std::uint64_t{header.width / macroblockSide} * (header.height / macroblockSide);
+  if (lumaBlocks * macroblocks > header.baseBytes[0]) Refuse();
+  CheckModel(0);
+  for (std::size_t plane = 0; plane < LayeredHeader::planes; ++plane)
+    CheckStream(header.baseStream[plane], header.baseBytes[plane]);
+  for (std::size_t layer = 1; layer < LayeredHeader::layers; ++layer) {
+    if (!UsesLayer(layer)) continue;
+    CheckModel(layer);
+    CheckStream(header.layerStream[layer - 1], header.layerBytes[layer - 1]);
+  }
+}
+
+bool LayeredPicture::UsesLayer(std::size_t layer) const {
+  return header.layerStream[layer - 1] != 0 && scale << layer <= 8;
+}
+
+LayeredPicture::Bytes LayeredPicture::CodedAt(std::uint32_t offset) const {
+  return coded.subspan(std::min<std::size_t>(offset, coded.size()));
+}
+
+// Every decoded byte takes a bit at least.
+void LayeredPicture::CheckStream(std::uint32_t offset, std::uint32_t count) const {
+  if (count > 8 * std::uint64_t{CodedAt(offset).size()}) Refuse();
+}
+
+void LayeredPicture::CheckModel(std::size_t layer) const {
+  if (CodedAt(header.model[layer]).size() < LayeredCode::modelHeadSize) Refuse();
+}
+
+void LayeredPicture::Draw(CZTImage& out) {
+  if (!IsTableFamily(header.tableFamily)) return;
+  if (!IsFormat(format)) ZT_THROW(CException, "Invalid pixelformat", "Process", source, __LINE__);
+  if (!IsScale(scale)) return;
+
+  const std::size_t side = macroblockSide / scale;
+  const std::size_t across = header.width / macroblockSide;
+  // Macroblocks that are not wholly in the picture are read where others follow, but never drawn.
+  const std::size_t drawn = std::min(across, static_cast<std::size_t>(out.GetDxInPixels()) / side);
+  const std::size_t rows = std::min<std::size_t>(
+      header.height / macroblockSide, static_cast<std::size_t>(out.GetDyInPixels()) / side);
+  if (drawn == 0 || rows == 0) return;
+
+  DecodeStreams();
+  MakePlaces();
+  const std::size_t group = std::min<std::size_t>(header.groupSize, across);
+  const std::size_t groupDrawn = std::min(group, drawn);
+  coefficients.resize(std::max(coefficients.size(), groupDrawn * macroblockSize));
+  detailed.resize(std::max(detailed.size(), groupDrawn * blocksPerMacroblock));
+  luma.Resize(drawn * side, side);
+  const bool halfChroma = scale == 1 && IsPairs(format);
+  for (Plane& plane : chroma)
+    plane.Resize(drawn * (halfChroma ? side / 2 : side), side);
+
+  for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t x = 0; x < across; x += group) {
+      const std::size_t count = std::min(group, across - x);
+      const std::size_t wanted = x < drawn ? std::min(count, drawn - x) : 0;
+      ReadGroup(count, wanted);
+      for (std::size_t i = 0; i < wanted; ++i)
+        DrawMacroblock(&coefficients[i * macroblockSize], &detailed[i * blocksPerMacroblock],
+                       x + i);
+    }
+    JoinRows(out, row * side, drawn * side);
+  }
+}
+
+void LayeredPicture::DecodeStreams() {
+  code.Build(LayeredCode::UnpackModel(CodedAt(header.model[0])));
+  for (std::size_t plane = 0; plane < LayeredHeader::planes; ++plane)
+    base[plane] = DecodeStream(baseBytes[plane], header.baseStream[plane], header.baseBytes[plane]);
+  for (std::size_t layer = 1; layer < LayeredHeader::layers; ++layer) {
+    shell[layer - 1] = {};
+    if (!UsesLayer(layer)) continue;
+    code.Build(LayeredCode::UnpackModel(CodedAt(header.model[layer])));
+    shell[layer - 1] = DecodeStream(layerBytes[layer - 1], header.layerStream[layer - 1],
+                                    header.layerBytes[layer - 1]);
+  }
+  std::ranges::fill(predictors, std::int16_t{0});
+}
+
+LayeredBytes LayeredPicture::DecodeStream(std::vector<std::uint8_t>& bytes, std::uint32_t offset,
+                                          std::uint32_t count) {
+  static_assert(LayeredBytes::slack <= LayeredCode::slack);
+  bytes.resize(std::max(bytes.size(), count + LayeredCode::slack));
+  code.Decode(bytes.data(), count, CodedAt(offset));
+  return {bytes.data(), bytes.data() + count};
+}
+
+void LayeredPicture::MakePlaces() {
+  const LayeredTables tables = MakeLayeredTables(header.tableFamily, header.quality);
+  for (std::size_t layer = 0; layer < LayeredHeader::layers; ++layer) {
+    places[layer].clear();
+    for (std::size_t block = 0; block < blocksPerMacroblock; ++block) {
+      const auto& table = block < lumaBlocks ? tables.luminance : tables.chrominance;
+      for (std::size_t i = shellStarts[layer]; i < shellStarts[layer + 1]; ++i) {
+        const std::size_t position = shellPositions[i];
+        const std::size_t at =
+            block * blockSize + position % blockSide * blockSide + position / blockSide;
+        places[layer].push_back(
+            {static_cast<std::uint16_t>(at), static_cast<std::uint16_t>(table[position])});
+      }
+    }
+  }
+}
+
+// Reads the coefficients of `count` macroblocks and keeps those of the first `wanted`.
+void LayeredPicture::ReadGroup(std::size_t count, std::size_t wanted) {
+  std::fill_n(detailed.begin(), wanted * blocksPerMacroblock, std::uint8_t{0});
+  ReadBase(count, wanted);
+  ReadShell<1>(count, wanted);
+  ReadShell<2>(count, wanted);
+  ReadShell<3>(count, wanted);
+}
+
+void LayeredPicture::ReadBase(std::size_t count, std::size_t wanted) {
+  for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t block = 0; block < blocksPerMacroblock; ++block) {
+      const std::size_t plane = block < lumaBlocks ? 0 : block - lumaBlocks + 1;
+      ReadBaseCoefficient(base[plane], predictors[plane]);
+      const Place place = places[0][block];
+      if (i < wanted)
+        coefficients[i * macroblockSize + place.at] = Dequantised(predictors[plane], place.factor);
+    }
+}
+
+template <std::size_t layer>
+void LayeredPicture::ReadShell(std::size_t count, std::size_t wanted) {
+  constexpr std::size_t perMacroblock =
+      blocksPerMacroblock * (shellStarts[layer + 1] - shellStarts[layer]);
+  const auto put = [kept = wanted * perMacroblock, places = places[layer].data(),
+                    target = coefficients.data(),
+                    marks = detailed.data()](std::size_t i, std::int16_t coefficient) {
+    if (i >= kept) return;
+    const std::size_t macroblock = i / perMacroblock;
+    const Place place = places[i % perMacroblock];
+    target[macroblock * macroblockSize + place.at] = Dequantised(coefficient, place.factor);
+    marks[macroblock * blocksPerMacroblock + place.at / blockSize] = 1;
+  };
+  LayeredBytes& in = shell[layer - 1];
+  if constexpr (layer == LayeredHeader::layers - 1)
+    ReadRunsAndCoefficients(in, count * perMacroblock, put);
+  else
+    ReadCoefficients(in, count * perMacroblock, put);
+}
+
+void LayeredPicture::DrawMacroblock(std::int16_t* blocks, const std::uint8_t* isDetailed,
+                                    std::size_t x) {
+  const std::size_t side = blockSide / scale;
+  for (std::size_t block = 0; block < lumaBlocks; ++block)
+    DrawBlock(luma.At((2 * x + block % 2) * side, block / 2 * side), luma.distance, scale,
+              blocks + block * blockSize, isDetailed[block]);
+  for (std::size_t i = 0; i < 2; ++i) {
+    const std::size_t block = lumaBlocks + i;
+    Plane& plane = chroma[i];
+    if (scale > 1) {
+      DrawBlock(plane.At(2 * x * side, 0), plane.distance, scale / 2, blocks + block * blockSize,
+                isDetailed[block]);
+      continue;
+    }
+    std::uint8_t samples[blockSize];
+    DrawBlock(samples, blockSide, 1, blocks + block * blockSize, isDetailed[block]);
+    if (IsPairs(format))
+      kernels.spreadChromaToPairs(plane.At(x * blockSide, 0), plane.distance, samples);
+    else
+      kernels.spreadChroma(plane.At(x * macroblockSide, 0), plane.distance, samples);
+  }
+}
+
+void LayeredPicture::DrawBlock(std::uint8_t* target, std::size_t distance, std::size_t square,
+                               std::int16_t* block, bool isDetailed) const {
+  if (isDetailed) {
+    const auto draw = square == 1   ? kernels.drawSquares1
+                      : square == 2 ? kernels.drawSquares2
+                                    : kernels.drawSquares4;
+    return draw(target, distance, block);
+  }
+  // The transform of the first coefficient alone is the same number everywhere, and so is its mean
+  // but for the rounding toward zero.
+  const int samples = static_cast<int>(square * square);
+  const int mean = ((block[0] >> 3) * samples + samples / 2) / samples;
+  const int value = std::clamp(mean + 128, 0, 255);
+  const std::size_t side = blockSide / square;
+  for (std::size_t row = 0; row < side; ++row)
+    std::memset(target + row * distance, value, side);
+}
+
+void LayeredPicture::JoinRows(CZTImage& out, std::size_t top, std::size_t width) {
+  const auto distance = static_cast<std::size_t>(out.GetScanlineSize());
+  std::uint8_t* target = out.GetPtrAs<std::uint8_t>() + top * distance;
+  for (std::size_t row = 0; row < macroblockSide / scale; ++row, target += distance) {
+    const std::uint8_t* const y = luma.At(0, row);
+    const std::uint8_t* u = chroma[0].At(0, row);
+    const std::uint8_t* v = chroma[1].At(0, row);
+    if (!IsPairs(format)) {
+      const auto join = format == PixelFormat::RGB ? kernels.joinRgb : kernels.joinYuv;
+      join(target, y, u, v, width);
+      continue;
+    }
+    if (scale > 1) {
+      for (std::size_t i = 0; i < 2; ++i) {
+        pairs[i].resize(std::max(pairs[i].size(), width / 2));
+        const std::uint8_t* const wide = chroma[i].At(0, row);
+        Planes().meanOfPairs(pairs[i].data(), wide, wide, width / 2);
+      }
+      u = pairs[0].data();
+      v = pairs[1].data();
+    }
+    const auto join = format == PixelFormat::YUYV ? Planes().joinYuyv : Planes().joinUyvy;
+    join(target, y, u, v, width / 2);
+  }
+}

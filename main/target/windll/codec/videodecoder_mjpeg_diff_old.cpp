@@ -1,0 +1,74 @@
+#include "main/target/windll/codec/videodecoder_mjpeg_diff_old.h"
+
+#include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/debug.h"
+#include "main/target/windll/codec/block_list.h"
+
+#include <limits>
+
+namespace {
+
+constexpr char source[] = "main/target/windll/codec/videodecoder_mjpeg_diff_old";
+
+bool HasBlocks(const FrameHeader& header) {
+  return static_cast<std::int32_t>(header.blockCount) > 0;
+}
+std::uint64_t StripWidth(const FrameHeader& header) {
+  return std::uint64_t{header.blockSize} * header.blockCount;
+}
+
+}  // namespace
+
+CVideoDecoderMJPEGDIFF_OLD::CVideoDecoderMJPEGDIFF_OLD() : picture(source) {}
+
+std::int16_t CVideoDecoderMJPEGDIFF_OLD::GetVideoFormat() const {
+  return videoFormatLayeredDiff;
+}
+
+void CVideoDecoderMJPEGDIFF_OLD::Configure(const CData& config) {
+  CVideoDecoderBase::Configure(config);
+}
+
+void CVideoDecoderMJPEGDIFF_OLD::Decode(CZTImage& out, CBinData& frame) {
+  const Bytes bytes(frame.Data(), frame.Size());
+  if (bytes.size() < FrameHeader::size)
+    ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
+  const FrameHeader header = FrameHeader::Read(bytes);
+  const bool isKey = header.differential == 0;
+  // What is damaged is refused before anything changes.
+  if (header.format == GetVideoFormat() && (isKey || HasBlocks(header))) {
+    if (!isKey && StripWidth(header) > std::numeric_limits<std::int32_t>::max())
+      ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
+    picture.Open(bytes, isKey ? scaleDown : activeScale, pixelFormat);
+  }
+  CheckFrame(header);
+  if (isKey)
+    DecodeKey(out, header);
+  else
+    DecodeDifferential(out, header, bytes.subspan(FrameHeader::size));
+}
+
+void CVideoDecoderMJPEGDIFF_OLD::DecodeKey(CZTImage& out, const FrameHeader& header) {
+  const SizeInPixels size = ScaledSize(header, scaleDown);
+  // A scale that the format cannot have must not stay in force.
+  ResizeBase(size);
+  activeScale = scaleDown;
+  out.CreateBySizeInPixels(pixelFormat, size.width, size.height);
+  picture.Draw(out);
+  CopyPicture(baseImage, out);
+}
+
+void CVideoDecoderMJPEGDIFF_OLD::DecodeDifferential(CZTImage& out, const FrameHeader& header,
+                                                    Bytes list) {
+  const SizeInPixels size = ScaledSize(header, activeScale);
+  ResizeBase(size);
+  out.CreateBySizeInPixels(pixelFormat, size.width, size.height);
+  if (!HasBlocks(header)) return CopyPicture(out, baseImage);
+  const std::uint64_t stripWidth = StripWidth(header);
+  const auto scale = static_cast<std::uint32_t>(activeScale);
+  stripImage.CreateBySizeInPixels(pixelFormat, static_cast<int>(stripWidth / scale),
+                                  static_cast<int>(header.blockSize / scale));
+  picture.Draw(stripImage);
+  UnpackBlockList(blockList, list, stripWidth / blockSide);
+  ApplyBlocks(out, PlaneOf(stripImage), frameTypePlain);
+}

@@ -1,0 +1,285 @@
+#pragma once
+
+#include "client/layered_tables.h"
+#include "include/ztlib.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+// A plain decoder of layered pictures, the yardstick of the library's: bit by bit, coefficient by
+// coefficient and pixel by pixel, for coded pictures whose offsets are sound. The quantisation
+// tables are those of the client's encoder, which shares nothing with the library.
+namespace layered_reference {
+
+using Bytes = std::vector<std::uint8_t>;
+using Frequencies = std::array<unsigned, 256>;
+
+inline unsigned Number(const Bytes& bytes, std::size_t at, int size) {
+  unsigned value = 0;
+  for (int i = 0; i < size && at + i < bytes.size(); ++i)
+    value |= static_cast<unsigned>(bytes[at + i]) << (8 * i);
+  return value;
+}
+
+inline Frequencies Unpack(const Bytes& coded, std::size_t model) {
+  Frequencies frequencies{};
+  for (unsigned i = 0; i < 16; ++i)
+    frequencies[i < 8 ? i : i == 8 ? 128 : 240 + i] = Number(coded, model + 2 * i, 2);
+  Bytes planes;
+  for (std::size_t at = model + 32; at < coded.size() && planes.size() < 480; ++at)
+    if (coded[at] != 128)
+      planes.push_back(coded[at]);
+    else if (++at < coded.size())
+      planes.resize(planes.size() + std::max<unsigned>(coded[at], 1), coded[at] ? 0 : 128);
+  planes.resize(480);
+  for (unsigned plane = 0; plane < 16; ++plane)
+    for (unsigned i = 0; i < 240; ++i)
+      frequencies[i < 120 ? 8 + i : 9 + i] |= (planes[30 * plane + i / 8] >> i % 8 & 1U) << plane;
+  return frequencies;
+}
+
+// Pairs of successors; leaves are 256 and above.
+struct Tree {
+  struct Node {
+    unsigned number, weight;
+  };
+  std::vector<Node> heap{1};
+  std::array<std::array<unsigned, 2>, 256> next{};
+
+  void Up(std::size_t i) {
+    for (; i > 1 && heap[i / 2].weight > heap[i].weight; i /= 2)
+      std::swap(heap[i], heap[i / 2]);
+  }
+  unsigned Pop(unsigned& sum) {
+    const Node top = heap[1];
+    const Node last = heap.back();
+    heap.pop_back();
+    sum += top.weight;
+    std::size_t hole = 1;
+    while (2 * hole < heap.size()) {
+      std::size_t child = 2 * hole;
+      if (child + 1 < heap.size() && heap[child].weight >= heap[child + 1].weight) ++child;
+      heap[hole] = heap[child];
+      hole = child;
+    }
+    if (heap.size() > 1) {
+      heap[hole] = last;
+      Up(hole);
+    }
+    return top.number;
+  }
+  explicit Tree(const Frequencies& frequencies) {
+    const auto push = [this](Node node) {
+      heap.push_back(node);
+      Up(heap.size() - 1);
+    };
+    for (unsigned s = 0; s < 256; ++s)
+      if (frequencies[s]) push({256 + s, frequencies[s]});
+    const std::size_t symbols = heap.size() - 1;
+    if (symbols < 2) next[0].fill(symbols ? heap[1].number : 256);
+    for (unsigned node = symbols < 2 ? 0 : static_cast<unsigned>(symbols) - 1; node-- > 0;) {
+      unsigned sum = 0;
+      next[node][0] = Pop(sum);
+      next[node][1] = Pop(sum);
+      push({node, sum});
+    }
+  }
+};
+
+inline Bytes DecodeStream(const Bytes& coded, unsigned model, unsigned stream, unsigned count) {
+  const Tree tree(Unpack(coded, model));
+  Bytes bytes;
+  for (std::size_t bit = 8 * std::size_t{stream}; bytes.size() < count;) {
+    unsigned node = 0;
+    for (; node < 256; ++bit)
+      node = tree.next[node][bit / 8 < coded.size() ? coded[bit / 8] >> bit % 8 & 1 : 0];
+    bytes.push_back(static_cast<std::uint8_t>(node - 256));
+  }
+  return bytes;
+}
+
+// What is left of a stream; codes that are cut short end it.
+struct Codes {
+  Bytes bytes;
+  std::size_t at = 0;
+  int predictor = 0;
+
+  [[nodiscard]] bool Has(std::size_t count) {
+    if (at + count > bytes.size()) at = bytes.size();
+    return at + count <= bytes.size();
+  }
+  [[nodiscard]] int Low(std::size_t i) const { return static_cast<std::int8_t>(bytes[at + i]); }
+  [[nodiscard]] int Wide(std::size_t i) const {
+    return static_cast<std::int16_t>(Number(bytes, at + i, 2));
+  }
+  int NextBase() {
+    if (at < bytes.size()) {
+      const bool isWide = bytes[at] == 0x80;
+      if (Has(isWide ? 3 : 1)) {
+        predictor = static_cast<std::int16_t>(predictor + (isWide ? Wide(1) : Low(0)));
+        at += isWide ? 3 : 1;
+      }
+    }
+    return predictor;
+  }
+  std::vector<int> NextGroup(std::size_t count, bool hasRuns) {
+    std::vector<int> values;
+    while (values.size() < count && at < bytes.size()) {
+      const unsigned code = bytes[at];
+      std::size_t length = 1, zeros = 0;
+      std::vector<int> value;
+      if (hasRuns) {
+        length = code <= 0xFC ? 2 : code == 0xFE ? 6 : 4;
+        if (!Has(length)) break;
+        zeros = code <= 0xFC ? code : Number(bytes, at + 2, 2);
+        if (code != 0xFD) value = {code == 0xFE ? Wide(4) : Low(1)};
+      } else if (code != 0x80) {
+        value = {Low(0)};
+      } else {
+        if (!Has(2)) break;
+        length = bytes[at + 1] == 0xFF ? 4 : 2;
+        if (!Has(length)) break;
+        if (length == 4)
+          value = {Wide(2)};
+        else
+          zeros = bytes[at + 1];
+      }
+      at += length;
+      values.resize(values.size() + zeros);
+      values.insert(values.end(), value.begin(), value.end());
+    }
+    values.resize(count);
+    return values;
+  }
+};
+
+// One macroblock after the transform.
+struct Macroblock {
+  int y[16][16], u[8][8], v[8][8];
+};
+
+inline int Clamp(int value) {
+  return std::max(0, std::min(255, value));
+}
+
+// Y, U and V of each pixel of a macroblock at 1 / scale; `format` decides how chroma is spread.
+inline std::vector<std::array<int, 3>> PixelsOf(const Macroblock& from, int scale, int format) {
+  const int side = 16 / scale;
+  std::vector<std::array<int, 3>> pixels;
+  const auto mean = [](const int* first, int distance, int square) {
+    int sum = 0;
+    for (int i = 0; i < square * square; ++i)
+      sum += first[i / square * distance + i % square];
+    return Clamp((sum + square * square / 2) / (square * square) + 128);
+  };
+  for (int y = 0; y < side; ++y)
+    for (int x = 0; x < side; ++x) {
+      const int square = std::max(1, scale / 2);
+      const int cx = scale == 1 ? x / 2 : x * square, cy = scale == 1 ? y / 2 : y * square;
+      pixels.push_back({mean(&from.y[y * scale][x * scale], 16, scale),
+                        mean(&from.u[cy][cx], 8, square), mean(&from.v[cy][cx], 8, square)});
+    }
+  const auto old = pixels;
+  for (int plane = 1; plane < 3 && scale == 1; ++plane) {
+    const auto was = [&](int x, int y) { return old[y * 16 + x][plane]; };
+    const auto now = [&](int x, int y) -> int& { return pixels[y * 16 + x][plane]; };
+    if (format == ZTLIB_YUYV || format == ZTLIB_UYVY) {
+      for (int y = 1; y <= 5; y += 2)
+        for (int x = 0; x < 16; ++x) {
+          now(x, y) = (3 * was(x, y) + was(x, y + 1) + 2) >> 2;
+          now(x, y + 1) = (now(x, y) + 3 * was(x, y + 1) + 2) >> 2;
+        }
+      continue;
+    }
+    for (int y = 1; y < 14; y += 2)
+      for (int x = 1; x < 14; x += 2)
+        for (int i = 0; i < 4; ++i) {
+          const int ax = x + i % 2, ay = y + i / 2, bx = x + 1 - i % 2, by = y + 1 - i / 2;
+          now(ax, ay) =
+              (9 * was(ax, ay) + 3 * was(bx, ay) + 3 * was(ax, by) + was(bx, by) + 8) >> 4;
+        }
+  }
+  return pixels;
+}
+
+inline void Store(std::uint8_t* row, int x, const std::array<int, 3>* pixel, int format) {
+  const auto [y, u, v] = pixel[0];
+  const auto byte = [](int value) { return static_cast<std::uint8_t>(Clamp(value)); };
+  if (format == ZTLIB_YUV || format == ZTLIB_RGB) {
+    const int three[2][3] = {
+        {y, u, v},
+        {y + ((u - 128) * 454 >> 8), (y * 256 + (u - 128) * -88 + (v - 128) * -183) >> 8,
+         y + ((v - 128) * 359 >> 8)}};
+    for (int i = 0; i < 3; ++i)
+      row[4 * x + i] = byte(three[format == ZTLIB_RGB][i]);
+  } else if (x % 2 == 0) {
+    const auto [y1, u1, v1] = pixel[1];
+    const int four[4] = {y, (u + u1 + 1) >> 1, y1, (v + v1 + 1) >> 1};
+    for (int i = 0; i < 4; ++i)
+      row[2 * x + i] = byte(four[format == ZTLIB_YUYV ? i : i ^ 1]);
+  }
+}
+
+// Draws a coded picture, from its header on, over `picture` of width by height pixels.
+inline void Draw(Bytes& picture, int width, int height, const Bytes& coded, int scale, int format) {
+  constexpr int shells[4][2] = {{0, 1}, {1, 4}, {4, 16}, {16, 64}};
+  const auto field = [&](std::size_t at) { return Number(coded, at, 4); };
+  Codes codes[6];
+  for (unsigned i = 0; i < 6; ++i) {
+    const unsigned layer = i < 3 ? 0 : i - 2;
+    if (layer > 0 && (field(16 + 4 * i) == 0 || scale << layer > 8)) continue;
+    codes[i].bytes =
+        DecodeStream(coded, field(64 + 4 * layer), field(16 + 4 * i), field(40 + 4 * i));
+  }
+  constexpr int order[64] = {0,  8,  9,  1,  2,  10, 18, 17, 16, 24, 25, 26, 27, 19, 11, 3,
+                             4,  12, 20, 28, 36, 35, 34, 33, 32, 40, 41, 42, 43, 44, 45, 37,
+                             29, 21, 13, 5,  6,  14, 22, 30, 38, 46, 54, 53, 52, 51, 50, 49,
+                             48, 56, 57, 58, 59, 60, 61, 62, 63, 55, 47, 39, 31, 23, 15, 7};
+
+  const int family = static_cast<std::int16_t>(Number(coded, 108, 2));
+  const int quality = static_cast<std::int16_t>(Number(coded, 110, 2));
+  const CLayeredTables steps = MakeLayeredTables(family, quality);
+  const unsigned across = field(100) / 16, rows = field(104) / 16, group = field(96);
+  const int side = 16 / scale;
+  for (unsigned row = 0; row < rows; ++row)
+    for (unsigned x = 0; x < across; x += group) {
+      const std::size_t m = std::min(group, across - x);
+      std::vector<int> values[4];
+      for (std::size_t i = 0; i < 6 * m; ++i)
+        values[0].push_back(codes[i % 6 < 4 ? 0 : i % 6 - 3].NextBase());
+      for (int layer = 1; layer < 4; ++layer)
+        values[layer] =
+            codes[2 + layer].NextGroup(6 * m * (shells[layer][1] - shells[layer][0]), layer == 3);
+      for (std::size_t i = 0; i < m; ++i) {
+        Macroblock macroblock;
+        for (int b = 0; b < 6; ++b) {
+          std::int16_t block[64];
+          for (int layer = 0; layer < 4; ++layer) {
+            const int size = shells[layer][1] - shells[layer][0];
+            for (int k = 0; k < size; ++k) {
+              const int at = order[shells[layer][0] + k];
+              const int value = values[layer][(i * 6 + b) * size + k];
+              block[at] = static_cast<std::int16_t>(
+                  (value * (b > 3 ? steps.chroma : steps.luma)[at] + 32) >> 6);
+            }
+          }
+          idct8x8_mmx(block);
+          for (int k = 0; k < 64; ++k)
+            (b > 3 ? (b == 4 ? macroblock.u : macroblock.v)[k / 8][k % 8]
+                   : macroblock.y[b / 2 * 8 + k / 8][b % 2 * 8 + k % 8]) = block[k];
+        }
+        const int left = static_cast<int>(x + i) * side, top = static_cast<int>(row) * side;
+        if (left + side > width || top + side > height) continue;
+        const auto pixels = PixelsOf(macroblock, scale, format);
+        const int rowSize = width * (format == ZTLIB_YUV || format == ZTLIB_RGB ? 4 : 2);
+        for (int k = 0; k < side * side; ++k)
+          Store(&picture[static_cast<std::size_t>(top + k / side) * rowSize], left + k % side,
+                &pixels[k], format);
+      }
+    }
+}
+
+}  // namespace layered_reference
