@@ -113,8 +113,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       // The first one puts a decoder of its format behind the handle.
       Decode(with, image, good[key]);
       Configure(with.object, format, scale, false);
-      Decode(with, image, good[key]);
-      return image.Pixels();
+      const Image out;
+      Decode(with, out, good[key]);
+      return out.Pixels();
     };
     Codec fresh(ztlib_decoder_create(ZTLIB_VIDEO_LAYERED), ztlib_decoder_destroy);
     Require(pixels(decoder) == pixels(fresh));

@@ -1,3 +1,4 @@
+#include "client/layered_encoder.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -101,8 +102,8 @@ class Allocation : public testing::Test {
       round();
     return heapCalls - before;
   }
-  static void ExpectNoneToDecode(int video, int format, std::vector<Bytes>& stream) {
-    Decoder decoder(format, 1, video);
+  static void ExpectNoneToDecode(int video, int format, std::vector<Bytes>& stream, int scale = 1) {
+    Decoder decoder(format, scale, video);
     const Image decoded(ztlib_ztimage_create());
     EXPECT_EQ(CallsOfTen([&] {
                 for (Bytes& frame : stream)
@@ -152,6 +153,23 @@ TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
     EXPECT_EQ(CallsOfTen(encode), 10);
     for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
       ExpectNoneToDecode(ZTLIB_VIDEO_MJPEGDIFF, format, stream);
+  }
+}
+
+// Key and differential frames of both layered formats in turn.
+TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
+  const Bytes scene = jpeg_reference::Scene(width, height);
+  const CLayeredPlanes planes(scene.data(), 2 * width, width, height);
+  for (bool isDifferential : {false, true}) {
+    CLayeredSettings settings;
+    settings.isDifferential = isDifferential;
+    CLayeredEncoder encoder(settings);
+    std::vector<Bytes> stream{encoder.Encode(planes.Picture())};
+    const std::uint32_t blocks[] = {3, 50, 51, 700};
+    if (isDifferential) stream.push_back(*encoder.EncodeBlocks(planes.Picture(), blocks));
+    for (int scale : {1, 8})
+      for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
+        ExpectNoneToDecode(isDifferential ? 4 : 0, format, stream, scale);
   }
 }
 
