@@ -6,6 +6,7 @@
 #include "tests/support/jpeg_reference.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include <xmmintrin.h>
@@ -211,6 +212,37 @@ void Motion() {
   });
 }
 
+void Triangulation() {
+  // A small frame takes points into its mesh, a large one hardly any, and the largest wraps.
+  constexpr std::int32_t low = -2147483647 - 1, high = 2147483647;
+  for (const auto& [x0, y0, x1, y1] :
+       {std::array{0, 0, 12, 9}, std::array{-7, 3, 14, 30}, std::array{0, 0, 1920, 1080},
+        std::array{low, low, high, high}})
+    Step("triangulation " + std::to_string(x1), [&, left = x0, top = y0, right = x1, bottom = y1] {
+      void* const handle = ztlib_triangulation_create();
+      ztlib_triangulation_init(handle, left, top, right, bottom, 2);
+      const auto between = [](std::int32_t first, std::int32_t last, std::uint32_t share) {
+        const auto range = static_cast<std::uint64_t>(std::int64_t{last} - first);
+        return static_cast<std::int32_t>(first + static_cast<std::int64_t>(share % (range + 1)));
+      };
+      const Bytes bytes = Noise(200 * 8, 5);
+      for (std::size_t i = 0; i < bytes.size(); i += 8) {
+        std::uint32_t place[2];
+        std::memcpy(place, &bytes[i], sizeof(place));
+        const std::int32_t x = between(left, right, place[0] >> 3);
+        const std::int32_t y = between(top, bottom, place[1] >> 3);
+        const float values[] = {float(place[0] % 1000) / 7, float(place[1] % 1000) / 13};
+        ztlib_triangulation_addPoint(handle, x, y, values, i % 5 == 0 ? 1 : 2);
+        if (i == bytes.size() / 2) ztlib_triangulation_finalize(handle);
+        float estimate[3] = {-1, -1, -1};
+        ztlib_triangulation_estimate(handle, y, x, estimate, 2);
+        ztlib_triangulation_estimate(nullptr, x, y, estimate, 2);
+        Mix(std::span(estimate));
+      }
+      ztlib_triangulation_destroy(handle);
+    });
+}
+
 }  // namespace
 
 int main() {
@@ -229,6 +261,7 @@ int main() {
   Images();
   Arithmetic();
   Motion();
+  Triangulation();
   ztlib_context_destroy();
   const bool isStillUnmasked = (_mm_getcsr() & exceptionMasks) == 0;
   return isStillUnmasked ? 0 : 1;
