@@ -386,8 +386,8 @@ ZTLIB_API void ztlib_triangulation_destroy(void* handle);
  * Starts anew with an empty frame: points have x0 <= x < x1 and y0 <= y < y1. `dimensions` is the
  * number of floats that a point needs to be complete.
  */
-ZTLIB_API void ztlib_triangulation_init(void* handle, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
-                                        int32_t dimensions);
+ZTLIB_API void ztlib_triangulation_init(void* handle, int32_t x0, int32_t y0, int32_t x1,
+                                        int32_t y1, int32_t dimensions);
 
 /**
  * Adds a point with a copy of `count` floats; a count below 1 is a point without values. Points
