@@ -35,3 +35,19 @@ struct CDemoOptions {
   CRecordSettings settings;
 };
 int Demo(const CDemoOptions& options);
+
+struct CMotionOptions {
+  std::string input;
+  std::string config;  // empty: one detector with the library's defaults
+  int width = 320;     // at most, of what the detectors get
+  std::int64_t frames = 0;
+  double framesPerSecond = 25;  // of a .zts file
+  std::string json, pngFolder, video;
+};
+int Motion(const CMotionOptions& options);
+
+struct CTreeOptions {
+  std::string input;
+  bool isCompact = false;
+};
+int Tree(const CTreeOptions& options);
