@@ -192,10 +192,15 @@ CArguments ParseArguments(int count, char** values) {
   auto demoOptions = std::make_shared<CDemoOptions>();
   CLI::App& demo =
       *app.add_subcommand("demo", "Record in both formats, play back and write report.html");
-  demo.add_option("input", demoOptions->input, "As for record; a drawn street scene if not given");
+  CLI::Option* demoInput = demo.add_option("input", demoOptions->input,
+                                           "As for record; a drawn street scene if not given");
   demo.add_option("--out", demoOptions->folder, "Folder for the results")
       ->option_text("DIR")
       ->capture_default_str();
+  demo.add_option("--config", demoOptions->motionConfig,
+                  "Configuration of the motion detectors for the input, as for motion")
+      ->option_text("FILE")
+      ->needs(demoInput);
   AddRecordSettings(demo, demoOptions->settings);
   demo.final_callback([&] { arguments.run = [demoOptions] { return Demo(*demoOptions); }; });
 
@@ -211,6 +216,40 @@ CArguments ParseArguments(int count, char** values) {
   histogram.add_option("--png", histogramOptions->png, "Draw the plot")->option_text("FILE");
   histogram.final_callback(
       [&] { arguments.run = [histogramOptions] { return Histogram(*histogramOptions); }; });
+
+  auto motionOptions = std::make_shared<CMotionOptions>();
+  CLI::App& motion = *app.add_subcommand("motion", "Watch a video or a .zts file for motion");
+  motion.add_option("input", motionOptions->input, "As for record, or coded frames (.zts)")
+      ->required();
+  motion
+      .add_option("--config", motionOptions->config,
+                  "Configuration of the detectors as JSON; one with defaults if not given")
+      ->option_text("FILE");
+  motion
+      .add_option("--width", motionOptions->width,
+                  "Columns at most of the pictures that the detectors get")
+      ->check(CLI::Range(4, maxJpegSide))
+      ->capture_default_str();
+  motion.add_option("--frames", motionOptions->frames, "Stop after so many frames")
+      ->check(CLI::PositiveNumber);
+  motion.add_option("--fps", motionOptions->framesPerSecond, "Frame rate of a .zts file")
+      ->check(CLI::Range(0.01, 1000.0))
+      ->capture_default_str();
+  motion.add_option("--json", motionOptions->json, "Write all results as JSON")
+      ->option_text("FILE");
+  motion.add_option("--png", motionOptions->pngFolder, "Write pictures with the motion in them")
+      ->option_text("DIR");
+  motion.add_option("--video", motionOptions->video, "Write them as a video, lossless in .mkv")
+      ->option_text("FILE");
+  motion.final_callback(
+      [&] { arguments.run = [motionOptions] { return Motion(*motionOptions); }; });
+
+  auto treeOptions = std::make_shared<CTreeOptions>();
+  CLI::App& tree =
+      *app.add_subcommand("tree", "Turn a tagged block into JSON and JSON into a tagged block");
+  tree.add_option("input", treeOptions->input, "A tagged block, or a tree as JSON")->required();
+  tree.add_flag("--json", treeOptions->isCompact, "For programs: JSON on one line");
+  tree.final_callback([&] { arguments.run = [treeOptions] { return Tree(*treeOptions); }; });
 
   try {
     app.parse(count, values);

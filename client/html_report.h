@@ -1,6 +1,8 @@
 #pragma once
 
+#include "client/motion_events.h"
 #include "client/statistics.h"
+#include "client/svg_plot.h"
 
 #include <array>
 #include <cstddef>
@@ -63,6 +65,24 @@ struct CLayerPictures {
   std::array<CScale, 4> scales;
 };
 
+struct CMotionPicture {
+  std::size_t alarm = 0;  // which one
+  std::string jpeg;       // its frame with most motion
+};
+
+// What motion detection found in a video.
+struct CMotionReport {
+  std::string title;  // what was watched
+  CMotionSettings settings;
+  int width = 0, height = 0;  // as the detectors saw it
+  double secondsPerFrame = 0;
+  double framesPerSecond = 0;              // of the detection
+  std::vector<double> percents, progress;  // per frame
+  std::vector<CMotionEvent> events;
+  std::vector<CPlotSpan> alarms;  // the same in frames
+  std::vector<CMotionPicture> pictures;
+};
+
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
@@ -71,6 +91,7 @@ struct CReport {
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
   std::optional<CLayerPictures> layers;  // none if the pictures are too small
+  CMotionReport motion;
 };
 
 // How much stronger than they are the differences of the detail are shown.

@@ -13,11 +13,6 @@ thread_local std::string failure;
 
 }  // namespace
 
-void StoreBytes(void* user, const void* data, std::uint32_t size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
-}
-
 CSession::CSession(bool verbose) {
   CFramePool::Register();
   ztlib_context_create();
@@ -41,6 +36,11 @@ void ClearFailure() {
 
 void ThrowFailure() {
   if (!failure.empty()) throw CLibraryError(failure);
+}
+
+void StoreBytes(void* user, const void* data, std::uint32_t size) {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
 }
 
 void CPoolDelete::operator()(CFrame* frame) const {

@@ -32,6 +32,9 @@ void ClearFailure();
 // Throws CLibraryError if a call of this thread has failed since ClearFailure.
 void ThrowFailure();
 
+// A ztlib_output whose `user` is a vector of bytes.
+void StoreBytes(void* user, const void* data, std::uint32_t size);
+
 struct CImageDelete {
   void operator()(void* image) const { ztlib_ztimage_destroy(image); }
 };
@@ -49,9 +52,6 @@ using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
 
 // The frame behind an image.
 [[nodiscard]] const CFrame& FrameOf(const ImagePtr& image);
-
-// A ztlib_output whose `user` is a vector of bytes.
-void StoreBytes(void* user, const void* data, std::uint32_t size);
 
 // Width and height are those of the coded pictures. What follows the quality is for differential
 // video alone. Widths and heights are multiples of the format's steps.

@@ -24,7 +24,7 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   EXPECT_EQ(Count(html, "<img "), 30U);
   EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 17U);
   EXPECT_EQ(Count(html, "src=\"data:image/png;base64,iVBORw0KGgo"), 13U);
-  EXPECT_EQ(Count(html, "<svg "), 2U);
+  EXPECT_EQ(Count(html, "<svg "), 4U);
   std::string text;
   for (std::size_t at = 0, image; at != std::string::npos; at = html.find("\"", image + 1)) {
     image = html.find("data:image", at);
