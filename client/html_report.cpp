@@ -226,20 +226,18 @@ std::string Blocks(const CReport& report) {
 std::string Layers(const CReport& report) {
   if (!report.layers) return {};
   const CLayerPictures& layers = *report.layers;
-  const auto whole = double(layers.cuts.back().bytesPerFrame);
   std::string cuts, scales;
   for (std::size_t i = 0; i < layers.cuts.size(); ++i) {
     const CLayerPictures::CCut& cut = layers.cuts[i];
     const CLayerPictures::CScale& scale = layers.scales[i];
     const std::string kept = CountText(static_cast<std::int64_t>(i) + 1, "layer");
-    cuts +=
-        Image("jpeg", cut.jpeg,
-              Text("%s: %s, per frame of the clip %s (%.0f %%) with a luma PSNR of %.1f dB",
-                   kept.c_str(), ByteText(cut.bytes).c_str(), ByteText(cut.bytesPerFrame).c_str(),
-                   100 * double(cut.bytesPerFrame) / whole, cut.lumaPsnr));
-    scales += Image("jpeg", scale.jpeg,
-                    Text("%dx%d of %s, %s, decoded in %.2f ms", scale.width, scale.height,
-                         kept.c_str(), ByteText(cut.bytes).c_str(), 1000 * scale.seconds));
+    cuts += Image("jpeg", cut.jpeg,
+                  Text("%s: %s, %.0f %% of the clip's bytes, luma PSNR %.1f dB", kept.c_str(),
+                       ByteText(cut.bytes).c_str(), 100 * cut.share, cut.lumaPsnr));
+    scales +=
+        Image("jpeg", scale.jpeg,
+              Text("1/%d: %dx%d of %s, %s, decoded in %.2f ms", 8 >> i, scale.width, scale.height,
+                   kept.c_str(), ByteText(cut.bytes).c_str(), 1000 * scale.seconds));
   }
   return "<section><h2>Layered video</h2>\n<p class=\"note\">" +
          Text("Frame %" PRId64

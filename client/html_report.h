@@ -48,9 +48,9 @@ struct CBlockPictures {
 // need as many of them.
 struct CLayerPictures {
   struct CCut {
-    std::size_t bytes = 0;            // of the frame
-    std::uint64_t bytesPerFrame = 0;  // of the clip
-    double lumaPsnr = 0;              // of the clip, in dB
+    std::size_t bytes = 0;  // of the frame
+    double share = 0;       // of the clip's bytes
+    double lumaPsnr = 0;    // of the clip, in dB
     std::string jpeg;
   };
   struct CScale {

@@ -38,7 +38,7 @@ std::optional<CLayerPictures> CLayerView::Finish() {
   file.Close();
   if (frames == 0) return std::nullopt;
   for (std::size_t i = 0; i < layerCount; ++i) {
-    shown.cuts[i].bytesPerFrame = bytes[i] / static_cast<std::uint64_t>(frames);
+    shown.cuts[i].share = double(bytes[i]) / double(bytes.back());
     shown.cuts[i].lumaPsnr = errors[i].Psnr();
     shown.scales[i].seconds = decode[i].SecondsPerRun();
   }

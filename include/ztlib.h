@@ -93,8 +93,8 @@ enum ztlib_pixel_format {
 
 /** Video formats, as found at offset 24 of a coded frame. */
 enum ztlib_video_format {
-  ZTLIB_VIDEO_LAYERED = 0, /**< older cameras: four layers that refine each other; decoded only */
-  ZTLIB_VIDEO_MJPEG = 3,   /**< every frame is one JPEG stream behind the 112-byte header */
+  ZTLIB_VIDEO_LAYERED = 0,     /**< older cameras: layers that refine each other; decoded only */
+  ZTLIB_VIDEO_MJPEG = 3,       /**< every frame is one JPEG stream behind the 112-byte header */
   ZTLIB_VIDEO_LAYEREDDIFF = 4, /**< layered key frames and changed blocks; decoded only */
   ZTLIB_VIDEO_MJPEGDIFF = 7    /**< key frames, and between them only the blocks that changed */
 };
