@@ -178,19 +178,24 @@ void DecodeJpeg(benchmark::State& state, J_COLOR_SPACE space, int scale) {
 }
 
 const bool registered = [] {
-  for (const int scale : {1, 2, 4, 8}) {
-    const auto add = [scale](const std::string& what, auto run, auto argument) {
-      const std::string name = "LayeredDecode/" + what;
-      benchmark::RegisterBenchmark(name.c_str(), run, argument, scale)
-          ->Unit(benchmark::kMillisecond);
-    };
-    const std::string by = "by" + std::to_string(scale);
-    add("rgb/" + by + "/ztlib", DecodeZtlib, ZTLIB_RGB);
-    add("rgb/" + by + "/libjpeg-turbo", DecodeJpeg, JCS_EXT_BGRX);
-    add("yuv/" + by + "/ztlib", DecodeZtlib, ZTLIB_YUV);
-    add("yuv/" + by + "/libjpeg-turbo", DecodeJpeg, JCS_YCbCr);
-    add("yuyv/" + by + "/ztlib", DecodeZtlib, ZTLIB_YUYV);
-  }
+  const auto add = [](const std::string& name, auto function, auto... arguments) {
+    benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
+        ->Unit(benchmark::kMillisecond);
+  };
+  struct Target {
+    const char* name;
+    int format;
+    J_COLOR_SPACE space;  // of the peer
+  };
+  for (const Target& target :
+       {Target{"rgb", ZTLIB_RGB, JCS_EXT_BGRX}, Target{"yuv", ZTLIB_YUV, JCS_YCbCr},
+        Target{"yuyv", ZTLIB_YUYV, JCS_YCbCr}})
+    for (const int scale : {1, 2, 4, 8}) {
+      std::string variant = std::string("decode_layered_") + target.name + "/1080p";
+      if (scale > 1) variant += "_scale" + std::to_string(scale);
+      add(variant + "/ztlib", DecodeZtlib, target.format, scale);
+      add(variant + "/libjpeg_turbo", DecodeJpeg, target.space, scale);
+    }
   return true;
 }();
 

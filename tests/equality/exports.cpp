@@ -1,5 +1,6 @@
 // A fixed set of inputs through every export, as a client that runs with all floating-point
 // exceptions unmasked.
+#include "client/layered_encoder.h"
 #include "include/ztlib.h"
 #include "tests/equality/steps.h"
 #include "tests/support/codec_config.h"
@@ -123,6 +124,60 @@ void Video(int videoFormat, const std::string& name) {
   }
 }
 
+void Layers(std::vector<Bytes>& frames) {
+  for (const Bytes& frame : frames) {
+    const ztlib_blob blob{frame.data(), frame.size()};
+    std::uint32_t sizes[4] = {};
+    ztlib_getLayerSizes(&blob, sizes);
+    Mix(sizes);
+    Mix(ztlib_getLayerCount(&blob));
+    Bytes records[4];
+    void* users[4] = {&records[0], &records[1], &records[2], &records[3]};
+    Mix(ztlib_decomposeToLayers(&blob, users, Receive));
+    ztlib_blob blobs[4];
+    const ztlib_blob* pointers[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+      Mix(std::span(records[i]));
+      blobs[i] = {records[i].data(), records[i].size()};
+      pointers[i] = &blobs[i];
+      Bytes joined;
+      ztlib_composeFromLayers(&joined, Receive, pointers, static_cast<std::int32_t>(i) + 1);
+      Mix(std::span(joined));
+    }
+  }
+}
+
+void LayeredVideo() {
+  for (const int videoFormat : {ZTLIB_VIDEO_LAYERED, ZTLIB_VIDEO_LAYEREDDIFF})
+    for (const int family : {0, 1}) {
+      CLayeredSettings settings;
+      settings.isDifferential = videoFormat == ZTLIB_VIDEO_LAYEREDDIFF;
+      settings.tableFamily = family;
+      settings.quality = family == 0 ? 75 : 96;
+      settings.codes.longFormInterval = 5 * family;
+      // Not of the library: it runs without exceptions.
+      _mm_setcsr(_mm_getcsr() | exceptionMasks);
+      CLayeredEncoder encoder(settings);
+      _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
+      const std::string name = "layered " + std::to_string(videoFormat) + std::to_string(family);
+      std::vector<Bytes> frames;
+      Step(name + " encode", [&] {
+        for (int moment = 0; moment < 6; ++moment) {
+          const Image image = NewImage(ZTLIB_UYVY, Scene(moment));
+          const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get()));
+          const CLayeredPlanes planes(frame->data, 2 * width, width, height);
+          frames.push_back(encoder.Encode(planes.Picture(), moment == 4));
+          Mix(std::span(frames.back()));
+        }
+      });
+      Step(name + " layers", [&] { Layers(frames); });
+      for (int target = 1; target <= 5; ++target)
+        for (const int scale : {1, 2, 4, 8})
+          Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
+               [&] { Decode(videoFormat, frames, target, scale); });
+    }
+}
+
 void JpegFiles() {
   const Bytes scene = jpeg_reference::Scene(width, height);
   for (const jpeg_reference::Style& style :
@@ -225,6 +280,7 @@ int main() {
   ztlib_registerExceptionHandler([](const char* text) { Mix(text); });
   Video(ZTLIB_VIDEO_MJPEG, "mjpeg");
   Video(ZTLIB_VIDEO_MJPEGDIFF, "mjpegdiff");
+  LayeredVideo();
   JpegFiles();
   Images();
   Arithmetic();

@@ -4,7 +4,7 @@
 #include "tests/support/export_fixture.h"
 #include "tests/support/layered_reference.h"
 
-#include <cmath>
+#include <deque>
 #include <functional>
 #include <random>
 
@@ -22,17 +22,11 @@ void Put(Bytes& bytes, std::size_t at, std::uint32_t value, int size = 4) {
   StoreNumber(bytes, at, value, size);
 }
 
-Bytes Header(int format, int width, int height) {
-  Bytes header(112);
-  Put(header, 24, static_cast<std::uint32_t>(format), 2);
-  Put(header, 32, static_cast<std::uint32_t>(width));
-  Put(header, 36, static_cast<std::uint32_t>(height));
-  return header;
+std::uint32_t Get(const Bytes& bytes, std::size_t at) {
+  return layered_reference::Number(bytes, at, 4);
 }
-
-Bytes Joined(Bytes first, const Bytes& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
+Bytes From(const Bytes& bytes, std::size_t at) {
+  return {bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end()};
 }
 
 // What the plain decoder makes of a coded picture in a new frame.
@@ -90,47 +84,54 @@ Bytes RandomPicture(unsigned seed) {
   return coded;
 }
 
-// Gradients, edges and noise in motion.
-struct Scene {
-  Scene(int width, int height, unsigned phase = 0) {
-    std::mt19937 random(5);
-    Bytes uyvy;
-    for (int y = 0; y < height; ++y)
-      for (int x = 0; x < 2 * width; ++x)
-        uyvy.push_back(static_cast<std::uint8_t>(
-            60 +
-            (x % 2 ? x + ((x + static_cast<int>(phase)) / 26 + y / 9) % 2 * 60
-                   : 80 * (x % 4 / 2) + 2 * y) +
-            static_cast<int>(random() % 9)));
-    planes.emplace(uyvy.data(), 2 * width, width, height);
+// Gradients, edges and noise in UYVY.
+Bytes Scene(int width, int height, int phase = 0) {
+  std::mt19937 random(5);
+  Bytes uyvy;
+  for (int i = 0; i < 2 * width * height; ++i) {
+    const int x = i % (2 * width), y = i / (2 * width);
+    const int value = x % 2 ? x / 2 + ((x + phase) / 26 + y / 9) % 2 * 60 : 80 * (x % 4 / 2) + y;
+    uyvy.push_back(static_cast<std::uint8_t>(60 + value + static_cast<int>(random() % 9)));
   }
-  [[nodiscard]] CLayeredPicture Picture() const { return planes->Picture(); }
-  std::optional<CLayeredPlanes> planes;
-};
+  return uyvy;
+}
+
+// A key frame of the scene, or one with some of its blocks.
+Bytes Encode(const CLayeredSettings& settings, int width, int height, int phase = 0,
+             std::span<const std::uint32_t> blocks = {}) {
+  const CLayeredPlanes planes(Scene(width, height, phase).data(), 2 * width, width, height);
+  CLayeredEncoder encoder(settings);
+  return blocks.empty() ? encoder.Encode(planes.Picture())
+                        : *encoder.EncodeBlocks(planes.Picture(), blocks);
+}
+CLayeredSettings Differential() {
+  CLayeredSettings settings;
+  settings.isDifferential = true;
+  settings.listBits = 3;
+  return settings;
+}
 
 class LayeredExports : public ExportTest {
  protected:
+  LayeredExports() {
+    for (const int scale : scales)
+      for (const int format : formats)
+        decoders.emplace_back(format, scale, ZTLIB_VIDEO_LAYERED);
+  }
   // Decodes a frame in every format and at every scale and compares with the plain decoder.
   void ExpectAsPlain(const Bytes& frame) {
-    const Bytes coded(frame.begin() + 112, frame.end());
-    const int width = static_cast<int>(layered_reference::Number(frame, 32, 4));
-    const int height = static_cast<int>(layered_reference::Number(frame, 36, 4));
     const Image image = NewImage();
-    for (std::size_t i = 0; i < std::size(scales); ++i)
-      for (std::size_t k = 0; k < std::size(formats); ++k) {
-        decoders[i][k].Process(image.get(), frame);
-        ExpectNoFailure();
-        ASSERT_EQ(BytesOf(image), Expected(coded, width, height, scales[i], formats[k]))
-            << "scale " << scales[i] << " format " << formats[k];
-      }
+    for (std::size_t i = 0; i < 16; ++i) {
+      decoders[i].Process(image.get(), frame);
+      ExpectNoFailure();
+      ASSERT_EQ(BytesOf(image),
+                Expected(From(frame, 112), static_cast<int>(Get(frame, 32)),
+                         static_cast<int>(Get(frame, 36)), scales[i / 4], formats[i % 4]))
+          << "scale " << scales[i / 4] << " format " << formats[i % 4];
+    }
   }
   // Kept from frame to frame, as their buffers are.
-  Decoder decoders[4][4] = {
-#define ZT_ROW(scale)                                                                         \
-  {Decoder(ZTLIB_RGB, scale, 0), Decoder(ZTLIB_YUV, scale, 0), Decoder(ZTLIB_YUYV, scale, 0), \
-   Decoder(ZTLIB_UYVY, scale, 0)}
-      ZT_ROW(1), ZT_ROW(2), ZT_ROW(4), ZT_ROW(8)};
-#undef ZT_ROW
+  std::deque<Decoder> decoders;
 
   static Bytes Compose(const std::vector<Bytes>& records) {
     std::vector<ztlib_blob> blobs;
@@ -164,174 +165,125 @@ TEST_F(LayeredExports, AnyBitsAreWhatThePlainDecoderMakesOfThem) {
   for (unsigned seed = 0; seed < 250; ++seed) {
     const Bytes coded = RandomPicture(seed);
     // The frame's size is that of the picture, or none that fits.
-    const auto outer = [&](std::size_t at) {
-      const int inner = static_cast<int>(layered_reference::Number(coded, at, 4)) / 16 * 16;
-      return seed % 3 == 0 ? 64 : inner + (seed % 3 == 1 ? 16 : 0);
-    };
+    Bytes frame(112);
+    for (const std::size_t at : {32, 36})
+      Put(frame, at, seed % 3 == 0 ? 64 : Get(coded, 68 + at) / 16 * 16 + seed % 3 / 2 * 16);
+    frame.insert(frame.end(), coded.begin(), coded.end());
     SCOPED_TRACE(seed);
-    ExpectAsPlain(Joined(Header(0, outer(100), outer(104)), coded));
+    ExpectAsPlain(frame);
     if (HasFatalFailure()) return;
   }
 }
 
 TEST_F(LayeredExports, WhatIsEncodedComesBackWithinQuantisation) {
   struct Case {
-    int quality, family, worst;
-    unsigned group, layers;
-    ELayeredModels models;
-    CLayeredCodes codes;
-    bool hasEmptyModels;
+    CLayeredBodySettings settings;
+    int worst;
   };
-  const Scene scene(112, 48);
-  const CLayeredPicture source = scene.Picture();
   using enum ELayeredModels;
-  for (const Case& c :
-       {Case{100, 0, 2, 20, 15, counted, {}, false}, Case{99, 1, 3, 3, 15, steep, {1, 2}, true},
-        Case{75, 0, 40, 7, 15, flat, {200, 3}, false},
-        Case{30, 1, 120, 1, 15, counted, {3, 5}, true}, Case{-7, 0, 255, 5, 7, steep, {}, false}}) {
-    CLayeredSettings settings;
-    settings.quality = c.quality;
-    settings.tableFamily = c.family;
-    settings.groupSize = c.group;
-    settings.layers = c.layers;
-    settings.models = c.models;
-    settings.codes = c.codes;
-    settings.hasEmptyModels = c.hasEmptyModels;
-    const Bytes frame = CLayeredEncoder(settings).Encode(source);
-    SCOPED_TRACE(c.quality);
+  for (const auto& [settings, worst] : {Case{{100, 0, 0, 20, 15, counted, false, {}}, 2},
+                                        Case{{99, 1, 1, 3, 15, steep, true, {1, 2}}, 3},
+                                        Case{{75, 0, 2, 7, 15, flat, false, {200, 3}}, 40},
+                                        Case{{30, 1, 9, 1, 15, counted, true, {3, 5}}, 125},
+                                        Case{{-7, 0, 0, 5, 7, steep, false, {}}, 255}}) {
+    SCOPED_TRACE(settings.quality);
+    constexpr int width = 112, height = 48;
+    const Bytes frame = Encode({settings}, width, height);
     ExpectAsPlain(frame);
     const Image image = NewImage();
-    decoders[0][1].Process(image.get(), frame);
-    const Bytes yuv = BytesOf(image);
-    int worst = 0;
-    for (int y = 0; y < 48; ++y)
-      for (int x = 0; x < 112; ++x)
-        worst = std::max(worst, std::abs(yuv[static_cast<std::size_t>(y * 112 + x) * 4] -
-                                         source.planes[0][y * source.strides[0] + x]));
-    EXPECT_LE(worst, c.worst);
+    decoders[1].Process(image.get(), frame);
+    const Bytes yuv = BytesOf(image), source = Scene(width, height);
+    int most = 0;
+    for (std::size_t i = 0; i < source.size() / 2; ++i)
+      most = std::max(most, std::abs(yuv[4 * i] - source[2 * i + 1]));
+    EXPECT_LE(most, worst);
   }
 }
 
 TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
-  CLayeredSettings settings;
-  settings.isDifferential = true;
-  settings.listBits = 3;
-  const Scene first(112, 64), second(112, 64, 9);
+  constexpr int width = 112, height = 64, count = 5;
+  const std::uint32_t blocks[count] = {0, 6, 9, 20, 27};
+  const Bytes key = Encode(Differential(), width, height);
+  Bytes diff = Encode(Differential(), width, height, 9, blocks);
+  // The type of the frame says nothing.
+  Put(diff, 72, 5);
+  Bytes none(diff.begin(), diff.begin() + 112);
+  Put(none, 84, 0);
   for (const int scale : scales)
     for (const int format : formats) {
-      CLayeredEncoder encoder(settings);
-      const Bytes key = encoder.Encode(first.Picture());
-      const std::uint32_t blocks[] = {0, 6, 9, 20, 27};
-      const Bytes diff = *encoder.EncodeBlocks(second.Picture(), blocks);
-      const auto list = layered_reference::Number(diff, 88, 4);
-      const int side = 16 / scale, width = 112 / scale;
-      Bytes expected = Expected(Bytes(key.begin() + 112, key.end()), 112, 64, scale, format);
-      const Bytes base = expected;
-      const Bytes strip =
-          Expected(Bytes(diff.begin() + 112 + list, diff.end()), 80, 16, scale, format);
-      const int size = format == ZTLIB_RGB || format == ZTLIB_YUV ? 4 : 2;
-      for (int i = 0; i < 5; ++i)
-        for (int y = 0; y < side; ++y)
-          std::copy_n(&strip[static_cast<std::size_t>(y * 5 + i) * side * size], side * size,
-                      &expected[(static_cast<std::size_t>(blocks[i] / 7 * side + y) * width +
-                                 blocks[i] % 7 * side) *
-                                size]);
+      SCOPED_TRACE(testing::Message() << "scale " << scale << " format " << format);
+      const Bytes base = Expected(From(key, 112), width, height, scale, format);
+      const Bytes strip = Expected(From(diff, 112 + Get(diff, 88)), count * 16, 16, scale, format);
+      const std::size_t row = base.size() / (height / scale), part = row / (width / 16);
+      const auto side = static_cast<std::size_t>(16 / scale);
+      Bytes expected = base;
+      for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t y = 0; y < side; ++y)
+          std::copy_n(&strip[(y * count + i) * part], part,
+                      &expected[(blocks[i] / 7 * side + y) * row + blocks[i] % 7 * part]);
       Decoder decoder(format, scale, ZTLIB_VIDEO_LAYEREDDIFF);
       const Image image = NewImage();
-      decoder.Process(image.get(), key);
-      EXPECT_EQ(BytesOf(image), base);
-      for (int again = 0; again < 2; ++again) {
-        // The type of the frame says nothing, and the base picture stays.
-        Bytes frame = diff;
-        Put(frame, 72, 5);
+      const auto expectPicture = [&](const Bytes& frame, const Bytes& picture) {
         decoder.Process(image.get(), frame);
-        ASSERT_EQ(BytesOf(image), expected) << scale << " " << format;
-      }
-      ztlib_decoder_setBaseImage(decoder.object, image.get());
-      Bytes none(diff.begin(), diff.begin() + 112);
-      Put(none, 84, 0);
-      decoder.Process(image.get(), none);
-      EXPECT_EQ(BytesOf(image), base);
+        EXPECT_EQ(BytesOf(image), picture);
+        ztlib_decoder_setBaseImage(decoder.object, image.get());
+      };
+      testing::internal::CaptureStdout();
+      expectPicture(key, base);
+      expectPicture(diff, expected);
+      expectPicture(none, base);
       // A new scale comes with the next key frame, which has the new size.
-      decoder.Configure(CodecConfig().Int("ScaleDown", scale == 8 ? 1 : 8));
-      decoder.Process(image.get(), none);
-      EXPECT_EQ(BytesOf(image), base);
-      testing::internal::CaptureStdout();
-      decoder.Process(image.get(), key);
+      const int other = 8 / scale;
+      decoder.Configure(CodecConfig().Int("ScaleDown", other));
+      expectPicture(diff, expected);
+      expectPicture(key, Expected(From(key, 112), width, height, other, format));
       EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-      EXPECT_EQ(BytesOf(image),
-                Expected(Bytes(key.begin() + 112, key.end()), 112, 64, scale == 8 ? 1 : 8, format));
-      Bytes wide = none;
-      Put(wide, 32, 224);
-      testing::internal::CaptureStdout();
-      decoder.Process(image.get(), wide);
-      EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                scale == 8
-                    ? "[MJPEGDIFF] the frame and decoder dimensions differ: 224x64 <-> 112x64\n"
-                    : "[MJPEGDIFF] the frame and decoder dimensions differ: 28x8 <-> 14x8\n");
       ExpectNoFailure();
     }
 }
 
 TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
-  const Scene scene(80, 48);
-  for (const bool isDifferential : {false, true})
-    for (const bool isKey : {true, false}) {
-      if (!isKey && !isDifferential) continue;
-      CLayeredSettings settings;
-      settings.isDifferential = isDifferential;
-      CLayeredEncoder encoder(settings);
-      const std::uint32_t blocks[] = {1, 2, 3, 14};
-      const Bytes frame =
-          isKey ? encoder.Encode(scene.Picture()) : *encoder.EncodeBlocks(scene.Picture(), blocks);
-      const std::size_t list = layered_reference::Number(frame, 88, 4), inner = 112 + list;
-      const ztlib_blob blob{frame.data(), frame.size()};
-      EXPECT_EQ(ztlib_getLayerCount(&blob), 4);
-      std::uint32_t sizes[4] = {};
-      ztlib_getLayerSizes(&blob, sizes);
-      const std::vector<Bytes> records = Decompose(frame);
-      for (unsigned i = 0; i < 4; ++i) {
-        const auto size = layered_reference::Number(frame, inner + 80 + 4 * i, 4);
-        EXPECT_EQ(sizes[i], size + (i == 0 ? list : 0));
-        Bytes expected;
-        for (const std::uint32_t value :
-             {1U, size + 32 + (i == 0 ? 224 + static_cast<std::uint32_t>(list) : 0), 0U, 0U, 4U, i,
-              isDifferential ? 4U : 0U, 0U})
-          AppendNumber(expected, value, 4);
-        if (i == 0) expected.insert(expected.end(), frame.begin(), frame.begin() + inner + 112);
-        const auto body =
-            frame.begin() + inner + layered_reference::Number(frame, inner + 64 + 4 * i, 4);
-        expected.insert(expected.end(), body, body + size);
-        EXPECT_EQ(records[i], expected);
-      }
-      for (std::size_t count = 1; count <= 4; ++count) {
-        // Layers that are not there are named as missing, and all else is as it was.
-        std::size_t total = 128;
-        for (std::size_t i = 0; i < count; ++i)
-          total += records[i].size() - 32;
-        const std::size_t end = inner +
-                                layered_reference::Number(frame, inner + 64 + 4 * (count - 1), 4) +
-                                layered_reference::Number(frame, inner + 80 + 4 * (count - 1), 4);
-        Bytes expected(frame.begin(), frame.begin() + end);
-        for (std::size_t layer = count; layer < 4; ++layer)
-          Put(expected, inner + 24 + 4 * layer, 0);
-        expected.resize(total);
-        const Bytes joined =
-            Compose({records.begin(), records.begin() + static_cast<std::ptrdiff_t>(count)});
-        EXPECT_EQ(joined, expected) << count;
-        if (isKey && !isDifferential) ExpectAsPlain(joined);
-      }
-      ExpectNoFailure();
+  const std::uint32_t blocks[] = {1, 2, 3, 14};
+  for (const Bytes& frame : {Encode({}, 80, 48), Encode(Differential(), 80, 48),
+                             Encode(Differential(), 80, 48, 0, blocks)}) {
+    const std::size_t list = Get(frame, 88), inner = 112 + list;
+    const auto layerAt = [&](std::size_t i) { return inner + Get(frame, inner + 64 + 4 * i); };
+    const auto layerSize = [&](std::size_t i) { return Get(frame, inner + 80 + 4 * i); };
+    const ztlib_blob blob{frame.data(), frame.size()};
+    EXPECT_EQ(ztlib_getLayerCount(&blob), 4);
+    std::uint32_t sizes[4] = {};
+    ztlib_getLayerSizes(&blob, sizes);
+    const std::vector<Bytes> records = Decompose(frame);
+    std::size_t total = 128;
+    for (std::size_t i = 0; i < 4; ++i) {
+      EXPECT_EQ(sizes[i], layerSize(i) + (i == 0 ? list : 0));
+      Bytes expected(32);
+      if (i == 0) expected.insert(expected.end(), frame.begin(), frame.begin() + inner + 112);
+      expected.insert(expected.end(), &frame[layerAt(i)], &frame[layerAt(i)] + layerSize(i));
+      Put(expected, 0, 1);
+      Put(expected, 4, static_cast<std::uint32_t>(expected.size()));
+      Put(expected, 16, 4);
+      Put(expected, 20, static_cast<std::uint32_t>(i));
+      Put(expected, 24, frame[24]);
+      EXPECT_EQ(records[i], expected);
+
+      // Layers that are not there are named as missing, and all else is as it was.
+      total += records[i].size() - 32;
+      Bytes joined(frame.begin(), frame.begin() + layerAt(i) + layerSize(i));
+      for (std::size_t missing = i + 1; missing < 4; ++missing)
+        Put(joined, inner + 24 + 4 * missing, 0);
+      joined.resize(total);
+      EXPECT_EQ(Compose({records.begin(), records.begin() + i + 1}), joined);
+      if (frame[24] == ZTLIB_VIDEO_LAYERED) ExpectAsPlain(joined);
     }
+    ExpectNoFailure();
+  }
 }
 
 TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
-  const Bytes good = CLayeredEncoder({}).Encode(Scene(48, 32).Picture());
-  CLayeredSettings differential;
-  differential.isDifferential = true;
-  const Bytes key = CLayeredEncoder(differential).Encode(Scene(48, 32).Picture());
   const std::uint32_t blocks[] = {1, 4};
-  const Bytes diff = *CLayeredEncoder(differential).EncodeBlocks(Scene(48, 32).Picture(), blocks);
+  const Bytes good = Encode({}, 48, 32), key = Encode(Differential(), 48, 32);
+  const Bytes diff = Encode(Differential(), 48, 32, 0, blocks);
   const auto size = static_cast<std::uint32_t>(good.size());
   constexpr std::uint32_t inner = 112;
   struct Case {
@@ -387,27 +339,24 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
     ExpectNoFailure();
   }
 
-  // Every cut is a failure or a picture, and a strip of more pixels than there are numbers is one.
-  for (const int video : {ZTLIB_VIDEO_LAYERED, ZTLIB_VIDEO_LAYEREDDIFF})
-    for (const Bytes* whole : {video == ZTLIB_VIDEO_LAYERED ? &good : &key, &diff}) {
-      if (video == ZTLIB_VIDEO_LAYERED && whole == &diff) continue;
-      Decoder decoder(ZTLIB_RGB, 1, video);
-      const Image image = NewImage();
-      for (std::size_t cut = 26; cut < 224; ++cut) {
-        decoder.Process(image.get(), Bytes(whole->begin(), whole->begin() + cut));
-        ExpectFailure(process, video == ZTLIB_VIDEO_LAYERED ? layeredSource : diffSource,
-                      "Invalid range");
-      }
+  for (const Bytes* whole : {&good, &key, &diff}) {
+    const int video = (*whole)[24];
+    Decoder decoder(ZTLIB_RGB, 1, video);
+    const Image image = NewImage();
+    decoder.Process(image.get(), video == 0 ? good : key);
+    const Bytes before = BytesOf(image);
+    std::vector<Bytes> frames(224 - 26, *whole);
+    for (std::size_t i = 0; i < frames.size(); ++i)
+      frames[i].resize(26 + i);
+    if (whole == &diff) {
+      frames.resize(frames.size() + 2, diff);
+      Put(frames.back(), 84, 0x7FFFFFFF);
+      Put(frames.end()[-2], 88, 0xFFFFFFFF);
     }
-  Decoder decoder(ZTLIB_RGB, 1, ZTLIB_VIDEO_LAYEREDDIFF);
-  const Image image = NewImage();
-  decoder.Process(image.get(), key);
-  const Bytes before = BytesOf(image);
-  for (const auto& [at, value] : {std::pair{84, 0x7FFFFFFFU}, {88, 0xFFFFFFFFU}}) {
-    Bytes frame = diff;
-    Put(frame, static_cast<std::size_t>(at), value);
-    decoder.Process(image.get(), frame);
-    ExpectFailure(process, diffSource, "Invalid range");
+    for (const Bytes& frame : frames) {
+      decoder.Process(image.get(), frame);
+      ExpectFailure(process, video == 0 ? layeredSource : diffSource, "Invalid range");
+    }
     EXPECT_EQ(BytesOf(image), before);
   }
 }
@@ -415,7 +364,7 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
 TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
   constexpr char compose[] = "ztlib_composeFromLayers", decompose[] = "ztlib_decomposeToLayers";
   constexpr char api[] = "main/target/windll/codec_api";
-  const Bytes good = CLayeredEncoder({}).Encode(Scene(32, 32).Picture());
+  const Bytes good = Encode({}, 32, 32);
   std::uint32_t sizes[4] = {1, 2, 3, 4};
   const auto expectNoSizes = [&](const Bytes& frame) {
     const ztlib_blob blob{frame.data(), frame.size()};
@@ -423,15 +372,14 @@ TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
     EXPECT_EQ(std::vector<std::uint32_t>(sizes, sizes + 4),
               std::vector<std::uint32_t>({1, 2, 3, 4}));
   };
-  for (const std::size_t cut : {0UL, 25UL, 111UL, 223UL, good.size() - 9}) {
-    const Bytes frame(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(cut));
-    expectNoSizes(frame);
-    Decompose(frame, 0);
-    ExpectFailure(decompose, api, "Invalid range");
-  }
-  for (const std::size_t at : {64, 76, 80, 92}) {
-    Bytes frame = good;
-    Put(frame, 112 + at, 0xFFFFFFFF);
+  std::vector<Bytes> damaged(9, good);
+  for (std::size_t i = 0; i < damaged.size(); ++i)
+    if (i < 5)
+      damaged[i].resize(std::array{std::size_t{0}, std::size_t{25}, std::size_t{111},
+                                   std::size_t{223}, good.size() - 9}[i]);
+    else
+      Put(damaged[i], 112 + std::array{64U, 76U, 80U, 92U}[i - 5], 0xFFFFFFFF);
+  for (const Bytes& frame : damaged) {
     expectNoSizes(frame);
     Decompose(frame, 0);
     ExpectFailure(decompose, api, "Invalid range");
@@ -473,19 +421,16 @@ TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
   void* users[4] = {};
   const ztlib_blob blob{good.data(), good.size()};
   const ztlib_blob* const pointers[] = {&blob, nullptr};
-  for (const auto& call : std::initializer_list<std::function<void()>>{
-           [&] { ztlib_decomposeToLayers(nullptr, users, Output::Receive); },
-           [&] { ztlib_decomposeToLayers(&blob, nullptr, Output::Receive); },
-           [&] { ztlib_decomposeToLayers(&blob, users, nullptr); }}) {
-    call();
-    ExpectFailure(decompose, api, "Using null-pointer");
-  }
-  for (const auto& call : std::initializer_list<std::function<void()>>{
-           [&] { ztlib_composeFromLayers(nullptr, nullptr, pointers, 1); },
-           [&] { ztlib_composeFromLayers(nullptr, Output::Receive, nullptr, 1); },
-           [&] { ztlib_composeFromLayers(nullptr, Output::Receive, pointers, 2); }}) {
-    call();
-    ExpectFailure(compose, api, "Using null-pointer");
+  const auto expectNull = [&](const char* function) {
+    ExpectFailure(function, api, "Using null-pointer");
+  };
+  for (const int missing : {0, 1, 2}) {
+    ztlib_decomposeToLayers(missing == 0 ? nullptr : &blob, missing == 1 ? nullptr : users,
+                            missing == 2 ? nullptr : Output::Receive);
+    expectNull(decompose);
+    ztlib_composeFromLayers(nullptr, missing == 0 ? nullptr : Output::Receive,
+                            missing == 1 ? nullptr : pointers, 2);
+    expectNull(compose);
   }
 }
 

@@ -1,3 +1,4 @@
+#include "client/layered_encoder.h"
 #include "include/ztlib.h"
 #include "tests/support/codec_config.h"
 #include "tests/support/jpeg_reference.h"
@@ -177,6 +178,39 @@ TEST(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
     for (void* image : images)
       ztlib_ztimage_destroy(image);
     ztlib_encoder_destroy(&encoder);
+  }
+}
+
+// Key and differential frames of both layered formats in turn.
+TEST(Allocation, LayeredVideoTakesFramesOnly) {
+  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  const Bytes scene = jpeg_reference::Scene(width, height);
+  const CLayeredPlanes planes(scene.data(), 2 * width, width, height);
+  for (bool isDifferential : {false, true}) {
+    CLayeredSettings settings;
+    settings.isDifferential = isDifferential;
+    CLayeredEncoder encoder(settings);
+    std::vector<Bytes> stream{encoder.Encode(planes.Picture())};
+    const std::uint32_t blocks[] = {3, 50, 51, 700};
+    if (isDifferential) stream.push_back(*encoder.EncodeBlocks(planes.Picture(), blocks));
+    for (int scale : {1, 8})
+      for (int format : {ZTLIB_RGB, ZTLIB_UYVY}) {
+        void* decoder = ztlib_decoder_create(isDifferential ? 4 : 0);
+        CodecConfig()
+            .Int("PixelFormat", format)
+            .Int("ScaleDown", scale)
+            .Apply(ztlib_decoder_config, decoder);
+        void* decoded = ztlib_ztimage_create();
+        EXPECT_EQ(CallsOfTen([&] {
+                    for (Bytes& frame : stream)
+                      ztlib_decoder_process(&decoder, decoded, frame.data(),
+                                            static_cast<std::uint32_t>(frame.size()));
+                  }),
+                  0);
+        EXPECT_NE(ztlib_ztimage_get_avframe(decoded), nullptr);
+        ztlib_ztimage_destroy(decoded);
+        ztlib_decoder_destroy(&decoder);
+      }
   }
 }
 
