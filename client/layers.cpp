@@ -37,6 +37,11 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
   return frames;
 }
 
+void CheckNotInput(const std::string& output, const std::string& input) {
+  std::error_code error;
+  if (std::filesystem::equivalent(output, input, error)) throw CError(output + ": is the input");
+}
+
 }  // namespace
 
 int ShowLayerSizes(const CLayersOptions& options) {
@@ -73,6 +78,8 @@ int SplitRecording(const CLayersOptions& options) {
   std::error_code error;
   std::filesystem::create_directories(options.folder, error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
+  for (std::size_t i = 0; i < layerCount; ++i)
+    CheckNotInput(LayerPath(options.folder, i), options.input);
   std::array<std::optional<CFrameFileWriter>, layerCount> files;
   const std::int64_t frames =
       ForEachFrame(options.input, minFrameSize, "split", [&](const CCodedFrame& frame) {
@@ -92,6 +99,8 @@ int SplitRecording(const CLayersOptions& options) {
 }
 
 int JoinRecording(const CLayersOptions& options) {
+  for (std::size_t i = 0; i < layerCount; ++i)
+    CheckNotInput(options.output, LayerPath(options.folder, i));
   std::vector<CFrameFileReader> others;
   for (std::size_t i = 1; i < static_cast<std::size_t>(options.layers); ++i) {
     const std::string path = LayerPath(options.folder, i);

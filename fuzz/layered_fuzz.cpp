@@ -13,17 +13,11 @@ constexpr int height = 48;
 // Key frames of both formats with codes of every kind, and two differential frames.
 const std::vector<Bytes>& GoodFrames() {
   static const std::vector<Bytes> frames = [] {
-    Bytes planes[3];
-    for (int i = 0; i < width * height; ++i) {
-      planes[0].push_back(static_cast<std::uint8_t>(i * i / 900 + i % 9 * 12));
-      if (i % 4 != 0) continue;
-      planes[1].push_back(static_cast<std::uint8_t>(i / 16));
-      planes[2].push_back(static_cast<std::uint8_t>(i % 23 * 9));
-    }
-    const CLayeredPicture picture{width,
-                                  height,
-                                  {planes[0].data(), planes[1].data(), planes[2].data()},
-                                  {width, width / 2, width / 2}};
+    Bytes uyvy(std::size_t{2} * width * height);
+    for (std::size_t i = 0; i < uyvy.size(); ++i)
+      uyvy[i] = static_cast<std::uint8_t>(i * i / 1900 + i % 9 * 12);
+    const CLayeredPlanes planes(uyvy.data(), 2 * width, width, height);
+    const CLayeredPicture picture = planes.Picture();
     std::vector<Bytes> made;
     for (const bool isDifferential : {false, true})
       for (const auto models :

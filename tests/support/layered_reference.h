@@ -41,61 +41,39 @@ inline Frequencies Unpack(const Bytes& coded, std::size_t model) {
   return frequencies;
 }
 
-// Pairs of successors; leaves are 256 and above.
-struct Tree {
-  struct Node {
-    unsigned number, weight;
+// Pairs of successors; leaves are 256 and above. Of equal weights the standard library's heap of
+// g++ takes the same one as the format.
+inline std::array<std::array<unsigned, 2>, 256> TreeOf(const Frequencies& frequencies) {
+  std::array<std::array<unsigned, 2>, 256> tree{};
+  std::vector<std::array<unsigned, 2>> heap;  // weights and numbers
+  const auto isLater = [](const auto& a, const auto& b) { return a[0] > b[0]; };
+  const auto push = [&](unsigned weight, unsigned number) {
+    heap.push_back({weight, number});
+    std::push_heap(heap.begin(), heap.end(), isLater);
   };
-  std::vector<Node> heap{1};
-  std::array<std::array<unsigned, 2>, 256> next{};
-
-  void Up(std::size_t i) {
-    for (; i > 1 && heap[i / 2].weight > heap[i].weight; i /= 2)
-      std::swap(heap[i], heap[i / 2]);
-  }
-  unsigned Pop(unsigned& sum) {
-    const Node top = heap[1];
-    const Node last = heap.back();
-    heap.pop_back();
-    sum += top.weight;
-    std::size_t hole = 1;
-    while (2 * hole < heap.size()) {
-      std::size_t child = 2 * hole;
-      if (child + 1 < heap.size() && heap[child].weight >= heap[child + 1].weight) ++child;
-      heap[hole] = heap[child];
-      hole = child;
+  for (unsigned s = 0; s < 256; ++s)
+    if (frequencies[s]) push(frequencies[s], 256 + s);
+  tree[0].fill(heap.empty() ? 256 : heap[0][1]);
+  for (auto node = static_cast<unsigned>(heap.size()); node-- > 1;) {
+    unsigned sum = 0;
+    for (unsigned& successor : tree[node - 1]) {
+      std::pop_heap(heap.begin(), heap.end(), isLater);
+      successor = heap.back()[1];
+      sum += heap.back()[0];
+      heap.pop_back();
     }
-    if (heap.size() > 1) {
-      heap[hole] = last;
-      Up(hole);
-    }
-    return top.number;
+    push(sum, node - 1);
   }
-  explicit Tree(const Frequencies& frequencies) {
-    const auto push = [this](Node node) {
-      heap.push_back(node);
-      Up(heap.size() - 1);
-    };
-    for (unsigned s = 0; s < 256; ++s)
-      if (frequencies[s]) push({256 + s, frequencies[s]});
-    const std::size_t symbols = heap.size() - 1;
-    if (symbols < 2) next[0].fill(symbols ? heap[1].number : 256);
-    for (unsigned node = symbols < 2 ? 0 : static_cast<unsigned>(symbols) - 1; node-- > 0;) {
-      unsigned sum = 0;
-      next[node][0] = Pop(sum);
-      next[node][1] = Pop(sum);
-      push({node, sum});
-    }
-  }
-};
+  return tree;
+}
 
 inline Bytes DecodeStream(const Bytes& coded, unsigned model, unsigned stream, unsigned count) {
-  const Tree tree(Unpack(coded, model));
+  const auto tree = TreeOf(Unpack(coded, model));
   Bytes bytes;
   for (std::size_t bit = 8 * std::size_t{stream}; bytes.size() < count;) {
     unsigned node = 0;
     for (; node < 256; ++bit)
-      node = tree.next[node][bit / 8 < coded.size() ? coded[bit / 8] >> bit % 8 & 1 : 0];
+      node = tree[node][bit / 8 < coded.size() ? coded[bit / 8] >> bit % 8 & 1 : 0];
     bytes.push_back(static_cast<std::uint8_t>(node - 256));
   }
   return bytes;
@@ -116,13 +94,10 @@ struct Codes {
     return static_cast<std::int16_t>(Number(bytes, at + i, 2));
   }
   int NextBase() {
-    if (at < bytes.size()) {
-      const bool isWide = bytes[at] == 0x80;
-      if (Has(isWide ? 3 : 1)) {
-        predictor = static_cast<std::int16_t>(predictor + (isWide ? Wide(1) : Low(0)));
-        at += isWide ? 3 : 1;
-      }
-    }
+    const std::size_t length = at < bytes.size() && bytes[at] == 0x80 ? 3 : 1;
+    if (!Has(length)) return predictor;
+    predictor = static_cast<std::int16_t>(predictor + (length == 3 ? Wide(1) : Low(0)));
+    at += length;
     return predictor;
   }
   std::vector<int> NextGroup(std::size_t count, bool hasRuns) {
@@ -131,22 +106,17 @@ struct Codes {
       const unsigned code = bytes[at];
       std::size_t length = 1, zeros = 0;
       std::vector<int> value;
-      if (hasRuns) {
+      if (hasRuns)
         length = code <= 0xFC ? 2 : code == 0xFE ? 6 : 4;
-        if (!Has(length)) break;
-        zeros = code <= 0xFC ? code : Number(bytes, at + 2, 2);
-        if (code != 0xFD) value = {code == 0xFE ? Wide(4) : Low(1)};
-      } else if (code != 0x80) {
-        value = {Low(0)};
-      } else {
-        if (!Has(2)) break;
-        length = bytes[at + 1] == 0xFF ? 4 : 2;
-        if (!Has(length)) break;
-        if (length == 4)
-          value = {Wide(2)};
-        else
-          zeros = bytes[at + 1];
-      }
+      else if (code == 0x80)
+        length = at + 1 < bytes.size() && bytes[at + 1] == 0xFF ? 4 : 2;
+      if (!Has(length)) break;
+      if (hasRuns) zeros = code <= 0xFC ? code : Number(bytes, at + 2, 2);
+      if (!hasRuns && length == 2) zeros = bytes[at + 1];
+      if (length == 1 || (hasRuns && length < 6 && code != 0xFD))
+        value = {Low(length > 1)};
+      else if (length == 6 || (!hasRuns && length == 4))
+        value = {Wide(length - 2)};
       at += length;
       values.resize(values.size() + zeros);
       values.insert(values.end(), value.begin(), value.end());

@@ -171,14 +171,14 @@ inline Chroma LoadChroma(const Byte* row) {
 // either axis; the outer two have no neighbour and keep their chroma.
 inline void StoreBetween(Byte* target, Chroma near, Chroma far) {
   const Chroma here = near * 3 + far;
-  const Chroma before = __builtin_shufflevector(here, here, 0, 0, 1, 2, 3, 4, 5, 6);
-  const Chroma behind = __builtin_shufflevector(here, here, 1, 2, 3, 4, 5, 6, 7, 7);
+  const auto before = (Chroma)_mm_slli_si128((__m128i)here, 2);
+  const auto behind = (Chroma)_mm_srli_si128((__m128i)here, 2);
+  constexpr Chroma first = {0xFFFF};
+  constexpr Chroma last = {0, 0, 0, 0, 0, 0, 0, 0xFFFF};
   const Chroma left = (here * 3 + before + 8) >> 4;
   const Chroma right = (here * 3 + behind + 8) >> 4;
-  const Chroma pixels[] = {__builtin_shufflevector(left, near, 8, 1, 2, 3, 4, 5, 6, 7),
-                           __builtin_shufflevector(right, near, 0, 1, 2, 3, 4, 5, 6, 15)};
-  const __m128i joined = _mm_or_si128((__m128i)pixels[0], _mm_slli_epi16((__m128i)pixels[1], 8));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), joined);
+  const Chroma pixels = ((left & ~first) | (near & first)) | ((right & ~last) | (near & last)) << 8;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), (__m128i)pixels);
 }
 
 void SpreadChroma(Byte* __restrict target, std::size_t distance, const Byte* __restrict chroma) {
