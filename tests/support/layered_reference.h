@@ -237,9 +237,11 @@ inline void Draw(Bytes& picture, int width, int height, const Bytes& coded, int 
             }
           }
           idct8x8_mmx(block);
-          for (int k = 0; k < 64; ++k)
-            (b > 3 ? (b == 4 ? macroblock.u : macroblock.v)[k / 8][k % 8]
-                   : macroblock.y[b / 2 * 8 + k / 8][b % 2 * 8 + k % 8]) = block[k];
+          for (int k = 0; k < 64; ++k) {
+            if (b < 4) macroblock.y[b / 2 * 8 + k / 8][b % 2 * 8 + k % 8] = block[k];
+            if (b == 4) macroblock.u[k / 8][k % 8] = block[k];
+            if (b == 5) macroblock.v[k / 8][k % 8] = block[k];
+          }
         }
         const int left = static_cast<int>(x + i) * side, top = static_cast<int>(row) * side;
         if (left + side > width || top + side > height) continue;

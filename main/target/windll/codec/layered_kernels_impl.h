@@ -82,7 +82,9 @@ inline void Transform(Samples& samples, std::int16_t* coefficients) {
       rows[part][column] = Weighed(coefficients, column, part);
     TransformEight(rows[part], 1);
   }
-  std::memset(coefficients, 0, sizeof samples);
+  auto* const bytes = reinterpret_cast<Byte*>(coefficients);
+  for (std::size_t i = 0; i < sizeof samples; i += sizeof(Vector))
+    StoreVector(bytes + i, V32{});
   Numbers columns[parts][transformSide];
   Transpose(columns, rows);
   for (int part = 0; part < parts; ++part)

@@ -61,6 +61,7 @@ void LayeredPicture::Open(Bytes frame, std::int32_t newScale, PixelFormat newFor
   }
 }
 
+// A block at 1 / scale has 8 / scale samples across, and as many coefficients.
 bool LayeredPicture::UsesLayer(std::size_t layer) const {
   return header.layerStream[layer - 1] != 0 && scale << layer <= 8;
 }

@@ -102,11 +102,10 @@ std::optional<std::vector<std::uint8_t>> JoinLayers(std::span<const Bytes> recor
   const bool isPacked = format == videoFormatLayeredDiff;
   std::uint64_t headerAt = FrameHeader::size;
   if (isPacked) {
-    const auto coded = CodedPictureOf(bodies[0]);
-    if (!coded) return std::nullopt;
-    headerAt = bodies[0].size() - coded->size();
-    const std::uint64_t first =
-        headerAt + LayeredHeader::size + std::uint64_t{ReadHeader(*coded).layerSize[0]};
+    headerAt += FrameHeader::Read(bodies[0]).listSize;
+    const std::uint64_t headersEnd = headerAt + LayeredHeader::size;
+    if (headersEnd > bodies[0].size()) return std::nullopt;
+    const std::uint64_t first = headersEnd + ReadHeader(bodies[0].subspan(headerAt)).layerSize[0];
     if (first > bodies[0].size()) return std::nullopt;
     bodies[0] = bodies[0].first(first);
   }
