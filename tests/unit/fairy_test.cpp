@@ -281,31 +281,30 @@ TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
   expected.replace(expected.find("X=i3 Y=i0"), 9, "X=i4 Y=i88");
   EXPECT_EQ(Dump(other.ToCData({})), expected);
 
+  // Value, default and limits of an item after the clone of another, in part or in full.
   CDataFairyBase owner;
+  using Limited = CFairyLimitedNumericItem<long long>;
+  const Limited wide(owner, Tok::Fps, 1, 50, 40, 60), wrong(owner, Tok::Fps, 1, 9, 0, 5);
+  Limited narrow(owner, Tok::Fps, 1, 1, 0, 5);
+  const auto expect = [&](const Limited& from, bool full, long long value, long long most) {
+    narrow.CloneFrom(from, full);
+    EXPECT_EQ(narrow.Get(), value);
+    EXPECT_EQ(narrow.GetDefault(), value);
+    EXPECT_EQ(narrow.GetMaximum(), most);
+    EXPECT_FALSE(narrow.Contains(most + 1) || narrow.Contains(-1));
+  };
+  expect(wide, false, 1, 5);
+  expect(wide, true, 50, 60);
+  expect(wrong, true, 50, 5);  // the limits, and nothing that breaks them
   CFairySimpleItem<int> plain(owner, Tok::Fps, 1, 1);
   plain.CloneFrom(CFairySimpleItem<int>(owner, Tok::Fps, 1, 2), false);
   EXPECT_EQ(plain.Get(), 2);
   EXPECT_EQ(plain.GetDefault(), 1);
-
-  CFairyLimitedNumericItem<long long> narrow(owner, Tok::Fps, 1, 1, 0, 5);
-  const CFairyLimitedNumericItem<long long> wide(owner, Tok::Fps, 1, 50, 40, 60);
-  narrow.CloneFrom(wide, false);
-  EXPECT_EQ(narrow.Get(), 1);
-  EXPECT_FALSE(narrow.Contains(6) || narrow.Contains(-1));
-  narrow.CloneFrom(wide, true);
-  EXPECT_EQ(narrow.Get(), 50);
-  EXPECT_EQ(narrow.GetDefault(), 50);
-  CFairyLimitedNumericItem<long long> wrong(owner, Tok::Fps, 1, 9, 0, 5);
-  narrow.CloneFrom(wrong, true);  // the limits, and nothing that breaks them
-  EXPECT_EQ(narrow.GetMaximum(), 5);
-  EXPECT_EQ(narrow.Get(), 50);
-  EXPECT_EQ(narrow.GetDefault(), 50);
-
   CEnumeration<Color> few(owner, Tok::Type, 1, Color::Red, {{1, "red", true}});
-  few.CloneFrom(source.color, false);
-  EXPECT_EQ(few.Get(), Color::Red);
-  few.CloneFrom(source.color, true);
-  EXPECT_EQ(few.Get(), Color::Blue);
+  for (const bool full : {false, true}) {
+    few.CloneFrom(source.color, full);
+    EXPECT_EQ(few.Get(), full ? Color::Blue : Color::Red);
+  }
   EXPECT_EQ(few.GetDefault(), Color::Green);
 
   const std::string before = Dump(target.ToCData({}));
