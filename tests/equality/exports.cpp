@@ -15,10 +15,7 @@ constexpr unsigned exceptionMasks = 0x1F80;
 
 constexpr int width = 96, height = 80;
 
-struct ImageDeleter {
-  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
-};
-using Image = std::unique_ptr<void, ImageDeleter>;
+using codec_client::Image;
 
 Image NewImage(int format, const Bytes& content) {
   auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, format));

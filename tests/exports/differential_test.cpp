@@ -149,7 +149,7 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
 // of pixels, whose pairs reach over the ends of rows.
 TEST_F(DifferentialExports, PairsReachOverRowsAtAChangeOfScale) {
   const Encoder narrow(24, 48, ZTLIB_VIDEO_MJPEGDIFF);
-  const Bytes frame = narrow.Process(NewImage(ZTLIB_UYVY, 24, 48, RandomBytes(24 * 48 * 2)).get());
+  const Bytes frame = narrow.Process(NewImage(ZTLIB_UYVY, 24, 48, NoiseBytes(24 * 48 * 2)).get());
   const auto decode = [&](int format) {
     Decoder decoder(format, 3, ZTLIB_VIDEO_MJPEGDIFF);
     return Decode(decoder, frame);

@@ -47,12 +47,12 @@ TEST_F(MotionExports, NullArguments) {
   const Image image = Scene(false);
   const ztlib_blob empty{nullptr, 0}, missing{nullptr, 3};
   ztlib_simplemotion_destroy(nullptr);
-  ztlib_simplemotion_configure(nullptr, &empty, 4, 4);
-  ExpectFailure(configure, api, null);
-  ztlib_simplemotion_configure(context.object, nullptr, 4, 4);
-  ExpectFailure(configure, api, null);
-  ztlib_simplemotion_configure(context.object, &missing, 4, 4);
-  ExpectFailure(configure, api, null);
+  for (const auto& [object, config] : {std::pair<void*, const ztlib_blob*>(nullptr, &empty),
+                                       {context.object, nullptr},
+                                       {context.object, &missing}}) {
+    ztlib_simplemotion_configure(object, config, 4, 4);
+    ExpectFailure(configure, api, null);
+  }
   ztlib_simplemotion_configure(context.object, &empty, -4, 4);
   ExpectFailure(configure, "main/target/windll/image/ztimage_impl", "Invalid range");
   Output output;
@@ -97,10 +97,9 @@ TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
   const std::string name = "DetectPercent";
   const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
   ASSERT_NE(found, result.end());
-  double percent = 0;
-  std::memcpy(&percent, &*found + name.size() + 4, sizeof percent);
   // 45 bytes are five rows of eight, five of each in the picture, and one of five.
-  EXPECT_EQ(percent, 3000.0F / 32);
+  const auto at = static_cast<std::size_t>(found - result.begin()) + name.size() + 4;
+  EXPECT_EQ(Get<double>(result, at), 3000.0F / 32);
   ExpectNoFailure();
 }
 

@@ -7,10 +7,15 @@
 #include <memory>
 #include <vector>
 
-// Codecs as a client of the exports holds them.
+// Codecs and images as a client of the exports holds them.
 namespace codec_client {
 
 using Bytes = std::vector<std::uint8_t>;
+
+struct ImageDeleter {
+  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
+};
+using Image = std::unique_ptr<void, ImageDeleter>;
 
 template <void (*destroy)(void**), void (*config)(void*, const ztlib_blob*)>
 struct Handle {

@@ -65,7 +65,7 @@ inline Bytes Words(std::size_t size, std::initializer_list<std::int64_t> words) 
   return bytes;
 }
 
-inline Bytes RandomBytes(std::size_t size, unsigned seed = 1) {
+inline Bytes NoiseBytes(std::size_t size, unsigned seed = 1) {
   std::mt19937 random(seed);
   Bytes bytes(size);
   for (std::uint8_t& byte : bytes)

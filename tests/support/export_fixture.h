@@ -1,6 +1,7 @@
 #pragma once
 
 #include "include/ztlib.h"
+#include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/test_frames.h"
 
@@ -58,10 +59,7 @@ class ExportTest : public testing::Test {
     EXPECT_TRUE(lines.empty()) << lines.front().second;
   }
 
-  struct ImageDeleter {
-    void operator()(void* image) const { ztlib_ztimage_destroy(image); }
-  };
-  using Image = std::unique_ptr<void, ImageDeleter>;
+  using Image = codec_client::Image;
   static Image NewImage() { return Image(ztlib_ztimage_create()); }
 
   // An image around a frame whose bytes are `content`, repeated.

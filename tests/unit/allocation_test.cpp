@@ -63,10 +63,7 @@ void* Frame::Allocate(int w, int h, int) {
   return free;
 }
 
-struct ImageDeleter {
-  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
-};
-using Image = std::unique_ptr<void, ImageDeleter>;
+using codec_client::Image;
 
 // A picture whose byte i is `byteAt(i)`.
 template <class ByteAt>

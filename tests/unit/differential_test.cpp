@@ -318,7 +318,7 @@ TEST_F(Differential, FramesFollowWhatReceiversHave) {
     ASSERT_EQ(plain.size(), 124U);
     EXPECT_EQ(plain[72], advanced ? 4 : 3);
     // This reference frame is too large to be sent: reference and order of types stay.
-    EXPECT_THROW(Encode(encoder, o, RandomBytes(32 * 32 * 2)), int);
+    EXPECT_THROW(Encode(encoder, o, NoiseBytes(32 * 32 * 2)), int);
     const Bytes reference = Encode(encoder, o, Flat(o, 100));
     EXPECT_EQ(reference.size(), 124U);
     EXPECT_EQ(reference[72], 5);
@@ -436,7 +436,7 @@ TEST(BlockKernels, HalveAndDoubleEveryDifference) {
 #if defined(ZTLIB_AVX2)
 TEST(BlockKernels, AreTheSameOnEveryInstructionSet) {
   if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
-  const Bytes bytes = RandomBytes(65536);
+  const Bytes bytes = NoiseBytes(65536);
   const std::uint8_t* const rows[] = {&bytes[1], &bytes[5002], &bytes[10003], &bytes[15000]};
   for (std::size_t count : {0, 1, 5, 15, 16, 31, 32, 33, 100, 1000}) {
     const auto results = [&](const BlockKernels& kernels) {
@@ -460,7 +460,7 @@ TEST(BlockKernels, AreTheSameOnEveryInstructionSet) {
 
 TEST_F(Differential, ScaleDownIsTheTruncatedMeanOfLuma) {
   constexpr int width = 1110, height = 133;
-  Bytes pixels = RandomBytes(width * height * 2);
+  Bytes pixels = NoiseBytes(width * height * 2);
   std::fill_n(pixels.begin(), width * 128, std::uint8_t{255});
   CZTImage image, small;
   Fill(image, PixelFormat::UYVY, pixels, width, height);

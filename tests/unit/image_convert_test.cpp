@@ -17,12 +17,12 @@ constexpr std::uint8_t fill = 0xA5;
 
 using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
 
-Pixel YuvOfRgb(const Pixel& p) {
+Pixel RgbToYuv(const Pixel& p) {
   const auto [b, g, r] = p;
   return {(r * 77 + g * 150 + b * 29) >> 8, ((r * -43 + g * -85 + b * 128) >> 8) + 128,
           ((r * 128 + g * -107 + b * -21) >> 8) + 128};
 }
-Pixel RgbOfYuv(const Pixel& p) {
+Pixel YuvToRgb(const Pixel& p) {
   const auto saturate = [](int value) { return value < 0 ? 0 : value > 254 ? 255 : value; };
   const int y = p[0] * 256, u = p[1] - 128, v = p[2] - 128;
   return {saturate((y + u * 454) >> 8), saturate((y + u * -88 + v * -183) >> 8),
@@ -65,11 +65,11 @@ Bytes Model(const std::string& name, Bytes row) {
   for (std::size_t i = 0; i < pixels.size(); ++i) {
     Pixel& p = pixels[i];
     if (from == "rgb" || name == "grayToYuyv")
-      p = YuvOfRgb(p);
+      p = RgbToYuv(p);
     else if (fromGray && to != "Rgb")
       p = {p[0], 128, 128};
     else if (to == "Rgb" && !fromGray)
-      p = RgbOfYuv(p);
+      p = YuvToRgb(p);
     if (to == "Bool" || to == "Gray") put({to == "Bool" ? p[0] != 0 : p[0]});
     if (to == "Rgb" || to == "Yuv") put({p[0], p[1], p[2], fill});
     if ((to != "Yuyv" && to != "Uyvy") || i % 2 == 0) continue;
@@ -80,8 +80,8 @@ Bytes Model(const std::string& name, Bytes row) {
   return out;
 }
 
-// Many values at the ends and around the middle, where rounding shows.
-Bytes EdgyBytes(std::size_t size) {
+// Random bytes with many values at the ends and around the middle, where rounding shows.
+Bytes RandomBytes(std::size_t size) {
   static std::mt19937 random(20);
   constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
   Bytes bytes(size);
@@ -100,7 +100,7 @@ void CheckKernels(const RowKernels& table) {
     counts.push_back(count);
   for (const RowKernelShape& kernel : rowKernelShapes)
     for (const std::size_t count : counts) {
-      const Bytes source = EdgyBytes(count * kernel.sourceBytes);
+      const Bytes source = RandomBytes(count * kernel.sourceBytes);
       const Bytes expected = Model(kernel.name, source);
       ASSERT_EQ(expected.size(), count * kernel.targetBytes) << kernel.name;
       for (const bool atEnd : {false, true})
@@ -166,7 +166,7 @@ void CheckPair(int source, int target, int width, int height) {
   const std::unique_ptr<CZTImageImplBase> image =
       CreateNewImageBase(from, width / GetSampleDx(from), height / GetSampleDy(from));
   for (int y = 0; y < image->GetDy(); ++y) {
-    const Bytes row = EdgyBytes(static_cast<std::size_t>(image->GetRowSize()));
+    const Bytes row = RandomBytes(static_cast<std::size_t>(image->GetRowSize()));
     if (!row.empty()) std::memcpy(image->GetPtrAt(0, y), row.data(), row.size());
   }
   const std::string cell = matrix[source][target];
@@ -222,7 +222,7 @@ TEST(ImageConvert, KeepsToTheRowsOfParts) {
   const CTestFrames frames(&frame_manager::Register, fill);
   YuyvImageView whole;
   whole.Create(8, 4);
-  const Bytes content = EdgyBytes(128);
+  const Bytes content = RandomBytes(128);
   std::memcpy(whole.data, content.data(), content.size());
   const auto part = YuyvImageView::MapOf(whole, {3, 1, 2, 3});
   UyvyImageView swapped;

@@ -15,26 +15,22 @@ TEST(TokenTable, EveryRowIsFoundByItsNameAndHasItsHash) {
 }
 
 TEST(TokenTable, RowsStandWhereTheNumbersSayAndAreSpeltAsOnTheWire) {
-  const struct {
-    Token token;
-    std::string_view text;
-  } rows[] = {
-      {1, "AbandonedObjects"},
-      {76, "Config"},
-      {818, "Enum"},
-      {819, "{00000000-0000-0000-0000-000000000000}"},
-      {825, "{01E8C591-EE4D-5B3F-AB9D-75180DC9DCB6}"},
-      {Tok::EdgeAboveTresholdPercent, "EdgeAboveTresholdPercent"},
-      {Tok::SupressedPixelAVG, "SupressedPixelAVG"},
-      {Tok::VerifyTreshold, "VerifyTreshold"},
-      {Tok::MeltinReduction, "MeltinReduction"},
-      {Tok::FollowingHysteresisToCollusion, "FollowingHysteresisToCollusion"},
-      {-1, ""},
-      {826, ""},
-      {INT32_MIN, ""},
-  };
-  for (const auto& row : rows)
-    EXPECT_EQ(TokenText(row.token), row.text) << row.token;
+  using Row = std::pair<Token, std::string_view>;
+  const Row rows[] = {Row(1, "AbandonedObjects"),
+                      Row(76, "Config"),
+                      Row(818, "Enum"),
+                      Row(819, "{00000000-0000-0000-0000-000000000000}"),
+                      Row(825, "{01E8C591-EE4D-5B3F-AB9D-75180DC9DCB6}"),
+                      Row(Tok::EdgeAboveTresholdPercent, "EdgeAboveTresholdPercent"),
+                      Row(Tok::SupressedPixelAVG, "SupressedPixelAVG"),
+                      Row(Tok::VerifyTreshold, "VerifyTreshold"),
+                      Row(Tok::MeltinReduction, "MeltinReduction"),
+                      Row(Tok::FollowingHysteresisToCollusion, "FollowingHysteresisToCollusion"),
+                      Row(-1, ""),
+                      Row(826, ""),
+                      Row(INT32_MIN, "")};
+  for (const auto& [token, text] : rows)
+    EXPECT_EQ(TokenText(token), text) << token;
   EXPECT_EQ(TokenHash(-1), NameHash(""));
   for (const std::string_view name : {"config", "Config ", "Confi", "no such name"})
     EXPECT_EQ(TokenOf(name), 0) << name;
