@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -13,8 +14,21 @@ struct CEdgeFunction {
   }
 };
 
+// The edge functions of a triangle from a to b, b to c and c to a.
+struct CTriangleSides {
+  CEdgeFunction ab, bc, ca;
+
+  // Sides belong to the triangles on either hand. A triangle without area holds all of its line.
+  [[nodiscard]] bool Hold(std::uint32_t x, std::uint32_t y) const {
+    const auto first = static_cast<std::int32_t>(ab.At(x, y));
+    const auto second = static_cast<std::int32_t>(bc.At(x, y));
+    const auto third = static_cast<std::int32_t>(ca.At(x, y));
+    return (first >= 0 && second >= 0 && third >= 0) || (first <= 0 && second <= 0 && third <= 0);
+  }
+};
+
 // Which triangles of a mesh to look at for a pixel: a frame divided into cells, each with the
-// triangles whose bounding box touches it, in ascending order.
+// triangles that may reach into it, in ascending order.
 class CTriangleGrid {
  public:
   // In pixels, inclusive.
@@ -22,8 +36,14 @@ class CTriangleGrid {
     std::int64_t left, top, right, bottom;
   };
 
-  // Cells over `frame`, and the box of each triangle inside of it.
-  void Build(const CBox& frame, std::span<const CBox> boxes);
+  // `box` is where to look for pixels that the triangle holds.
+  struct CArea {
+    CBox box;
+    CTriangleSides sides;
+  };
+
+  // Cells over a frame in which no edge function wraps, and which has all the boxes inside of it.
+  void Build(const CBox& frame, std::span<const CArea> triangles);
   void Clear();
 
   [[nodiscard]] bool Covers(std::int64_t x, std::int64_t y) const {
@@ -40,12 +60,16 @@ class CTriangleGrid {
     return static_cast<std::size_t>((y - frame.top) >> shiftY) * columns +
            static_cast<std::size_t>((x - frame.left) >> shiftX);
   }
+  // Calls `visit` with each cell that the triangle may reach into.
   template <class Visit>
-  void ForEachCell(const CBox& box, Visit&& visit) const;
-  [[nodiscard]] std::size_t CountEntries(std::span<const CBox> boxes);
+  void ForEachCell(const CArea& triangle, Visit&& visit) const;
+  void Divide();
+  // Leaves in `starts` the number of triangles of each cell, one place further on.
+  [[nodiscard]] std::size_t Count(std::span<const CArea> triangles);
 
   CBox frame{0, 0, -1, -1};  // covers nothing
   int shiftX = 0, shiftY = 0;
   std::size_t columns = 0, rows = 0;
-  std::vector<std::uint32_t> starts, entries;
+  std::vector<std::size_t> starts;  // of each cell in `entries`, and the end
+  std::vector<std::uint32_t> entries;
 };

@@ -36,21 +36,14 @@ CEdgeFunction EdgeFunction(const CTriangulation::CVertex& p, const CTriangulatio
   return {py - qy, qx - px, px * qy - qx * py};
 }
 
-// Edges belong to the triangles on both sides.
-bool IsInside(const CTriangulation::CTriangle& triangle, std::uint32_t x, std::uint32_t y) {
-  const auto side = [&](int i) { return static_cast<std::int32_t>(triangle.edges[i].At(x, y)); };
-  const std::int32_t ab = side(0), bc = side(1), ca = side(2);
-  return (ab >= 0 && bc >= 0 && ca >= 0) || (ab <= 0 && bc <= 0 && ca <= 0);
-}
-
 // What each vertex counts at a pixel, as a share of `total`: the negated edge functions of the
 // sides opposite of them.
 class CWeights {
  public:
-  CWeights(const CTriangulation::CTriangle& triangle, std::int64_t x, std::int64_t y) {
-    const std::uint32_t ab = triangle.edges[0].At(Bits(x), Bits(y));
-    const std::uint32_t bc = triangle.edges[1].At(Bits(x), Bits(y));
-    const std::uint32_t ca = triangle.edges[2].At(Bits(x), Bits(y));
+  CWeights(const CTriangleSides& sides, std::int64_t x, std::int64_t y) {
+    const std::uint32_t ab = sides.ab.At(Bits(x), Bits(y));
+    const std::uint32_t bc = sides.bc.At(Bits(x), Bits(y));
+    const std::uint32_t ca = sides.ca.At(Bits(x), Bits(y));
     a = ToFloat(0 - bc);
     b = ToFloat(0 - ca);
     c = ToFloat(0 - ab);
@@ -73,33 +66,24 @@ class CWeights {
 
 CTriangulation::CTriangle CTriangulation::MakeTriangle(std::int32_t a, std::int32_t b,
                                                        std::int32_t c) const {
-  const CVertex &va = vertices[static_cast<std::size_t>(a)],
-                &vb = vertices[static_cast<std::size_t>(b)],
-                &vc = vertices[static_cast<std::size_t>(c)];
   CLine first, second;
-  Bisector(first, ToFloat(va), ToFloat(vb));
-  Bisector(second, ToFloat(vb), ToFloat(vc));
+  Bisector(first, ToFloat(At(a)), ToFloat(At(b)));
+  Bisector(second, ToFloat(At(b)), ToFloat(At(c)));
   // Without a crossing the centre stays at the origin.
   CPointF center;
   static_cast<void>(Intersect(center, first, second));
-  const float radius = std::sqrt(SquaredDistance(ToFloat(va), center.x, center.y));
-  return {a,
-          b,
-          c,
-          {EdgeFunction(va, vb), EdgeFunction(vb, vc), EdgeFunction(vc, va)},
-          center.x,
-          center.y,
-          std::sqrt(radius)};
+  const float radius = std::sqrt(SquaredDistance(ToFloat(At(a)), center.x, center.y));
+  return {a, b, c, center.x, center.y, std::sqrt(radius)};
 }
 
-void CTriangulation::Forget() {
-  hasGrid = false;
-  completed.clear();
+CTriangleSides CTriangulation::SidesOf(const CTriangle& triangle) const {
+  const CVertex &a = At(triangle.a), &b = At(triangle.b), &c = At(triangle.c);
+  return {EdgeFunction(a, b), EdgeFunction(b, c), EdgeFunction(c, a)};
 }
 
 void CTriangulation::Init(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1,
                           std::int32_t newDimensions) {
-  Forget();
+  isPrepared = false;
   left = x0;
   top = y0;
   right = x1;
@@ -119,7 +103,7 @@ void CTriangulation::AddPoint(std::int64_t x, std::int64_t y, const float* value
   const std::int32_t length = std::max(count, 0);
   if (length > 0 && !values)
     ZT_THROW(CException, "Using null-pointer", "AddPoint", source, __LINE__);
-  Forget();
+  isPrepared = false;
   vertices.push_back({x, y, std::vector<float>(values, values + length)});
   Connect(static_cast<std::int32_t>(vertices.size() - 1));
 }
@@ -140,7 +124,7 @@ void CTriangulation::Toggle(std::int32_t first, std::int32_t second) {
 // small middle counts: the squared distance is compared with the root of the radius, and many
 // points make no hole. Results depend on that, so it stays.
 void CTriangulation::Connect(std::int32_t added) {
-  const CPointF place = ToFloat(vertices[static_cast<std::size_t>(added)]);
+  const CPointF place = ToFloat(At(added));
   const auto isHit = [&](const CTriangle& triangle) {
     return triangle.radiusRoot > SquaredDistance(place, triangle.centerX, triangle.centerY);
   };
@@ -191,7 +175,7 @@ bool CTriangulation::Complete(std::vector<CVertex>& list) const {
     vertex.values.clear();
     const CTriangle* const triangle = FindSource(list, vertex);
     if (!triangle) return false;
-    const CWeights weights(*triangle, vertex.x, vertex.y);
+    const CWeights weights(SidesOf(*triangle), vertex.x, vertex.y);
     vertex.values.resize(static_cast<std::size_t>(dimensions));
     for (std::size_t i = 0; i < vertex.values.size(); ++i)
       vertex.values[i] = weights.Mean(list[static_cast<std::size_t>(triangle->a)].values[i],
@@ -203,77 +187,85 @@ bool CTriangulation::Complete(std::vector<CVertex>& list) const {
 
 bool CTriangulation::Finalize() {
   if (!initialised || triangles.size() < 3) return false;
-  Forget();
+  isPrepared = false;
   return Complete(vertices);
 }
 
+void CTriangulation::Prepare() {
+  isPrepared = true;
+  std::vector<CVertex> completed;
+  const auto isFull = [&](const CTriangle& triangle) { return IsFull(vertices, triangle); };
+  if (triangles.size() > 2 && !std::all_of(triangles.begin(), triangles.end(), isFull)) {
+    completed = vertices;
+    if (!Complete(completed)) completed.clear();
+  }
+  known.clear();
+  std::vector<std::size_t> places;
+  for (const CVertex& vertex : completed.empty() ? vertices : completed) {
+    places.push_back(IsFull(vertex) ? known.size() : none);
+    if (IsFull(vertex)) known.insert(known.end(), vertex.values.begin(), vertex.values.end());
+  }
+  lookups.clear();
+  for (const CTriangle& triangle : triangles) {
+    CLookup& lookup = lookups.emplace_back(CLookup{SidesOf(triangle), {none, none, none}});
+    const std::size_t a = places[static_cast<std::size_t>(triangle.a)];
+    const std::size_t b = places[static_cast<std::size_t>(triangle.b)];
+    const std::size_t c = places[static_cast<std::size_t>(triangle.c)];
+    if (a != none && b != none && c != none) lookup = {lookup.sides, {a, b, c}};
+  }
+  BuildGrid();
+}
+
 void CTriangulation::BuildGrid() {
-  hasGrid = true;
   grid.Clear();
   const auto extent = [](std::int64_t first, std::int64_t last) {
     return static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first);
   };
-  // Where no edge function wraps, a triangle holds no pixel outside of its bounding box.
+  // Within these limits no edge function wraps between the frame's corners.
   constexpr std::uint64_t limit = std::uint64_t{1} << 31;
-  const CTriangleGrid::CBox frame{vertices[0].x, vertices[0].y, vertices[2].x, vertices[2].y};
+  const CTriangleGrid::CBox frame{At(0).x, At(0).y, At(2).x, At(2).y};
   const std::uint64_t width = extent(frame.left, frame.right);
   const std::uint64_t height = extent(frame.top, frame.bottom);
   if (width == 0 || height == 0 || width >= limit || height >= limit || width * height >= limit)
     return;
-  std::vector<CTriangleGrid::CBox> boxes;
-  boxes.reserve(triangles.size());
+  std::vector<CTriangleGrid::CArea> areas;
+  areas.reserve(triangles.size());
   for (const CTriangle& triangle : triangles) {
-    // A triangle without area holds all of its line.
-    if (triangle.edges[0].At(0, 0) + triangle.edges[1].At(0, 0) + triangle.edges[2].At(0, 0) == 0) {
-      boxes.push_back(frame);
-      continue;
-    }
-    const CVertex &a = vertices[static_cast<std::size_t>(triangle.a)],
-                  &b = vertices[static_cast<std::size_t>(triangle.b)],
-                  &c = vertices[static_cast<std::size_t>(triangle.c)];
-    boxes.push_back({std::min({a.x, b.x, c.x}), std::min({a.y, b.y, c.y}),
-                     std::max({a.x, b.x, c.x}), std::max({a.y, b.y, c.y})});
+    const CVertex &a = At(triangle.a), &b = At(triangle.b), &c = At(triangle.c);
+    const CTriangleSides sides = SidesOf(triangle);
+    const bool isLine = sides.ab.constant + sides.bc.constant + sides.ca.constant == 0;
+    const CTriangleGrid::CBox box{std::min({a.x, b.x, c.x}), std::min({a.y, b.y, c.y}),
+                                  std::max({a.x, b.x, c.x}), std::max({a.y, b.y, c.y})};
+    areas.push_back({isLine ? frame : box, sides});
   }
-  grid.Build(frame, boxes);
+  grid.Build(frame, areas);
 }
 
-const CTriangulation::CTriangle* CTriangulation::Find(std::int64_t x, std::int64_t y) {
-  if (!hasGrid) BuildGrid();
-  const auto holds = [&](const CTriangle& triangle) {
-    return IsInside(triangle, Bits(x), Bits(y));
-  };
+const CTriangulation::CLookup* CTriangulation::Find(std::int64_t x, std::int64_t y) const {
   if (grid.Covers(x, y)) {
     for (const std::uint32_t i : grid.At(x, y))
-      if (holds(triangles[i])) return &triangles[i];
+      if (lookups[i].sides.Hold(Bits(x), Bits(y))) return &lookups[i];
     return nullptr;
   }
-  const auto found = std::find_if(triangles.begin(), triangles.end(), holds);
-  return found != triangles.end() ? &*found : nullptr;
-}
-
-const std::vector<CTriangulation::CVertex>* CTriangulation::ValuesFor(const CTriangle& triangle) {
-  if (IsFull(vertices, triangle)) return &vertices;
-  if (triangles.size() < 3) return nullptr;
-  if (completed.empty()) {
-    completed = vertices;
-    isComplete = Complete(completed);
-  }
-  return isComplete ? &completed : nullptr;
+  const auto found = std::find_if(lookups.begin(), lookups.end(), [&](const CLookup& lookup) {
+    return lookup.sides.Hold(Bits(x), Bits(y));
+  });
+  return found != lookups.end() ? &*found : nullptr;
 }
 
 void CTriangulation::Estimate(std::int64_t x, std::int64_t y, float* out, std::int32_t count) {
   if (!initialised || count <= 0) return;
   if (!out) ZT_THROW(CException, "Using null-pointer", "Estimate", source, __LINE__);
-  const CTriangle* const triangle = count <= dimensions ? Find(x, y) : nullptr;
-  const std::vector<CVertex>* const list = triangle ? ValuesFor(*triangle) : nullptr;
-  if (!list) {
+  if (!isPrepared) Prepare();
+  const CLookup* const found = count <= dimensions ? Find(x, y) : nullptr;
+  if (!found || found->values[0] == none) {
     std::fill_n(out, count, 0.0f);
     return;
   }
-  const CWeights weights(*triangle, x, y);
-  const float* const a = (*list)[static_cast<std::size_t>(triangle->a)].values.data();
-  const float* const b = (*list)[static_cast<std::size_t>(triangle->b)].values.data();
-  const float* const c = (*list)[static_cast<std::size_t>(triangle->c)].values.data();
+  const CWeights weights(found->sides, x, y);
+  const float* const a = &known[found->values[0]];
+  const float* const b = &known[found->values[1]];
+  const float* const c = &known[found->values[2]];
   for (std::int32_t i = 0; i < count; ++i)
     out[i] = weights.Mean(a[i], b[i], c[i]);
 }

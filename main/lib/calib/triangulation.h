@@ -42,7 +42,6 @@ class CTriangulation {
 
   struct CTriangle {
     std::int32_t a, b, c;    // vertices
-    CEdgeFunction edges[3];  // a to b, b to c, c to a
     float centerX, centerY;  // of the circumcircle
     float radiusRoot;        // square root of its radius
   };
@@ -53,8 +52,18 @@ class CTriangulation {
   struct CEdge {
     std::int32_t first, second;
   };
+  // What an estimate needs of a triangle, in one line of the cache.
+  struct CLookup {
+    CTriangleSides sides;
+    std::size_t values[3];  // of a, b and c in `known`, or `none` for all
+  };
+  static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
+  [[nodiscard]] const CVertex& At(std::int32_t vertex) const {
+    return vertices[static_cast<std::size_t>(vertex)];
+  }
   [[nodiscard]] CTriangle MakeTriangle(std::int32_t a, std::int32_t b, std::int32_t c) const;
+  [[nodiscard]] CTriangleSides SidesOf(const CTriangle& triangle) const;
   void Toggle(std::int32_t first, std::int32_t second);
   void Connect(std::int32_t added);
   [[nodiscard]] bool IsFull(const CVertex& vertex) const;
@@ -63,13 +72,10 @@ class CTriangulation {
   [[nodiscard]] const CTriangle* FindSource(const std::vector<CVertex>& list,
                                             const CVertex& place) const;
   [[nodiscard]] bool Complete(std::vector<CVertex>& list) const;
+  void Prepare();
   void BuildGrid();
   // The first triangle that holds the pixel, or null.
-  [[nodiscard]] const CTriangle* Find(std::int64_t x, std::int64_t y);
-  // The vertices to take a triangle's values from: those of the points, or as Finalize would leave
-  // them. Null if the triangle has no values.
-  [[nodiscard]] const std::vector<CVertex>* ValuesFor(const CTriangle& triangle);
-  void Forget();
+  [[nodiscard]] const CLookup* Find(std::int64_t x, std::int64_t y) const;
 
   bool initialised = false;
   std::int64_t left = 0, top = 0, right = 0, bottom = 0;
@@ -78,9 +84,9 @@ class CTriangulation {
   std::vector<CTriangle> triangles;
   std::vector<CEdge> edges;  // boundary of the hole that a point makes
 
-  // Made by estimates, good until the next change.
+  // Made by the first estimate after a change.
+  bool isPrepared = false;
+  std::vector<CLookup> lookups;  // in the order of the triangles
+  std::vector<float> known;      // complete values, those that Finalize would give included
   CTriangleGrid grid;
-  bool hasGrid = false;
-  std::vector<CVertex> completed;  // empty: not tried yet
-  bool isComplete = false;
 };
