@@ -32,6 +32,11 @@ float Interpolate(const std::vector<float>& from, const std::vector<float>& to, 
   return -(line.a * at + line.c) / line.b;
 }
 
+// Through `point` and where lines like `line` meet; parallel to it if they do not.
+CLine LineToward(const std::optional<CPointF>& meeting, const CLine& line, CPointF point) {
+  return meeting ? Through(point, *meeting) : ParallelThrough(line, point);
+}
+
 // Four corners in the order of the table, neither crossed nor dented.
 bool IsProper(const std::array<CPointF, 4>& p) {
   const bool side = SideOf(p[0], p[1], p[3]);
@@ -127,7 +132,7 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
   nearB = corners[1];
   flipped = SideOf(nearA, nearB, corners[2]);
   origin = start;
-  axis = vanishingPoint ? Through(origin, *vanishingPoint) : ParallelThrough(sideA, origin);
+  axis = LineToward(vanishingPoint, sideA, origin);
   const std::optional<CPointF> begin = Crossing(axis, nearLine), end = Crossing(axis, farLine);
   if (!begin || !end) return false;
   keyOfEnd = std::sqrt(SquaredLength(*end - *begin));
@@ -157,9 +162,10 @@ void CMyAssignTable::Subdivide(std::vector<CSample>& samples, const Corners& cor
     return;
   }
   const auto& [p0, p1, p2, p3] = corners;
+  const CLine end = Through(p0, p1);
   const std::optional<CPointF> center = Crossing(Through(p0, p3), Through(p1, p2));
   if (!center || samples.size() >= mostSamples) return;
-  const CLine split = LineAcross(*center);
+  const CLine split = LineToward(Crossing(end, Through(p2, p3)), end, *center);
   const std::optional<CPointF> a = Crossing(split, Through(p0, p2)),
                                b = Crossing(split, Through(p1, p3)), middle = Crossing(split, axis);
   if (!a || !b || !middle) return;
@@ -270,6 +276,5 @@ CPointF CMyAssignTable::PointOf(float key) const {
 }
 
 CLine CMyAssignTable::LineAcross(CPointF point) const {
-  return crossVanishingPoint ? Through(point, *crossVanishingPoint)
-                             : ParallelThrough(nearLine, point);
+  return LineToward(crossVanishingPoint, nearLine, point);
 }
