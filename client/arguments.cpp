@@ -15,6 +15,12 @@ namespace {
 
 constexpr int maxJpegSide = 65500;
 
+#if defined(ZTCLIENT_FFMPEG)
+constexpr const char* pictureHelp = "Anything that FFmpeg reads";
+#else
+constexpr const char* pictureHelp = "A PNG file";
+#endif
+
 void ParseSize(const std::string& text, CRecordSettings& settings) {
   const auto side = [](std::string_view digits) {
     int value = 0;
@@ -159,6 +165,19 @@ CArguments ParseArguments(int count, char** values) {
       ->capture_default_str();
   AddRecordSettings(demo, demoOptions->settings);
   demo.final_callback([&] { arguments.run = [demoOptions] { return Demo(*demoOptions); }; });
+
+  auto histogramOptions = std::make_shared<CHistogramOptions>();
+  CLI::App& histogram = *app.add_subcommand(
+      "histogram", "Plot the gray values of a picture (no export: by the library's static twin)");
+  histogram.add_option("picture", histogramOptions->picture, pictureHelp)->required();
+  histogram
+      .add_option("--mask", histogramOptions->mask,
+                  "Count inside of these polygons: JSON lists of x and y in turn, 16384 being the "
+                  "picture's width on both axes")
+      ->option_text("FILE.json");
+  histogram.add_option("--png", histogramOptions->png, "Draw the plot")->option_text("FILE");
+  histogram.final_callback(
+      [&] { arguments.run = [histogramOptions] { return Histogram(*histogramOptions); }; });
 
   try {
     app.parse(count, values);

@@ -35,3 +35,9 @@ struct CDemoOptions {
   CRecordSettings settings;
 };
 int Demo(const CDemoOptions& options);
+
+struct CHistogramOptions {
+  std::string picture;
+  std::string mask, png;  // empty: none
+};
+int Histogram(const CHistogramOptions& options);

@@ -1,12 +1,9 @@
-#include "client/picture_forms.h"
+#include "client/picture_io.h"
 #include "client/picture_sink.h"
 #include "client/text.h"
 
-#include <cerrno>
 #include <cinttypes>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -19,13 +16,7 @@ class CPngOutput : public IPictureSink {
   }
 
   void Write(const CFrame& picture, std::int64_t index) override {
-    const std::filesystem::path path = folder / Text("%06" PRId64 ".png", index);
-    const std::span<const std::uint8_t> bytes = coder->Code(picture);
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file) throw CError(path.string() + ": cannot write: " + std::strerror(errno));
+    WritePng((folder / Text("%06" PRId64 ".png", index)).string(), picture, *coder);
   }
 
   void Close() override {}

@@ -13,16 +13,16 @@ class CError : public std::runtime_error {
 };
 
 #if defined(__MINGW_PRINTF_FORMAT)
-#define ZT_PRINTF_LIKE __attribute__((format(__MINGW_PRINTF_FORMAT, 1, 2)))
+#define ZTCLIENT_PRINTF_LIKE __attribute__((format(__MINGW_PRINTF_FORMAT, 1, 2)))
 #elif defined(__GNUC__)
-#define ZT_PRINTF_LIKE __attribute__((format(printf, 1, 2)))
+#define ZTCLIENT_PRINTF_LIKE __attribute__((format(printf, 1, 2)))
 #else
-#define ZT_PRINTF_LIKE
+#define ZTCLIENT_PRINTF_LIKE
 #endif
 
 // printf into a string.
-[[nodiscard]] std::string Text(const char* format, ...) ZT_PRINTF_LIKE;
-#undef ZT_PRINTF_LIKE
+[[nodiscard]] std::string Text(const char* format, ...) ZTCLIENT_PRINTF_LIKE;
+#undef ZTCLIENT_PRINTF_LIKE
 
 // "15.9 kB"; decimal units.
 [[nodiscard]] std::string ByteText(std::uint64_t bytes);

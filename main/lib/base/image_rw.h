@@ -93,6 +93,7 @@ class TCImageView {
 
   void Reset() { *this = TCImageView(); }
   [[nodiscard]] bool IsEmpty() const { return !data || !owner; }
+  [[nodiscard]] bool Assigned() const { return data != nullptr; }
 
   // 32-bit offsets: CheckImageSize keeps all of an image within them.
   [[nodiscard]] T* PtrAt(std::int32_t x, std::int32_t y) const { return data + (y * scanline + x); }
