@@ -30,7 +30,7 @@ bool Look(const CTable& table, CPointF point, float& value) {
   if (!table.KeyOf(point, key) || !(key >= table.minimumKey && key <= table.maximumKey))
     return false;
   value = table.Get(key);
-  return true;
+  return std::isfinite(value);  // lengths near the end of float are not
 }
 
 }  // namespace

@@ -262,7 +262,9 @@ bool CCalibrator3D::Height(CPointF foot, CPointF head, float& meters) {
   if (!carrier.atReference) top = Carry(carrier, *top, carrier.referenceVertical);
   float key = 0;
   if (!top || !zTable.KeyOf(*top, key) || !(key <= zTable.maximumKey)) return false;
-  meters = zTable.Get(key);
+  const float height = zTable.Get(key);
+  if (!std::isfinite(height)) return false;
+  meters = height;
   return true;
 }
 
