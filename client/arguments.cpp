@@ -179,6 +179,40 @@ CArguments ParseArguments(int count, char** values) {
   histogram.final_callback(
       [&] { arguments.run = [histogramOptions] { return Histogram(*histogramOptions); }; });
 
+  auto motionOptions = std::make_shared<CMotionOptions>();
+  CLI::App& motion = *app.add_subcommand("motion", "Watch a video or a .zts file for motion");
+  motion.add_option("input", motionOptions->input, "As for record, or coded frames (.zts)")
+      ->required();
+  motion
+      .add_option("--config", motionOptions->config,
+                  "Configuration of the detectors as JSON; one with defaults if not given")
+      ->option_text("FILE");
+  motion
+      .add_option("--width", motionOptions->width,
+                  "Columns at most of the pictures that the detectors get")
+      ->check(CLI::Range(4, maxJpegSide))
+      ->capture_default_str();
+  motion.add_option("--frames", motionOptions->frames, "Stop after so many frames")
+      ->check(CLI::PositiveNumber);
+  motion.add_option("--fps", motionOptions->framesPerSecond, "Frame rate of a .zts file")
+      ->check(CLI::Range(0.01, 1000.0))
+      ->capture_default_str();
+  motion.add_option("--json", motionOptions->json, "Write all results as JSON")
+      ->option_text("FILE");
+  motion.add_option("--png", motionOptions->pngFolder, "Write pictures with the motion in them")
+      ->option_text("DIR");
+  motion.add_option("--video", motionOptions->video, "Write them as a video, lossless in .mkv")
+      ->option_text("FILE");
+  motion.final_callback(
+      [&] { arguments.run = [motionOptions] { return Motion(*motionOptions); }; });
+
+  auto treeOptions = std::make_shared<CTreeOptions>();
+  CLI::App& tree =
+      *app.add_subcommand("tree", "Turn a tagged block into JSON and JSON into a tagged block");
+  tree.add_option("input", treeOptions->input, "A tagged block, or a tree as JSON")->required();
+  tree.add_flag("--json", treeOptions->isCompact, "For programs: JSON on one line");
+  tree.final_callback([&] { arguments.run = [treeOptions] { return Tree(*treeOptions); }; });
+
   try {
     app.parse(count, values);
   } catch (const CLI::Success& request) {

@@ -41,3 +41,19 @@ struct CHistogramOptions {
   std::string mask, png;  // empty: none
 };
 int Histogram(const CHistogramOptions& options);
+
+struct CMotionOptions {
+  std::string input;
+  std::string config;  // empty: one detector with the library's defaults
+  int width = 320;     // at most, of what the detectors get
+  std::int64_t frames = 0;
+  double framesPerSecond = 25;  // of a .zts file
+  std::string json, pngFolder, video;
+};
+int Motion(const CMotionOptions& options);
+
+struct CTreeOptions {
+  std::string input;
+  bool isCompact = false;
+};
+int Tree(const CTreeOptions& options);

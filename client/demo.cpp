@@ -7,11 +7,9 @@
 #include "client/moment.h"
 #include "client/progress_bar.h"
 #include "client/synthetic_scene.h"
+#include "client/whole_file.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -32,13 +30,6 @@ constexpr std::size_t momentCount = 3;
 
 bool IsShown(std::int64_t index, std::int64_t expected) {
   return index == 0 || index == expected / 6 || index == expected / 2 || index == expected * 5 / 6;
-}
-
-void WriteFile(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << text;
-  file.close();
-  if (!file) throw CError(path.string() + ": cannot write: " + std::strerror(errno));
 }
 
 // One coding of the clip, written to a file and played back.
@@ -135,7 +126,7 @@ int Demo(const CDemoOptions& options) {
                        std::move(moments),
                        blockView.Finish()};
   const std::filesystem::path page = folder / "report.html";
-  WriteFile(page, HtmlReport(report));
+  WriteWholeFile(page, HtmlReport(report));
   Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");
   return 0;
 }

@@ -11,12 +11,6 @@ namespace {
 // The handler runs on the thread whose call has failed, before that call returns.
 thread_local std::string failure;
 
-// A ztlib_output whose `user` is a vector of bytes.
-void StoreBytes(void* user, const void* data, std::uint32_t size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
-}
-
 }  // namespace
 
 CSession::CSession(bool verbose) {
@@ -42,6 +36,11 @@ void ClearFailure() {
 
 void ThrowFailure() {
   if (!failure.empty()) throw CLibraryError(failure);
+}
+
+void StoreBytes(void* user, const void* data, std::uint32_t size) {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
 }
 
 void CPoolDelete::operator()(CFrame* frame) const {

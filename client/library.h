@@ -32,6 +32,9 @@ void ClearFailure();
 // Throws CLibraryError if a call of this thread has failed since ClearFailure.
 void ThrowFailure();
 
+// A ztlib_output whose `user` is a vector of bytes.
+void StoreBytes(void* user, const void* data, std::uint32_t size);
+
 struct CImageDelete {
   void operator()(void* image) const { ztlib_ztimage_destroy(image); }
 };

@@ -25,7 +25,10 @@ CMediaInput::CMediaInput(const std::string& path) : name(path) {
 bool CMediaInput::Next(AVFrame& picture) {
   for (;;) {
     const int result = avcodec_receive_frame(codec.get(), &picture);
-    if (result == 0) return true;
+    if (result == 0) {
+      Clock(picture);
+      return true;
+    }
     if (result == AVERROR_EOF) return false;
     if (result == AVERROR(EAGAIN))
       Feed();
@@ -34,6 +37,20 @@ bool CMediaInput::Next(AVFrame& picture) {
     else
       AvCheck(result, name + ": cannot decode");
   }
+}
+
+void CMediaInput::Clock(const AVFrame& picture) {
+  constexpr AVRational millisecond{1, 1000};
+  const std::int64_t own = picture.best_effort_timestamp;
+  const std::int64_t now =
+      own == AV_NOPTS_VALUE ? firstTimeMs + av_rescale_q(pictures, av_inv_q(frameRate), millisecond)
+                            : av_rescale_q(own, input->streams[stream]->time_base, millisecond);
+  if (pictures++ == 0) firstTimeMs = now;
+  timeMs = now - firstTimeMs;
+}
+
+std::string CMediaInput::Damage() const {
+  return damagedPackets == 0 ? "" : CountText(damagedPackets, "damaged packet") + " passed over";
 }
 
 void CMediaInput::Feed() {

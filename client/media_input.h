@@ -8,12 +8,11 @@ class CMediaInput : public IPictureSource {
   explicit CMediaInput(const std::string& name);
 
   bool Next(AVFrame& picture) override;
+  [[nodiscard]] std::int64_t TimeMs() const override { return timeMs; }
   [[nodiscard]] std::string Name() const override { return name; }
   [[nodiscard]] AVRational FrameRate() const override { return frameRate; }
   [[nodiscard]] std::int64_t Count() const override { return count; }
-
-  // Packets that could not be decoded and were passed over.
-  [[nodiscard]] std::int64_t DamagedPackets() const { return damagedPackets; }
+  [[nodiscard]] std::string Damage() const override;
 
  private:
   struct CClose {
@@ -22,6 +21,8 @@ class CMediaInput : public IPictureSource {
 
   // Feeds the codec one packet, or the end of the stream.
   void Feed();
+  // Goes by the picture's own time, by the frame rate if it has none.
+  void Clock(const AVFrame& picture);
 
   std::string name;
   std::unique_ptr<AVFormatContext, CClose> input;
@@ -31,4 +32,5 @@ class CMediaInput : public IPictureSource {
   AVRational frameRate{25, 1};
   std::int64_t count = 0;
   std::int64_t damagedPackets = 0;
+  std::int64_t pictures = 0, firstTimeMs = 0, timeMs = 0;
 };

@@ -24,9 +24,8 @@ int Record(const CRecordOptions& options) {
   }
   if (!file) throw CError(options.input + ": no picture in it");
   file->Close();
-  if (input.DamagedPackets() > 0)
-    Complain(options.input + ": " + CountText(input.DamagedPackets(), "damaged packet") +
-             " passed over");
+  if (const std::string damage = input.Damage(); !damage.empty())
+    Complain(options.input + ": " + damage);
 
   const CEncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;

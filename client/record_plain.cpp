@@ -15,3 +15,7 @@ int Record(const CRecordOptions&) {
 int Demo(const CDemoOptions&) {
   NeedsFfmpeg();
 }
+
+int Motion(const CMotionOptions&) {
+  NeedsFfmpeg();
+}

@@ -13,6 +13,7 @@ class CSyntheticScene : public IPictureSource {
   CSyntheticScene(int width, int height, std::int64_t frames);
 
   bool Next(AVFrame& picture) override;
+  [[nodiscard]] std::int64_t TimeMs() const override { return 40 * (index - 1); }
   [[nodiscard]] std::string Name() const override { return "synthetic street scene"; }
   [[nodiscard]] AVRational FrameRate() const override { return {25, 1}; }
   [[nodiscard]] std::int64_t Count() const override { return count; }

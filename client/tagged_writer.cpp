@@ -2,38 +2,37 @@
 
 #include <cassert>
 
-namespace {
-
-std::string LittleEndian(std::uint32_t value) {
+std::string NumberBytes(std::uint64_t value, int size) {
   std::string bytes;
-  for (int shift = 0; shift < 32; shift += 8)
-    bytes += static_cast<char>(value >> shift & 0xFF);
+  for (int i = 0; i < size; ++i)
+    bytes += static_cast<char>(value >> 8 * i & 0xFF);
   return bytes;
 }
 
-}  // namespace
-
 CTaggedWriter& CTaggedWriter::Int(std::string_view name, std::int32_t value) {
-  Element('I', name, LittleEndian(static_cast<std::uint32_t>(value)));
-  return *this;
+  return Element('I', name, NumberBytes(static_cast<std::uint32_t>(value), 4));
 }
 
 CTaggedWriter& CTaggedWriter::Bool(std::string_view name, bool value) {
-  Element('B', name, value ? std::string_view("\1", 1) : std::string_view("\0", 1));
+  return Element('B', name, NumberBytes(value, 1));
+}
+
+CTaggedWriter& CTaggedWriter::Node(std::string_view name, const CTaggedWriter& node) {
+  return Element('@', name, node.bytes);
+}
+
+CTaggedWriter& CTaggedWriter::Element(char tag, std::string_view name, std::string_view value) {
+  assert(name.size() <= maxNameSize);
+  bytes.pop_back();
+  bytes += tag;
+  bytes += static_cast<char>(name.size());
+  bytes += name;
+  bytes += NumberBytes(value.size(), 4);
+  bytes += value;
+  bytes += '\0';
   return *this;
 }
 
 ztlib_blob CTaggedWriter::Block() const {
   return {bytes.data(), bytes.size()};
-}
-
-void CTaggedWriter::Element(char tag, std::string_view name, std::string_view value) {
-  assert(name.size() < 128);  // the reader takes the length as a signed byte
-  bytes.pop_back();
-  bytes += tag;
-  bytes += static_cast<char>(name.size());
-  bytes += name;
-  bytes += LittleEndian(static_cast<std::uint32_t>(value.size()));
-  bytes += value;
-  bytes += '\0';
 }

@@ -1,0 +1,198 @@
+#include "client/coded_input.h"
+#include "client/commands.h"
+#include "client/console.h"
+#include "client/media_input.h"
+#include "client/motion_events.h"
+#include "client/motion_overlay.h"
+#include "client/motion_watch.h"
+#include "client/picture_sink.h"
+#include "client/tree_json.h"
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+std::unique_ptr<IPictureSource> OpenSource(const CMotionOptions& options) {
+  if (std::filesystem::path(options.input).extension() == ".zts")
+    return std::make_unique<CCodedInput>(options.input, options.framesPerSecond);
+  return std::make_unique<CMediaInput>(options.input);
+}
+
+std::vector<std::vector<CMotionBlob>> BlobsOf(const CMotionResult& result,
+                                              const CMotionWatch& watch) {
+  std::vector<std::vector<CMotionBlob>> blobs;
+  for (std::size_t i = 0; i < result.detectors.size(); ++i)
+    blobs.push_back(
+        FindBlobs(result.detectors[i], watch.Counted()[i], watch.Width(), watch.Height()));
+  return blobs;
+}
+
+void PrintFrame(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+                const std::vector<std::vector<CMotionBlob>>& blobs) {
+  std::string line = Text("%9" PRId64 "  %11s  ", index, TimeText(timeMs).c_str());
+  const std::string alarm = result.isSignal ? "ALARM" : Text("%.0f %%", result.Progress());
+  if (!result.hasFigures) {
+    Print(Output(), line + Text("%9s  %6s\n", "-", result.isSignal ? "ALARM" : "-"));
+    return;
+  }
+  std::size_t count = 0;
+  const CMotionBlob* largest = nullptr;
+  for (const std::vector<CMotionBlob>& list : blobs) {
+    count += list.size();
+    if (!list.empty() && (!largest || list[0].pixels > largest->pixels)) largest = &list[0];
+  }
+  line += Text("%9.3f  %6s  %5zu", result.detectPercent, alarm.c_str(), count);
+  if (largest)
+    line += Text("  %dx%d at %d,%d", largest->width, largest->height, largest->left, largest->top);
+  Print(Output(), line + "\n");
+}
+
+Json EventJson(const CMotionEvent& event) {
+  return {{"startMs", event.startMs},
+          {"endMs", event.isOpen ? Json() : Json(event.endMs)},
+          {"lengthMs", event.LengthMs()},
+          {"frames", event.frames},
+          {"highestPercent", event.highestPercent},
+          {"highestMs", event.highestMs},
+          {"meanPercent", event.MeanPercent()}};
+}
+
+// Written frame by frame: a camera may run for days.
+class CJsonOutput {
+ public:
+  explicit CJsonOutput(const std::string& target)
+      : path(target), file(target, std::ios::binary | std::ios::trunc) {
+    Check();
+  }
+
+  void Begin(const CMotionOptions& options, const CMotionWatch& watch) {
+    Json detectors = Json::array();
+    for (const CDetectorSettings& detector : watch.Settings().detectors)
+      detectors.push_back({{"signalPercent", detector.signalPercent},
+                           {"restorePercent", detector.restorePercent},
+                           {"polygons", detector.polygons}});
+    Field("input", options.input);
+    Field("width", watch.Width());
+    Field("height", watch.Height());
+    Field("violationTimeMs", watch.Settings().violationMs);
+    Field("detectors", detectors);
+    file << ",\n\"frames\": [";
+  }
+
+  void Add(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+           const std::vector<std::vector<CMotionBlob>>& blobs) {
+    Json frame{{"index", index}, {"timeMs", timeMs}, {"signal", result.isSignal}};
+    if (result.hasFigures) {
+      frame["percent"] = result.detectPercent;
+      frame["progress"] = result.Progress();
+      Json& detectors = frame["detectors"] = Json::array();
+      for (std::size_t i = 0; i < blobs.size(); ++i) {
+        Json areas = Json::array();
+        for (const CMotionBlob& blob : blobs[i])
+          areas.push_back({{"x", blob.left},
+                           {"y", blob.top},
+                           {"width", blob.width},
+                           {"height", blob.height},
+                           {"pixels", blob.pixels}});
+        detectors.push_back({{"detectPercent", result.detectors[i].detectPercent},
+                             {"alarmPercent", result.detectors[i].alarmPercent},
+                             {"blobs", std::move(areas)}});
+      }
+    }
+    file << (isFirstFrame ? "\n" : ",\n") << frame.dump();
+    isFirstFrame = false;
+    Check();
+  }
+
+  void End(const CMotionEvents& events) {
+    Json list = Json::array();
+    for (const CMotionEvent& event : events.Events())
+      list.push_back(EventJson(event));
+    file << "\n]";
+    Field("events", list);
+    file << "\n}\n";
+    file.close();
+    Check();
+  }
+
+ private:
+  void Field(const char* name, const Json& value) {
+    file << (isFirstField ? "{\n\"" : ",\n\"") << name
+         << "\": " << value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    isFirstField = false;
+  }
+  void Check() const {
+    if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
+  }
+
+  std::string path;
+  std::ofstream file;
+  bool isFirstField = true, isFirstFrame = true;
+};
+
+std::string Summary(const CMotionEvents& events) {
+  std::string text;
+  std::size_t number = 0;
+  for (const CMotionEvent& event : events.Events())
+    text +=
+        Text("alarm %zu: from %s %s %s, %s long, highest %.2f %% at %s, mean %.2f %%\n", ++number,
+             TimeText(event.startMs).c_str(), event.isOpen ? "beyond the end at" : "to",
+             TimeText(event.endMs).c_str(), TimeText(event.LengthMs()).c_str(),
+             event.highestPercent, TimeText(event.highestMs).c_str(), event.MeanPercent());
+  return text;
+}
+
+}  // namespace
+
+int Motion(const CMotionOptions& options) {
+  const std::unique_ptr<IPictureSource> source = OpenSource(options);
+  CMotionWatch watch(ReadMotionSettings(options.config), options.width);
+  std::vector<std::unique_ptr<IPictureSink>> sinks;
+  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(options.pngFolder));
+  if (!options.video.empty())
+    sinks.push_back(NewVideoOutput(options.video, av_q2d(source->FrameRate())));
+  std::optional<CJsonOutput> json;
+  if (!options.json.empty()) json.emplace(options.json);
+
+  const FramePtr picture = NewFrame();
+  CMotionOverlay overlay;
+  CMotionEvents events;
+  std::int64_t frames = 0;
+  while ((options.frames == 0 || frames < options.frames) && source->Next(*picture)) {
+    const std::int64_t timeMs = source->TimeMs();
+    const CMotionResult& result = watch.Look(*picture, timeMs);
+    const auto blobs = BlobsOf(result, watch);
+    events.Add(result, timeMs);
+    if (frames == 0) {
+      Print(Output(), "    frame         time  percent %   alarm  blobs  largest\n");
+      if (json) json->Begin(options, watch);
+    }
+    PrintFrame(frames, timeMs, result, blobs);
+    if (json) json->Add(frames, timeMs, result, blobs);
+    if (!sinks.empty()) {
+      const AVFrame& shown = overlay.Draw(*picture, watch, result);
+      for (const auto& sink : sinks)
+        sink->Write(shown, frames);
+    }
+    ++frames;
+  }
+  const std::string damage = source->Damage();
+  if (frames == 0)
+    throw CError(options.input + ": " + (damage.empty() ? "no picture in it" : damage));
+  for (const auto& sink : sinks)
+    sink->Close();
+  if (json) json->End(events);
+  Print(Output(),
+        Summary(events) +
+            Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",
+                 options.input.c_str(), CountText(frames, "frame").c_str(), watch.Width(),
+                 watch.Height(), CountText(std::int64_t(events.Events().size()), "alarm").c_str(),
+                 TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond()));
+  if (damage.empty()) return 0;
+  Complain(options.input + ": " + damage);
+  return 1;
+}

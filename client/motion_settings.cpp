@@ -1,0 +1,87 @@
+#include "client/motion_settings.h"
+
+#include "client/console.h"
+#include "client/tagged_reader.h"
+#include "client/text.h"
+#include "client/tree_json.h"
+#include "client/whole_file.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace {
+
+constexpr std::size_t maxDetectors = 8;
+
+// An object whose names are keys.
+bool IsRecord(const Json& json) {
+  return json.is_object() && (json.empty() || !json.begin().key().starts_with('$'));
+}
+
+void CheckKeys(const Json& record, std::initializer_list<std::string_view> known,
+               const std::string& name) {
+  for (const auto& [key, value] : record.items())
+    if (std::find(known.begin(), known.end(), key) == known.end())
+      Complain(name + ": " + key + " is no key of motion detection");
+}
+
+// Of a detector only doubles count as such; people also write whole numbers.
+void Prepare(Json& detector, const std::string& name) {
+  CheckKeys(detector,
+            {"Sensitivity", "MotionPercent", "HighVarianceReduction", "MeltinReduction",
+             "AlternativeVarianceHandling", "ForbidHighSensitivityStart", "BinaryOutputMode",
+             "Masks", "GenerateMetadata", "ViolationTimeMs", "RestoreDelayMs"},
+            name);
+  for (const char* key : {"Sensitivity", "MotionPercent"})
+    if (detector.contains(key) && detector[key].is_number())
+      detector[key] = detector[key].get<double>();
+}
+
+CDetectorSettings SettingsOf(std::span<const std::uint8_t> detector) {
+  CDetectorSettings settings;
+  if (const auto percent = Find(detector, "MotionPercent", 'F')) {
+    settings.signalPercent = std::max(0.001, DoubleOf(*percent));
+    settings.restorePercent = settings.signalPercent * 0.66667;
+  }
+  const auto masks = Find(detector, "Masks", '@');
+  CTaggedReader reader(masks ? masks->value : std::span<const std::uint8_t>());
+  while (const auto polygon = reader.Next()) {
+    if (polygon->subtype != '2' || polygon->value.size() < 4) continue;
+    settings.polygons.emplace_back();
+    for (std::size_t i = 0; i < polygon->value.size(); i += 2)
+      settings.polygons.back().push_back(
+          static_cast<std::int16_t>(UnsignedOf(polygon->value.subspan(i, 2))));
+  }
+  return settings;
+}
+
+}  // namespace
+
+CMotionSettings ParseMotionSettings(const std::string& text, const std::string& name) {
+  Json tree = ParseJson(text, name);
+  if (IsRecord(tree)) {
+    CheckKeys(tree, {"ViolationTimeMs", "RestoreDelayMs", "GenerateMetadata", "Configs"}, name);
+    if (tree.contains("Configs") && tree["Configs"].is_array())
+      for (Json& detector : tree["Configs"])
+        if (IsRecord(detector)) Prepare(detector, name);
+  }
+  CMotionSettings settings;
+  settings.block = BlockOf(tree, name).Bytes();
+  const std::span block(reinterpret_cast<const std::uint8_t*>(settings.block.data()),
+                        settings.block.size());
+  for (const char tag : {'I', 'Q'})
+    if (const auto violation = Find(block, "ViolationTimeMs", tag))
+      settings.violationMs = static_cast<std::int64_t>(UnsignedOf(violation->value));
+  const auto configs = Find(block, "Configs", '@');
+  CTaggedReader reader(configs ? configs->value : std::span<const std::uint8_t>());
+  while (const auto detector = reader.Next())
+    if (detector->tag == '@' && settings.detectors.size() < maxDetectors)
+      settings.detectors.push_back(SettingsOf(detector->value));
+  if (settings.detectors.empty()) settings.detectors.emplace_back();
+  return settings;
+}
+
+CMotionSettings ReadMotionSettings(const std::string& path) {
+  if (path.empty()) return ParseMotionSettings("{}", "defaults");
+  return ParseMotionSettings(ReadWholeFile(path), path);
+}

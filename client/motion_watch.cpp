@@ -1,0 +1,60 @@
+#include "client/motion_watch.h"
+
+#include "client/library.h"
+#include "client/motion_area.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// The library takes rows of whole groups of four pixels.
+constexpr int widthStep = 4;
+// Its times count from 1601, and one at the start of 1970 stands for none: videos begin in 2000.
+constexpr std::int64_t startOfTime = 12'591'158'400'000;
+
+}  // namespace
+
+CMotionWatch::CMotionWatch(CMotionSettings motionSettings, int mostColumns)
+    : settings(std::move(motionSettings)), maxWidth(mostColumns) {
+  ClearFailure();
+  context = ztlib_simplemotion_create();
+  ThrowFailure();
+}
+
+CMotionWatch::~CMotionWatch() {
+  ztlib_simplemotion_destroy(context);
+}
+
+void CMotionWatch::Open(const AVFrame& first) {
+  width = std::max(widthStep, std::min(maxWidth, first.width) / widthStep * widthStep);
+  height = std::max(1, static_cast<int>(av_rescale(first.height, width, first.width)));
+  for (const CDetectorSettings& detector : settings.detectors)
+    counted.push_back(CountedPixels(detector, width, height));
+  const ztlib_blob config{settings.block.data(), settings.block.size()};
+  ClearFailure();
+  ztlib_simplemotion_configure(context, &config, width, height);
+  ThrowFailure();
+}
+
+const CMotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64_t timeMs) {
+  if (width == 0) Open(picture);
+  const AVFrame& gray = scaler.Convert(picture, AV_PIX_FMT_GRAY8, width, height);
+  PoolFramePtr plane = NewPoolFrame(width, height, ZTLIB_GRAY);
+  for (int y = 0; y < height; ++y)
+    std::memcpy(plane->data[0] + std::ptrdiff_t{y} * plane->linesize[0],
+                gray.data[0] + std::ptrdiff_t{y} * gray.linesize[0],
+                static_cast<std::size_t>(width));
+  const ImagePtr image = WrapFrame(ZTLIB_GRAY, std::move(plane));
+  ClearFailure();
+  const bool isSignal = detect.Run([&] {
+    return ztlib_simplemotion_detect(context, &block, StoreBytes, image.get(),
+                                     startOfTime + timeMs);
+  });
+  ThrowFailure();
+  result = ReadMotionResult(block, isSignal);
+  if (!result.isConfigured)
+    throw CLibraryError("the motion detectors refused their configuration (see -v)");
+  return result;
+}

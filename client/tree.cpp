@@ -1,0 +1,22 @@
+#include "client/commands.h"
+#include "client/console.h"
+#include "client/text.h"
+#include "client/tree_json.h"
+#include "client/whole_file.h"
+
+int Tree(const CTreeOptions& options) {
+  const std::string file = ReadWholeFile(options.input);
+  // No block begins like a JSON text: neither its tags nor its end are such bytes.
+  const std::size_t start = file.find_first_not_of(" \t\r\n");
+  if (start != file.npos && (file[start] == '{' || file[start] == '[')) {
+    Print(Output(), BlockOf(ParseJson(file, options.input), options.input).Bytes());
+    return 0;
+  }
+  std::optional<std::size_t> damage;
+  const Json tree =
+      TreeOf({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()}, damage);
+  Print(Output(), (options.isCompact ? tree.dump() : PrettyText(tree)) + "\n");
+  if (!damage) return 0;
+  Complain(options.input + Text(": offset %zu: no element of a tree", *damage));
+  return 1;
+}
