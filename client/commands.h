@@ -57,3 +57,8 @@ struct CTreeOptions {
   bool isCompact = false;
 };
 int Tree(const CTreeOptions& options);
+
+struct CCalibrateOptions {
+  std::string picture, configuration, picturePng;
+};
+int Calibrate(const CCalibrateOptions& options);

@@ -6,6 +6,7 @@
 #include "client/media_input.h"
 #include "client/moment.h"
 #include "client/progress_bar.h"
+#include "client/scene_ground.h"
 #include "client/synthetic_scene.h"
 #include "client/whole_file.h"
 
@@ -91,6 +92,8 @@ int Demo(const CDemoOptions& options) {
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::vector<CMoment> moments;
+  const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
+  std::optional<CGroundPicture> ground;
   {
     CProgressBar progress("demo");
     while (recorder.Step()) {
@@ -105,6 +108,8 @@ int Demo(const CDemoOptions& options) {
       differential.Add(coder.Coded(), plainCoder->Input());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
+      if (scene && index == recorder.Expected() / 6)
+        ground = MeasureGround(*scene, index, plain.Rgb(), momentMaker);
       if (IsShown(index, recorder.Expected()))
         moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
                                            differential.Rgb()));
@@ -124,7 +129,8 @@ int Demo(const CDemoOptions& options) {
                        plain.Finish(*plainCoder),
                        differential.Finish(recorder.Coder()),
                        std::move(moments),
-                       blockView.Finish()};
+                       blockView.Finish(),
+                       std::move(ground)};
   const std::filesystem::path page = folder / "report.html";
   WriteWholeFile(page, HtmlReport(report));
   Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");

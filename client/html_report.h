@@ -42,6 +42,17 @@ struct CBlockPictures {
   double highestShare = 0;  // of the differential frames, of the block that was sent most
 };
 
+// The ground of a scene whose camera is known, calibrated by what a user would mark in the picture.
+struct CGroundPicture {
+  struct CPerson {
+    double truth = 0, measured = 0;  // heights in meters
+  };
+  std::int64_t index = 0;
+  double width = 0, depth = 0, mark = 0;  // of what was marked, in meters
+  std::string drawnJpeg;
+  std::vector<CPerson> people;
+};
+
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
@@ -49,6 +60,7 @@ struct CReport {
   CCoding plain, differential;
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
+  std::optional<CGroundPicture> ground;  // of the synthetic scene
 };
 
 // How much stronger than they are the differences of the detail are shown.

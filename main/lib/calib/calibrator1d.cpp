@@ -141,11 +141,13 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
 
   rangeStart = firstValue;
   rangeEnd = lastValue;
-  std::vector<CSample> samples{{0, firstValue}, {keyOfEnd, lastValue}};
-  Subdivide(samples, corners, firstValue, lastValue, minimumStep, 0);
-  keys.reserve(samples.size());
-  values.reserve(samples.size());
-  for (const CSample& sample : samples) {
+  CSubdivision subdivision{{{0, firstValue}, {keyOfEnd, lastValue}}, minimumStep};
+  Subdivide(subdivision, corners, firstValue, lastValue, 0);
+  if (subdivision.isTooDeep)
+    ZT_LOG(1, source, __LINE__, "C1DCalibrator::Error. You shouldn't read this message");
+  keys.reserve(subdivision.samples.size());
+  values.reserve(subdivision.samples.size());
+  for (const CSample& sample : subdivision.samples) {
     keys.push_back(sample.key);
     values.push_back(sample.value);
   }
@@ -154,13 +156,13 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
 
 // The diagonals of a rectangle cross at its centre, in perspective too. Every branch ends: at the
 // step, at the limits, or where rounding puts its key beside the gap that it ought to split.
-void CMyAssignTable::Subdivide(std::vector<CSample>& samples, const Corners& corners,
-                               float firstValue, float lastValue, float minimumStep,
-                               int depth) const {
+void CMyAssignTable::Subdivide(CSubdivision& subdivision, const Corners& corners, float firstValue,
+                               float lastValue, int depth) const {
   if (depth > deepestBranch) {
-    ZT_LOG(1, source, __LINE__, "C1DCalibrator::Error. You shouldn't read this message");
+    subdivision.isTooDeep = true;
     return;
   }
+  std::vector<CSample>& samples = subdivision.samples;
   const auto& [p0, p1, p2, p3] = corners;
   const CLine end = Through(p0, p1);
   const std::optional<CPointF> center = Crossing(Through(p0, p3), Through(p1, p2));
@@ -174,11 +176,11 @@ void CMyAssignTable::Subdivide(std::vector<CSample>& samples, const Corners& cor
       std::lower_bound(samples.begin(), samples.end(), key,
                        [](const CSample& sample, float sought) { return sample.key < sought; });
   if (above == samples.begin() || above == samples.end() || !(key < above->key)) return;
-  if (above->key - (above - 1)->key < minimumStep) return;
+  if (above->key - (above - 1)->key < subdivision.minimumStep) return;
   const float mean = (firstValue + lastValue) * 0.5F;
   samples.insert(above, {key, mean});
-  Subdivide(samples, {p0, p1, *a, *b}, firstValue, mean, minimumStep, depth + 1);
-  Subdivide(samples, {*a, *b, p2, p3}, mean, lastValue, minimumStep, depth + 1);
+  Subdivide(subdivision, {p0, p1, *a, *b}, firstValue, mean, depth + 1);
+  Subdivide(subdivision, {*a, *b, p2, p3}, mean, lastValue, depth + 1);
 }
 
 void CMyAssignTable::Extend(const Corners& corners, float minimumStep, float meterBefore,

@@ -61,12 +61,17 @@ class C1DCalibrator {
     struct CSample {
       float key, value;
     };
+    struct CSubdivision {
+      std::vector<CSample> samples;  // by key
+      float minimumStep;
+      bool isTooDeep = false;
+    };
 
     // The table of one quadrilateral, without extension.
     bool Build(const Corners& corners, CPointF start, float firstValue, float lastValue,
                float minimumStep);
-    void Subdivide(std::vector<CSample>& samples, const Corners& corners, float firstValue,
-                   float lastValue, float minimumStep, int depth) const;
+    void Subdivide(CSubdivision& subdivision, const Corners& corners, float firstValue,
+                   float lastValue, int depth) const;
     void Extend(const Corners& corners, float minimumStep, float meterBefore, float meterBehind);
     // Leaves only what ascends; false if that is no table.
     bool Tidy();
