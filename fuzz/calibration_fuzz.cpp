@@ -1,23 +1,12 @@
 #include "fuzz/require.h"
 #include "main/lib/calib/calibrator3d.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 
 namespace {
-
-void RequireSound(const CAssignTable& table) {
-  for (const std::vector<float>* samples : {&table.keys, &table.values}) {
-    Require(samples->size() >= 2 && samples->size() == table.keys.size());
-    Require(std::isfinite(samples->front()) && std::isfinite(samples->back()));
-    Require(std::adjacent_find(samples->begin(), samples->end(), std::greater_equal<>()) ==
-            samples->end());
-  }
-}
 
 // Any answer is good, but one that is given is a number and within the table.
 void Measure(CCalibrator3D& calibrator, CPointF point) {
@@ -36,25 +25,14 @@ void Measure(CCalibrator3D& calibrator, CPointF point) {
 
 }  // namespace
 
-// A point, the corners and the length of a table, then a tree: the calibrator is configured with it
-// twice, and a second one with what the first gives out.
+// A point, then a tree: the calibrator is configured with it twice, and a second one with what the
+// first gives out.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  float numbers[5];
-  std::int32_t corners[8];
-  if (size < sizeof numbers + sizeof corners) return 0;
-  std::memcpy(numbers, data, sizeof numbers);
-  std::memcpy(corners, data + sizeof numbers, sizeof corners);
-  C1DCalibrator::CMyAssignTable table;
-  const auto& [c0, c1, c2, c3, c4, c5, c6, c7] = corners;
-  // Coordinates within some pictures: the many samples of larger ones only cost time.
-  const auto place = [](std::int32_t value) { return value % 65536; };
-  if (table.Configure(place(c0), place(c1), place(c2), place(c3), place(c4), place(c5), place(c6),
-                      place(c7), numbers[2], 88.7F, numbers[3], numbers[4]))
-    RequireSound(table);
-
+  float point[2];
+  if (size < sizeof point) return 0;
+  std::memcpy(point, data, sizeof point);
   CData tree;
-  Require(ParseTagged(tree, data + sizeof numbers + sizeof corners,
-                      size - sizeof numbers - sizeof corners));
+  Require(ParseTagged(tree, data + sizeof point, size - sizeof point));
   CCalibrator3D calibrator, second;
   calibrator.Configure(tree);
   const bool isConfigured = calibrator.IsConfigured(), isReady = calibrator.IsThreeDReady();
@@ -65,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     second.Configure(calibrator.GetConfig());
     Require(second.IsConfigured() && second.IsThreeDReady() == isReady);
   }
-  for (const CPointF point : {CPointF{numbers[0], numbers[1]}, {8192, 12000}, {1e-30F, -3e38F}})
-    Measure(calibrator, point);
+  for (const CPointF at : {CPointF{point[0], point[1]}, {8192, 12000}, {1e-30F, -3e38F}})
+    Measure(calibrator, at);
   return 0;
 }

@@ -359,42 +359,36 @@ def motion():
 
 
 def calibration():
-    def case(*elements, point=(8000, 9000), meter=7, before=70, behind=70,
-             corners=(8090, 9421, 563, 8755, 10342, 4864, 5734, 4659)):
-        return struct.pack("<5f8i", *point, meter, before, behind, *corners) + (
-            b"".join(elements) + b"\0")
+    def case(*elements):
+        return struct.pack("<2f", 8000, 9000) + b"".join(elements) + b"\0"
 
-    def numbers(kind, values):
-        return [tagged("I", name, u32(n)) if kind == "I" else tagged("F", name, struct.pack("<d", n))
-                for name, n in values.items()]
+    def doubles(**values):
+        return [tagged("F", name, struct.pack("<d", n)) for name, n in values.items()]
+
+    def corners(*coordinates):
+        return [tagged("I", f"{'XY'[i % 2]}{i // 2}Virtual", u32(n))
+                for i, n in enumerate(coordinates)]
 
     def marks(*segments, height=1.8):
-        names = ("X0Virtual", "Y0Virtual", "X1Virtual", "Y1Virtual")
-        return [tagged_node("RefSegment", *(
-            tagged_node("", *numbers("I", dict(zip(names, s)))) for s in segments))] + (
-                numbers("F", {"RefDistanceMeter": height}))
+        return doubles(RefDistanceMeter=height) + [
+            tagged_node("RefSegment", *(tagged_node("", *corners(*s)) for s in segments))]
 
-    def corners(*points):
-        return numbers("I", {f"{axis}{i}Virtual": n for i, p in enumerate(points)
-                             for axis, n in zip("XY", p)})
-
-    inside = (4000, 8000, 4000, 6000)
+    mark, leaning = (4000, 8000, 4000, 6000), (8000, 8000, 8100, 6000)
     yield "defaults", case()
-    yield "marks", case(*marks(inside, (8000, 8000, 8100, 6000)))
-    yield "parallel", case(*marks(inside, (8000, 8000, 8000, 6000)))
+    yield "marks", case(*marks(mark, leaning))
+    yield "parallel", case(*marks(mark, (8000, 8000, 8000, 6000)))
     yield "one_line", case(*marks((5000, 8000, 5000, 6000), (5000, 6000, 5000, 4700)))
-    yield "one_mark", case(*marks(inside))
-    yield "no_height", case(*marks(inside, inside, height=0))
-    yield "no_length", case(*marks(inside, (8000, 8000, 8100, 5000), (0, 0, 0, 0), height=1e300))
-    yield "zeros", case(*corners((0, 0), (0, 0), (0, 0), (0, 0)))
-    yield "square", case(*corners((4000, 9000), (9000, 9000), (9000, 4000), (4000, 4000)),
-                         *marks(inside, (8000, 8000, 8100, 6000)))
-    yield "crossed", case(*corners((4000, 9000), (9000, 9000), (4000, 4000), (9000, 4000)))
-    yield "huge", case(*corners((-2**31, 2**31 - 1), (2**31 - 1, 2**31 - 1), (2**31 - 1, -2**31),
-                                (-2**31, -2**31)), *marks((-2**31, 0, 2**31 - 1, 5), inside))
-    yield "line", case(corners=(0, 0, 1, 1, 2, 2, 3, 3))
-    yield "text", case(tagged("S", "X0Virtual", b"seven"), meter=float("nan"))
-    yield "lengths", case(*numbers("F", {"Distance01": 1e-6, "Distance03": float("inf")}))
+    yield "one_mark", case(*marks(mark))
+    yield "heights", case(*marks(mark, leaning, (0, 0, 0, 0), height=1e300))
+    yield "square", case(*corners(4000, 9000, 9000, 9000, 9000, 4000, 4000, 4000),
+                         *marks(mark, leaning))
+    yield "crossed", case(*corners(4000, 9000, 9000, 9000, 4000, 4000, 9000, 4000))
+    low, high = -2**31, 2**31 - 1
+    yield "huge", case(*corners(low, high, high, high, high, low, low, low),
+                       *marks((low, 0, high, 5), mark))
+    yield "noise", case(*corners(low, high, high, high, high, low, low, 4659))
+    yield "text", case(tagged("S", "X0Virtual", b"seven"))
+    yield "lengths", case(*doubles(Distance01=1e-6, Distance03=float("inf")))
 
 
 TARGETS = {

@@ -9,9 +9,14 @@ int Calibrate(const CCalibrateOptions& options) {
   const PoolFramePtr picture = ReadPicture(options.picture, ZTLIB_RGB);
   CCanvas canvas = CanvasOf(*picture);
   const CCalibrationView view(json, options.configuration, canvas.Width(), canvas.Height());
+  if (!view.HasGround()) {
+    std::string reasons;
+    for (const std::string& line : view.Log())
+      reasons += " " + line;
+    throw CError(options.configuration + ": gives no calibration." + reasons);
+  }
   for (const std::string& line : view.Log())
-    if (!view.HasGround() || line.starts_with("CCalibrator3D:")) Complain(line);
-  if (!view.HasGround()) throw CError(options.configuration + ": gives no calibration");
+    if (line.starts_with("CCalibrator3D:")) Complain(options.configuration + ": " + line);
   view.Draw(canvas);
   WritePng(options.picturePng, *PictureOf(canvas), *NewPngCoder());
   Print(Output(),
