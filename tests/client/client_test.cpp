@@ -66,8 +66,8 @@ TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
   const CY4m y4m = ParseY4m(Run("play @c.zts --pixels yuv --y4m -").output, width * height * 3);
   // Yellow on the edge of the rectangle alone: little blue difference.
   const auto blue = [&](int x, int y) { return y4m.frames.at(0)[width * (height + y) + x]; };
-  EXPECT_LT(blue(width / 2 + 20, 14165 * height / 16384), 80);
-  EXPECT_GT(blue(width / 2 + 20, 15800 * height / 16384), 100);
+  EXPECT_LT(blue(width / 2 + 20, 14165 * height / 16384), 95);
+  EXPECT_GT(blue(width / 2 + 20, 15800 * height / 16384), 105);
   write(R"({"Distance01": 0})");
   EXPECT_EQ(Run("calibrate @png/000000.png --config @c.json --out @d.png").status, 1);
   EXPECT_FALSE(std::filesystem::exists(Path("d.png")));

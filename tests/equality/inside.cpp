@@ -1,8 +1,9 @@
-// A fixed set of inputs through what the exports reach only in part: the conversion matrix and the
-// data tree.
+// A fixed set of inputs through what the exports reach only in part or not at all: the conversion
+// matrix, the data tree and calibration.
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
+#include "main/lib/calib/calibrator3d.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
 #include "tests/unit/rich_tree.h"
@@ -54,5 +55,28 @@ int main() {
       Mix(ParseTagged(tree, damaged.data(), damaged.size()));
       MixTree(tree);
     }
+  });
+  Step("calibration", [] {
+    CData tree;
+    tree.AddDouble(Tok::RefDistanceMeter, 1.8);
+    CData& marks = tree.AddChild(Tok::RefSegment);
+    for (const int x : {4000, 8000}) {
+      CData& mark = marks.AddChild(Tok::Empty);
+      const Token names[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual};
+      for (const auto& [i, value] : {std::pair(0, x), {1, 8000}, {2, x + 90}, {3, 6000}})
+        mark.AddInt(names[i], value);
+    }
+    CCalibrator3D calibrator;
+    calibrator.Configure(tree);
+    MixTree(calibrator.GetConfig());
+    for (float x = 0; x < 16384; x += 300)
+      for (float y = 0; y < 16384; y += 300) {
+        CPointF ground;
+        float meters = 0;
+        Mix(calibrator.GetGround({x, y}, ground));
+        Mix(calibrator.Height({x, y}, {x, y - 1000}, meters));
+        for (const float value : {ground.x, ground.y, meters})
+          Mix(value);
+      }
   });
 }
