@@ -301,6 +301,22 @@ CArguments ParseArguments(int count, char** values) {
   tree.add_flag("--json", treeOptions->isCompact, "For programs: JSON on one line");
   tree.final_callback([&] { arguments.run = [treeOptions] { return Tree(*treeOptions); }; });
 
+  auto calibrateOptions = std::make_shared<CCalibrateOptions>();
+  CLI::App& calibrate = *app.add_subcommand(
+      "calibrate",
+      "Draw what a calibration makes of a picture (no export: by the library's static twin)");
+  calibrate.add_option("picture", calibrateOptions->picture, pictureHelp)->required();
+  calibrate
+      .add_option("--config", calibrateOptions->configuration,
+                  "The calibration as JSON, its names being the keys of the tree")
+      ->option_text("FILE.json")
+      ->required();
+  calibrate.add_option("--out", calibrateOptions->picturePng, "The picture with the drawing")
+      ->option_text("FILE.png")
+      ->required();
+  calibrate.final_callback(
+      [&] { arguments.run = [calibrateOptions] { return Calibrate(*calibrateOptions); }; });
+
   try {
     app.parse(count, values);
   } catch (const CLI::Success& request) {

@@ -79,3 +79,8 @@ struct CTriangulateOptions {
   std::string png;  // empty: none
 };
 int Triangulate(const CTriangulateOptions& options);
+
+struct CCalibrateOptions {
+  std::string picture, configuration, picturePng;
+};
+int Calibrate(const CCalibrateOptions& options);

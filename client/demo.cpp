@@ -8,6 +8,7 @@
 #include "client/moment.h"
 #include "client/motion_view.h"
 #include "client/progress_bar.h"
+#include "client/scene_ground.h"
 #include "client/synthetic_scene.h"
 #include "client/whole_file.h"
 
@@ -131,6 +132,8 @@ int Demo(const CDemoOptions& options) {
   if (!options.input.empty())
     motionView.emplace(momentMaker, ReadMotionSettings(options.motionConfig), shownName);
   std::vector<CMoment> moments;
+  const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
+  std::optional<CGroundPicture> ground;
   {
     CProgressBar progress("demo");
     while (recorder.Step()) {
@@ -148,6 +151,8 @@ int Demo(const CDemoOptions& options) {
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
       layerView->Add(index, recorder.Source(), index == 0 || index == recorder.Expected() / 2);
+      if (scene && index == recorder.Expected() / 6)
+        ground = MeasureGround(*scene, index, plain.Rgb(), momentMaker);
       if (IsShown(index, recorder.Expected()))
         moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
                                            differential.Rgb()));
@@ -167,6 +172,7 @@ int Demo(const CDemoOptions& options) {
       differential.Finish(recorder.Coder()),
       std::move(moments),
       blockView.Finish(),
+      std::move(ground),
       layerView->Finish(),
       motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
   const std::filesystem::path page = folder / "report.html";

@@ -70,7 +70,7 @@ figcaption { color: var(--soft); font-size: 13px; margin-top: 5px; }
 .key[class*=type] { width: 10px; height: 10px; vertical-align: -1px; }
 .heat { display: inline-block; width: 120px; height: 10px; border-radius: 5px; margin: 0 4px;
   background: linear-gradient(90deg, #1e3c96, #a02896, #f56e28, #fff05a); vertical-align: -1px; }
-.pair .types { align-self: start; }
+.pair .types, .pair .people { align-self: start; }
 table { width: 100%; border-collapse: collapse; font-variant-numeric: tabular-nums; }
 th { text-align: left; font-weight: 500; color: var(--soft); font-size: 13px; }
 th, td { padding: 7px 10px 7px 0; border-bottom: 1px solid var(--rule); white-space: nowrap; }
@@ -255,6 +255,32 @@ std::string Layers(const CReport& report) {
          scales + "</div></section>\n";
 }
 
+std::string Ground(const CReport& report) {
+  if (!report.ground) return {};
+  const CGroundPicture& ground = *report.ground;
+  std::string html =
+      "<section><h2>Meters in the picture</h2>\n<p class=\"note\">Calibrated by " +
+      Text(
+          "a rectangle of %.1f by %.1f m on the roadway and two marks of %.0f m, each given by "
+          "its points in frame %" PRId64,
+          ground.width, ground.depth, ground.mark, ground.index) +
+      "</p>\n<div class=\"pair\">\n" +
+      Image("jpeg", ground.drawnJpeg,
+            "The ground in meters (yellow: the rectangle), the marks blue, squares of 1 m green, "
+            "poles of 2 m orange") +
+      "<table class=\"people\"><tr><th>person</th><th class=\"n\">true height</th><th "
+      "class=\"n\">measured</th><th class=\"n\">error</th></tr>\n";
+  int number = 0;
+  for (const CGroundPicture::CPerson& person : ground.people)
+    html += Text(
+        "<tr><td>%d</td><td class=\"n\">%.2f m</td><td class=\"n\">%.2f m</td><td "
+        "class=\"n\">%+.1f cm</td></tr>\n",
+        ++number, person.truth, person.measured, 100 * (person.measured - person.truth));
+  return html +
+         "<tr><th colspan=\"4\">From far to near; foot and head are marked in whole "
+         "pixels</th></tr></table></div></section>\n";
+}
+
 std::string Plots(const CReport& report) {
   std::vector<CSeries> sizes;
   std::string key;
@@ -418,6 +444,6 @@ std::string HtmlReport(const CReport& report) {
          name + " - ztlib report</title>\n<style>" + styleSheet +
          "</style></head>\n<body><main>\n<h1>Recorded and played back: " + name +
          "</h1>\n<p class=\"summary\">" + ReportSummary(report) + "</p>\n" + Tiles(report) +
-         Comparison(report) + Blocks(report) + Layers(report) + Plots(report) + Moments(report) +
+         Comparison(report) + Blocks(report) + Ground(report) + Layers(report) + Plots(report) + Moments(report) +
          Motion(report.motion) + Stages(report) + "</main></body></html>\n";
 }

@@ -83,6 +83,17 @@ struct CMotionReport {
   std::vector<CMotionPicture> pictures;
 };
 
+// The ground of a scene whose camera is known, calibrated by what a user would mark in the picture.
+struct CGroundPicture {
+  struct CPerson {
+    double truth = 0, measured = 0;  // heights in meters
+  };
+  std::int64_t index = 0;
+  double width = 0, depth = 0, mark = 0;  // of what was marked, in meters
+  std::string drawnJpeg;
+  std::vector<CPerson> people;
+};
+
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
@@ -90,6 +101,7 @@ struct CReport {
   CCoding plain, differential;
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
+  std::optional<CGroundPicture> ground;  // of the synthetic scene
   std::optional<CLayerPictures> layers;  // none if the pictures are too small
   CMotionReport motion;
 };

@@ -13,6 +13,12 @@ constexpr float curb = CSyntheticScene::curb, nearCurb = CSyntheticScene::nearCu
                 bottom = CSyntheticScene::bottom;
 constexpr float pi = std::numbers::pi_v<float>;
 
+// The camera: its height over the street in meters, the focal length and the height in the picture
+// of what is infinitely far away, in the same units.
+constexpr float cameraHeight = 10, focalLength = 900, skyline = -40;
+// Of a person of size 1, from the ground to the top of the hair.
+constexpr float personSize = 59;
+
 constexpr std::array<CColor, 6> carColors{
     {{178, 38, 34}, {38, 72, 128}, {206, 208, 212}, {46, 48, 52}, {214, 168, 48}, {52, 104, 78}}};
 constexpr std::array<CColor, 7> coatColors{{{152, 44, 52},
@@ -80,7 +86,7 @@ CSyntheticScene::CSyntheticScene(int width, int height, std::int64_t frames, ESt
     const bool isNear = i % 3 == 0;
     const float speed = Random(26, 44) * (i % 2 ? 1.0F : -1.0F);
     people.push_back({Random(0, personWay), isNear ? 1.5F * speed : speed,
-                      isNear ? Random(456, 474) : Random(238, 256), isNear ? 1.5F : 0.85F,
+                      isNear ? Random(456, 474) : Random(238, 256), Random(1.6F, 1.9F),
                       Random(0, 2 * pi), RandomOf(coatColors), RandomOf(trouserColors),
                       RandomOf(skinColors)});
   }
@@ -234,12 +240,44 @@ void CSyntheticScene::Draw(CCanvas& target, const CCar& car, float time, float n
   AddLight({x + front * 58 * size, car.feet - 21 * size}, 26, 20, 0.6F * night);
 }
 
+CPoint CSyntheticScene::Project(float right, float away, float above) const {
+  return Place(road / 2 + focalLength * right / away,
+               skyline + focalLength * (cameraHeight - above) / away);
+}
+
+CSyntheticScene::CRoadway CSyntheticScene::Roadway() {
+  return {focalLength * cameraHeight / (nearCurb - skyline),
+          focalLength * cameraHeight / (curb - skyline)};
+}
+
+CSyntheticScene::CStep CSyntheticScene::StepOf(const CPerson& person, float time) const {
+  CStep step{};
+  step.x = Wrapped(person.start + person.speed * time, personWay) - 40;
+  step.size = person.height * (person.feet - skyline) / cameraHeight / personSize;
+  step.swing = std::sin(person.phase + std::abs(person.speed) * time * 0.26F / step.size);
+  step.bob = std::abs(step.swing) * 0.9F;
+  return step;
+}
+
+std::vector<CSyntheticScene::CStanding> CSyntheticScene::Standing() const {
+  constexpr float margin = 16;
+  const float time = float(TimeMs()) / 1000;
+  std::vector<CStanding> standing;
+  for (const CPerson& person : people) {
+    const CStep step = StepOf(person, time);
+    if (step.x < margin || step.x > road - margin) continue;
+    const float top = personSize - step.bob;
+    standing.push_back({Place(step.x, person.feet), Place(step.x, person.feet - top * step.size),
+                        person.height * top / personSize});
+  }
+  return standing;
+}
+
 void CSyntheticScene::Draw(CCanvas& target, const CPerson& person, float time) const {
-  const float x = Wrapped(person.start + person.speed * time, personWay) - 40;
-  const float size = person.size;
-  const float swing = std::sin(person.phase + std::abs(person.speed) * time * 0.26F / size);
-  const float bob = std::abs(swing) * 0.9F;
-  const auto at = [&](float dx, float dy) { return Place(x + dx * size, person.feet - dy * size); };
+  const auto [x, size, swing, bob] = StepOf(person, time);
+  const auto at = [&, x = x, size = size](float dx, float dy) {
+    return Place(x + dx * size, person.feet - dy * size);
+  };
   const auto limb = [&](CPoint from, CPoint to, float thickness, const CColor& color) {
     target.DrawLine(at(from.x, from.y), at(to.x, to.y), thickness * size * unit, {color});
   };

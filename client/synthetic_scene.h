@@ -12,7 +12,8 @@ enum class EStreet {
 };
 
 // A street that is drawn, not filmed: people and cars before houses, with the noise of a camera.
-// The same seed gives the same pictures.
+// The same seed gives the same pictures. What stands on the ground is seen as by a camera 10 m
+// above a flat street, which looks level; the picture is cut from below its horizon.
 class CSyntheticScene : public IPictureSource {
  public:
   CSyntheticScene(int width, int height, std::int64_t frames, EStreet kind = EStreet::busy);
@@ -26,6 +27,20 @@ class CSyntheticScene : public IPictureSource {
   [[nodiscard]] AVRational FrameRate() const override { return {25, 1}; }
   [[nodiscard]] std::int64_t Count() const override { return count; }
 
+  // The pixel of a point to the right of the camera, away from it and above the ground, in meters.
+  [[nodiscard]] CPoint Project(float right, float away, float above) const;
+  // The roadway between its curbs, in meters.
+  struct CRoadway {
+    float nearest, farthest;
+  };
+  [[nodiscard]] static CRoadway Roadway();
+  // The people who are all in the last picture, from far to near.
+  struct CStanding {
+    CPoint foot, head;
+    float meters;  // of the head at this moment of the walk
+  };
+  [[nodiscard]] std::vector<CStanding> Standing() const;
+
  private:
   // x runs over the road (units of 1/480 of the height, like all sizes here), then out of sight,
   // and wraps.
@@ -34,7 +49,7 @@ class CSyntheticScene : public IPictureSource {
     CColor color;
   };
   struct CPerson {
-    float start, speed, feet, size, phase;
+    float start, speed, feet, height, phase;  // the height in meters
     CColor coat, trousers, skin;
   };
 
@@ -43,6 +58,11 @@ class CSyntheticScene : public IPictureSource {
   [[nodiscard]] CColor RandomOf(std::span<const CColor> colors);
 
   [[nodiscard]] CPoint Place(float x, float y) const { return {x * unit, y * unit}; }
+  // Where a person is at a time, how large, and how far down the walk bends.
+  struct CStep {
+    float x, size, swing, bob;
+  };
+  [[nodiscard]] CStep StepOf(const CPerson& person, float time) const;
   void DrawHouses();
   void DrawGround();
   void AddTexture();

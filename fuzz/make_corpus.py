@@ -424,7 +424,41 @@ def motion():
     yield "negative", configure(choice=255) + warm
 
 
+def calibration():
+    def case(*elements):
+        return struct.pack("<2f", 8000, 9000) + b"".join(elements) + b"\0"
+
+    def doubles(**values):
+        return [tagged("F", name, struct.pack("<d", n)) for name, n in values.items()]
+
+    def corners(*coordinates):
+        return [tagged("I", f"{'XY'[i % 2]}{i // 2}Virtual", u32(n))
+                for i, n in enumerate(coordinates)]
+
+    def marks(*segments, height=1.8):
+        return doubles(RefDistanceMeter=height) + [
+            tagged_node("RefSegment", *(tagged_node("", *corners(*s)) for s in segments))]
+
+    mark, leaning = (4000, 8000, 4000, 6000), (8000, 8000, 8100, 6000)
+    yield "defaults", case()
+    yield "marks", case(*marks(mark, leaning))
+    yield "parallel", case(*marks(mark, (8000, 8000, 8000, 6000)))
+    yield "one_line", case(*marks((5000, 8000, 5000, 6000), (5000, 6000, 5000, 4700)))
+    yield "one_mark", case(*marks(mark))
+    yield "heights", case(*marks(mark, leaning, (0, 0, 0, 0), height=1e300))
+    yield "square", case(*corners(4000, 9000, 9000, 9000, 9000, 4000, 4000, 4000),
+                         *marks(mark, leaning))
+    yield "crossed", case(*corners(4000, 9000, 9000, 9000, 4000, 4000, 9000, 4000))
+    low, high = -2**31, 2**31 - 1
+    yield "huge", case(*corners(low, high, high, high, high, low, low, low),
+                       *marks((low, 0, high, 5), mark))
+    yield "noise", case(*corners(low, high, high, high, high, low, low, 4659))
+    yield "text", case(tagged("S", "X0Virtual", b"seven"))
+    yield "lengths", case(*doubles(Distance01=1e-6, Distance03=float("inf")))
+
+
 TARGETS = {
+    "calibration": calibration,
     "load_image": load_image,
     "parse_tagged": parse_tagged,
     "parse_counted": parse_counted,

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include <pty.h>
@@ -23,8 +24,8 @@ std::size_t Count(const std::string& text, const std::string& part) {
 TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   const Bytes page = ReadBytes(Path("report.html"));
   const std::string html(page.begin(), page.end());
-  EXPECT_EQ(Count(html, "<img "), 30U);
-  EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 17U);
+  EXPECT_EQ(Count(html, "<img "), 31U);
+  EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 18U);
   EXPECT_EQ(Count(html, "src=\"data:image/png;base64,iVBORw0KGgo"), 13U);
   EXPECT_EQ(Count(html, "<svg "), 4U);
   std::string text;
@@ -39,6 +40,39 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
             std::string::npos);
   for (const char* stage : {"decode input", "convert", "encode", "decode to RGB", "decode to YUV"})
     EXPECT_EQ(Count(html, std::string("<tr><td>") + stage), 1U) << stage;
+}
+
+TEST_F(ClientTest, HeightsInTheReportAreThoseOfTheScene) {
+  const Bytes page = ReadBytes(Path("report.html"));
+  const std::string html(page.begin(), page.end());
+  const std::regex row("n\">([0-9.]+) m</td><td class=\"n\">([0-9.]+) m<");
+  int people = 0;
+  for (std::sregex_iterator at(html.begin() + html.find("true height"), html.end(), row), end;
+       at != end; ++at, ++people)
+    EXPECT_NEAR(std::stod((*at)[1]), std::stod((*at)[2]), 0.12);  // two pixels
+  EXPECT_GE(people, 4);
+}
+
+TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
+  ASSERT_EQ(Run("play @demo.zts --png @png").status, 0);
+  const auto write = [&](const std::string& text) {
+    WriteBytes(Path("c.json"), {text.begin(), text.end()});
+  };
+  write(R"({"X0Virtual": 2000, "Y0Virtual": 14165, "X1Virtual": 14000, "Y1Virtual": 14165,
+            "X2Virtual": 12300, "Y2Virtual": 8943, "X3Virtual": 4000, "Y3Virtual": 8943,
+            "Distance01": 10, "Distance03": 10.0})");
+  const CRun run = Run("calibrate @png/000000.png --config @c.json --out @c.png");
+  EXPECT_EQ(run.errors, "");
+  EXPECT_NE(run.output.find("no heights"), std::string::npos);
+  ASSERT_EQ(Run("record @c.png @c.zts --quality 100").status, 0);
+  const CY4m y4m = ParseY4m(Run("play @c.zts --pixels yuv --y4m -").output, width * height * 3);
+  // Yellow on the edge of the rectangle alone: little blue difference.
+  const auto blue = [&](int x, int y) { return y4m.frames.at(0)[width * (height + y) + x]; };
+  EXPECT_LT(blue(width / 2 + 20, 14165 * height / 16384), 95);
+  EXPECT_GT(blue(width / 2 + 20, 15800 * height / 16384), 105);
+  write(R"({"Distance01": 0})");
+  EXPECT_EQ(Run("calibrate @png/000000.png --config @c.json --out @d.png").status, 1);
+  EXPECT_FALSE(std::filesystem::exists(Path("d.png")));
 }
 
 TEST_F(ClientTest, DrawnSceneIsTheSameEveryTime) {

@@ -1,8 +1,9 @@
-// A fixed set of inputs through what the exports reach only in part: the conversion matrix, the
-// data tree and the statistics behind motion.
+// A fixed set of inputs through what the exports reach only in part or not at all: the conversion
+// matrix, the data tree, the statistics behind motion, and calibration.
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
+#include "main/lib/calib/calibrator3d.h"
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
@@ -93,4 +94,27 @@ int main() {
       for (const auto& [width, height] : {std::pair{96, 40}, {37, 11}, {3, 2}})
         Follow(settings, width, height);
     });
+  Step("calibration", [] {
+    CData tree;
+    tree.AddDouble(Tok::RefDistanceMeter, 1.8);
+    CData& marks = tree.AddChild(Tok::RefSegment);
+    for (const int x : {4000, 8000}) {
+      CData& mark = marks.AddChild(Tok::Empty);
+      const Token names[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual};
+      for (const auto& [i, value] : {std::pair(0, x), {1, 8000}, {2, x + 90}, {3, 6000}})
+        mark.AddInt(names[i], value);
+    }
+    CCalibrator3D calibrator;
+    calibrator.Configure(tree);
+    MixTree(calibrator.GetConfig());
+    for (float x = 0; x < 16384; x += 300)
+      for (float y = 0; y < 16384; y += 300) {
+        CPointF ground;
+        float meters = 0;
+        Mix(calibrator.GetGround({x, y}, ground));
+        Mix(calibrator.Height({x, y}, {x, y - 1000}, meters));
+        for (const float value : {ground.x, ground.y, meters})
+          Mix(value);
+      }
+  });
 }

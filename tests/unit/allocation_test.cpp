@@ -1,4 +1,5 @@
 #include "client/layered_encoder.h"
+#include "main/lib/calib/calibrator3d.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -189,6 +190,32 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
     EXPECT_LT(CallsOfTen(detect), 10 * 20);
     EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
   }
+}
+
+TEST(Allocation, CalibratorsMeasureWithoutMemory) {
+  CCalibrator3D calibrator;
+  CData tree;
+  tree.AddDouble(Tok::RefDistanceMeter, 1.8);
+  CData& marks = tree.AddChild(Tok::RefSegment);
+  for (const int x : {4000, 8000}) {
+    CData& mark = marks.AddChild(Tok::Empty);
+    for (const auto& [name, value] : {std::pair(Tok::X0Virtual, x),
+                                      {Tok::Y0Virtual, 8000},
+                                      {Tok::X1Virtual, x},
+                                      {Tok::Y1Virtual, 6000}})
+      mark.AddInt(name, value);
+  }
+  calibrator.Configure(tree);
+  const int calls = CallsOfTen([&] {
+    CPointF ground, point;
+    float meters = 0;
+    EXPECT_TRUE(calibrator.GetGround({7000, 7000}, ground) &&
+                calibrator.ImagePosition(ground.x, ground.y, point) &&
+                calibrator.Distance(point, {6000, 7000}, meters) &&
+                calibrator.Height({7000, 7000}, {7000, 6000}, meters) &&
+                calibrator.Head({7000, 7000}, meters, point));
+  });
+  EXPECT_EQ(calls, 0);
 }
 
 }  // namespace

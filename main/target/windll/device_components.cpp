@@ -1,6 +1,7 @@
 #include "main/target/windll/device_components.h"
 
 #include "main/lib/base/component_repository.h"
+#include "main/lib/calib/calibration.h"
 #include "main/lib/imgproc/image_cache.h"
 
 namespace {
@@ -10,7 +11,6 @@ class IProductTypeHandler : public IComponent {};
 class CProductTypeHandler : public IProductTypeHandler {};
 class CTinker : public IComponent {};
 class CUserManager : public IComponent {};
-class CCalibration : public IComponent {};
 
 }  // namespace
 
@@ -21,5 +21,5 @@ void RegisterDeviceComponents() {
   RegisterTimestamper();
   repository.Register<CTinker, CTinker>("CTinker");
   repository.Register<CUserManager, CUserManager>("CUserManager");
-  repository.Register<CCalibration, CCalibration>("CCalibration");
+  RegisterCalibration();
 }

@@ -1,0 +1,43 @@
+#include "main/lib/calib/calibration.h"
+
+#include "main/lib/base/logger.h"
+
+#include <chrono>
+#include <utility>
+
+namespace {
+
+constexpr char source[] = "main/lib/calib/calibration";
+
+const struct Load {
+  Load() { RegisterCalibration(); }
+} load;
+
+}  // namespace
+
+void CCalibration::Calibrate(const CData& config) {
+  using Clock = std::chrono::steady_clock;
+  ZT_LOG(3, source, __LINE__, "[CALIB] Calibrating camera...");
+  const Clock::time_point begin = Clock::now();
+  auto calibrated = std::make_shared<CCalibrator3D>();
+  calibrated->Configure(config);
+  {
+    const CAutoLock hold(&lock);
+    calibrator.swap(calibrated);
+  }
+  // The former one may be in use by others; if not, it goes here, outside of the lock.
+  calibrated.reset();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
+  ZT_LOG(3, source, __LINE__, "[CALIB] Calibration finished! (%llds)",
+         static_cast<long long>(seconds.count()));
+}
+
+std::shared_ptr<CCalibrator3D> CCalibration::GetCalibrator() const {
+  const CAutoLock hold(&lock);
+  return calibrator;
+}
+
+// Called also by those who count components: an archive gives a source without callers to nobody.
+void RegisterCalibration() {
+  static const ComponentRegistration<CCalibration, CCalibration> registration("CCalibration");
+}

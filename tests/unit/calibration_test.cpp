@@ -1,0 +1,517 @@
+#include "main/lib/calib/calibration.h"
+
+#include "tests/support/export_fixture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <optional>
+#include <random>
+#include <thread>
+
+namespace {
+
+constexpr int lowest = std::numeric_limits<int>::min();
+constexpr int highest = std::numeric_limits<int>::max();
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+const std::string wrong = "1 C1DCalibrator: Cannot configure, maybe wrong parameters.";
+
+using CTable = C1DCalibrator::CMyAssignTable;
+using Corners = std::array<int, 8>;
+constexpr Corners sound{0, 8000, 3000, 8000, 0, 0, 3000, 0};
+
+class Calibration : public ExportTest {
+ protected:
+  static bool Configure(CTable& table, const Corners& p, float meter, float step = 88.7F,
+                        float before = 0, float behind = 0) {
+    return table.Configure(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], meter, step, before,
+                           behind);
+  }
+  static void ExpectSound(const CTable& table) {
+    ASSERT_EQ(table.keys.size(), table.values.size());
+    EXPECT_EQ(table.minimumKey, table.keys.at(0));
+    EXPECT_EQ(table.maximumKey, table.keys.at(table.keys.size() - 1));
+    EXPECT_GE(table.keys.size(), 2U);
+    for (const std::vector<float>* samples : {&table.keys, &table.values}) {
+      EXPECT_TRUE(std::isfinite(samples->front()) && std::isfinite(samples->back()));
+      EXPECT_TRUE(std::is_sorted(samples->begin(), samples->end(), std::less_equal<>()));
+    }
+  }
+  static std::vector<std::string> TakeLines() {
+    std::vector<std::string> texts;
+    for (const Line& line : lines)
+      texts.push_back(std::to_string(line.first) + " " + line.second);
+    lines.clear();
+    return texts;
+  }
+};
+
+TEST_F(Calibration, TableLookUp) {
+  CAssignTable table;
+  EXPECT_EQ(table.Get(3), 0);
+  EXPECT_EQ(table.GetInverse(3), 0);
+  table.keys = {2};
+  table.values = {7};
+  for (const float at : {-9.0F, 2.0F, 9.0F, nan})
+    EXPECT_EQ(table.Get(at) - table.GetInverse(at), 5);
+  // Too close together for a line, in keys, then in values.
+  constexpr float last = 6.0000005F;
+  table.keys = {-4, 0, 0.0000005F, 8, 9};
+  table.values = {-1, 1, 2, 6, last};
+  const float at[] = {-5, -4, -3, 0, 2e-7F, 4, 8, 8.9F, 9, 99, nan, infinity};
+  const float expected[] = {-1, -1, -0.5F, 1, 1, 4, 6, 6, last, last, -1, last};
+  for (std::size_t i = 0; i < std::size(at); ++i)
+    EXPECT_FLOAT_EQ(table.Get(at[i]), expected[i]) << at[i];
+  EXPECT_FLOAT_EQ(table.GetInverse(4), 4);
+  EXPECT_EQ(table.GetInverse(7) + table.GetInverse(-2), 9 - 4);
+}
+
+TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
+  CTable table;
+  ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 5, 20));
+  ExpectSound(table);
+  for (const float key : {-4000.0F, -1.0F, 0.0F, 44.0F, 7777.0F, 24000.0F})
+    EXPECT_NEAR(table.Get(key), key / 800, 1e-3) << key;
+  EXPECT_NEAR(table.values.front(), -5, 1e-5);
+  EXPECT_NEAR(table.values.back(), 30, 1e-5);
+  // Two widths of the picture are the end.
+  ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 99, 99));
+  EXPECT_NEAR(table.values.front(), -32768 / 800.0, 1e-3);
+  EXPECT_NEAR(table.values.back(), 10 + 32768 / 800.0, 1e-3);
+
+  // A trapezium twice as wide at its near end; its sides meet at twice its height.
+  ASSERT_TRUE(Configure(table, {0, 6000, 8000, 6000, 2000, 0, 6000, 0}, 12, 88.7F, 60, 60));
+  ExpectSound(table);
+  for (const int y : {9000, 6000, 5999, 4000, 2000, 0, -1500, -3000}) {
+    float key = 0;
+    ASSERT_TRUE(table.KeyOf({3000, static_cast<float>(y)}, key));
+    EXPECT_NEAR(table.Get(key), 12.0 * (6000 - y) / (y + 6000), 0.02) << y;
+    EXPECT_NEAR(table.PointOf(key).y, y, 0.01);
+    EXPECT_NEAR(table.PointOf(key).x, (6000 - y) / 3.0, 0.01);
+  }
+  // Minus a length is in the plane of the camera: the reach keeps away from it.
+  EXPECT_GT(table.values.front(), -12);
+  EXPECT_NEAR(table.values.back(), 72, 1e-4);
+
+  // Tables are joined where their ranges meet.
+  CTable other;
+  ASSERT_TRUE(Configure(other, sound, 10));
+  table.Append(other);
+  EXPECT_NEAR(table.values.back(), 72, 1e-4);
+  table.Reset();
+  EXPECT_TRUE(table.keys.empty() && table.values.empty());
+  table.Append(other);
+  EXPECT_EQ(table.keys, other.keys);
+  ASSERT_TRUE(Configure(table, sound, 1e-6F, 88.7F, 3));
+  const std::size_t count = table.keys.size();
+  table.Append(other);
+  EXPECT_EQ(table.keys.size(), count + other.keys.size() - 1);
+  EXPECT_FLOAT_EQ(table.Get(12000), 5);
+  ExpectNoFailure();
+}
+
+TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
+  const std::string noMeter = "1 C1DCalibrator: meter = 0. Cannot configure.";
+  const std::tuple<Corners, float, float, std::string> cases[] = {
+      {sound, 0, 88.7F, noMeter},
+      {sound, -9e-7F, 88.7F, noMeter},
+      {sound, 2e-6F, 0, wrong},
+      {sound, 5, nan, wrong},
+      {sound, -5, 88.7F, wrong},
+      {sound, nan, 88.7F, wrong},
+      {sound, infinity, 88.7F, wrong},
+      {{0, 8000, 3000, 8000, 3000, 0, 0, 0}, 5, 88.7F, wrong},      // crossed
+      {{0, 8000, 0, 0, 3000, 8000, 3000, 0}, 5, 88.7F, ""},         // turned, and sound
+      {{0, 0, 3000, 3000, 100, 6000, 100, 1000}, 5, 88.7F, wrong},  // dented
+      {{0, 0, 1, 1, 2, 2, 3, 3}, 5, 88.7F, wrong},
+      {{7, 7, 7, 7, 7, 7, 7, 7}, 5, 88.7F, wrong},
+      {sound, 5, 1e9F, ""},
+      {{lowest, highest, highest, highest, lowest, lowest, highest, lowest}, 5, 88.7F, ""},
+  };
+  for (const auto& [corners, meter, step, text] : cases) {
+    CTable table;
+    ASSERT_TRUE(Configure(table, sound, 3));  // does not shine through
+    EXPECT_EQ(Configure(table, corners, meter, step, 10, 10), text.empty());
+    EXPECT_EQ(TakeLines(), std::vector<std::string>(text.empty() ? 0 : 1, text));
+    EXPECT_EQ(table.keys.empty(), !text.empty());
+    if (text.empty()) ExpectSound(table);
+  }
+  // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
+  std::mt19937 random(3);
+  for (int round = 0; round < 500; ++round) {
+    const std::uint32_t range = round % 64 == 0 ? 0xFFFFFFFF : round % 4 == 1 ? 40 : 16385;
+    Corners corners;
+    for (int& c : corners)
+      c = static_cast<int>(random() % range);
+    if (round % 3 == 1) corners[7] = corners[5], corners[3] = corners[1];  // level ends
+    CTable table;
+    if (Configure(table, corners, 6, round == 2 ? 0.01F : 88.7F, 60, 60)) ExpectSound(table);
+  }
+}
+
+using Point = std::array<double, 2>;
+using Numbers = std::vector<std::pair<Token, double>>;
+using Marks = std::vector<std::array<double, 4>>;
+constexpr Token corner[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual,
+                            Tok::X2Virtual, Tok::Y2Virtual, Tok::X3Virtual, Tok::Y3Virtual};
+
+CData Tree(const Numbers& numbers, const Marks& marks = {}, double height = 1.8) {
+  CData tree;
+  for (const auto& [token, value] : numbers)
+    tree.AddDouble(token, value);
+  tree.AddDouble(Tok::RefDistanceMeter, height);
+  CData& list = tree.AddChild(Tok::RefSegment);
+  for (const auto& mark : marks) {
+    CData& segment = list.AddChild(Tok::Empty);
+    for (std::size_t i = 0; i < mark.size(); ++i)
+      segment.AddInt(corner[i], static_cast<int>(std::lround(mark[i])));
+  }
+  return tree;
+}
+
+CPointF ToPoint(const Point& p) {
+  return {static_cast<float>(p[0]), static_cast<float>(p[1])};
+}
+
+// A camera over a street with a rectangle on the ground, in double precision. Pictures are 4:3.
+struct CStreet {
+  double height, tilt, field, roll;
+  double x = 0, y = 0, turn = 0, length01 = 4, length03 = 8;
+
+  // A point along 0-1 and 0-3, from corner 0, in virtual units; outside of the picture it throws.
+  [[nodiscard]] Point See(double along01, double along03, double up = 0) const {
+    const double away = y + along01 * std::sin(turn) + along03 * std::cos(turn);
+    const double right = x + along01 * std::cos(turn) - along03 * std::sin(turn);
+    const double depth = away * std::cos(tilt) - (up - height) * std::sin(tilt);
+    const double above = away * std::sin(tilt) + (up - height) * std::cos(tilt);
+    const double focal = 8192 / std::tan(field / 2) / depth;
+    const Point p{8192 + focal * (right * std::cos(roll) + above * std::sin(roll)),
+                  8192 - focal * 4 / 3 * (above * std::cos(roll) - right * std::sin(roll))};
+    if (depth < 0.1 || std::min(p[0], p[1]) < 0 || std::max(p[0], p[1]) > 16384)
+      throw std::out_of_range("out of sight");
+    return p;
+  }
+  // What a client would mark: corners, and objects of 1.8 m at these shares of the lengths.
+  [[nodiscard]] CData Configuration(const std::vector<Point>& places) const {
+    Numbers numbers{{Tok::Distance01, length01}, {Tok::Distance03, length03}};
+    for (std::size_t i = 0; i < 4; ++i)
+      for (const std::size_t axis : {0U, 1U})
+        numbers.emplace_back(corner[2 * i + axis], std::round(See(i % 3 != 0 ? length01 : 0,
+                                                                  i >= 2 ? length03 : 0)[axis]));
+    Marks marks;
+    for (const auto& [u, v] : places) {
+      const Point foot = See(u * length01, v * length03),
+                  head = See(u * length01, v * length03, 1.8);
+      marks.push_back({foot[0], foot[1], head[0], head[1]});
+    }
+    return Tree(numbers, marks);
+  }
+  // What the calibrator calls a place: it counts from corner 1 or corner 3.
+  [[nodiscard]] Point Expected(double along01, double along03) const {
+    const bool startsAt1 = See(0, length03)[1] < See(length01, 0)[1];
+    return {startsAt1 ? length01 - along01 : along01, startsAt1 ? along03 : length03 - along03};
+  }
+};
+
+TEST_F(Calibration, RandomCamerasAreRecovered) {
+  std::mt19937 random(20);
+  const auto between = [&](double low, double high) {
+    return low + (high - low) * (random() >> 8) / 16777216.0;
+  };
+  constexpr double degree = std::numbers::pi / 180;
+  std::vector<double> inside, around, far, distances, backAgain, heightInside, heightAnywhere,
+      heads;
+  for (int cameras = 0; cameras < 150;) {
+    CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
+                   between(-4, 4) * degree};
+    street.length01 = between(3, 9);
+    street.length03 = between(4, 20);
+    street.turn = between(-34, 34) * degree;
+    // Around the middle of the picture.
+    const double half01 = street.length01 / 2, half03 = street.length03 / 2;
+    street.x = half03 * std::sin(street.turn) - half01 * std::cos(street.turn);
+    street.y = street.height / std::tan(street.tilt) - half01 * std::sin(street.turn) -
+               half03 * std::cos(street.turn);
+    CCalibrator3D calibrator;
+    Point middle;
+    try {
+      const CData tree = street.Configuration(
+          {{between(0.05, 0.95), between(0.05, 0.95)}, {between(0.05, 0.95), between(0.05, 0.95)}});
+      const CData& marks = tree.Child(Tok::RefSegment);
+      const auto footX = [&](std::uint64_t i) {
+        return marks.At(i).value.GetNode()->GetInt(Tok::X0Virtual, 0);
+      };
+      if (std::abs(footX(0) - footX(1)) < 600) continue;
+      middle = street.See(half01, half03);
+      calibrator.Configure(tree);
+    } catch (const std::out_of_range&) {
+      continue;
+    }
+    ++cameras;
+    ASSERT_TRUE(calibrator.IsThreeDReady());
+    for (int i = 0; i < 60; ++i) {
+      const double range = i < 10 ? 0 : i < 20 ? 1 : 5;
+      const double u = street.length01 * between(-range, 1 + range);
+      const double v = street.length03 * between(-range, 1 + range);
+      const double up = between(0.5, range == 0 ? 3 : 6);
+      Point seen, top;
+      try {
+        seen = street.See(u, v);
+        top = street.See(u, v, up);
+      } catch (const std::out_of_range&) {
+        continue;
+      }
+      const CPointF point = ToPoint(seen);
+      const Point truth = street.Expected(u, v);
+      CPointF ground, back, head;
+      float meters = 0;
+      if (calibrator.GetGround(point, ground)) {
+        const double error = std::hypot(ground.x - truth[0], ground.y - truth[1]);
+        (range == 0 ? inside : range == 1 ? around : far).push_back(error);
+        ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
+        backAgain.push_back(std::hypot(back.x - point.x, back.y - point.y));
+        ASSERT_TRUE(calibrator.Distance(point, ToPoint(middle), meters));
+        distances.push_back(std::abs(meters - std::hypot(u - half01, v - half03)));
+      }
+      if (!calibrator.Height(point, ToPoint(top), meters)) continue;
+      (range == 0 ? heightInside : heightAnywhere).push_back(std::abs(meters / up - 1));
+      ASSERT_TRUE(calibrator.Head(point, meters, head));
+      ASSERT_TRUE(calibrator.Height(point, head, meters));
+      ASSERT_TRUE(calibrator.Head(point, meters, back));
+      heads.push_back(std::hypot(back.x - head.x, back.y - head.y));
+    }
+  }
+  // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic.
+  const std::tuple<const char*, std::vector<double>*, double, double, double> expected[] = {
+      {"inside", &inside, 0.001, 0.004, 0.006},
+      {"around", &around, 0.002, 0.015, 0.03},
+      {"far", &far, 0.02, 0.25, 0.6},
+      {"distances", &distances, 0.006, 0.2, 0.6},
+      {"back again", &backAgain, 0.003, 0.01, 0.02},
+      {"heights inside", &heightInside, 0.0006, 0.03, 0.08},
+      {"heights anywhere", &heightAnywhere, 0.001, 0.05, 0.15},
+      {"heads", &heads, 0.3, 12, 40},
+  };
+  for (const auto& [what, errors, median, most, worst] : expected) {
+    ASSERT_GE(errors->size(), 500U) << what;
+    std::sort(errors->begin(), errors->end());
+    EXPECT_LE((*errors)[errors->size() / 2], median) << what;
+    EXPECT_LE((*errors)[errors->size() * 99 / 100], most) << what;
+    EXPECT_LE(errors->back(), worst) << what;
+  }
+}
+
+TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
+  // The tilt in degrees, marks, and the error that they allow.
+  const std::tuple<double, std::vector<Point>, double> cases[] = {
+      {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
+      {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
+      {2, {{0.5, 0.1}, {0.5, 0.9}}, 0.015},
+      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06}};
+  for (const auto& [tilt, marks, tolerance] : cases) {
+    const CStreet street{3, tilt * std::numbers::pi / 180, 1.1, 0, -2, 12};
+    CCalibrator3D calibrator;
+    calibrator.Configure(street.Configuration(marks));
+    EXPECT_EQ(TakeLines().size(), marks[0][0] == marks[1][0] ? 3U : 2U);
+    float meters = 0;
+    for (const double along01 : {0.5, 2.0, 3.5})
+      for (const double along03 : {1.0, 4.0, 7.5}) {
+        const CPointF foot = ToPoint(street.See(along01, along03));
+        const CPointF head = ToPoint(street.See(along01, along03, 1.8));
+        for (const float aside : {0.0F, 50.0F}) {  // as marked by hand
+          ASSERT_TRUE(calibrator.Height(foot, {head.x + aside, head.y}, meters));
+          EXPECT_NEAR(meters, 1.8, tolerance) << tilt << ": " << along01 << ", " << along03;
+        }
+        ASSERT_TRUE(calibrator.Height(foot, {foot.x, foot.y + 500}, meters));
+        EXPECT_EQ(meters, 0);
+      }
+    // In the corner over which heights are measured, above the table, and in the sky.
+    const CData config = calibrator.GetConfig();
+    const CData& points = config.Child(Tok::Info).Child(Tok::AdditionalPoints);
+    const CPointF r0{static_cast<float>(points.GetInt(Tok::R0x, 0)),
+                     static_cast<float>(points.GetInt(Tok::R0y, 0))};
+    CPointF head;
+    ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
+    EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
+    EXPECT_FALSE(calibrator.Height({8192, 100}, {8192, 50}, meters));
+    EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
+    EXPECT_FALSE(calibrator.Head({8192, 100}, 1, head));
+    EXPECT_NEAR(meters, 1.8, 1e-4);
+    EXPECT_EQ(points.GetDouble(Tok::RefVpointY, -1), 0);
+  }
+}
+
+const Marks twoMarks{{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}};
+const Numbers square{{corner[0], 4000}, {corner[1], 9000}, {corner[2], 9000}, {corner[3], 9000},
+                     {corner[4], 9000}, {corner[5], 4000}, {corner[6], 4000}, {corner[7], 4000}};
+
+TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
+  const std::string ready2D = "4 CCalibrator2D 720 1180 ok.", some2D = "4 CCalibrator2D ";
+  const std::string unready2D = "4 Calibrator has been not configured.";
+  const std::string unready3D = "4 Calibrator3D has been not configured.";
+  const std::string done = "4 Calibrator3D configure done. ";
+  const std::string noMarks = "4 CCalibrator3D: Cannot read calib segments";
+  const std::string noHeight = "4 CCalibrator3D: Cannot calib z";
+  const std::string cheat = "4 CCalibrator3D: Two segment are in one line: cheating is necessary.";
+  CData text;
+  text.AddString(Tok::Y0Virtual, "high");
+  // The ground can be measured when the tables are ready, heights when nothing is missing.
+  const std::pair<CData, std::vector<std::string>> cases[] = {
+      {{}, {ready2D, unready3D, done}},
+      {Tree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
+      {Tree({{Tok::Distance01, 0}}), {unready2D}},
+      {Tree({{Tok::Distance03, -9e-7}}), {unready2D}},
+      {Tree({{Tok::Distance03, 2e-6}}), {some2D, unready3D, done}},
+      {Tree({{Tok::Distance03, -4}}), {wrong, unready2D}},
+      {Tree({{Tok::Distance01, nan}}), {wrong, unready2D}},
+      {Tree({{Tok::Distance01, 1e300}}), {wrong, unready2D}},
+      {Tree({{corner[0], 16384}}), {wrong, wrong, unready2D}},
+      {text, {unready2D}},
+      {Tree({}, {{4000, 8000, 4000, 6000}}), {ready2D, noMarks, unready3D, done}},
+      {Tree({}, twoMarks, 9e-7), {ready2D, noMarks, unready3D, done}},
+      {Tree({}, twoMarks), {ready2D, done}},
+      {Tree({}, {{5000, 8000, 5000, 6000}, {5000, 6000, 5000, 4700}}), {ready2D, cheat, done}},
+      // A foot in a corner, and marks of no height at one place.
+      {Tree({}, {{563, 8755, 500, 7000}, {563, 8755, 8000, 8000}}),
+       {ready2D, wrong, noHeight, unready3D, done}},
+      {Tree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
+       {ready2D, cheat, wrong, noHeight, unready3D, done}},
+      // From straight above.
+      {Tree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
+  };
+  for (const auto& [tree, expected] : cases) {
+    const bool hasGround = expected.back() == done;
+    const bool hasHeight =
+        hasGround && std::find(expected.begin(), expected.end(), unready3D) == expected.end();
+    CCalibrator3D calibrator;
+    for (const bool isSecond : {false, true}) {
+      calibrator.Configure(tree);
+      const std::vector<std::string> texts = TakeLines();
+      if (isSecond && &tree != &cases[9].first) {  // the text could not be compared
+        EXPECT_EQ(texts[0], "4 Calibrator3D:  the same config as the previous");
+        EXPECT_EQ(texts.size(), 1U);
+      } else {
+        ASSERT_EQ(texts.size(), expected.size()) << testing::PrintToString(expected);
+        for (std::size_t i = 0; i < texts.size(); ++i)
+          EXPECT_EQ(texts[i].substr(0, expected[i].size()), expected[i]);
+      }
+      CPointF ground;
+      float meters = 77;
+      EXPECT_EQ(calibrator.IsConfigured(), hasGround);
+      EXPECT_EQ(calibrator.GetGround({7000, 7000}, ground), hasGround);
+      EXPECT_EQ(calibrator.IsThreeDReady(), hasHeight);
+      EXPECT_EQ(calibrator.Height({6000, 7000}, {6000, 6500}, meters), hasHeight);
+      EXPECT_EQ(meters != 77, hasHeight);
+    }
+  }
+  CCalibrator2D above;
+  above.Configure(Tree(square));
+  CPointF ground;
+  ASSERT_TRUE(above.GetGround({7000, 5000}, ground));
+  EXPECT_NEAR(ground.x, 2.8, 1e-4);
+  EXPECT_NEAR(ground.y, 17 * 0.8, 1e-4);
+  EXPECT_TRUE(failures.empty());
+}
+
+std::string Shape(const CData& tree) {
+  std::string text;
+  for (const CDataElement& element : tree.Elements()) {
+    text += std::string(tree.KeyText(element.key)) + " ";
+    if (const CData* node = element.value.GetNode()) text += "{" + Shape(*node) + "} ";
+  }
+  return text;
+}
+
+TEST_F(Calibration, ConfigurationAndResultAsATree) {
+  const auto points = [](int count) {
+    std::string text = "{ ";
+    for (int i = 0; i < count; ++i)
+      text += " {X Y } ";
+    return text.erase(1, 1) + "} ";
+  };
+  std::string record, segment;
+  for (const Token token : corner)
+    record += std::string(TokenText(token)) + " ";
+  segment = " {" + record.substr(0, record.find("X2")) + "} ";
+  record += "Distance01 Distance03 ";
+  const auto info = [&](int heads) {
+    return "Info {IsConfigured Ready Grid {XLines " + points(18) + "YLines " + points(18) +
+           "} Plane0 {Points " + points(4) + "} Plane1 {Points " + points(heads) +
+           "} Horizon {Points " + points(2) +
+           "} AdditionalPoints {R0x R0y R1x R1y RefVpointX RefVpointY } } ";
+  };
+  EXPECT_EQ(Shape(CCalibrator2D().GetConfig()), record);
+  CCalibrator3D calibrator;
+  EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment {} RefDistanceMeter ");
+  calibrator.Configure({});
+  CData tree = calibrator.GetConfig();
+  EXPECT_EQ(Shape(tree), record + "RefSegment {} RefDistanceMeter " + info(0));
+  // What was read back changes nothing but what it has of its own.
+  tree.AddChild(Tok::FixPointHelper).AddChild(Tok::Points).AddInt(Tok::X, 5);
+  TakeLines();
+  calibrator.Configure(tree);
+  EXPECT_EQ(TakeLines().size(), 3U);
+  calibrator.Configure(Tree({}, twoMarks));
+  tree = calibrator.GetConfig();
+  EXPECT_EQ(Shape(tree), record + "RefSegment {" + segment + segment +
+                             "} RefDistanceMeter FixPointHelper {Points {X } } " + info(4));
+
+  const CData& result = tree.Child(Tok::Info);
+  const auto expectAt = [](const CData& list, std::uint64_t i, CPointF expected) {
+    const CData& node = *list.At(i).value.GetNode();
+    EXPECT_NEAR(node.GetDouble(Tok::X, 0), expected.x, 0.01) << i;
+    EXPECT_NEAR(node.GetDouble(Tok::Y, 0), expected.y, 0.01) << i;
+  };
+  const CPointF corners[] = {{563, 8755}, {8090, 9421}, {10342, 4864}, {5734, 4659}};
+  const CData& grid = result.Child(Tok::Grid);
+  for (const auto& [i, x, y] : {std::tuple(0U, 1, 1), {1U, 0, 2}, {16U, 2, 0}, {17U, 3, 3}}) {
+    expectAt(grid.Child(Tok::XLines), i, corners[x]);
+    expectAt(grid.Child(Tok::YLines), i, corners[y]);
+  }
+  for (std::uint64_t i = 0; i < 4; ++i) {
+    CPointF head;
+    ASSERT_TRUE(calibrator.Head(corners[i], 1.8F, head));
+    expectAt(result.Child(Tok::Plane0).Child(Tok::Points), i, corners[i]);
+    expectAt(result.Child(Tok::Plane1).Child(Tok::Points), i, head);
+  }
+  const CData& horizon = result.Child(Tok::Horizon).Child(Tok::Points);
+  const auto heightAt = [&](std::uint64_t i) {
+    return static_cast<float>(horizon.At(i).value.GetNode()->GetDouble(Tok::Y, 0));
+  };
+  const float middle = (heightAt(0) + heightAt(1)) / 2;
+  CPointF head;
+  EXPECT_FALSE(calibrator.Head({8192, middle - 5}, 1, head));
+  EXPECT_TRUE(calibrator.Head({8192, middle + 5}, 1, head));
+}
+
+TEST_F(Calibration, ThreadsMeasureWhileTheComponentCalibrates) {
+  CCalibration& component = *Get<CCalibration>();
+  component.Calibrate({});
+  EXPECT_EQ(lines.front(), Line(3, "[CALIB] Calibrating camera..."));
+  EXPECT_EQ(lines.back(), Line(3, "[CALIB] Calibration finished! (0s)"));
+  const std::shared_ptr<CCalibrator3D> former = component.GetCalibrator();
+  std::atomic<bool> stop = false;
+  std::thread measuring([&] {
+    CPointF ground;
+    while (!stop) {
+      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground));
+      EXPECT_GT(component.GetCalibrator()->GetConfig().Count(), 10U);
+    }
+  });
+  for (int i = 0; i < 20; ++i) {
+    component.Calibrate(Tree({}, twoMarks));
+    component.GetCalibrator()->Configure(Tree({}, twoMarks, 2));
+  }
+  stop = true;
+  measuring.join();
+  const CAutoLock twice(former.get());
+  EXPECT_TRUE(former->IsConfigured() && !former->IsThreeDReady());
+  EXPECT_TRUE(component.GetCalibrator()->IsThreeDReady());
+}
+
+}  // namespace
