@@ -138,14 +138,17 @@ inline V32 OddWords(V32 a, V32 b) {
 #endif
 }
 
+// Repairs what is packed twice, or packed from every second word.
+inline V32 InOrderTwice(V32 a) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, a, 0, 4, 1, 5, 2, 6, 3, 7);
+#else
+  return a;
+#endif
+}
 // The bytes that are the values of four registers of words, in order.
 inline V32 PackWordsToBytes(V32 a, V32 b, V32 c, V32 d) {
-  const auto bytes = (V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d));
-#if defined(__AVX2__)
-  return __builtin_shufflevector(bytes, bytes, 0, 4, 1, 5, 2, 6, 3, 7);
-#else
-  return bytes;
-#endif
+  return InOrderTwice((V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d)));
 }
 
 struct TwoVectors {
