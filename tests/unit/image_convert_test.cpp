@@ -5,14 +5,13 @@
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/guarded_memory.h"
+#include "tests/support/pixel_model.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -20,11 +19,8 @@
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 // The model: a row is a list of pixels of three values, and every conversion a chain of the steps
 // that the formats' definitions name, one pixel after the other.
-using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
 using Pixels = std::vector<Pixel>;
 constexpr std::uint8_t fill = 0xA5;
 
@@ -77,21 +73,6 @@ Pixel GrayToRgb(const Pixel& p) {
 }
 Pixel GrayToYuv(const Pixel& p) {
   return {p[0], 128, 128};
-}
-Pixel RgbToYuv(const Pixel& p) {
-  const auto [b, g, r] = p;
-  return {(r * 77 + g * 150 + b * 29) >> 8, ((r * -43 + g * -85 + b * 128) >> 8) + 128,
-          ((r * 128 + g * -107 + b * -21) >> 8) + 128};
-}
-int Saturate(int value) {
-  return value < 0 ? 0 : value > 254 ? 255 : value;
-}
-Pixel YuvToRgb(const Pixel& p) {
-  const int y = p[0] * 256;
-  const int u = p[1] - 128;
-  const int v = p[2] - 128;
-  return {Saturate((y + u * 454) >> 8), Saturate((y + u * -88 + v * -183) >> 8),
-          Saturate((y + v * 359) >> 8)};
 }
 Bytes YuvToYuyv(const Pixels& pixels) {
   Bytes row;
@@ -157,18 +138,6 @@ const std::map<std::string, Model> models = {
     {"uyvyToYuyv", [](auto& s) { return YuvToYuyv(UyvyToYuv(s)); }},
 };
 
-// Random bytes with many values at the ends and around the middle, where rounding shows.
-Bytes RandomBytes(std::size_t size) {
-  static std::mt19937 random(20);
-  constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
-  Bytes bytes(size);
-  for (auto& byte : bytes) {
-    const auto value = static_cast<std::uint32_t>(random());
-    byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
-  }
-  return bytes;
-}
-
 void CheckKernels(const RowKernels& table) {
   const GuardedMemory sourceMemory(20100 * 8);
   const GuardedMemory targetMemory(20100 * 8);
@@ -204,7 +173,8 @@ TEST(ImageConvert, Avx2KernelsFollowTheModel) {
 }
 #endif
 
-// What becomes of a pair: the name of a kernel, "copy", "unwritten", or the refusing source.
+// What becomes of a pair: the name of a kernel, "cells" (bytes are tested with the cell formats),
+// "copy", "unwritten", or the refusing source.
 constexpr const char* general = "image/ztimage_impl";
 #define REFUSED(target) "image_convert/image_convert_to" target "_impl"
 // clang-format off
@@ -217,17 +187,16 @@ constexpr const char* matrix[9][9] = {
     {REFUSED("bool"), "rgbToGray", "copy", "rgbToYuv", "rgbToYuyv", "rgbToUyvy",
      general, general, "unwritten"},
     {REFUSED("bool"), "yuvToGray", "yuvToRgb", "copy", "yuvToYuyv", "yuvToUyvy",
-     general, general, REFUSED("yuv420block")},
+     general, general, "cells"},
     {REFUSED("bool"), "yuyvToGray", "yuyvToRgb", "yuyvToYuv", "copy", "yuyvToUyvy",
-     general, general, REFUSED("yuv420block")},
+     general, general, "cells"},
     {REFUSED("bool"), "uyvyToGray", "uyvyToRgb", "uyvyToYuv", "uyvyToYuyv", "copy",
      general, general, "unwritten"},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
+    {REFUSED("bool"), REFUSED("gray"), "cells", REFUSED("yuv"), "cells",
      REFUSED("uyvy"), general, general, REFUSED("yuv")},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
-     REFUSED("uyvy"), general, general, "unwritten"},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
-     REFUSED("uyvy"), general, general, "copy"},
+    {REFUSED("bool"), "cells", "cells", "cells", "cells", REFUSED("uyvy"), general, general,
+     "unwritten"},
+    {REFUSED("bool"), "cells", "cells", "cells", "cells", "cells", general, general, "copy"},
 };
 // clang-format on
 
@@ -262,11 +231,15 @@ void CheckPair(int source, int target, int width, int height) {
     EXPECT_EQ(CTestFrames::allocated, allocated);
     return;
   }
+  const bool isSensor = from == PixelFormat::RGBBAYER && to == PixelFormat::YUYV;
+  if (isSensor && (width < 4 || height < 4 || width % 2 != 0)) return;  // a failure of its own
   const std::unique_ptr<CZTImageImplBase> result = image->ConvertToNew(to);
-  EXPECT_EQ(CTestFrames::allocated, allocated + 1);
+  const bool isChain = from == PixelFormat::YUVBAYERBLOCK && to == PixelFormat::YUYV;
+  EXPECT_EQ(CTestFrames::allocated, allocated + (isChain ? 2 : 1));
   ASSERT_EQ(result->GetPixelFormat(), to);
   ASSERT_EQ(result->GetDx(), image->GetDxInPixels() / GetSampleDx(to));
   ASSERT_EQ(result->GetDy(), image->GetDyInPixels() / GetSampleDy(to));
+  if (cell == "cells") return;
   const auto* const kernel =
       std::find_if(std::begin(rowKernelShapes), std::end(rowKernelShapes),
                    [&](const RowKernelShape& shape) { return cell == shape.name; });
