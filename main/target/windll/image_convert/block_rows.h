@@ -67,23 +67,30 @@ struct FourPixels {
   T topLeft, topRight, bottomLeft, bottomRight;
 };
 
-// Chroma of each pixel from the three groups next to it and its own.
+// Chroma of each pixel is nine parts of its group's, three each of the groups next to it and one of
+// the diagonal one: three to one between rows, and then again between columns.
 struct BlockYuv {
+  // Both chroma values of three columns, each in the upper half of its sum.
   template <class T>
-  static T Pixel(T luma, T own, T side, T column, T diagonal) {
-    const auto sum = [=](auto half) {
-      return 3 * (3 * half(own) + half(side) + half(column)) + half(diagonal) + 0x00080008U;
-    };
-    const T u = sum([](T group) { return First(group); });
-    const T v = sum([](T group) { return Second(group); });
+  struct Column {
+    Column(T own, T beside)
+        : u(3 * First(own) + First(beside)), v(3 * Second(own) + Second(beside)) {}
+    T u, v;
+  };
+  template <class T>
+  static T Pixel(T luma, const Column<T>& own, const Column<T>& side) {
+    const T u = 3 * own.u + side.u + 0x00080008U;
+    const T v = 3 * own.v + side.v + 0x00080008U;
     return luma | (u >> 12 & 0xff00U) | (v >> 4 & 0xff0000U);
   }
   template <class T>
   static FourPixels<T> Pixels(const Neighbourhood<T>& g) {
-    return {Pixel<T>(g.own & 0xff, g.own, g.left, g.above, g.aboveLeft),
-            Pixel<T>(g.template TopRightLuma<2>(), g.own, g.right, g.above, g.aboveRight),
-            Pixel<T>(g.template BottomLeftLuma<2>(), g.own, g.left, g.below, g.belowLeft),
-            Pixel<T>(g.own >> 8 & 0xff, g.own, g.right, g.below, g.belowRight)};
+    const Column<T> top(g.own, g.above);
+    const Column<T> bottom(g.own, g.below);
+    return {Pixel(T(g.own & 0xff), top, Column<T>(g.left, g.aboveLeft)),
+            Pixel(g.template TopRightLuma<2>(), top, Column<T>(g.right, g.aboveRight)),
+            Pixel(g.template BottomLeftLuma<2>(), bottom, Column<T>(g.left, g.belowLeft)),
+            Pixel(T(g.own >> 8 & 0xff), bottom, Column<T>(g.right, g.belowRight))};
   }
   static Word Finished(Word yuv) { return yuv; }
   static TwoVectors Finished(TwoVectors yuv) { return yuv; }

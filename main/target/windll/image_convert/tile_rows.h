@@ -16,10 +16,31 @@ constexpr std::size_t tilesPerVector = bytesPerVector / 16;
 inline __m128i LoadHalf(const Byte* p) {
   return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
 }
-inline __m128i Widened(__m128i bytes) {
-  return _mm_unpacklo_epi8(bytes, __m128i{});
+inline __m128i LoadUpperHalf(const Byte* p) {
+  const auto* const half = reinterpret_cast<const double*>(p);
+#if defined(__AVX2__)
+  return _mm_castpd_si128(_mm_loaddup_pd(half));  // no work for the units that shuffle
+#else
+  return _mm_castpd_si128(_mm_loadh_pd(__m128d{}, half));
+#endif
 }
 using Eight = std::uint16_t __attribute__((vector_size(16)));
+
+// The sums of eight products each of bytes at `a` and of bytes at `b`.
+template <int weightA, int weightB>
+inline Eight Weigh(const Byte* a, const Byte* b) {
+#if defined(__AVX2__)
+  return (Eight)_mm_maddubs_epi16(
+      _mm_unpacklo_epi8(LoadHalf(a), LoadHalf(b)),
+      _mm_set1_epi16(static_cast<std::int16_t>((weightA & 0xff) | weightB * 256)));
+#else
+  const auto widened = [](const Byte* p) {
+    return (Eight)_mm_unpacklo_epi8(LoadHalf(p), __m128i{});
+  };
+  return widened(a) * static_cast<std::uint16_t>(weightA) +
+         widened(b) * static_cast<std::uint16_t>(weightB);
+#endif
+}
 
 // Chroma of a row, blended with the row beside: three parts to one. A pixel's chroma is three parts
 // of that and one part of its neighbour's, in sixteenths: what a pixel at an end keeps of its own
@@ -28,7 +49,7 @@ inline int Blended(const Byte* chroma, const Byte* beside, std::size_t i) {
   return 3 * chroma[i] + beside[i];
 }
 inline std::uint16_t MakeUp(const Byte* chroma, const Byte* beside, std::size_t i) {
-  return static_cast<std::uint16_t>(16 * chroma[i] - 3 * Blended(chroma, beside, i));
+  return static_cast<std::uint16_t>(7 * chroma[i] - 3 * beside[i]);
 }
 
 template <bool acrossTiles>
@@ -43,13 +64,13 @@ struct TileBuffer {
     std::memcpy(luma + 16 * slot, row.luma + offset, halfRow);
     std::memcpy(luma + 16 * slot + halfRow, row.luma + offset + planeBytes, halfRow);
     for (std::size_t c = 0; c < 2; ++c) {
-      const auto own = (Eight)Widened(LoadHalf(row.chroma + offset + planeBytes * c));
-      const auto beside = (Eight)Widened(LoadHalf(row.beside + offset + planeBytes * c));
-      const Eight blended = own * 3 + beside;
+      const Byte* const own = row.chroma + offset + planeBytes * c;
+      const Byte* const beside = row.beside + offset + planeBytes * c;
+      const Eight blended = Weigh<3, 1>(own, beside);
       std::uint16_t* const target = chroma[c] + pitch * slot;
       if constexpr (!acrossTiles) {
         // The first and the last of these stay on either side of what is stored over them.
-        const Eight makeUp = own * 16 - blended * 3;
+        const Eight makeUp = Weigh<7, -3>(own, beside);
         std::memcpy(target, &makeUp, sizeof makeUp);
         std::memcpy(target + 2, &makeUp, sizeof makeUp);
       }
@@ -86,67 +107,43 @@ inline V16 LoadTiles(const std::uint16_t* p) {
   return (V16)LoadVector(reinterpret_cast<const Byte*>(p));
 }
 
-// One of U and V, of even and of odd pixels, in sixteenths and less `bias`.
-struct TileChroma {
-  template <std::size_t pitch>
-  static TileChroma Load(const std::uint16_t* blended, std::size_t toNeighbour, int bias) {
-    const V16 most = LoadTiles<pitch>(blended) * 3 + static_cast<std::uint16_t>(8 - 16 * bias);
-    return {most + LoadTiles<pitch>(blended - toNeighbour),
-            most + LoadTiles<pitch>(blended + toNeighbour)};
-  }
-  V16 even, odd;
+// U or V less `bias` of the pixels of tiles, in order.
+template <std::size_t pitch>
+inline V8 SmoothedChroma(const std::uint16_t* blended, std::size_t toNeighbour, int bias) {
+  const V16 most = LoadTiles<pitch>(blended) * 3 + static_cast<std::uint16_t>(8 - 16 * bias);
+  const V16 even = most + LoadTiles<pitch>(blended - toNeighbour);
+  const V16 odd = most + LoadTiles<pitch>(blended + toNeighbour);
+  return JoinBytes(even >> 4, odd << 4);
+}
+
+struct ThreeBytes {
+  V8 first, second, third;
 };
 
 struct TileYuv {
   static constexpr bool acrossTiles = true;
   static constexpr int bias = 0;
-
-  static void Store(Byte* target, V32 luma, const TileChroma& u, const TileChroma& v) {
-    const auto bytes = [](const TileChroma& c) {
-      return (V8)(c.even >> 4 | (c.odd << 4 & 0xff00));
-    };
-    const auto half = [=](V16 yu, V16 v0) {
-      return InOrder(InterleaveLow(yu, v0), InterleaveHigh(yu, v0));
-    };
-    const V8 uBytes = bytes(u);
-    const V8 vBytes = bytes(v);
-    StoreSixteens(target, half(InterleaveLow((V8)luma, uBytes), InterleaveLow(vBytes, V8{})),
-                  half(InterleaveHigh((V8)luma, uBytes), InterleaveHigh(vBytes, V8{})));
-  }
+  static ThreeBytes Pixels(V8 luma, V8 u, V8 v) { return {luma, u, v}; }
 };
 
 struct TileRgb {
   static constexpr bool acrossTiles = false;
   static constexpr int bias = 128;
-
-  static void Store(Byte* target, V32 luma, const TileChroma& u, const TileChroma& v) {
-    const Colours even((V16)luma & 0xff, u.even, v.even);
-    const Colours odd((V16)luma >> 8, u.odd, v.odd);
-    const V8 blue = PackToBytes(even.blue, odd.blue);
-    const V8 green = PackToBytes(even.green, odd.green);
-    const V8 red = PackToBytes(even.red, odd.red);
-    const V16 evenBlueGreen = InterleaveLow(blue, green);
-    const V16 oddBlueGreen = InterleaveHigh(blue, green);
-    const V16 evenRed = InterleaveLow(red, V8{});
-    const V16 oddRed = InterleaveHigh(red, V8{});
-    StoreInterleaved(
-        target, {InterleaveLow(evenBlueGreen, evenRed), InterleaveHigh(evenBlueGreen, evenRed)},
-        {InterleaveLow(oddBlueGreen, oddRed), InterleaveHigh(oddBlueGreen, oddRed)});
+  static ThreeBytes Pixels(V8 luma, V8 u, V8 v) {
+    const Colours low(InterleaveLow(luma, V8{}), InterleaveLow(u, v));
+    const Colours high(InterleaveHigh(luma, V8{}), InterleaveHigh(u, v));
+    return {PackToBytes(low.blue, high.blue), PackToBytes(low.green, high.green),
+            PackToBytes(low.red, high.red)};
   }
 
  private:
-  // The equations to RGB in 16 bits. Green's sum would overflow: (-88 u - 183 v) >> 8 is
-  // (-44 u - 92 v + (v >> 1)) >> 7.
+  // The equations to RGB in 16 bits, for pairs of signed bytes (u, v). Green's sum would overflow:
+  // (-88 u - 183 v) >> 8 is (-22 u - 46 v + (v >> 2)) >> 6.
   struct Colours {
-    Colours(V16 y, V16 u, V16 v) {
-      const V16 wholeU = u & 0xfff0;
-      const V16 wholeV = v & 0xfff0;
-      blue = (S16)y + MultiplyHigh((S16)wholeU, S16{} + 454 * 16);
-      red = (S16)y + MultiplyHigh((S16)wholeV, S16{} + 359 * 16);
-      const S16 onceU = (S16)u >> 4;
-      const S16 onceV = (S16)v >> 4;
-      green = (S16)y + ((onceU * -44 + onceV * -92 + (onceV >> 1)) >> 7);
-    }
+    Colours(V16 y, V16 uv)
+        : blue((S16)y + MultiplyHigh((S16)(uv << 8), S16{} + 454)),
+          green((S16)y + ((((S16)uv >> 10) - WeighSignedBytes<22, 46>(uv)) >> 6)),
+          red((S16)y + MultiplyHigh((S16)(uv & 0xff00), S16{} + 359)) {}
     S16 blue, green, red;
   };
 };
@@ -158,10 +155,16 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   const std::size_t toNeighbour = row.beside != row.chroma;
   const auto store = [&](Byte* to, std::size_t slot) {
     const auto chroma = [&](std::size_t c) {
-      return TileChroma::Load<Buffer::pitch>(buffer.chroma[c] + Buffer::pitch * slot + 1,
-                                             toNeighbour, Pixels::bias);
+      return SmoothedChroma<Buffer::pitch>(buffer.chroma[c] + Buffer::pitch * slot + 1, toNeighbour,
+                                           Pixels::bias);
     };
-    Pixels::Store(to, LoadVector(buffer.luma + 16 * slot), chroma(0), chroma(1));
+    const auto [first, second, third] =
+        Pixels::Pixels((V8)LoadVector(buffer.luma + 16 * slot), chroma(0), chroma(1));
+    const auto eight = [](V16 lower, V16 upper) {
+      return InOrder(InterleaveLow(lower, upper), InterleaveHigh(lower, upper));
+    };
+    StoreSixteens(to, eight(InterleaveLow(first, second), InterleaveLow(third, V8{})),
+                  eight(InterleaveHigh(first, second), InterleaveHigh(third, V8{})));
   };
   if (tiles < tilesPerVector) {
     // One tile: the other half of the register repeats it and goes nowhere.
@@ -185,32 +188,44 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   }
 }
 
-template <class Format>
-void TilesToPairs(Byte* __restrict target, const TileRow& row, bool isLower, std::size_t tiles) {
-  const bool isBlended = row.beside != row.chroma;
-  // The lower row's (3 * own + ((3 * beside + own + 2) >> 2) + 2) >> 2 in one step.
-  const std::uint16_t ownWeight = isLower ? 13 : 12;
-  const std::uint16_t besideWeight = isLower ? 3 : 4;
-  const std::uint16_t rounding = isLower ? 10 : 8;
+// Calls `chroma` with the offset of each tile for its samples' U and V in turn.
+template <class Format, class Chroma>
+inline void StorePairs(Byte* __restrict target, const Byte* __restrict luma, std::size_t tiles,
+                       Chroma chroma) {
   for (std::size_t tile = 0; tile < tiles; ++tile) {
     const std::size_t offset = tileBytes * tile;
-    const auto blended = [&](std::size_t plane) {
-      return ((Eight)Widened(LoadHalf(row.chroma + offset + plane)) * ownWeight +
-              (Eight)Widened(LoadHalf(row.beside + offset + plane)) * besideWeight + rounding) >>
-             4;
-    };
-    const __m128i chroma = isBlended
-                               ? (__m128i)(blended(0) | blended(planeBytes) << 8)
-                               : _mm_unpacklo_epi8(LoadHalf(row.chroma + offset),
-                                                   LoadHalf(row.chroma + offset + planeBytes));
-    const __m128i luma =
-        _mm_unpacklo_epi64(LoadHalf(row.luma + offset), LoadHalf(row.luma + offset + planeBytes));
-    const __m128i first = Format::lumaFirst ? luma : chroma;
-    const __m128i second = Format::lumaFirst ? chroma : luma;
+    const __m128i uv = chroma(offset);
+    const __m128i left = LoadHalf(luma + offset);
+    const __m128i right = LoadUpperHalf(luma + offset + planeBytes);
     auto* const to = reinterpret_cast<__m128i*>(target + 32 * tile);
-    _mm_storeu_si128(to, _mm_unpacklo_epi8(first, second));
-    _mm_storeu_si128(to + 1, _mm_unpackhi_epi8(first, second));
+    _mm_storeu_si128(to,
+                     Format::lumaFirst ? _mm_unpacklo_epi8(left, uv) : _mm_unpacklo_epi8(uv, left));
+    _mm_storeu_si128(
+        to + 1, Format::lumaFirst ? _mm_unpackhi_epi8(right, uv) : _mm_unpackhi_epi8(uv, right));
   }
+}
+
+template <class Format>
+void TilesToPairs(Byte* __restrict target, const TileRow& row, bool isLower, std::size_t tiles) {
+  const auto blended = [&](auto weigh) {
+    StorePairs<Format>(target, row.luma, tiles, [&](std::size_t offset) {
+      const Byte* const own = row.chroma + offset;
+      const Byte* const beside = row.beside + offset;
+      const Eight u = weigh(own, beside) >> 4;
+      const Eight v = weigh(own + planeBytes, beside + planeBytes) << 4 & 0xff00;
+      return (__m128i)(u | v);
+    });
+  };
+  if (row.beside == row.chroma)
+    StorePairs<Format>(target, row.luma, tiles, [&](std::size_t offset) {
+      return _mm_unpacklo_epi8(LoadHalf(row.chroma + offset),
+                               LoadHalf(row.chroma + offset + planeBytes));
+    });
+  else if (isLower)
+    // (3 * own + ((3 * beside + own + 2) >> 2) + 2) >> 2 in one step.
+    blended([](const Byte* own, const Byte* beside) { return Weigh<13, 3>(own, beside) + 10; });
+  else
+    blended([](const Byte* own, const Byte* beside) { return Weigh<12, 4>(own, beside) + 8; });
 }
 
 // The two halves of each 128 bits to two places of one tile after the other.
@@ -238,11 +253,8 @@ struct FromYuv {
   // U and V of the samples in turn, 16 bits each.
   static V16 Chroma(const Byte* upper, const Byte* lower) {
     const auto sums = [=](std::size_t part) {
-      const V32 a = LoadVector(upper + part * bytesPerVector);
-      const V32 b = LoadVector(lower + part * bytesPerVector);
-      const V16 u = ((V16)a >> 8) + ((V16)b >> 8);
-      const V16 v = ((V16)a & 0xff) + ((V16)b & 0xff);
-      return ((V32)u & 0xffff) | ((V32)v & 0xffff0000U);
+      return (V32)(MiddleBytes(LoadVector(upper + part * bytesPerVector)) +
+                   MiddleBytes(LoadVector(lower + part * bytesPerVector)));
     };
     const auto means = [=](std::size_t part) {
       const V32 first = sums(part);
