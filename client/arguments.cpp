@@ -23,7 +23,7 @@ constexpr const char* pictureHelp = "Anything that FFmpeg reads";
 constexpr const char* pictureHelp = "A PNG file";
 #endif
 
-void ParseSize(const std::string& text, CRecordSettings& settings) {
+void ParseSize(const std::string& text, int& width, int& height) {
   const auto side = [](std::string_view digits) {
     int value = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
@@ -34,10 +34,10 @@ void ParseSize(const std::string& text, CRecordSettings& settings) {
   };
   const std::size_t cross = text.find('x');
   if (cross != std::string::npos) {
-    settings.width = side(std::string_view(text).substr(0, cross));
-    settings.height = side(std::string_view(text).substr(cross + 1));
+    width = side(std::string_view(text).substr(0, cross));
+    height = side(std::string_view(text).substr(cross + 1));
   }
-  if (settings.width == 0 || settings.height == 0)
+  if (width == 0 || height == 0)
     throw CLI::ValidationError("--size: " + text + " is no size like 640x480");
 }
 
@@ -74,7 +74,10 @@ void AddRecordSettings(CLI::App& command, CRecordSettings& settings) {
       ->capture_default_str();
   command
       .add_option_function<std::string>(
-          "--size", [&settings](const std::string& text) { ParseSize(text, settings); },
+          "--size",
+          [&settings](const std::string& text) {
+            ParseSize(text, settings.width, settings.height);
+          },
           "Size of the coded pictures; that of the input if not given")
       ->option_text("WxH");
   command.add_option("--frames", settings.frames, "Stop after so many frames")
@@ -127,6 +130,15 @@ const std::map<std::string, int> pixelNames{{"rgb", ZTLIB_RGB},
                                             {"yuyv", ZTLIB_YUYV},
                                             {"uyvy", ZTLIB_UYVY},
                                             {"gray", ZTLIB_GRAY}};
+const std::map<std::string, int> everyPixelName{{"bool8", ZTLIB_BOOL8},
+                                                {"gray", ZTLIB_GRAY},
+                                                {"rgb", ZTLIB_RGB},
+                                                {"yuv", ZTLIB_YUV},
+                                                {"yuyv", ZTLIB_YUYV},
+                                                {"uyvy", ZTLIB_UYVY},
+                                                {"rgbbayer", ZTLIB_RGBBAYER},
+                                                {"yuvbayerblock", ZTLIB_YUVBAYERBLOCK},
+                                                {"yuv420block", ZTLIB_YUV420BLOCK}};
 
 void AddLayers(CLI::App& app, CArguments& arguments) {
   auto options = std::make_shared<CLayersOptions>();
@@ -208,6 +220,36 @@ CArguments ParseArguments(int count, char** values) {
   info.add_option("input", infoOptions->input, "Coded frames (.zts)")->required();
   info.add_flag("--json", infoOptions->isJson, "As JSON");
   info.final_callback([&] { arguments.run = [infoOptions] { return Info(*infoOptions); }; });
+
+  auto convertOptions = std::make_shared<CConvertOptions>();
+  CLI::App& convert = *app.add_subcommand("convert",
+                                          "Convert a picture between pixel formats; by the "
+                                          "library's code inside of this program, as no "
+                                          "function of the shared library does that alone");
+  convert.add_option("input", convertOptions->input, "A .png file, anything else is raw samples")
+      ->required();
+  const auto addFormat = [&](const char* name, int& format, const char* help) {
+    convert.add_option(name, format, help)
+        ->required()
+        ->transform(CLI::CheckedTransformer(everyPixelName, CLI::ignore_case))
+        ->option_text("bool8|gray|rgb|yuv|yuyv|uyvy|rgbbayer|yuvbayerblock|yuv420block");
+  };
+  addFormat("--from", convertOptions->from, "Pixel format of the input");
+  addFormat("--to", convertOptions->to, "Pixel format to convert to");
+  convert
+      .add_option_function<std::string>(
+          "--size",
+          [convertOptions](const std::string& text) {
+            ParseSize(text, convertOptions->width, convertOptions->height);
+          },
+          "Size of raw input in pixels")
+      ->option_text("WxH");
+  convert
+      .add_option("--out", convertOptions->output,
+                  "A .png file shows the result, anything else gets its samples")
+      ->option_text("FILE");
+  convert.final_callback(
+      [&] { arguments.run = [convertOptions] { return Convert(*convertOptions); }; });
 
   auto demoOptions = std::make_shared<CDemoOptions>();
   CLI::App& demo =

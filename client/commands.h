@@ -42,6 +42,13 @@ struct CInfoOptions {
 };
 int Info(const CInfoOptions& options);
 
+struct CConvertOptions {
+  std::string input, output;  // no output: a name made of the input's
+  int from = -1, to = -1;     // of ztlib_pixel_format
+  int width = 0, height = 0;  // of raw input
+};
+int Convert(const CConvertOptions& options);
+
 struct CDemoOptions {
   std::string input;  // empty: the synthetic scene
   std::string folder = "demo";

@@ -7,10 +7,6 @@
 
 namespace {
 
-struct CSampleShape {
-  int width, height, bytes;
-};
-
 constexpr std::array<CSampleShape, 9> shapes{{
     {1, 1, 1},      // ZTLIB_BOOL8
     {1, 1, 1},      // ZTLIB_GRAY
@@ -24,6 +20,10 @@ constexpr std::array<CSampleShape, 9> shapes{{
 }};
 
 }  // namespace
+
+const CSampleShape& ShapeOf(int pixelFormat) {
+  return shapes.at(static_cast<std::size_t>(pixelFormat));
+}
 
 CFramePool& CFramePool::Instance() {
   static CFramePool pool;
@@ -54,7 +54,7 @@ CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
       return frame;
     }
   }
-  const CSampleShape& shape = shapes[static_cast<std::size_t>(pixelFormat)];
+  const CSampleShape& shape = ShapeOf(pixelFormat);
   const std::uint64_t row = std::uint64_t(width / shape.width) * std::uint64_t(shape.bytes);
   const std::uint64_t rows = std::uint64_t(height / shape.height);
   if (row * rows == 0 || row * rows > maxPictureBytes) return nullptr;

@@ -5,6 +5,13 @@
 #include <mutex>
 #include <vector>
 
+// A sample in pixels and bytes.
+struct CSampleShape {
+  int width, height, bytes;
+};
+// `pixelFormat` is one of ztlib_pixel_format.
+[[nodiscard]] const CSampleShape& ShapeOf(int pixelFormat);
+
 // The frame manager that the library gets all its picture memory from. Frames have
 // rows without padding; a frame that comes back is kept with its buffer and given out again for
 // the next picture of that shape, so a running stream allocates nothing.

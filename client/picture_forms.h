@@ -1,11 +1,13 @@
 #pragma once
 
 #include "client/frame.h"
+#include "client/library.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 
 // The forms in which decoded pictures are written, made by FFmpeg or, in a client without it, by
 // code of our own.
@@ -17,6 +19,9 @@ class IPngCoder {
   [[nodiscard]] virtual std::span<const std::uint8_t> Code(const CFrame& picture) = 0;
 };
 [[nodiscard]] std::unique_ptr<IPngCoder> NewPngCoder();
+
+// A PNG file as ZTLIB_GRAY, which it has to be, or as ZTLIB_RGB. Needs FFmpeg.
+[[nodiscard]] PoolFramePtr ReadPng(const std::string& path, int pixelFormat);
 
 struct CPlane {
   const std::uint8_t* data = nullptr;

@@ -68,7 +68,7 @@ int main() {
   for (int source = 0; source <= 8; ++source)
     for (int target = 0; target <= 8; ++target)
       Step(std::string("convert ") + formatNames[source] + " to " + formatNames[target], [&] {
-        for (const auto& [width, height] : {std::pair{96, 80}, {16, 16}, {1904, 32}})
+        for (const auto& [width, height] : {std::pair{96, 80}, {16, 16}, {38, 34}, {1904, 32}})
           Convert(source, target, width, height);
       });
   Step("tree", [] { MixTree(RichTree()); });

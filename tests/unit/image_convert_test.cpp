@@ -6,28 +6,13 @@
 #include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/common.h"
 #include "tests/support/guarded_memory.h"
+#include "tests/support/pixel_model.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
-
-#include <array>
 
 namespace {
 
 constexpr std::uint8_t fill = 0xA5;
-
-using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
-
-Pixel RgbToYuv(const Pixel& p) {
-  const auto [b, g, r] = p;
-  return {(r * 77 + g * 150 + b * 29) >> 8, ((r * -43 + g * -85 + b * 128) >> 8) + 128,
-          ((r * 128 + g * -107 + b * -21) >> 8) + 128};
-}
-Pixel YuvToRgb(const Pixel& p) {
-  const auto saturate = [](int value) { return value < 0 ? 0 : value > 254 ? 255 : value; };
-  const int y = p[0] * 256, u = p[1] - 128, v = p[2] - 128;
-  return {saturate((y + u * 454) >> 8), saturate((y + u * -88 + v * -183) >> 8),
-          saturate((y + v * 359) >> 8)};
-}
 
 // The conversion of a row by the name of its kernel, one pixel after the other.
 Bytes Model(const std::string& name, Bytes row) {
@@ -80,18 +65,6 @@ Bytes Model(const std::string& name, Bytes row) {
   return out;
 }
 
-// Random bytes with many values at the ends and around the middle, where rounding shows.
-Bytes RandomBytes(std::size_t size) {
-  static std::mt19937 random(20);
-  constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
-  Bytes bytes(size);
-  for (auto& byte : bytes) {
-    const auto value = static_cast<std::uint32_t>(random());
-    byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
-  }
-  return bytes;
-}
-
 void CheckKernels(const RowKernels& table) {
   const GuardedMemory sourceMemory(20100 * 8);
   const GuardedMemory targetMemory(20100 * 8);
@@ -100,7 +73,7 @@ void CheckKernels(const RowKernels& table) {
     counts.push_back(count);
   for (const RowKernelShape& kernel : rowKernelShapes)
     for (const std::size_t count : counts) {
-      const Bytes source = RandomBytes(count * kernel.sourceBytes);
+      const Bytes source = EdgyBytes(count * kernel.sourceBytes);
       const Bytes expected = Model(kernel.name, source);
       ASSERT_EQ(expected.size(), count * kernel.targetBytes) << kernel.name;
       for (const bool atEnd : {false, true})
@@ -127,7 +100,8 @@ TEST(ImageConvert, Avx2KernelsFollowTheModel) {
 }
 #endif
 
-// What becomes of a pair: the name of a kernel, "copy", "unwritten", or the refusing source.
+// What becomes of a pair: the name of a kernel, "cells" (bytes are tested with the cell formats),
+// "copy", "unwritten", or the refusing source.
 constexpr const char* general = "image/ztimage_impl";
 #define REFUSED(target) "image_convert/image_convert_to" target "_impl"
 // clang-format off
@@ -140,17 +114,16 @@ constexpr const char* matrix[9][9] = {
     {REFUSED("bool"), "rgbToGray", "copy", "rgbToYuv", "rgbToYuyv", "rgbToUyvy",
      general, general, "unwritten"},
     {REFUSED("bool"), "yuvToGray", "yuvToRgb", "copy", "yuvToYuyv", "yuvToUyvy",
-     general, general, REFUSED("yuv420block")},
+     general, general, "cells"},
     {REFUSED("bool"), "yuyvToGray", "yuyvToRgb", "yuyvToYuv", "copy", "yuyvToUyvy",
-     general, general, REFUSED("yuv420block")},
+     general, general, "cells"},
     {REFUSED("bool"), "uyvyToGray", "uyvyToRgb", "uyvyToYuv", "uyvyToYuyv", "copy",
      general, general, "unwritten"},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
+    {REFUSED("bool"), REFUSED("gray"), "cells", REFUSED("yuv"), "cells",
      REFUSED("uyvy"), general, general, REFUSED("yuv")},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
-     REFUSED("uyvy"), general, general, "unwritten"},
-    {REFUSED("bool"), REFUSED("gray"), REFUSED("rgb"), REFUSED("yuv"), REFUSED("yuyv"),
-     REFUSED("uyvy"), general, general, "copy"},
+    {REFUSED("bool"), "cells", "cells", "cells", "cells", REFUSED("uyvy"), general, general,
+     "unwritten"},
+    {REFUSED("bool"), "cells", "cells", "cells", "cells", "cells", general, general, "copy"},
 };
 // clang-format on
 
@@ -166,7 +139,7 @@ void CheckPair(int source, int target, int width, int height) {
   const std::unique_ptr<CZTImageImplBase> image =
       CreateNewImageBase(from, width / GetSampleDx(from), height / GetSampleDy(from));
   for (int y = 0; y < image->GetDy(); ++y) {
-    const Bytes row = RandomBytes(static_cast<std::size_t>(image->GetRowSize()));
+    const Bytes row = EdgyBytes(static_cast<std::size_t>(image->GetRowSize()));
     if (!row.empty()) std::memcpy(image->GetPtrAt(0, y), row.data(), row.size());
   }
   const std::string cell = matrix[source][target];
@@ -185,11 +158,15 @@ void CheckPair(int source, int target, int width, int height) {
     EXPECT_EQ(CTestFrames::allocated, allocated);
     return;
   }
+  const bool isSensor = from == PixelFormat::RGBBAYER && to == PixelFormat::YUYV;
+  if (isSensor && (width < 4 || height < 4 || width % 2 != 0)) return;  // a failure of its own
   const std::unique_ptr<CZTImageImplBase> result = image->ConvertToNew(to);
-  EXPECT_EQ(CTestFrames::allocated, allocated + 1);
+  const bool isChain = from == PixelFormat::YUVBAYERBLOCK && to == PixelFormat::YUYV;
+  EXPECT_EQ(CTestFrames::allocated, allocated + (isChain ? 2 : 1));
   ASSERT_EQ(result->GetPixelFormat(), to);
   ASSERT_EQ(result->GetDx(), image->GetDxInPixels() / GetSampleDx(to));
   ASSERT_EQ(result->GetDy(), image->GetDyInPixels() / GetSampleDy(to));
+  if (cell == "cells") return;
   const auto* const kernel =
       std::find_if(std::begin(rowKernelShapes), std::end(rowKernelShapes),
                    [&](const RowKernelShape& shape) { return cell == shape.name; });
@@ -222,7 +199,7 @@ TEST(ImageConvert, KeepsToTheRowsOfParts) {
   const CTestFrames frames(&frame_manager::Register, fill);
   YuyvImageView whole;
   whole.Create(8, 4);
-  const Bytes content = RandomBytes(128);
+  const Bytes content = EdgyBytes(128);
   std::memcpy(whole.data, content.data(), content.size());
   const auto part = YuyvImageView::MapOf(whole, {3, 1, 2, 3});
   UyvyImageView swapped;

@@ -17,3 +17,6 @@ inline void Convert(GrayImageView& target, const YuyvImageView& source) {
 inline void Convert(GrayImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToGray);
 }
+// Leaves a border of two pixels.
+void Convert(GrayImageView& target, const BayerBlockImageView& source);
+void Convert(GrayImageView& target, const Yuv420ImageView& source);

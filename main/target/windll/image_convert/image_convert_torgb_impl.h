@@ -17,3 +17,7 @@ inline void Convert(RgbImageView& target, const YuyvImageView& source) {
 inline void Convert(RgbImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToRgb);
 }
+// Leaves a border of one pixel.
+void Convert(RgbImageView& target, const BayerImageView& source);
+void Convert(RgbImageView& target, const BayerBlockImageView& source);
+void Convert(RgbImageView& target, const Yuv420ImageView& source);

@@ -14,3 +14,4 @@ inline void Convert(UyvyImageView& target, const YuvImageView& source) {
 inline void Convert(UyvyImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, Rows().yuyvToUyvy);
 }
+void Convert(UyvyImageView& target, const Yuv420ImageView& source);

@@ -14,3 +14,6 @@ inline void Convert(YuvImageView& target, const YuyvImageView& source) {
 inline void Convert(YuvImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToYuv);
 }
+// Leaves a border of two pixels.
+void Convert(YuvImageView& target, const BayerBlockImageView& source);
+void Convert(YuvImageView& target, const Yuv420ImageView& source);

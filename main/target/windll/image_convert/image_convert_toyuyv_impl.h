@@ -14,3 +14,8 @@ inline void Convert(YuyvImageView& target, const YuvImageView& source) {
 inline void Convert(YuyvImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, Rows().uyvyToYuyv);
 }
+// Throws if the source is smaller than 4 by 4, has an odd width, or a picture is not aligned to 4.
+void Convert(YuyvImageView& target, const BayerImageView& source);
+// Asks the frame manager for a picture in between: its border, which is not written, shows.
+void Convert(YuyvImageView& target, const BayerBlockImageView& source);
+void Convert(YuyvImageView& target, const Yuv420ImageView& source);

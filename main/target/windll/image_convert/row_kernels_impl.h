@@ -1,77 +1,11 @@
 #pragma once
 
+#include "main/target/windll/image_convert/pixel_vectors.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
-#include "main/target/windll/image_convert/row_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and
 // no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
-
-using Byte = std::uint8_t;
-using Word = std::uint32_t;
-
-inline Word Load(const Byte* p) {
-  Word word;
-  std::memcpy(&word, p, sizeof word);
-  return word;
-}
-inline void Store(Byte* p, Word word) {
-  std::memcpy(p, &word, sizeof word);
-}
-
-// Writes a four-byte pixel without its fourth byte; `pixel` has 0 there.
-inline void StorePixel(Byte* p, Word pixel) {
-  Store(p, (Load(p) & 0xff000000U) | pixel);
-}
-
-inline int ByteOf(Word word, int index) {
-  return static_cast<int>(word >> (8 * index) & 0xff);
-}
-inline Word Pack(int b0, int b1, int b2, int b3 = 0) {
-  return static_cast<Word>(b0) | static_cast<Word>(b1) << 8 | static_cast<Word>(b2) << 16 |
-         static_cast<Word>(b3) << 24;
-}
-
-inline int Clamp(int value) {
-  return value < 0 ? 0 : value > 255 ? 255 : value;
-}
-
-inline int LumaOfRgb(Word rgb) {
-  return (ByteOf(rgb, 2) * 77 + ByteOf(rgb, 1) * 150 + ByteOf(rgb, 0) * 29) >> 8;
-}
-inline Word YuvOfRgb(Word rgb) {
-  const int b = ByteOf(rgb, 0);
-  const int g = ByteOf(rgb, 1);
-  const int r = ByteOf(rgb, 2);
-  return Pack(LumaOfRgb(rgb), ((r * -43 + g * -85 + b * 128) >> 8) + 128,
-              ((r * 128 + g * -107 + b * -21) >> 8) + 128);
-}
-inline Word RgbOfYuv(Word yuv) {
-  const int y = ByteOf(yuv, 0) * 256;
-  const int u = ByteOf(yuv, 1) - 128;
-  const int v = ByteOf(yuv, 2) - 128;
-  return Pack(Clamp((y + u * 454) >> 8), Clamp((y + u * -88 + v * -183) >> 8),
-              Clamp((y + v * 359) >> 8));
-}
-
-// A packed sample as Y0, U, Y1, V, whatever the byte order of its format.
-struct Yuyv {
-  static constexpr bool inPlace = false;
-  static constexpr bool lumaFirst = true;
-  static Word ToSample(Word sample) { return sample; }
-};
-struct Uyvy {
-  static constexpr bool inPlace = true;
-  static constexpr bool lumaFirst = false;
-  static Word ToSample(Word sample) {
-    return (sample << 8 & 0xff00ff00U) | (sample >> 8 & 0x00ff00ffU);
-  }
-};
-
-inline Word YuyvOfYuv(Word left, Word right) {
-  return Pack(ByteOf(left, 0), (ByteOf(left, 1) + ByteOf(right, 1) + 1) >> 1, ByteOf(right, 0),
-              (ByteOf(left, 2) + ByteOf(right, 2) + 1) >> 1);
-}
 
 // Chroma of the pixel that is three quarters in one sample and one quarter in the next.
 inline int Blend(int own, int side) {
@@ -108,36 +42,6 @@ inline Word RightPixel(const Byte* row, std::size_t i, std::size_t count) {
   return Pack(ByteOf(sample, 2), u, v);
 }
 
-// Calls `vector` for groups of `size` from `begin` to `end`. The last group overlaps the one before
-// it if the range is no multiple; a range shorter than one group goes to `scalar`.
-template <std::size_t size, class VectorStep, class ScalarStep>
-inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, ScalarStep scalar) {
-  if (end < begin + size) {
-    for (; begin < end; ++begin)
-      scalar(begin);
-    return;
-  }
-  const std::size_t last = end - size;
-  for (; begin < last; begin += size)
-    vector(begin);
-  vector(last);
-}
-
-constexpr std::size_t bytesPerVector = sizeof(Vector);
-constexpr std::size_t wordsPerVector = sizeof(Vector) / 4;
-
-inline void StorePixels(Byte* p, V32 pixels) {
-  StoreVector(p, JoinFourthBytes(pixels, LoadVector(p)));
-}
-inline void StorePixels(Byte* p, TwoVectors pixels) {
-  StorePixels(p, pixels.first);
-  StorePixels(p + bytesPerVector, pixels.second);
-}
-// Pixels whose halves are apart.
-inline void StorePixels(Byte* p, V16 low, V16 high) {
-  StorePixels(p, InOrder(InterleaveLow(low, high), InterleaveHigh(low, high)));
-}
-
 // The sums behind the equations from RGB: blue and red in the halves of a word, green in another.
 struct RgbTerms {
   explicit RgbTerms(V32 rgb) : blueRed((S16)(rgb & 0x00ff00ffU)), green((S16)((V16)rgb >> 8)) {}
@@ -153,27 +57,6 @@ struct RgbTerms {
   S16 blueRed;
   S16 green;
 };
-
-// The chroma's part in the equations to RGB, for words of U and V less 128, where chroma * scale is
-// 256 times the true value. (256 * Y + weight * chroma) >> 8 is Y + (weight * chroma >> 8), so that
-// the upper halves of products are what is needed.
-struct ChromaTerms {
-  ChromaTerms(V16 chroma, int scale)
-      : blueRed((V32)MultiplyHigh((S16)chroma, Pairs(454 * scale, 359 * scale))),
-        green(MultiplyAdd((S16)chroma, Pairs(-88 * scale, -183 * scale))) {}
-
-  V32 blueRed;
-  S32 green;  // in the upper half
-};
-
-// RGB from 16-bit luma, with the terms of the same pixels: blue and red of the first and of the
-// second half of each 128 bits.
-inline TwoVectors RgbOf(V16 luma, V16 blueRedLow, V16 blueRedHigh, V16 green) {
-  const V8 blueRed = PackToBytes((S16)(blueRedLow + (V16)InterleaveLow(luma, luma)),
-                                 (S16)(blueRedHigh + (V16)InterleaveHigh(luma, luma)));
-  const auto clamped = (V8)ClampToByte((S16)(green + luma));
-  return {(V32)InterleaveLow(blueRed, clamped), (V32)InterleaveHigh(blueRed, clamped)};
-}
 
 // Luma (Y0, Y1) of packed samples, and samples from luma and chroma (U, V), 16 bits each.
 template <class Format>
@@ -338,16 +221,8 @@ void YuvToRgb(Byte* __restrict target, const Byte* __restrict source, std::size_
   ForRange<2 * wordsPerVector>(
       0, count,
       [=](std::size_t i) {
-        const V32 first = LoadVector(source + 4 * i);
-        const V32 second = LoadVector(source + 4 * i + bytesPerVector);
-        const auto terms = [](V32 yuv) {
-          return ChromaTerms(((V16)yuv * (V16)Pairs(1, 256) & 0xff00) ^ 0x8000, 1);
-        };
-        const ChromaTerms a = terms(first);
-        const ChromaTerms b = terms(second);
-        const S16 luma = Pack((S32)(first & 0xff), (S32)(second & 0xff));
-        StorePixels(target + 4 * i, RgbOf((V16)luma, (V16)a.blueRed, (V16)b.blueRed,
-                                          (V16)Pack(a.green >> 16, b.green >> 16)));
+        StorePixels(target + 4 * i, RgbOfYuv({LoadVector(source + 4 * i),
+                                              LoadVector(source + 4 * i + bytesPerVector)}));
       },
       [=](std::size_t i) { StorePixel(target + 4 * i, RgbOfYuv(Load(source + 4 * i))); });
 }

@@ -103,6 +103,35 @@ inline V16 WeighByte(V32 bytes) {
 #endif
 }
 
+// Of pairs of signed bytes the sum of both products; the weights are positive.
+template <int first, int second>
+inline S16 WeighSignedBytes(V16 bytes) {
+#if defined(__AVX2__)
+  return (S16)_mm256_maddubs_epi16(_mm256_set1_epi16(first | second << 8), (Vector)bytes);
+#else
+  return ((S16)(bytes << 8) >> 8) * static_cast<std::int16_t>(first) +
+         ((S16)bytes >> 8) * static_cast<std::int16_t>(second);
+#endif
+}
+
+// The second and the third byte of words as numbers of 16 bits.
+inline V16 MiddleBytes(V32 words) {
+#if defined(__AVX2__)
+  return (V16)_mm256_maddubs_epi16((Vector)words, _mm256_set1_epi32(0x00010100));
+#else
+  return (V16)((words >> 8 & 0xff) | (words & 0xff0000U));
+#endif
+}
+
+// The lower byte of each number of `low` and the upper one of each number of `high`.
+inline V8 JoinBytes(V16 low, V16 high) {
+#if defined(__AVX2__)
+  return (V8)_mm256_blendv_epi8((Vector)low, (Vector)high, (Vector)(V16{} + 0xff00));
+#else
+  return (V8)((low & 0xff) | (high & 0xff00));
+#endif
+}
+
 // The words of `low`, which have 0 in their fourth bytes, with the fourth bytes of `fourth`.
 inline V32 JoinFourthBytes(V32 low, V32 fourth) {
   const V32 mask = V32{} + 0xff000000U;
@@ -138,14 +167,17 @@ inline V32 OddWords(V32 a, V32 b) {
 #endif
 }
 
+// Repairs what is packed twice, or packed from every second word.
+inline V32 InOrderTwice(V32 a) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, a, 0, 4, 1, 5, 2, 6, 3, 7);
+#else
+  return a;
+#endif
+}
 // The bytes that are the values of four registers of words, in order.
 inline V32 PackWordsToBytes(V32 a, V32 b, V32 c, V32 d) {
-  const auto bytes = (V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d));
-#if defined(__AVX2__)
-  return __builtin_shufflevector(bytes, bytes, 0, 4, 1, 5, 2, 6, 3, 7);
-#else
-  return bytes;
-#endif
+  return InOrderTwice((V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d)));
 }
 
 struct TwoVectors {

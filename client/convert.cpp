@@ -1,0 +1,124 @@
+#include "client/commands.h"
+#include "client/console.h"
+#include "client/inside/conversion.h"
+#include "client/frame_pool.h"
+#include "client/picture_forms.h"
+
+#include <array>
+#include <cerrno>
+#include <cinttypes>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+constexpr std::array<const char*, 9> names{
+    "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
+const char* NameOf(int pixelFormat) {
+  return names.at(static_cast<std::size_t>(pixelFormat));
+}
+
+bool IsPng(const std::string& path) {
+  return std::filesystem::path(path).extension() == ".png";
+}
+
+std::size_t RowsOf(const CFrame& frame, int pixelFormat) {
+  return static_cast<std::size_t>(frame.height / ShapeOf(pixelFormat).height);
+}
+std::size_t BytesOf(const CFrame& frame, int pixelFormat) {
+  return static_cast<std::size_t>(frame.linesize[0]) * RowsOf(frame, pixelFormat);
+}
+
+// The sensor's mosaic and bools travel as gray pictures.
+PoolFramePtr ReadPicture(const CConvertOptions& options) {
+  const bool isSingle =
+      options.from == ZTLIB_GRAY || options.from == ZTLIB_BOOL8 || options.from == ZTLIB_RGBBAYER;
+  if (!isSingle && options.from != ZTLIB_RGB)
+    throw CError(Text("%s: a PNG file has pixels of bool8, gray, rgb or rgbbayer, not of %s",
+                      options.input.c_str(), NameOf(options.from)));
+  if (options.width > 0) throw CError("--size is for raw input, a PNG file has its own");
+  PoolFramePtr frame = ReadPng(options.input, isSingle ? ZTLIB_GRAY : ZTLIB_RGB);
+  if (options.from == ZTLIB_BOOL8)
+    for (std::size_t i = 0; i < BytesOf(*frame, ZTLIB_GRAY); ++i)
+      frame->data[0][i] = frame->data[0][i] != 0;
+  return frame;
+}
+
+PoolFramePtr ReadRaw(const CConvertOptions& options) {
+  const CSampleShape& shape = ShapeOf(options.from);
+  if (options.width == 0) throw CError("raw input needs its --size");
+  if (options.width % shape.width != 0 || options.height % shape.height != 0)
+    throw CError(Text("--size: %dx%d is not made of whole samples of %s (%dx%d pixels)",
+                      options.width, options.height, NameOf(options.from), shape.width,
+                      shape.height));
+  PoolFramePtr frame = NewPoolFrame(options.width, options.height, options.from);
+  const std::size_t size = BytesOf(*frame, options.from);
+  std::ifstream file(options.input, std::ios::binary);
+  if (!file) throw CError(options.input + ": cannot open: " + std::strerror(errno));
+  std::error_code error;
+  const std::uintmax_t present = std::filesystem::file_size(options.input, error);
+  if (error) throw CError(options.input + ": cannot read: " + error.message());
+  if (present != size)
+    throw CError(Text("%s: %" PRIuMAX " bytes, but %s of %dx%d is %zu", options.input.c_str(),
+                      present, NameOf(options.from), options.width, options.height, size));
+  if (!file.read(reinterpret_cast<char*>(frame->data[0]), static_cast<std::streamsize>(size)))
+    throw CError(options.input + ": cannot read: " + std::strerror(errno));
+  return frame;
+}
+
+CConvertible ConvertFor(const CConvertible& source, const CConvertOptions& options) {
+  try {
+    return source.ConvertedTo(options.to);
+  } catch (const CLibraryError& failure) {
+    throw CError(Text("%s: %s does not become %s: %s", options.input.c_str(), NameOf(options.from),
+                      NameOf(options.to), failure.what()));
+  }
+}
+
+// The format in which a picture of another one can be seen.
+int ShownFormat(int pixelFormat) {
+  return pixelFormat == ZTLIB_BOOL8 || pixelFormat == ZTLIB_GRAY ? ZTLIB_GRAY : ZTLIB_RGB;
+}
+
+void WriteFile(const std::string& path, std::span<const std::uint8_t> bytes) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
+}
+
+std::string OutputName(const CConvertOptions& options) {
+  if (!options.output.empty()) return options.output;
+  const std::filesystem::path input = options.input;
+  const bool isPicture = options.to <= ZTLIB_RGB;
+  return (input.parent_path() /
+          (input.stem().string() + "-" + NameOf(options.to) + (isPicture ? ".png" : ".raw")))
+      .string();
+}
+
+}  // namespace
+
+int Convert(const CConvertOptions& options) {
+  const CConvertible source(IsPng(options.input) ? ReadPicture(options) : ReadRaw(options),
+                            options.from);
+  const CConvertible converted = ConvertFor(source, options);
+  const CFrame* const frame = converted.Frame();
+  if (!frame)
+    throw CError(
+        Text("%s: too small for a sample of %s", options.input.c_str(), NameOf(options.to)));
+  const std::string output = OutputName(options);
+  if (IsPng(output)) {
+    const int shown = ShownFormat(options.to);
+    const CConvertible picture = converted.ConvertedTo(shown);
+    WriteFile(output, NewPngCoder()->Code(*picture.Frame()));
+  } else {
+    WriteFile(output, {frame->data[0], BytesOf(*frame, options.to)});
+  }
+  const CFrame& before = *source.Frame();
+  Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
+                       NameOf(options.from), before.width, before.height, output.c_str(),
+                       NameOf(options.to), frame->width, frame->height));
+  return 0;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "main/target/windll/image_convert/bayer_rows.h"
+#include "main/target/windll/image_convert/block_rows.h"
+#include "main/target/windll/image_convert/cell_kernels_variants.h"
+#include "main/target/windll/image_convert/tile_rows.h"
+
+// Included once by the source of each instruction set, as row_kernels_impl.h is.
+namespace {
+
+constexpr CellKernels cellKernels = {
+    .bayerToRgb = {BayerToRgb<GreenRed>, BayerToRgb<BlueGreen>},
+    .bayerToYuyv = {BayerToYuyv<GreenRed>, BayerToYuyv<BlueGreen>},
+    .blockToGray = BlockToGray,
+    .blockToRgb = BlockToPixels<BlockRgb>,
+    .blockToYuv = BlockToPixels<BlockYuv>,
+    .blockBorderToRgb = BlockBorderToRgb,
+    .tilesToRgb = TilesToPixels<TileRgb>,
+    .tilesToYuv = TilesToPixels<TileYuv>,
+    .tilesToYuyv = TilesToPairs<Yuyv>,
+    .tilesToUyvy = TilesToPairs<Uyvy>,
+    .yuvToTiles = ToTiles<FromYuv>,
+    .yuyvToTiles = ToTiles<FromYuyv>,
+};
+
+}  // namespace

@@ -1,0 +1,70 @@
+#include "tests/client/client_run.h"
+
+namespace {
+
+Bytes Ramp(std::size_t size) {
+  Bytes bytes(size);
+  for (std::size_t i = 0; i < size; ++i)
+    bytes[i] = static_cast<std::uint8_t>(i * i / 7 + 31 * i);
+  return bytes;
+}
+
+TEST_F(ClientTest, ConvertTakesTilesApartAndBack) {
+  Bytes tiles;
+  for (int tile = 0; tile < 6; ++tile) {
+    tiles.insert(tiles.end(), 256, static_cast<std::uint8_t>(90 + tile));
+    tiles.insert(tiles.end(), 64, 100);
+    tiles.insert(tiles.end(), 64, 170);
+  }
+  WriteBytes(Path("in.raw"), tiles);
+  const std::string size = " --size 48x32";
+  ASSERT_EQ(Run("convert @in.raw --from yuv420block --to yuyv" + size + " --out @pairs").status, 0);
+  ASSERT_EQ(Run("convert @pairs --from yuyv --to yuv420block" + size + " --out @tiles").status, 0);
+  EXPECT_EQ(ReadBytes(Path("tiles")), tiles);
+  const CRun run = Run("convert @in.raw --from yuv420block --to rgb" + size + " --out @rgb");
+  EXPECT_EQ(run.output,
+            Path("in.raw") + ": yuv420block of 48x32\n" + Path("rgb") + ": rgb of 48x32\n");
+  const Bytes rgb = ReadBytes(Path("rgb"));
+  ASSERT_EQ(rgb.size(), 48U * 32 * 4);
+  EXPECT_EQ(Bytes(rgb.begin(), rgb.begin() + 3), (Bytes{40, 69, 148}));
+}
+
+TEST_F(ClientTest, ConvertTakesAMosaicFromAGrayPng) {
+  WriteBytes(Path("mosaic.raw"), Ramp(40 * 30));
+  ASSERT_EQ(Run("convert @mosaic.raw --from gray --to gray --size 40x30 --out @mosaic.png").status,
+            0);
+  ASSERT_EQ(Run("convert @mosaic.png --from rgbbayer --to yuyv --out @a").status, 0);
+  ASSERT_EQ(Run("convert @mosaic.raw --from rgbbayer --to yuyv --size 40x30 --out @b").status, 0);
+  EXPECT_EQ(ReadBytes(Path("a")).size(), 40U * 30 * 2);
+  EXPECT_EQ(ReadBytes(Path("a")), ReadBytes(Path("b")));
+  // What is not given a name is put beside its input, as a picture if it is one.
+  ASSERT_EQ(Run("convert @mosaic.png --from gray --to rgb").status, 0);
+  ASSERT_EQ(Run("convert @mosaic-rgb.png --from rgb --to gray --out @gray.raw").status, 0);
+  EXPECT_EQ(ReadBytes(Path("gray.raw")), ReadBytes(Path("mosaic.raw")));
+}
+
+TEST_F(ClientTest, ConvertNamesWhatItCannotDo) {
+  WriteBytes(Path("in.raw"), Ramp(24));
+  struct Case {
+    const char* arguments;
+    const char* text;
+  };
+  for (const Case& c :
+       {Case{"@in.raw --from gray --to rgb", "needs its --size"},
+        Case{"@in.raw --from yuyv --to rgb --size 3x2", "whole samples of yuyv (2x1 pixels)"},
+        Case{"@in.raw --from gray --to rgb --size 5x5", "24 bytes, but gray of 5x5 is 25"},
+        Case{"@in.raw --from gray --to yuv420block --size 6x4", "too small for a sample"},
+        Case{"@in.raw --from rgbbayer --to yuyv --size 3x8", "] - RGBBayer pic is too small."},
+        Case{"@in.raw --from rgbbayer --to gray --size 6x4",
+             "rgbbayer does not become gray: Exception [main/target/windll/image_convert/"},
+        Case{"@none.raw --from gray --to rgb --size 6x4", "none.raw: cannot open"},
+        Case{"@none.png --from yuyv --to rgb", "gray, rgb or rgbbayer, not of yuyv"}}) {
+    const CRun run = Run(std::string("convert ") + c.arguments + " --out @out");
+    EXPECT_EQ(run.status, 1) << c.arguments;
+    EXPECT_EQ(run.ErrorLines(), 1U) << c.arguments;
+    EXPECT_NE(run.errors.find(c.text), std::string::npos) << run.errors;
+    EXPECT_FALSE(std::filesystem::exists(Path("out"))) << c.arguments;
+  }
+}
+
+}  // namespace
