@@ -192,7 +192,7 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   }
 }
 
-TEST(Allocation, CalibratorsMeasureWithoutMemory) {
+TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
   CCalibrator3D calibrator;
   CData tree;
   tree.AddDouble(Tok::RefDistanceMeter, 1.8);
