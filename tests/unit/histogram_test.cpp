@@ -29,10 +29,12 @@ Bins BinsOf(const CHistogramData& histogram) {
 // Bins and counts of single values.
 CHistogram Of(const std::vector<std::pair<int, int>>& counts) {
   CHistogram histogram;
+  std::uint32_t pixels = 0;
   for (const auto& [bin, count] : counts) {
     histogram.bins[bin] = count;
-    histogram.img_pixel_num_ += count;
+    pixels += static_cast<std::uint32_t>(count);
   }
+  histogram.img_pixel_num_ = static_cast<std::int32_t>(pixels);
   return histogram;
 }
 
