@@ -3,6 +3,7 @@
 #include "main/lib/imgproc/math_helper.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -58,11 +59,8 @@ class C1DCalibrator {
 
    private:
     using Corners = std::array<CPointF, 4>;
-    struct CSample {
-      float key, value;
-    };
     struct CSubdivision {
-      std::vector<CSample> samples;  // by key
+      std::map<float, float> samples;  // values by key
       float minimumStep;
       bool isTooDeep = false;
     };
