@@ -136,9 +136,10 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
   axis = LineToward(vanishingPoint, sideA, origin);
   const std::optional<CPointF> begin = Crossing(axis, nearLine), end = Crossing(axis, farLine);
   if (!begin || !end) return false;
-  keyOfEnd = std::sqrt(SquaredLength(*end - *begin));
+  farEnd = *end;
+  keyOfEnd = std::sqrt(SquaredLength(farEnd - *begin));
   if (!(keyOfEnd >= epsilon)) return false;
-  direction = {(end->x - origin.x) / keyOfEnd, (end->y - origin.y) / keyOfEnd};
+  direction = {(farEnd.x - origin.x) / keyOfEnd, (farEnd.y - origin.y) / keyOfEnd};
 
   rangeStart = firstValue;
   rangeEnd = lastValue;
@@ -220,8 +221,7 @@ void CMyAssignTable::Extend(const Corners& corners, float minimumStep, float met
     const CEnd end = endAt(last);
     CMyAssignTable behind;
     if (end.a && end.b &&
-        behind.Build({corners[2], corners[3], *end.a, *end.b}, PointOf(keyOfEnd), meter, last,
-                     minimumStep))
+        behind.Build({corners[2], corners[3], *end.a, *end.b}, farEnd, meter, last, minimumStep))
       Append(behind);
   }
 }
