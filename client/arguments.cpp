@@ -4,10 +4,12 @@
 #include "client/console.h"
 #include "client/frame_header.h"
 
+#include <array>
 #include <charconv>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -37,6 +39,24 @@ void ParseSize(const std::string& text, CRecordSettings& settings) {
   }
   if (settings.width == 0 || settings.height == 0)
     throw CLI::ValidationError("--size: " + text + " is no size like 640x480");
+}
+
+// Whole numbers with commas between them.
+template <std::size_t count>
+std::array<std::int32_t, count> ParseNumbers(const std::string& option, const std::string& text) {
+  std::array<std::int32_t, count> numbers{};
+  const char* at = text.data();
+  const char* const last = text.data() + text.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto [end, error] = std::from_chars(at, last, numbers[i]);
+    const bool isGood =
+        error == std::errc() && (i + 1 < count ? end < last && *end == ',' : end == last);
+    if (!isGood)
+      throw CLI::ValidationError(option + ": " + text +
+                                 Text(" is not %zu whole numbers with commas between them", count));
+    at = end + 1;
+  }
+  return numbers;
 }
 
 const std::map<std::string, int> formatNames{{"mjpeg", ZTLIB_VIDEO_MJPEG},
@@ -165,6 +185,36 @@ CArguments ParseArguments(int count, char** values) {
       ->capture_default_str();
   AddRecordSettings(demo, demoOptions->settings);
   demo.final_callback([&] { arguments.run = [demoOptions] { return Demo(*demoOptions); }; });
+
+  auto triangulateOptions = std::make_shared<CTriangulateOptions>();
+  CLI::App& triangulate = *app.add_subcommand(
+      "triangulate",
+      "Estimate values between points, and draw them with the triangles (which no "
+      "export gives: by the library's static twin)");
+  triangulate.add_option("points", triangulateOptions->points, "Lines of x,y,value[,value...]")
+      ->required();
+  triangulate
+      .add_option_function<std::string>(
+          "--rect",
+          [triangulateOptions](const std::string& text) {
+            triangulateOptions->frame = ParseNumbers<4>("--rect", text);
+          },
+          "The frame; its right and bottom edge lie outside")
+      ->option_text("X0,Y0,X1,Y1")
+      ->required();
+  triangulate
+      .add_option_function<std::vector<std::string>>(
+          "--at",
+          [triangulateOptions](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts)
+              triangulateOptions->places.push_back(ParseNumbers<2>("--at", text));
+          },
+          "Print the values there; at the points if neither this nor --png is given")
+      ->option_text("X,Y ...");
+  triangulate.add_option("--png", triangulateOptions->png, "Draw the first value over the frame")
+      ->option_text("FILE");
+  triangulate.final_callback(
+      [&] { arguments.run = [triangulateOptions] { return Triangulate(*triangulateOptions); }; });
 
   auto histogramOptions = std::make_shared<CHistogramOptions>();
   CLI::App& histogram = *app.add_subcommand(

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "client/mesh.h"
 #include "client/record_settings.h"
 
+#include <array>
 #include <string>
+#include <vector>
 
 // Each command returns the exit status; what stops it is thrown as CError.
 
@@ -62,3 +65,11 @@ struct CCalibrateOptions {
   std::string picture, configuration, picturePng;
 };
 int Calibrate(const CCalibrateOptions& options);
+
+struct CTriangulateOptions {
+  std::string points;
+  CFrameBox frame{};
+  std::vector<std::array<std::int32_t, 2>> places;
+  std::string png;  // empty: none
+};
+int Triangulate(const CTriangulateOptions& options);

@@ -285,6 +285,41 @@ def mask():
         yield f"size_{width}_{height}", polygons(width, height, star, (0, 0, 99, 0, 99, 99))
 
 
+def triangulation():
+    def calls(*parts):
+        return b"".join(parts)
+
+    def init(x0, y0, x1, y1, dimensions=2):
+        return b"\0" + b"".join(map(u32, (x0, y0, x1, y1))) + bytes([dimensions & 255])
+
+    def point(x, y, *values):
+        return b"\1" + u32(x) + u32(y) + bytes([len(values)]) + bytes(values)
+
+    finalize = b"\2"
+
+    def estimate(x, y, count=2):
+        return b"\3" + u32(x) + u32(y) + bytes([count])
+
+    low, high = -(2**31), 2**31 - 1
+    yield "early", calls(point(1, 1, 2), finalize, estimate(1, 1))
+    for name, (x0, y0, x1, y1) in {"small": (0, 0, 12, 12), "square": (0, 0, 512, 512),
+                                   "largest": (low, low, high, high), "empty": (5, 5, 2, 9)}.items():
+        x, y = (x0 + x1) // 2, (y0 + y1) // 2
+        sides = ((x, y), (x, y0), (x0, y), (x, y1 - 1), (x1 - 1, y),
+                 ((x0 + x) // 2, (y0 + y) // 2), ((x1 + x) // 2, (y0 + y) // 2))
+        points = calls(*(point(*side, number, 9) for number, side in enumerate(sides)))
+        look = calls(*(estimate(a, b) for a, b in ((x0, y0), (x, y), (x + 1, y0), (x1, y1))))
+        yield name, calls(init(x0, y0, x1, y1), points, look, finalize, look)
+        yield f"{name}_values_missing", calls(init(x0, y0, x1, y1), points, point(x0, y0), look,
+                                              finalize, point(x0 + 1, y0, 7), look)
+    grid = calls(*(point(i % 12, i // 12, i, 255 - i) for i in range(0, 144, 3)))
+    yield "crowded", calls(init(0, 0, 12, 12), grid, estimate(4, 5), finalize,
+                           *(estimate(i % 15 - 1, i // 15) for i in range(60)))
+    for dimensions in (0, 1, 3, -1):
+        yield f"dimensions_{dimensions}", calls(init(0, 0, 12, 12, dimensions), grid,
+                                                estimate(4, 5, 1), finalize, estimate(4, 5, 3))
+
+
 def record():
     texts = ("12", "99999999999999999999", "abc", "off", "hidden", "1e999", "2024-02-29T23:59:60Z",
              "00112233-4455-6677-8899-aabbccddeeff", "", "+1.5")
@@ -404,6 +439,7 @@ TARGETS = {
     "encoder_config": encoder_config,
     "mask": mask,
     "motion": motion,
+    "triangulation": triangulation,
     "record": record,
 }
 

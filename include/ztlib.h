@@ -361,6 +361,58 @@ ZTLIB_API void ztlib_simplemotion_configure(void* context, const ztlib_blob* con
 ZTLIB_API bool ztlib_simplemotion_detect(void* context, void* user, ztlib_output out,
                                          const void* image, int64_t timestampMs);
 
+/* ------------------------------------------------------------------------------------------------
+ * Triangulation
+ *
+ * Values known at some pixels, estimated at any other: points, each with a vector of floats, are
+ * joined into triangles within a frame, and an estimate interpolates in the triangle that holds the
+ * pixel. Meant for tens of points. The order is create, init, points, finalize, estimates, destroy.
+ *
+ * A point joins the mesh only if it lies in the middle of the circumcircle of one of the triangles:
+ * where the square of its distance from the centre is below the root of the radius. Most points of
+ * a large frame do not; they only take up their place. Arithmetic on coordinates is in 32 bits and
+ * wraps.
+ *
+ * A handle belongs to one thread at a time. A null handle is a failure: "Using null-pointer".
+ * --------------------------------------------------------------------------------------------- */
+
+/** Returns a new triangulation, for which all but init does nothing; null without memory. */
+ZTLIB_API void* ztlib_triangulation_create(void);
+
+/** Destroys a triangulation; null is allowed. Not guarded. */
+ZTLIB_API void ztlib_triangulation_destroy(void* handle);
+
+/**
+ * Starts anew with an empty frame: points have x0 <= x < x1 and y0 <= y < y1. `dimensions` is the
+ * number of floats that a point needs to be complete.
+ */
+ZTLIB_API void ztlib_triangulation_init(void* handle, int32_t x0, int32_t y0, int32_t x1,
+                                        int32_t y1, int32_t dimensions);
+
+/**
+ * Adds a point with a copy of `count` floats; a count below 1 is a point without values. Points
+ * outside of the frame and those where there is one already are ignored. A null `values` with a
+ * count above 0 is a failure: "Using null-pointer".
+ */
+ZTLIB_API void ztlib_triangulation_addPoint(void* handle, int32_t x, int32_t y, const float* values,
+                                            int32_t count);
+
+/**
+ * Extrapolates values for the corners of the frame and for all points that are not complete, each
+ * from the nearest triangle that is. Does nothing as long as no point has joined the mesh.
+ */
+ZTLIB_API void ztlib_triangulation_finalize(void* handle);
+
+/**
+ * Writes `count` floats to `out`: the first ones of the values at a pixel, as they are once
+ * finalized even if finalize was not called, which changes nothing of the state. All are 0 if
+ * `count` is above the dimensions, if no triangle holds the pixel, or if there is nothing to
+ * extrapolate from. A count below 1 writes nothing; a null `out` with one above 0 is a failure:
+ * "Using null-pointer".
+ */
+ZTLIB_API void ztlib_triangulation_estimate(void* handle, int32_t x, int32_t y, float* out,
+                                            int32_t count);
+
 #ifdef __cplusplus
 }
 #endif

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <regex>
+#include <sstream>
 
 #include <pty.h>
 #include <sys/wait.h>
@@ -357,6 +359,69 @@ TEST_F(ClientTest, ProgressIsShownOnATerminalOnly) {
   EXPECT_EQ(status, 0) << shown;
   for (const char* part : {"\rplay  [##", " %  1 frame", "frames/s", " left", "\r\x1b[K"})
     EXPECT_NE(shown.find(part), std::string::npos) << part << "\n" << shown;
+}
+
+std::vector<std::int64_t> BarsOf(const std::string& text) {
+  std::vector<std::int64_t> bars;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    long long first = 0, last = 0, pixels = 0;
+    if (std::sscanf(line.c_str(), "%lld to %lld %lld", &first, &last, &pixels) == 3)
+      bars.push_back(pixels);
+  }
+  return bars;
+}
+
+TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
+  ASSERT_EQ(Run("play @demo.zts --pixels gray --png @png").status, 0);
+  const Bytes gray =
+      ParseY4m(Run("play @demo.zts --pixels gray --y4m -").output, std::size_t{width} * height)
+          .frames.at(3);
+  std::vector<std::int64_t> all(32), left(32);
+  for (std::size_t i = 0; i < gray.size(); ++i) {
+    ++all[gray[i] / 8];
+    if (i % width < width / 2) ++left[gray[i] / 8];
+  }
+  const std::string picture = "histogram @png/000003.png";
+  EXPECT_EQ(BarsOf(Run(picture + " --png @plot.png").output), all);
+  EXPECT_EQ(ReadBytes(Path("plot.png")).at(1), 'P');
+  std::ofstream(Path("mask.json")) << R"({"Masks": [[0, 0, 8192, 0, 8192, 16384, 0, 16384]]})";
+  for (int x = 0; x < width / 2; ++x)  // the last row lies outside of any polygon
+    --left[gray[gray.size() - width + static_cast<std::size_t>(x)] / 8];
+  EXPECT_EQ(BarsOf(Run(picture + " --mask @mask.json").output), left);
+  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
+    std::ofstream(Path("mask.json")) << mask;
+    const CRun run = Run(picture + " --mask @mask.json");
+    EXPECT_EQ(run.status, 1) << mask;
+    EXPECT_EQ(run.ErrorLines(), 1U) << run.errors;
+  }
+}
+
+TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
+  std::ofstream points(Path("points.csv"));
+  points << "# a plane\r\n\n";
+  for (int i = 0; i < 144; i += 3)
+    points << i % 12 << ", " << i / 12 << "," << 2 * (i % 12) - i / 12 << ",7\n";
+  points.close();
+  const std::string command = "triangulate @points.csv --rect 0,0,12,12";
+  EXPECT_EQ(Run(command + " --at 4,5 --at 12,13").output, "4,5,3,7\n12,13,0,0\n");
+  EXPECT_EQ(Run(command).output.substr(0, 16), "0,0,0,7\n3,0,6,7\n");
+  EXPECT_NE(Run(command + " --png @field.png").output.find("field.png: -11 to "),
+            std::string::npos);
+  EXPECT_EQ(ReadBytes(Path("field.png")).at(1), 'P');
+  for (const char* wrong :
+       {" --at 4", " --at 4,x", " --rect 0,0,5,5,5", " --rect 0,0,0,9 --png @a"}) {
+    const CRun run = Run("triangulate @points.csv" + std::string(wrong));
+    EXPECT_EQ(run.status, 1) << wrong;
+    EXPECT_EQ(run.ErrorLines(), 1U) << run.errors;
+  }
+  std::ofstream(Path("points.csv")) << "1,2,\n";
+  EXPECT_NE(Run(command).errors.find("points.csv:1: is no point"), std::string::npos);
+}
+
+// The exports come from the shared library; the static twin gives none of its own.
+TEST_F(ClientTest, TheTwinInsideHasNoExports) {
+  EXPECT_EQ(std::system("! nm '" ZTCLIENT "' | grep -E ' [TtDdBb] (ztlib_|idct8x8)'"), 0);
 }
 
 }  // namespace
