@@ -79,6 +79,11 @@ struct CTreeOptions {
 };
 int Tree(const CTreeOptions& options);
 
+struct CCalibrateOptions {
+  std::string picture, configuration, picturePng;
+};
+int Calibrate(const CCalibrateOptions& options);
+
 struct CTriangulateOptions {
   std::string points;
   CFrameBox frame{};
@@ -86,8 +91,3 @@ struct CTriangulateOptions {
   std::string png;  // empty: none
 };
 int Triangulate(const CTriangulateOptions& options);
-
-struct CCalibrateOptions {
-  std::string picture, configuration, picturePng;
-};
-int Calibrate(const CCalibrateOptions& options);

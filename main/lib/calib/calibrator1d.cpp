@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 
 namespace {
 
@@ -135,9 +136,10 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
   axis = LineToward(vanishingPoint, sideA, origin);
   const std::optional<CPointF> begin = Crossing(axis, nearLine), end = Crossing(axis, farLine);
   if (!begin || !end) return false;
-  keyOfEnd = std::sqrt(SquaredLength(*end - *begin));
+  farEnd = *end;
+  keyOfEnd = std::sqrt(SquaredLength(farEnd - *begin));
   if (!(keyOfEnd >= epsilon)) return false;
-  direction = {(end->x - origin.x) / keyOfEnd, (end->y - origin.y) / keyOfEnd};
+  direction = {(farEnd.x - origin.x) / keyOfEnd, (farEnd.y - origin.y) / keyOfEnd};
 
   rangeStart = firstValue;
   rangeEnd = lastValue;
@@ -147,9 +149,9 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
     ZT_LOG(1, source, __LINE__, "C1DCalibrator::Error. You shouldn't read this message");
   keys.reserve(subdivision.samples.size());
   values.reserve(subdivision.samples.size());
-  for (const CSample& sample : subdivision.samples) {
-    keys.push_back(sample.key);
-    values.push_back(sample.value);
+  for (const auto& [key, value] : subdivision.samples) {
+    keys.push_back(key);
+    values.push_back(value);
   }
   return true;
 }
@@ -162,7 +164,7 @@ void CMyAssignTable::Subdivide(CSubdivision& subdivision, const Corners& corners
     subdivision.isTooDeep = true;
     return;
   }
-  std::vector<CSample>& samples = subdivision.samples;
+  std::map<float, float>& samples = subdivision.samples;
   const auto& [p0, p1, p2, p3] = corners;
   const CLine end = Through(p0, p1);
   const std::optional<CPointF> center = Crossing(Through(p0, p3), Through(p1, p2));
@@ -172,13 +174,11 @@ void CMyAssignTable::Subdivide(CSubdivision& subdivision, const Corners& corners
                                b = Crossing(split, Through(p1, p3)), middle = Crossing(split, axis);
   if (!a || !b || !middle) return;
   const float key = std::sqrt(SquaredLength(*middle - origin));
-  const auto above =
-      std::lower_bound(samples.begin(), samples.end(), key,
-                       [](const CSample& sample, float sought) { return sample.key < sought; });
-  if (above == samples.begin() || above == samples.end() || !(key < above->key)) return;
-  if (above->key - (above - 1)->key < subdivision.minimumStep) return;
+  const auto above = samples.lower_bound(key);
+  if (above == samples.begin() || above == samples.end() || !(key < above->first)) return;
+  if (above->first - std::prev(above)->first < subdivision.minimumStep) return;
   const float mean = (firstValue + lastValue) * 0.5F;
-  samples.insert(above, {key, mean});
+  samples.emplace_hint(above, key, mean);
   Subdivide(subdivision, {p0, p1, *a, *b}, firstValue, mean, depth + 1);
   Subdivide(subdivision, {*a, *b, p2, p3}, mean, lastValue, depth + 1);
 }
@@ -221,8 +221,7 @@ void CMyAssignTable::Extend(const Corners& corners, float minimumStep, float met
     const CEnd end = endAt(last);
     CMyAssignTable behind;
     if (end.a && end.b &&
-        behind.Build({corners[2], corners[3], *end.a, *end.b}, PointOf(keyOfEnd), meter, last,
-                     minimumStep))
+        behind.Build({corners[2], corners[3], *end.a, *end.b}, farEnd, meter, last, minimumStep))
       Append(behind);
   }
 }

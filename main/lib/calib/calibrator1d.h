@@ -3,6 +3,7 @@
 #include "main/lib/imgproc/math_helper.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -34,12 +35,15 @@ class C1DCalibrator {
   // before the near end. Nothing here is locked, and nothing throws but for want of memory.
   class CMyAssignTable : public CMonotonAssignTable {
    public:
+    // In the units of the picture, of which it has 16384 in each direction.
+    static constexpr float usualStep = 88.7F;
+
     // Samples are taken until they are less than `minimumStep` apart. The table goes `meterBefore`
     // and `meterBehind` meters beyond the rectangle, but not farther in the picture than the eye
     // can follow. False, with a log line and an empty table: no length, or corners that are no
     // rectangle in perspective.
     bool Configure(int x0, int y0, int x1, int y1, int x2, int y2, int x3, int y3, float meter,
-                   float minimumStep = 88.7F, float meterBefore = 0, float meterBehind = 0);
+                   float minimumStep = usualStep, float meterBefore = 0, float meterBehind = 0);
     // Sets a table behind this one if its values begin where those of this one end, and does
     // nothing otherwise.
     void Append(const CMyAssignTable& other);
@@ -58,11 +62,8 @@ class C1DCalibrator {
 
    private:
     using Corners = std::array<CPointF, 4>;
-    struct CSample {
-      float key, value;
-    };
     struct CSubdivision {
-      std::vector<CSample> samples;  // by key
+      std::map<float, float> samples;  // values by key
       float minimumStep;
       bool isTooDeep = false;
     };
@@ -80,7 +81,7 @@ class C1DCalibrator {
     // Where the sides meet, and where the ends meet.
     std::optional<CPointF> vanishingPoint, crossVanishingPoint;
     CPointF nearA, nearB;
-    CPointF origin;                      // the point of key 0
+    CPointF origin, farEnd;              // of the axis: the points of key 0 and of `keyOfEnd`
     CPointF direction;                   // of the axis, one unit long
     bool flipped = false;                // on which side of the near line the keys are positive
     float rangeStart = 0, rangeEnd = 0;  // of the values

@@ -2,6 +2,7 @@
 
 #include "main/lib/base/logger.h"
 #include "main/lib/calib/plane.h"
+#include "main/lib/imgproc/virtual_coordinates.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -10,10 +11,8 @@
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibrator2d";
-constexpr float virtualSize = 16384;
+constexpr auto virtualSize = static_cast<float>(virtualUnits);
 constexpr double leastDistance = 1e-6;
-// In the units of the picture.
-constexpr float minimumStep = 88.7F;
 // How many times its length a table goes on beyond both ends.
 constexpr float extension = 10;
 
@@ -21,7 +20,7 @@ using CTable = C1DCalibrator::CMyAssignTable;
 
 bool ConfigureTable(CTable& table, CPointI p0, CPointI p1, CPointI p2, CPointI p3, double length) {
   const auto meter = static_cast<float>(length);
-  return table.Configure(p0.x, p0.y, p1.x, p1.y, p2.x, p2.y, p3.x, p3.y, meter, minimumStep,
+  return table.Configure(p0.x, p0.y, p1.x, p1.y, p2.x, p2.y, p3.x, p3.y, meter, CTable::usualStep,
                          extension * meter, extension * meter);
 }
 

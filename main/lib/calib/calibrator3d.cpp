@@ -2,20 +2,19 @@
 
 #include "main/lib/base/logger.h"
 #include "main/lib/calib/plane.h"
+#include "main/lib/imgproc/virtual_coordinates.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ctime>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibrator3d";
-constexpr float virtualSize = 16384;
+constexpr auto virtualSize = static_cast<float>(virtualUnits);
 constexpr double leastHeight = 1e-6;
-constexpr float minimumStep = 88.7F;  // in the units of the picture
 constexpr float heightExtension = 4;  // in reference heights, above the first
 constexpr int gridCells = 8;
 
@@ -138,8 +137,7 @@ bool CCalibrator3D::ReadSegments(std::array<CSegment, 2>& segments) const {
 }
 
 // r0 is the corner nearest to the camera. The line of the marks' feet is carried to r0-r1 from
-// where it crosses that side: the farther from the vanishing line, the smaller the marks' error
-// grows.
+// where it crosses that side: the farther from the vanishing line, the less the marks' error grows.
 bool CCalibrator3D::FindReferences(const std::array<CSegment, 2>& segments) {
   if (!vanishingLine) return false;
   const auto fromLine = [&](CPointF p) { return DistanceSquared(*vanishingLine, p.x, p.y); };
@@ -218,7 +216,7 @@ bool CCalibrator3D::CalibrateZ(std::array<CSegment, 2>& segments) {
   if (!top0 || !top1) return false;
   const auto height = static_cast<float>(record.height.Get());
   return zTable.Configure(references.r0.x, references.r0.y, references.r1.x, references.r1.y,
-                          top0->x, top0->y, top1->x, top1->y, height, minimumStep, 0,
+                          top0->x, top0->y, top1->x, top1->y, height, zTable.usualStep, 0,
                           heightExtension * height);
 }
 
