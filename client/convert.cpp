@@ -1,7 +1,7 @@
 #include "client/commands.h"
 #include "client/console.h"
-#include "client/inside/conversion.h"
 #include "client/frame_pool.h"
+#include "client/inside/conversion.h"
 #include "client/picture_forms.h"
 
 #include <array>

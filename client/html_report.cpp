@@ -444,6 +444,6 @@ std::string HtmlReport(const CReport& report) {
          name + " - ztlib report</title>\n<style>" + styleSheet +
          "</style></head>\n<body><main>\n<h1>Recorded and played back: " + name +
          "</h1>\n<p class=\"summary\">" + ReportSummary(report) + "</p>\n" + Tiles(report) +
-         Comparison(report) + Blocks(report) + Ground(report) + Layers(report) + Plots(report) + Moments(report) +
-         Motion(report.motion) + Stages(report) + "</main></body></html>\n";
+         Comparison(report) + Blocks(report) + Ground(report) + Layers(report) + Plots(report) +
+         Moments(report) + Motion(report.motion) + Stages(report) + "</main></body></html>\n";
 }

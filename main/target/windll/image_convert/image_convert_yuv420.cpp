@@ -35,8 +35,8 @@ void ForTileRows(TCImageView<Pixel>& target, const Yuv420ImageView& source, Conv
     convert(target.RowBytes(y), source.PtrAt(0, y / tileSize), y % tileSize, tiles.Across());
 }
 
-// Chroma is blended between rows 1 and 2, 3 and 4, 5 and 6 of a tile. The lower half keeps its steps:
-// that is how these formats are, not an oversight.
+// Chroma is blended between rows 1 and 2, 3 and 4, 5 and 6 of a tile. The lower half keeps its
+// steps: that is how these formats are, not an oversight.
 template <class Pixel>
 void ConvertToPairs(TCImageView<Pixel>& target, const Yuv420ImageView& source,
                     CellKernels::TilePairs kernel) {
