@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::size_t cellsPerTriangle = 8, maxCells = 4096, maxEntriesPerCell = 8;
+constexpr std::size_t cellsPerTriangle = 8, maxCells = 4096, maxEntries = 8;
 
 // Whether a triangle may hold a pixel of the box: not if all corners lie beyond the same side.
 bool Reaches(const CTriangleSides& triangle, const CTriangleGrid::CBox& box) {
@@ -69,7 +69,7 @@ void CTriangleGrid::Build(const CBox& newFrame, std::span<const CArea> triangles
     ++(columns > rows ? shiftX : shiftY);
   // Long triangles reach into many cells: larger cells keep the lists in proportion to the mesh.
   std::size_t count = Count(triangles);
-  while (count > maxEntriesPerCell * wanted && columns * rows > 1) {
+  while (count > maxEntries * (wanted + triangles.size()) && columns * rows > 1) {
     ++(columns > rows ? shiftX : shiftY);
     Divide();
     count = Count(triangles);

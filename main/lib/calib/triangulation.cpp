@@ -83,7 +83,7 @@ CTriangleSides CTriangulation::SidesOf(const CTriangle& triangle) const {
 
 void CTriangulation::Init(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1,
                           std::int32_t newDimensions) {
-  isPrepared = false;
+  *this = {};
   left = x0;
   top = y0;
   right = x1;
@@ -192,7 +192,6 @@ bool CTriangulation::Finalize() {
 }
 
 void CTriangulation::Prepare() {
-  isPrepared = true;
   std::vector<CVertex> completed;
   const auto isFull = [&](const CTriangle& triangle) { return IsFull(vertices, triangle); };
   if (triangles.size() > 2 && !std::all_of(triangles.begin(), triangles.end(), isFull)) {
@@ -214,6 +213,7 @@ void CTriangulation::Prepare() {
     if (a != none && b != none && c != none) lookup = {lookup.sides, {a, b, c}};
   }
   BuildGrid();
+  isPrepared = true;
 }
 
 void CTriangulation::BuildGrid() {
