@@ -40,7 +40,8 @@ void Prepare(Json& detector, const std::string& name) {
 CDetectorSettings SettingsOf(std::span<const std::uint8_t> detector) {
   CDetectorSettings settings;
   if (const auto percent = Find(detector, "MotionPercent", 'F')) {
-    settings.signalPercent = std::max(0.001, DoubleOf(*percent));
+    // No percentage comes near the upper limit, and what is no number is the lower one.
+    settings.signalPercent = std::min(1000.0, std::max(0.001, DoubleOf(*percent)));
     settings.restorePercent = settings.signalPercent * 0.66667;
   }
   const auto masks = Find(detector, "Masks", '@');
