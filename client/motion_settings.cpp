@@ -22,7 +22,7 @@ void CheckKeys(const Json& record, std::initializer_list<std::string_view> known
                const std::string& name) {
   for (const auto& [key, value] : record.items())
     if (std::find(known.begin(), known.end(), key) == known.end())
-      Complain(name + ": " + key + " is no key of motion detection");
+      Complain(Text("%s: %s is no key of motion detection", name.c_str(), key.c_str()));
 }
 
 // Of a detector only doubles count as such; people also write whole numbers.
