@@ -22,9 +22,10 @@ constexpr std::int64_t sceneFrames = 120, motionFrames = 750;
 
 // Of the drawn scene: one detector for the street and one for the pavement before it.
 CMotionSettings SceneMotion(int width, int height) {
+  // A tall picture ends where 16 bits end.
   const auto virtualAt = [&](float y) {
     return static_cast<int>(
-        std::lround(y / CSyntheticScene::bottom * float(height) * 16384 / float(width)));
+        std::min(32767.0F, y / CSyntheticScene::bottom * float(height) * 16384 / float(width)));
   };
   const int ends[] = {virtualAt(CSyntheticScene::curb), virtualAt(CSyntheticScene::nearCurb),
                       virtualAt(CSyntheticScene::bottom)};

@@ -31,9 +31,8 @@ std::vector<bool> CountedPixels(const CDetectorSettings& detector, int width, in
       const float start = float(slope > 0 ? std::min(a.x, b.x) : std::max(a.x, b.x));
       const std::int64_t top = std::min(a.y, b.y);
       for (std::int64_t y = top; y < std::max(a.y, b.y); ++y) {
-        const float x = float(y - top) * slope + start;
-        const std::size_t at =
-            static_cast<std::size_t>(y) * columns + static_cast<std::size_t>(double{x} + 0.5);
+        const double x = double{float(y - top) * slope + start} + 0.5;
+        const std::size_t at = static_cast<std::size_t>(y) * columns + static_cast<std::size_t>(x);
         changes[at] = !changes[at];
       }
     }

@@ -3,6 +3,7 @@
 #include "client/tagged_reader.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace {
@@ -19,9 +20,10 @@ int IntOf(Bytes node, std::string_view name) {
   return element ? static_cast<std::int32_t>(UnsignedOf(element->value)) : 0;
 }
 
+// A picture of one row has no percentage that is a number.
 double PercentOf(Bytes node, std::string_view name) {
   const auto element = Find(node, name, 'F');
-  return element ? DoubleOf(*element) : 0;
+  return element && std::isfinite(DoubleOf(*element)) ? DoubleOf(*element) : 0;
 }
 
 // The bits of a bitmap of that size.

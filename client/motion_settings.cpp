@@ -22,7 +22,7 @@ void CheckKeys(const Json& record, std::initializer_list<std::string_view> known
                const std::string& name) {
   for (const auto& [key, value] : record.items())
     if (std::find(known.begin(), known.end(), key) == known.end())
-      Complain(name + ": " + key + " is no key of motion detection");
+      Complain(Text("%s: %s is no key of motion detection", name.c_str(), key.c_str()));
 }
 
 // Of a detector only doubles count as such; people also write whole numbers.
@@ -40,7 +40,8 @@ void Prepare(Json& detector, const std::string& name) {
 CDetectorSettings SettingsOf(std::span<const std::uint8_t> detector) {
   CDetectorSettings settings;
   if (const auto percent = Find(detector, "MotionPercent", 'F')) {
-    settings.signalPercent = std::max(0.001, DoubleOf(*percent));
+    // No percentage comes near the upper limit, and what is no number is the lower one.
+    settings.signalPercent = std::min(1000.0, std::max(0.001, DoubleOf(*percent)));
     settings.restorePercent = settings.signalPercent * 0.66667;
   }
   const auto masks = Find(detector, "Masks", '@');

@@ -168,7 +168,7 @@ class CTreeMaker {
   }
 
   // An object where every element has a name of its own, an array where none has one.
-  static Json Shaped(std::vector<std::pair<std::string_view, Json>> elements) {
+  static Json Shaped(std::vector<std::pair<std::string_view, Json>>&& elements) {
     std::unordered_set<std::string_view> names;
     bool isArray = true, isObject = true, isNumbers = !elements.empty();
     for (const auto& [name, value] : elements) {
@@ -249,8 +249,8 @@ class CBlockMaker {
       for (std::size_t i = 0; i < json.size(); ++i)
         Inside(Text("%zu", i), [&] { Element(node, {}, json[i]); });
     } else {
-      for (const auto& [name, value] : json.items())
-        Inside(name, [&] { Element(node, name, value); });
+      for (auto it = json.begin(); it != json.end(); ++it)
+        Inside(it.key(), [&] { Element(node, it.key(), *it); });
     }
     --depth;
     return node;

@@ -2,6 +2,8 @@
 #include "tests/client/client_run.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -19,8 +21,8 @@ Bytes Clip() {
   for (int frame = 0; frame < all; ++frame) {
     Bytes picture(side * rows, 90);
     for (int y = boxTop; y < boxTop + boxHeight && frame >= first && frame < last; ++y)
-      std::fill_n(&picture[static_cast<std::size_t>(y * side + boxLeft + frame - first)], boxWidth,
-                  200);
+      std::memset(&picture[static_cast<std::size_t>(y * side + boxLeft + frame - first)], 200,
+                  boxWidth);
     clip.insert(clip.end(), mark.begin(), mark.end());
     clip.insert(clip.end(), picture.begin(), picture.end());
   }
@@ -96,6 +98,31 @@ TEST_F(MotionClientTest, AnAlarmHasItsTimeItsPlaceAndItsSize) {
   }
 }
 
+TEST_F(MotionClientTest, ReportMarksTheAlarm) {
+  const std::string config = R"({"ViolationTimeMs":500,"Configs":[{"MotionPercent":1}]})";
+  WriteBytes(Path("config.json"), {config.begin(), config.end()});
+  ASSERT_EQ(Run("demo @clip.y4m --config @config.json --out @.").status, 0);
+  const Bytes page = ReadBytes(Path("report.html"));
+  const std::string html(page.begin(), page.end());
+  const std::string row = "<tr><td>1</td><td class=\"n\">0:04.50</td>";
+  for (const std::string part : {row.c_str(), "<figcaption>Alarm 1, at 0:0", "comes after 0.5 s"})
+    EXPECT_NE(html.find(part), std::string::npos) << part;
+  // In both plots the alarm is a field from 4.5 s of 10.9 s on, with an edge at either end.
+  for (std::size_t at = 0, plot = 0; plot < 2; ++plot) {
+    at = html.find("<rect class=\"span\"", at + 1);
+    ASSERT_NE(at, std::string::npos);
+    double left = 0, width = 0, start = 0, end = 0;
+    ASSERT_EQ(std::sscanf(&html[at],
+                          "<rect class=\"span\" x=\"%lf\" y=\"14\" width=\"%lf\" height=\"212\"/>"
+                          "<path class=\"edge\" d=\"M%lf 14V226M%lf 14V226\"/>",
+                          &left, &width, &start, &end),
+              4);
+    EXPECT_NEAR(left, 64 + 924 * 45.0 / 109, 0.1);
+    EXPECT_EQ(start, left);
+    EXPECT_NEAR(end, left + width, 0.11);
+  }
+}
+
 TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
   const std::string left = "[0,0,8192,0,8192,16383,0,16383]";
   const std::string right = "[9216,0,16383,0,16383,16383,9216,16383]";
@@ -149,7 +176,7 @@ TEST_F(MotionClientTest, ErrorsAreOneLine) {
   write("key.json", R"({"Configs":[{"Sensitivty":1}]})");
   write("cut.json", "S\1a\1");
   Bytes coded = ReadBytes(Path("demo.zts"));
-  coded.resize(coded.size() - 9);
+  coded.erase(coded.end() - 9, coded.end());
   WriteBytes(Path("cut.zts"), coded);
   for (const auto& [arguments, status, message] : {
            std::tuple{"motion @missing.avi", 1, "missing.avi: cannot open"},
