@@ -179,10 +179,15 @@ CArguments ParseArguments(int count, char** values) {
   auto demoOptions = std::make_shared<CDemoOptions>();
   CLI::App& demo =
       *app.add_subcommand("demo", "Record in both formats, play back and write report.html");
-  demo.add_option("input", demoOptions->input, "As for record; a drawn street scene if not given");
+  CLI::Option* demoInput = demo.add_option("input", demoOptions->input,
+                                           "As for record; a drawn street scene if not given");
   demo.add_option("--out", demoOptions->folder, "Folder for the results")
       ->option_text("DIR")
       ->capture_default_str();
+  demo.add_option("--config", demoOptions->motionConfig,
+                  "Configuration of the motion detectors for the input, as for motion")
+      ->option_text("FILE")
+      ->needs(demoInput);
   AddRecordSettings(demo, demoOptions->settings);
   demo.final_callback([&] { arguments.run = [demoOptions] { return Demo(*demoOptions); }; });
 

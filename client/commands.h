@@ -35,6 +35,7 @@ int Info(const CInfoOptions& options);
 struct CDemoOptions {
   std::string input;  // empty: the synthetic scene
   std::string folder = "demo";
+  std::string motionConfig;  // as for motion; the synthetic scene has its own
   CRecordSettings settings;
 };
 int Demo(const CDemoOptions& options);

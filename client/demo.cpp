@@ -5,17 +5,50 @@
 #include "client/html_report.h"
 #include "client/media_input.h"
 #include "client/moment.h"
+#include "client/motion_view.h"
 #include "client/progress_bar.h"
 #include "client/scene_ground.h"
 #include "client/synthetic_scene.h"
 #include "client/whole_file.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace {
 
 constexpr int sceneWidth = 640, sceneHeight = 480;
-constexpr std::int64_t sceneFrames = 120;
+constexpr std::int64_t sceneFrames = 120, motionFrames = 750;
+
+// Of the drawn scene: one detector for the street and one for the pavement before it.
+CMotionSettings SceneMotion(int width, int height) {
+  const auto virtualAt = [&](float y) {
+    return static_cast<int>(
+        std::lround(y / CSyntheticScene::bottom * float(height) * 16384 / float(width)));
+  };
+  const int ends[] = {virtualAt(CSyntheticScene::curb), virtualAt(CSyntheticScene::nearCurb),
+                      virtualAt(CSyntheticScene::bottom)};
+  return ParseMotionSettings(
+      Text(R"({"ViolationTimeMs": 400, "Configs": [
+               {"MotionPercent": 0.5, "Masks": [[0, %d, 16383, %d, 16383, %d, 0, %d]]},
+               {"MotionPercent": 0.2, "Masks": [[0, %d, 16383, %d, 16383, %d, 0, %d]]}]})",
+           ends[0], ends[0], ends[1], ends[1], ends[1], ends[1], ends[2], ends[2]),
+      "scene");
+}
+
+// A street with pauses: in the one that is recorded somebody always moves.
+CMotionReport WatchScene(CMomentMaker& momentMaker, const CEncoderSettings& coded,
+                         std::int64_t frames) {
+  CSyntheticScene scene(coded.width, coded.height, frames > 0 ? frames : motionFrames,
+                        EStreet::quiet);
+  CMotionView view(momentMaker, SceneMotion(coded.width, coded.height), "A quiet street");
+  CProgressBar progress("motion");
+  const FramePtr picture = NewFrame();
+  for (std::int64_t i = 1; scene.Next(*picture); ++i) {
+    view.Add(*picture, scene.TimeMs());
+    progress.Show(i, double(i) / double(scene.Count()));
+  }
+  return view.Finish();
+}
 
 std::unique_ptr<IPictureSource> OpenSource(const CDemoOptions& options) {
   if (!options.input.empty()) return std::make_unique<CMediaInput>(options.input);
@@ -91,6 +124,12 @@ int Demo(const CDemoOptions& options) {
   CPlayback differential("Differential", folder / "demo-diff.zts");
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
+  const std::string shownName = options.input.empty()
+                                    ? source->Name()
+                                    : std::filesystem::path(options.input).filename().string();
+  std::optional<CMotionView> motionView;
+  if (!options.input.empty())
+    motionView.emplace(momentMaker, ReadMotionSettings(options.motionConfig), shownName);
   std::vector<CMoment> moments;
   const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
   std::optional<CGroundPicture> ground;
@@ -106,6 +145,7 @@ int Demo(const CDemoOptions& options) {
       plainCoder->Code(recorder.Source());
       plain.Add(plainCoder->Coded(), plainCoder->Input());
       differential.Add(coder.Coded(), plainCoder->Input());
+      if (motionView) motionView->Add(recorder.Source(), source->TimeMs());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
       if (scene && index == recorder.Expected() / 6)
@@ -119,18 +159,18 @@ int Demo(const CDemoOptions& options) {
   if (recorder.Frames() == 0) throw CError(source->Name() + ": no picture in it");
   if (moments.size() > momentCount) moments.erase(moments.begin());
   const CEncoderSettings& coded = recorder.Coder().Settings();
-  const CReport report{options.input.empty()
-                           ? source->Name()
-                           : std::filesystem::path(options.input).filename().string(),
-                       coded.width,
-                       coded.height,
-                       coded.quality,
-                       recorder.decodeInput,
-                       plain.Finish(*plainCoder),
-                       differential.Finish(recorder.Coder()),
-                       std::move(moments),
-                       blockView.Finish(),
-                       std::move(ground)};
+  const CReport report{
+      shownName,
+      coded.width,
+      coded.height,
+      coded.quality,
+      recorder.decodeInput,
+      plain.Finish(*plainCoder),
+      differential.Finish(recorder.Coder()),
+      std::move(moments),
+      blockView.Finish(),
+      std::move(ground),
+      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
   const std::filesystem::path page = folder / "report.html";
   WriteWholeFile(page, HtmlReport(report));
   Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");

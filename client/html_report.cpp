@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <numeric>
+#include <set>
 
 extern "C" {
 #include <libavutil/base64.h>
@@ -54,8 +55,11 @@ figcaption { color: var(--soft); font-size: 13px; margin-top: 5px; }
 .plot .line { fill: none; stroke-width: 1.8; stroke-linejoin: round; }
 .plot .line.thin { stroke-width: 0.9; opacity: 0.75; }
 .plot .bar { fill: none; }
+.plot .span { fill: var(--type0); opacity: 0.12; }
+.plot .edge { fill: none; stroke: var(--type0); stroke-width: 1.4; }
+.plot .line.dashed { stroke-width: 1.2; stroke-dasharray: 7 5; }
 .line.first { stroke: var(--first); } .line.second { stroke: var(--second); }
-.bar.type0 { stroke: var(--type0); } .bar.type3 { stroke: var(--type3); }
+.bar.type0, .line.type0 { stroke: var(--type0); } .bar.type3, .line.type3 { stroke: var(--type3); }
 .bar.type4 { stroke: var(--type4); } .bar.type5 { stroke: var(--type5); }
 .entry { white-space: nowrap; } .entry + .entry { margin-left: 14px; }
 .key { display: inline-block; width: 14px; height: 3px; border-radius: 2px; vertical-align: 4px;
@@ -286,6 +290,74 @@ std::string Plots(const CReport& report) {
          SvgPlot(qualities) + "</section>\n";
 }
 
+std::string DetectorText(const CMotionReport& motion) {
+  std::string text = CountText(std::int64_t(motion.settings.detectors.size()), "detector") +
+                     Text(" on pictures of %dx%d, %.0f frames/s", motion.width, motion.height,
+                          motion.framesPerSecond);
+  if (motion.settings.violationMs > 0)
+    text +=
+        Text("; an alarm comes after %.1f s of motion", double(motion.settings.violationMs) / 1000);
+  return text + ". An alarm ends 3 s after the motion.";
+}
+
+std::string AlarmTable(const CMotionReport& motion) {
+  constexpr std::size_t maxRows = 40;
+  std::string html =
+      "<table class=\"alarms\"><tr><th>alarm</th><th class=\"n\">from</th><th class=\"n\">to</th>"
+      "<th class=\"n\">length</th><th class=\"n\">most motion</th><th class=\"n\">at</th>"
+      "<th class=\"n\">on average</th></tr>\n";
+  const auto cell = [](const std::string& text) { return "<td class=\"n\">" + text + "</td>"; };
+  for (std::size_t i = 0; i < std::min(maxRows, motion.events.size()); ++i) {
+    const CMotionEvent& event = motion.events[i];
+    html += Text("<tr><td>%zu</td>", i + 1) + cell(TimeText(event.startMs)) +
+            cell(event.isOpen ? "(end)" : TimeText(event.endMs)) +
+            cell(Text("%.1f s", double(event.LengthMs()) / 1000)) +
+            cell(Text("%.2f %%", event.highestPercent)) + cell(TimeText(event.highestMs)) +
+            cell(Text("%.2f %%", event.MeanPercent())) + "</tr>\n";
+  }
+  html += "</table>\n";
+  if (motion.events.size() > maxRows)
+    html += "<p class=\"note\">and " +
+            CountText(std::int64_t(motion.events.size() - maxRows), "more alarm") + "</p>\n";
+  return html;
+}
+
+std::string Motion(const CMotionReport& motion) {
+  const std::size_t frames = motion.percents.size();
+  std::vector<CSeries> percents{{"moving pixels", "first", motion.percents}};
+  std::set<std::pair<double, double>> thresholds;
+  for (const CDetectorSettings& detector : motion.settings.detectors)
+    thresholds.emplace(detector.signalPercent, detector.restorePercent);
+  for (const auto& [signal, restore] : thresholds) {
+    percents.push_back({"threshold of the alarm", "type0 dashed", std::vector(frames, signal)});
+    percents.push_back({"threshold of its end", "type3 dashed", std::vector(frames, restore)});
+  }
+  const CSeries progress{"way to the alarm", "second", motion.progress};
+  const CPlotGround ground{motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1, motion.alarms};
+  std::string html = "<section><h2>Motion</h2>\n<p class=\"note\">" + HtmlText(motion.title) +
+                     ": " + DetectorText(motion) + "</p>\n";
+  if (motion.events.empty()) html += "<p class=\"note\">No alarm.</p>\n";
+  if (!motion.pictures.empty()) {
+    html += "<p class=\"note\">The moment of most motion in " +
+            std::string(motion.pictures.size() < motion.events.size() ? "the strongest alarms"
+                                                                      : "each alarm") +
+            ": moving pixels are red, faintly so outside of the outlined areas</p>\n"
+            "<div class=\"pair\">\n";
+    for (const CMotionPicture& picture : motion.pictures)
+      html += Image("jpeg", picture.jpeg,
+                    Text("Alarm %zu, at %s", picture.alarm + 1,
+                         TimeText(motion.events[picture.alarm].highestMs).c_str()));
+    html += "</div>\n";
+  }
+  if (!motion.events.empty()) html += AlarmTable(motion);
+  return html + "</section>\n<section><h2>Motion over time</h2><p class=\"note\">percent of the " +
+         "picture over seconds: " + Key("first", "moving pixels that count") +
+         Key("type0", "alarm from here, and alarms") + Key("type3", "ends below") + "</p>\n" +
+         SvgPlot(percents, ground) +
+         "<p class=\"note\">percent of the way to the alarm over seconds, 100 in the alarm</p>\n" +
+         SvgPlot({&progress, 1}, ground) + "</section>\n";
+}
+
 std::string Stages(const CReport& report) {
   double slowest = report.input.SecondsPerRun();
   for (const CCoding* coding : {&report.plain, &report.differential})
@@ -345,5 +417,5 @@ std::string HtmlReport(const CReport& report) {
          "</style></head>\n<body><main>\n<h1>Recorded and played back: " + name +
          "</h1>\n<p class=\"summary\">" + ReportSummary(report) + "</p>\n" + Tiles(report) +
          Comparison(report) + Blocks(report) + Ground(report) + Plots(report) + Moments(report) +
-         Stages(report) + "</main></body></html>\n";
+         Motion(report.motion) + Stages(report) + "</main></body></html>\n";
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "client/motion_events.h"
 #include "client/statistics.h"
+#include "client/svg_plot.h"
 
 #include <cstdint>
 #include <optional>
@@ -53,6 +55,24 @@ struct CGroundPicture {
   std::vector<CPerson> people;
 };
 
+struct CMotionPicture {
+  std::size_t alarm = 0;  // which one
+  std::string jpeg;       // its frame with most motion
+};
+
+// What motion detection found in a video.
+struct CMotionReport {
+  std::string title;  // what was watched
+  CMotionSettings settings;
+  int width = 0, height = 0;  // as the detectors saw it
+  double secondsPerFrame = 0;
+  double framesPerSecond = 0;              // of the detection
+  std::vector<double> percents, progress;  // per frame
+  std::vector<CMotionEvent> events;
+  std::vector<CPlotSpan> alarms;  // the same in frames
+  std::vector<CMotionPicture> pictures;
+};
+
 struct CReport {
   std::string name;  // of the input
   int width = 0, height = 0, quality = 0;
@@ -61,6 +81,7 @@ struct CReport {
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
   std::optional<CGroundPicture> ground;  // of the synthetic scene
+  CMotionReport motion;
 };
 
 // How much stronger than they are the differences of the detail are shown.

@@ -14,6 +14,8 @@ constexpr int widthStep = 4;
 // Its times count from 1601, and one at the start of 1970 stands for none: videos begin in 2000.
 constexpr std::int64_t startOfTime = 12'591'158'400'000;
 
+constexpr char refusal[] = "the motion detectors refused their configuration";
+
 }  // namespace
 
 CMotionWatch::CMotionWatch(CMotionSettings motionSettings, int mostColumns)
@@ -35,7 +37,11 @@ void CMotionWatch::Open(const AVFrame& first) {
   const ztlib_blob config{settings.block.data(), settings.block.size()};
   ClearFailure();
   ztlib_simplemotion_configure(context, &config, width, height);
-  ThrowFailure();
+  try {
+    ThrowFailure();
+  } catch (const CLibraryError& error) {
+    throw CError(std::string(refusal) + ": " + error.what());
+  }
 }
 
 const CMotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64_t timeMs) {
@@ -54,7 +60,6 @@ const CMotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64_t tim
   });
   ThrowFailure();
   result = ReadMotionResult(block, isSignal);
-  if (!result.isConfigured)
-    throw CLibraryError("the motion detectors refused their configuration (see -v)");
+  if (!result.isConfigured) throw CError(std::string(refusal) + " (-v tells why)");
   return result;
 }

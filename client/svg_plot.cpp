@@ -63,7 +63,7 @@ std::string HtmlText(const std::string& text) {
   return html;
 }
 
-std::string SvgPlot(std::span<const CSeries> series) {
+std::string SvgPlot(std::span<const CSeries> series, const CPlotGround& ground) {
   double low = 1e300, high = -1e300;
   std::size_t frames = 1;
   for (const CSeries& line : series) {
@@ -94,10 +94,19 @@ std::string SvgPlot(std::span<const CSeries> series) {
         "<text class=\"tick\" x=\"%.0f\" y=\"%.1f\" text-anchor=\"end\">%.*f</text>\n",
         left, yOf(value), right, yOf(value), left - 8, yOf(value) + 4, digits, value);
   }
-  const double frameStep = std::max(1.0, NiceStep(last, 8));
-  for (int i = 0; i * frameStep <= last; ++i)
+  const double end = last * ground.unitsPerFrame;
+  const double mark = std::max(1.0, NiceStep(end, 8));
+  for (int i = 0; i * mark <= end; ++i)
     svg += Text("<text class=\"tick\" x=\"%.1f\" y=\"%.0f\" text-anchor=\"middle\">%.0f</text>\n",
-                xOf(i * frameStep), bottom + 20, i * frameStep);
+                xOf(i * mark / ground.unitsPerFrame), bottom + 20, i * mark);
+  for (const CPlotSpan& part : ground.spans) {
+    const double from = xOf(part.from), to = xOf(part.to);
+    svg += Text("<rect class=\"span\" x=\"%.1f\" y=\"%.0f\" width=\"%.1f\" height=\"%.0f\"/>", from,
+                top, to - from, bottom - top);
+    std::string edges = Text("M%.1f %.0fV%.0f", from, top, bottom);
+    if (!part.isOpen) edges += Text("M%.1f %.0fV%.0f", to, top, bottom);
+    svg += "<path class=\"edge\" d=\"" + edges + "\"/>\n";
+  }
   for (const CSeries& line : series) {
     std::string path;
     if (line.kind == EPlot::bars) {

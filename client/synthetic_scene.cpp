@@ -8,7 +8,9 @@
 namespace {
 
 // Heights in units of 1/480 of the picture.
-constexpr float horizon = 215, curb = 262, lane = 335, nearCurb = 415, bottom = 480;
+constexpr float horizon = 215, lane = 335;
+constexpr float curb = CSyntheticScene::curb, nearCurb = CSyntheticScene::nearCurb,
+                bottom = CSyntheticScene::bottom;
 constexpr float pi = std::numbers::pi_v<float>;
 
 // The camera: its height over the street in meters, the focal length and the height in the picture
@@ -60,10 +62,13 @@ std::uint8_t ToByte(float value) {
 
 }  // namespace
 
-CSyntheticScene::CSyntheticScene(int width, int height, std::int64_t frames)
+CSyntheticScene::CSyntheticScene(int width, int height, std::int64_t frames, EStreet kind)
     : count(frames),
+      street(kind),
       unit(float(height) / bottom),
       road(float(width) / unit),
+      carWay(road + (kind == EStreet::quiet ? 3000 : 320)),
+      personWay(road + (kind == EStreet::quiet ? 1000 : 80)),
       background(width, height),
       canvas(width, height),
       lampLight(std::size_t(width) * std::size_t(height)),
@@ -74,13 +79,13 @@ CSyntheticScene::CSyntheticScene(int width, int height, std::int64_t frames)
   PlaceLamps();
   // One speed per lane, so nobody drives through the car ahead.
   for (const auto& [feet, speed] : {std::pair{318.0F, -150.0F}, std::pair{396.0F, 185.0F}})
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < (kind == EStreet::quiet ? 1 : 3); ++i)
       cars.push_back(
-          {(road + 320) * (float(i) + Random(0.1F, 0.5F)) / 3, speed, feet, RandomOf(carColors)});
-  for (int i = 0; i < 11; ++i) {
+          {carWay * (float(i) + Random(0.1F, 0.5F)) / 3, speed, feet, RandomOf(carColors)});
+  for (int i = 0; i < (kind == EStreet::quiet ? 4 : 11); ++i) {
     const bool isNear = i % 3 == 0;
     const float speed = Random(26, 44) * (i % 2 ? 1.0F : -1.0F);
-    people.push_back({Random(0, road + 80), isNear ? 1.5F * speed : speed,
+    people.push_back({Random(0, personWay), isNear ? 1.5F * speed : speed,
                       isNear ? Random(456, 474) : Random(238, 256), Random(1.6F, 1.9F),
                       Random(0, 2 * pi), RandomOf(coatColors), RandomOf(trouserColors),
                       RandomOf(skinColors)});
@@ -200,8 +205,7 @@ void CSyntheticScene::PlaceLamps() {
 }
 
 void CSyntheticScene::Draw(CCanvas& target, const CCar& car, float time, float night) {
-  const float way = road + 320;
-  const float x = Wrapped(car.start + car.speed * time, way) - 160;
+  const float x = Wrapped(car.start + car.speed * time, carWay) - 160;
   const float front = car.speed > 0 ? 1.0F : -1.0F;
   const float size = car.feet > lane ? 1.25F : 1.0F;
   const auto at = [&](float dx, float dy) {
@@ -248,7 +252,7 @@ CSyntheticScene::CRoadway CSyntheticScene::Roadway() {
 
 CSyntheticScene::CStep CSyntheticScene::StepOf(const CPerson& person, float time) const {
   CStep step{};
-  step.x = Wrapped(person.start + person.speed * time, road + 80) - 40;
+  step.x = Wrapped(person.start + person.speed * time, personWay) - 40;
   step.size = person.height * (person.feet - skyline) / cameraHeight / personSize;
   step.swing = std::sin(person.phase + std::abs(person.speed) * time * 0.26F / step.size);
   step.bob = std::abs(step.swing) * 0.9F;
@@ -321,7 +325,7 @@ bool CSyntheticScene::Next(AVFrame& picture) {
   if (index == count) return false;
   const float time = float(index) / 25;
   const float share = float(index) / float(std::max<std::int64_t>(1, count - 1));
-  const float day = 1 - Smooth(0.35F, 0.75F, share);
+  const float day = street == EStreet::quiet ? 1 : 1 - Smooth(0.35F, 0.75F, share);
   const float night = 1 - day;
 
   canvas = background;

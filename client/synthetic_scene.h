@@ -6,13 +6,20 @@
 #include <random>
 #include <vector>
 
-// A street that is drawn, not filmed: people and cars before houses, from day through dusk into a
-// lamp-lit night, with the noise of a camera. The same seed gives the same pictures. What stands on
-// the ground is seen as by a camera 10 m above a flat street, which looks level; the picture is cut
-// from below its horizon.
+enum class EStreet {
+  busy,   // from day through dusk into a lamp-lit night
+  quiet,  // by day, now and then empty
+};
+
+// A street that is drawn, not filmed: people and cars before houses, with the noise of a camera.
+// The same seed gives the same pictures. What stands on the ground is seen as by a camera 10 m
+// above a flat street, which looks level; the picture is cut from below its horizon.
 class CSyntheticScene : public IPictureSource {
  public:
-  CSyntheticScene(int width, int height, std::int64_t frames);
+  CSyntheticScene(int width, int height, std::int64_t frames, EStreet kind = EStreet::busy);
+
+  // Heights in units of 1/480 of the picture, where areas of the street begin and end.
+  static constexpr float curb = 262, nearCurb = 415, bottom = 480;
 
   bool Next(AVFrame& picture) override;
   [[nodiscard]] std::int64_t TimeMs() const override { return 40 * (index - 1); }
@@ -35,7 +42,8 @@ class CSyntheticScene : public IPictureSource {
   [[nodiscard]] std::vector<CStanding> Standing() const;
 
  private:
-  // x runs from 0 to `road` (units of 1/480 of the height, like all sizes here) and wraps.
+  // x runs over the road (units of 1/480 of the height, like all sizes here), then out of sight,
+  // and wraps.
   struct CCar {
     float start, speed, feet;
     CColor color;
@@ -66,7 +74,9 @@ class CSyntheticScene : public IPictureSource {
 
   std::mt19937 random{20240117};
   std::int64_t count, index = 0;
+  EStreet street;
   float unit, road;
+  float carWay, personWay;  // until they come again
   CCanvas background, canvas;
   std::vector<float> lampLight, light;  // per pixel
   std::vector<CCar> cars;

@@ -27,7 +27,7 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   EXPECT_EQ(Count(html, "<img "), 23U);
   EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/"), 10U);
   EXPECT_EQ(Count(html, "src=\"data:image/png;base64,iVBORw0KGgo"), 13U);
-  EXPECT_EQ(Count(html, "<svg "), 2U);
+  EXPECT_EQ(Count(html, "<svg "), 4U);
   std::string text;
   for (std::size_t at = 0, image; at != std::string::npos; at = html.find("\"", image + 1)) {
     image = html.find("data:image", at);

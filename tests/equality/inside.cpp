@@ -1,9 +1,10 @@
 // A fixed set of inputs through what the exports reach only in part or not at all: the conversion
-// matrix, the data tree and calibration.
+// matrix, the data tree, the statistics behind motion and calibration.
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
 #include "main/lib/calib/calibrator3d.h"
+#include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
 #include "tests/unit/rich_tree.h"
@@ -34,6 +35,32 @@ void MixTree(const CData& tree) {
   Mix(std::span(counted));
 }
 
+template <class Image>
+void MixRows(const Image& image) {
+  for (auto y = image.GetDy(); y-- > 0;)
+    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
+                  static_cast<std::size_t>(image.GetDx())));
+}
+
+// Noise, things that jump, and then stillness, at the slowest and the fastest rates of following.
+void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
+  CMotionBackground model;
+  model.ConfigureFromData(settings, {width, height});
+  std::int64_t now = 1'000'000;
+  for (std::uint32_t moment = 0; moment < 120; ++moment) {
+    Bytes plane = Noise(static_cast<std::size_t>(width * height), moment < 80 ? moment : 7);
+    for (std::size_t i = 0; i < plane.size(); ++i)
+      plane[i] = static_cast<std::uint8_t>(
+          (i / 64 + moment / 20) % 5 == 0 ? plane[i] : 90 + plane[i] % (1 + moment % 40));
+    now += moment % 30 < 15 ? 40 : 400;
+    Mix(model.ProcessImage({width, height, plane.data(), width}, &now));
+    Mix(model.GetHighVarianceCount());
+    MixRows(model.GetMean());
+    MixRows(model.GetVariance());
+    MixRows(model.GetMotion());
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -56,6 +83,17 @@ int main() {
       MixTree(tree);
     }
   });
+  for (unsigned bits = 0; bits < 16; ++bits)
+    Step("motion statistics " + std::to_string(bits), [bits] {
+      CData settings;
+      settings.AddBool(Tok::MeltinReduction, (bits & 1) != 0);
+      settings.AddBool(Tok::AlternativeVarianceHandling, (bits & 2) != 0);
+      settings.AddBool(Tok::BinaryOutputMode, (bits & 4) != 0);
+      settings.AddBool(Tok::ForbidHighSensitivityStart, (bits & 8) != 0);
+      settings.AddDouble(Tok::Sensitivity, 13.0 * (bits % 7));
+      for (const auto& [width, height] : {std::pair{96, 40}, {37, 11}, {3, 2}})
+        Follow(settings, width, height);
+    });
   Step("calibration", [] {
     CData tree;
     tree.AddDouble(Tok::RefDistanceMeter, 1.8);
