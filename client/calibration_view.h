@@ -25,7 +25,6 @@ class CCalibrationView {
   [[nodiscard]] const std::vector<std::string>& Log() const { return log; }
 
   // In meters.
-  [[nodiscard]] std::optional<float> Distance(CPoint from, CPoint to) const;
   [[nodiscard]] std::optional<float> Height(CPoint foot, CPoint head) const;
 
   // The ground as a grid, which also covers the rectangle's neighbourhood, the horizon, the

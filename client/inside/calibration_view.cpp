@@ -148,13 +148,6 @@ bool CCalibrationView::HasHeight() const {
   return inside->calibrator.IsThreeDReady();
 }
 
-std::optional<float> CCalibrationView::Distance(CPoint from, CPoint to) const {
-  float meters = 0;
-  if (!inside->calibrator.Distance(inside->ToVirtual(from), inside->ToVirtual(to), meters))
-    return std::nullopt;
-  return meters;
-}
-
 std::optional<float> CCalibrationView::Height(CPoint foot, CPoint head) const {
   float meters = 0;
   if (!inside->calibrator.Height(inside->ToVirtual(foot), inside->ToVirtual(head), meters))
