@@ -1,6 +1,7 @@
 #include "fuzz/codec_fuzz.h"
 #include "main/lib/base/exceptions.h"
 #include "main/target/windll/image/ztimage.h"
+#include "main/target/windll/image_convert/cell_kernels_variants.h"
 #include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/row_kernel_shapes.h"
 
@@ -14,6 +15,14 @@ void Fill(std::uint8_t* target, std::size_t size, const std::uint8_t* content, s
     target[i] = length == 0 ? 0 : content[i % length];
 }
 
+void TryConversion(const CZTImageImplBase& image, PixelFormat target) {
+  try {
+    Require(image.ConvertToNew(target)->GetPixelFormat() == target);
+  } catch (const CException&) {  // a refused pair, format or sensor picture; nothing else is thrown
+  }
+}
+
+// A picture and what is left of it without a column on either side and a row above and below.
 void ConvertPicture(PixelFormat source, PixelFormat target, int width, int height,
                     const std::uint8_t* content, std::size_t length) {
   const auto image = CreateNewImageBase(source, width, height);
@@ -21,10 +30,9 @@ void ConvertPicture(PixelFormat source, PixelFormat target, int width, int heigh
   for (int y = 0; rowSize > 0 && y < height; ++y)
     Fill(static_cast<std::uint8_t*>(image->GetPtrAt(0, y)), static_cast<std::size_t>(rowSize),
          content, length);
-  try {
-    Require(image->ConvertToNew(target)->GetPixelFormat() == target);
-  } catch (const CException&) {  // a refused pair or format; nothing else is thrown
-  }
+  TryConversion(*image, target);
+  if (width > 2 && height > 2)
+    TryConversion(*image->CreateMapOfRect({1, 1, width - 2, height - 2}), target);
 }
 
 #if defined(ZTLIB_AVX2)
@@ -38,11 +46,56 @@ void ComparePaths(const RowKernelShape& shape, std::size_t count, const std::uin
   (avx2Rows.*shape.row)(avx2.data(), source.data(), count);
   Require(baseline == avx2);
 }
+
+// A kernel of the formats with samples in two dimensions, on `count` pixels, groups or tiles.
+void RunCell(const CellKernels& table, std::uint8_t kernel, std::uint8_t* target,
+             const std::uint8_t* source, std::size_t count) {
+  const std::size_t row = 4 * (count + 2);
+  const SensorRows rows = {source + 4, source + row + 4, source + 2 * row + 4};
+  const TileRow tiles = {source, source + 256, source + 264};
+  const TileRow unblended = {source + 128, source + 256, source + 256};
+  switch (kernel % 10) {
+    case 0:
+      if (count >= 3) table.bayerToRgb[kernel / 10 % 2](target, rows, count);
+      return;
+    case 1:
+      if (count >= 4) table.bayerToYuyv[kernel / 10 % 2](target, rows, count & ~std::size_t{1});
+      return;
+    case 2:
+      return table.blockToGray(target, target + 2 * count, rows, count);
+    case 3:
+      return table.blockToRgb(target, target + 8 * count, rows, count);
+    case 4:
+      return table.blockToYuv(target, target + 8 * count, rows, count);
+    case 5:
+      return table.tilesToRgb(target, kernel / 10 % 2 ? tiles : unblended, count);
+    case 6:
+      return table.tilesToYuv(target, kernel / 10 % 2 ? tiles : unblended, count);
+    case 7:
+      return table.tilesToYuyv(target, kernel / 10 % 3 ? tiles : unblended, kernel / 10 % 3 == 2,
+                               count);
+    case 8:
+      return table.yuvToTiles(target, target + 256, source, source + 64 * count, count);
+    default:
+      return table.yuyvToTiles(target, target + 256, source, source + 32 * count, count);
+  }
+}
+
+void CompareCells(std::uint8_t kernel, std::size_t count, const std::uint8_t* content,
+                  std::size_t length) {
+  Bytes source(384 * count + 32);
+  Fill(source.data(), source.size(), content, length);
+  Bytes baseline(384 * count + 32, 0x5A);
+  Bytes avx2 = baseline;
+  RunCell(baselineCells, kernel, baseline.data(), source.data(), count);
+  RunCell(avx2Cells, kernel, avx2.data(), source.data(), count);
+  Require(baseline == avx2);
+}
 #endif
 
 }  // namespace
 
-// Five bytes choose the formats, the size and the kernel, the others are pixels. No frame is left
+// Five bytes choose the formats, the size and the kernels, the others are pixels. No frame is left
 // behind, and the paths for both instruction sets give the same bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
@@ -51,8 +104,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                  data[2], data[3] % 8, content, size - 5);
   Require(codec_fuzz::framesAlive == 0);
 #if defined(ZTLIB_AVX2)
-  if (__builtin_cpu_supports("avx2"))
+  if (__builtin_cpu_supports("avx2")) {
     ComparePaths(rowKernelShapes[data[4] % std::size(rowKernelShapes)], data[2], content, size - 5);
+    CompareCells(data[4], data[2], content, size - 5);
+  }
 #endif
   return 0;
 }

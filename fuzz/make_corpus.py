@@ -110,7 +110,9 @@ def convert():
     for pair in range(9 * 11):
         source, target = divmod(pair, 11)
         yield f"pair_{source}_{target}", bytes([source, target, 37, 3, pair]) + ramp
-    for kernel in range(23):
+    for source, target, width, height in ((6, 2, 37, 7), (6, 4, 38, 7), (6, 4, 36, 4), (8, 3, 5, 2)):
+        yield f"size_{source}_{target}_{width}", bytes([source, target, width, height, 0]) + ramp
+    for kernel in range(30):
         for width in (0, 1, 9, 255):
             yield f"kernel_{kernel:02}_{width}", bytes([1, 1, width, 0, kernel]) + ramp
 

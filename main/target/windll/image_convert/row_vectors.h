@@ -88,6 +88,12 @@ inline V64 InterleaveLow(V32 a, V32 b) {
 inline V64 InterleaveHigh(V32 a, V32 b) {
   return (V64)ZT_VECTOR(unpackhi_epi32)((Vector)a, (Vector)b);
 }
+inline V64 InterleaveLow(V64 a, V64 b) {
+  return (V64)ZT_VECTOR(unpacklo_epi64)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveHigh(V64 a, V64 b) {
+  return (V64)ZT_VECTOR(unpackhi_epi64)((Vector)a, (Vector)b);
+}
 
 // A byte of every two, times a weight that leaves the product in 16 bits.
 template <int index, int weight>
@@ -103,17 +109,6 @@ inline V16 WeighByte(V32 bytes) {
 #endif
 }
 
-// Of pairs of signed bytes the sum of both products; the weights are positive.
-template <int first, int second>
-inline S16 WeighSignedBytes(V16 bytes) {
-#if defined(__AVX2__)
-  return (S16)_mm256_maddubs_epi16(_mm256_set1_epi16(first | second << 8), (Vector)bytes);
-#else
-  return ((S16)(bytes << 8) >> 8) * static_cast<std::int16_t>(first) +
-         ((S16)bytes >> 8) * static_cast<std::int16_t>(second);
-#endif
-}
-
 // The second and the third byte of words as numbers of 16 bits.
 inline V16 MiddleBytes(V32 words) {
 #if defined(__AVX2__)
@@ -123,13 +118,17 @@ inline V16 MiddleBytes(V32 words) {
 #endif
 }
 
+// `b` where the bits of `mask` are set in whole bytes, elsewhere `a`.
+inline V16 Select(V16 a, V16 b, V16 mask) {
+#if defined(__AVX2__)
+  return (V16)_mm256_blendv_epi8((Vector)a, (Vector)b, (Vector)mask);
+#else
+  return (a & ~mask) | (b & mask);
+#endif
+}
 // The lower byte of each number of `low` and the upper one of each number of `high`.
 inline V8 JoinBytes(V16 low, V16 high) {
-#if defined(__AVX2__)
-  return (V8)_mm256_blendv_epi8((Vector)low, (Vector)high, (Vector)(V16{} + 0xff00));
-#else
-  return (V8)((low & 0xff) | (high & 0xff00));
-#endif
+  return (V8)Select(low, high, V16{} + 0xff00);
 }
 
 // The words of `low`, which have 0 in their fourth bytes, with the fourth bytes of `fourth`.
@@ -152,19 +151,19 @@ inline V32 JoinUpperHalves(S32 low, S32 high) {
 }
 
 // Every second word of two registers; what is made of the results goes through InOrder(V32).
-inline V32 EvenWords(V32 a, V32 b) {
+template <int order>
+inline V32 ShuffleWords(V32 a, V32 b) {
 #if defined(__AVX2__)
-  return __builtin_shufflevector(a, b, 0, 2, 8, 10, 4, 6, 12, 14);
+  return (V32)_mm256_shuffle_ps((__m256)a, (__m256)b, order);
 #else
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6);
+  return (V32)_mm_shuffle_ps((__m128)a, (__m128)b, order);
 #endif
 }
+inline V32 EvenWords(V32 a, V32 b) {
+  return ShuffleWords<0x88>(a, b);
+}
 inline V32 OddWords(V32 a, V32 b) {
-#if defined(__AVX2__)
-  return __builtin_shufflevector(a, b, 1, 3, 9, 11, 5, 7, 13, 15);
-#else
-  return __builtin_shufflevector(a, b, 1, 3, 5, 7);
-#endif
+  return ShuffleWords<0xDD>(a, b);
 }
 
 // Repairs what is packed twice, or packed from every second word.

@@ -13,6 +13,13 @@ constexpr std::size_t planeBytes = 64;  // from one half of luma to the other, a
 constexpr std::size_t tilePixelBytes = 64;
 constexpr std::size_t tilesPerVector = bytesPerVector / 16;
 
+// Where writing will be soon, for as many cache lines. Reading from tile to tile keeps the
+// processor from seeing by itself that the target is written in order. May lie behind the picture.
+inline void PrefetchAhead(const Byte* target, std::size_t lines) {
+  for (std::size_t i = 0; i < lines; ++i)
+    _mm_prefetch(reinterpret_cast<const char*>(target + 2048 + 64 * i), _MM_HINT_T0);
+}
+
 inline __m128i LoadHalf(const Byte* p) {
   return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
 }
@@ -42,14 +49,14 @@ inline Eight Weigh(const Byte* a, const Byte* b) {
 #endif
 }
 
-// Chroma of a row, blended with the row beside: three parts to one. A pixel's chroma is three parts
-// of that and one part of its neighbour's, in sixteenths: what a pixel at an end keeps of its own
-// is the same with a neighbour that makes up for the difference.
+// Chroma of a row, three parts of it and one of the row beside. A pixel's chroma is three parts of
+// that and one part of its neighbour's, in parts of 256: what a pixel at an end keeps of its own is
+// the same with a neighbour that makes up for the difference.
 inline int Blended(const Byte* chroma, const Byte* beside, std::size_t i) {
-  return 3 * chroma[i] + beside[i];
+  return 48 * chroma[i] + 16 * beside[i];
 }
-inline std::uint16_t MakeUp(const Byte* chroma, const Byte* beside, std::size_t i) {
-  return static_cast<std::uint16_t>(7 * chroma[i] - 3 * beside[i]);
+inline int MakeUp(const Byte* chroma, const Byte* beside, std::size_t i) {
+  return 112 * chroma[i] - 48 * beside[i];
 }
 
 template <bool acrossTiles>
@@ -61,16 +68,14 @@ struct TileBuffer {
 
   void Gather(std::size_t slot, const TileRow& row, std::size_t tile) {
     const std::size_t offset = tileBytes * tile;
-    std::memcpy(luma + 16 * slot, row.luma + offset, halfRow);
-    std::memcpy(luma + 16 * slot + halfRow, row.luma + offset + planeBytes, halfRow);
     for (std::size_t c = 0; c < 2; ++c) {
       const Byte* const own = row.chroma + offset + planeBytes * c;
       const Byte* const beside = row.beside + offset + planeBytes * c;
-      const Eight blended = Weigh<3, 1>(own, beside);
+      const Eight blended = Weigh<48, 16>(own, beside);
       std::uint16_t* const target = chroma[c] + pitch * slot;
       if constexpr (!acrossTiles) {
         // The first and the last of these stay on either side of what is stored over them.
-        const Eight makeUp = Weigh<7, -3>(own, beside);
+        const Eight makeUp = Weigh<112, -48>(own, beside);
         std::memcpy(target, &makeUp, sizeof makeUp);
         std::memcpy(target + 2, &makeUp, sizeof makeUp);
       }
@@ -92,7 +97,6 @@ struct TileBuffer {
     }
   }
 
-  Byte luma[16 * capacity];
   std::uint16_t chroma[2][pitch * capacity + 2];
 };
 
@@ -107,43 +111,74 @@ inline V16 LoadTiles(const std::uint16_t* p) {
   return (V16)LoadVector(reinterpret_cast<const Byte*>(p));
 }
 
-// U or V less `bias` of the pixels of tiles, in order.
-template <std::size_t pitch>
-inline V8 SmoothedChroma(const std::uint16_t* blended, std::size_t toNeighbour, int bias) {
-  const V16 most = LoadTiles<pitch>(blended) * 3 + static_cast<std::uint16_t>(8 - 16 * bias);
-  const V16 even = most + LoadTiles<pitch>(blended - toNeighbour);
-  const V16 odd = most + LoadTiles<pitch>(blended + toNeighbour);
-  return JoinBytes(even >> 4, odd << 4);
+// Luma of tiles from there on, or of one tile.
+inline V8 LoadLuma(const Byte* row, [[maybe_unused]] bool isAlone) {
+  const auto tile = [=](std::size_t i) {
+    const Byte* const p = row + tileBytes * i;
+    return _mm_unpacklo_epi64(LoadHalf(p), LoadHalf(p + planeBytes));
+  };
+#if defined(__AVX2__)
+  return (V8)_mm256_inserti128_si256(_mm256_castsi128_si256(tile(0)), tile(isAlone ? 0 : 1), 1);
+#else
+  return (V8)tile(0);
+#endif
 }
 
-struct ThreeBytes {
-  V8 first, second, third;
+// U or V less a bias, of even and of odd pixels, in parts of 256.
+struct TileChroma {
+  template <std::size_t pitch>
+  static TileChroma Load(const std::uint16_t* blended, std::size_t toNeighbour, int bias) {
+    const V16 most = LoadTiles<pitch>(blended) * 3 + static_cast<std::uint16_t>(128 - 256 * bias);
+    return {most + LoadTiles<pitch>(blended - toNeighbour),
+            most + LoadTiles<pitch>(blended + toNeighbour)};
+  }
+  V16 even, odd;
 };
 
 struct TileYuv {
   static constexpr bool acrossTiles = true;
   static constexpr int bias = 0;
-  static ThreeBytes Pixels(V8 luma, V8 u, V8 v) { return {luma, u, v}; }
+
+  static void Store(Byte* target, V8 luma, const TileChroma& u, const TileChroma& v) {
+    const V8 uBytes = JoinBytes(u.even >> 8, u.odd);
+    const V8 vBytes = JoinBytes(v.even >> 8, v.odd);
+    const auto eight = [](V16 yu, V16 v0) {
+      return InOrder(InterleaveLow(yu, v0), InterleaveHigh(yu, v0));
+    };
+    StoreSixteens(target, eight(InterleaveLow(luma, uBytes), InterleaveLow(vBytes, V8{})),
+                  eight(InterleaveHigh(luma, uBytes), InterleaveHigh(vBytes, V8{})));
+  }
 };
 
 struct TileRgb {
   static constexpr bool acrossTiles = false;
   static constexpr int bias = 128;
-  static ThreeBytes Pixels(V8 luma, V8 u, V8 v) {
-    const Colours low(InterleaveLow(luma, V8{}), InterleaveLow(u, v));
-    const Colours high(InterleaveHigh(luma, V8{}), InterleaveHigh(u, v));
-    return {PackToBytes(low.blue, high.blue), PackToBytes(low.green, high.green),
-            PackToBytes(low.red, high.red)};
+
+  static void Store(Byte* target, V8 luma, const TileChroma& u, const TileChroma& v) {
+    const Colours even((V16)luma & 0xff, u.even & 0xff00, v.even & 0xff00);
+    const Colours odd((V16)luma >> 8, u.odd & 0xff00, v.odd & 0xff00);
+    const V8 blue = PackToBytes(even.blue, odd.blue);
+    const V8 green = PackToBytes(even.green, odd.green);
+    const V8 red = PackToBytes(even.red, odd.red);
+    const V16 evenBlueGreen = InterleaveLow(blue, green);
+    const V16 oddBlueGreen = InterleaveHigh(blue, green);
+    const V16 evenRed = InterleaveLow(red, V8{});
+    const V16 oddRed = InterleaveHigh(red, V8{});
+    StoreInterleaved(
+        target, {InterleaveLow(evenBlueGreen, evenRed), InterleaveHigh(evenBlueGreen, evenRed)},
+        {InterleaveLow(oddBlueGreen, oddRed), InterleaveHigh(oddBlueGreen, oddRed)});
   }
 
  private:
-  // The equations to RGB in 16 bits, for pairs of signed bytes (u, v). Green's sum would overflow:
-  // (-88 u - 183 v) >> 8 is (-22 u - 46 v + (v >> 2)) >> 6.
+  // The equations to RGB from 256 times the chroma. Green's sum does not fit into 16 bits, but half
+  // of it does, and (sum >> 1) >> 7 is sum >> 8; only the part of V can be odd.
   struct Colours {
-    Colours(V16 y, V16 uv)
-        : blue((S16)y + MultiplyHigh((S16)(uv << 8), S16{} + 454)),
-          green((S16)y + ((((S16)uv >> 10) - WeighSignedBytes<22, 46>(uv)) >> 6)),
-          red((S16)y + MultiplyHigh((S16)(uv & 0xff00), S16{} + 359)) {}
+    Colours(V16 y, V16 u, V16 v)
+        : blue((S16)y + MultiplyHigh((S16)u, S16{} + 454)),
+          green((S16)y + ((MultiplyHigh((S16)u, S16{} - 44 * 256) +
+                           MultiplyHigh((S16)v, S16{} - 183 * 128)) >>
+                          7)),
+          red((S16)y + MultiplyHigh((S16)v, S16{} + 359)) {}
     S16 blue, green, red;
   };
 };
@@ -153,27 +188,22 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   using Buffer = TileBuffer<Pixels::acrossTiles>;
   Buffer buffer;
   const std::size_t toNeighbour = row.beside != row.chroma;
-  const auto store = [&](Byte* to, std::size_t slot) {
+  const auto store = [&](Byte* to, std::size_t slot, V8 luma) {
     const auto chroma = [&](std::size_t c) {
-      return SmoothedChroma<Buffer::pitch>(buffer.chroma[c] + Buffer::pitch * slot + 1, toNeighbour,
-                                           Pixels::bias);
+      return TileChroma::Load<Buffer::pitch>(buffer.chroma[c] + Buffer::pitch * slot + 1,
+                                             toNeighbour, Pixels::bias);
     };
-    const auto [first, second, third] =
-        Pixels::Pixels((V8)LoadVector(buffer.luma + 16 * slot), chroma(0), chroma(1));
-    const auto eight = [](V16 lower, V16 upper) {
-      return InOrder(InterleaveLow(lower, upper), InterleaveHigh(lower, upper));
-    };
-    StoreSixteens(to, eight(InterleaveLow(first, second), InterleaveLow(third, V8{})),
-                  eight(InterleaveHigh(first, second), InterleaveHigh(third, V8{})));
+    Pixels::Store(to, luma, chroma(0), chroma(1));
   };
   if (tiles < tilesPerVector) {
+    if (tiles == 0) return;
     // One tile: the other half of the register repeats it and goes nowhere.
     for (std::size_t slot = 0; slot < tilesPerVector; ++slot)
       buffer.Gather(slot, row, 0);
     if constexpr (Pixels::acrossTiles) buffer.GatherEnds(row, 0, 1, 1);
     Byte pixels[tilesPerVector * tilePixelBytes];
     std::memcpy(pixels, target, tilePixelBytes);
-    store(pixels, 0);
+    store(pixels, 0, LoadLuma(row.luma, true));
     std::memcpy(target, pixels, tilePixelBytes);
     return;
   }
@@ -183,7 +213,12 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
       buffer.Gather(slot, row, tile + slot);
     if constexpr (Pixels::acrossTiles) buffer.GatherEnds(row, tile, count, tiles);
     ForRange<tilesPerVector>(
-        0, count, [&](std::size_t slot) { store(target + tilePixelBytes * (tile + slot), slot); },
+        0, count,
+        [&](std::size_t slot) {
+          PrefetchAhead(target + tilePixelBytes * (tile + slot), tilesPerVector);
+          store(target + tilePixelBytes * (tile + slot), slot,
+                LoadLuma(row.luma + tileBytes * (tile + slot), false));
+        },
         [](std::size_t) {});
   }
 }
@@ -228,6 +263,15 @@ void TilesToPairs(Byte* __restrict target, const TileRow& row, bool isLower, std
     blended([](const Byte* own, const Byte* beside) { return Weigh<12, 4>(own, beside) + 8; });
 }
 
+// Two rows of luma, which lie behind each other in the tiles, left and right halves apart.
+inline void StoreLuma(Byte* target, V32 upper, V32 lower) {
+  const V64 halves[2] = {InterleaveLow((V64)upper, (V64)lower),
+                         InterleaveHigh((V64)upper, (V64)lower)};
+  for (std::size_t i = 0; i < tilesPerVector; ++i)
+    for (std::size_t half = 0; half < 2; ++half)
+      std::memcpy(target + tileBytes * i + planeBytes * half,
+                  reinterpret_cast<const Byte*>(&halves[half]) + 16 * i, 16);
+}
 // The two halves of each 128 bits to two places of one tile after the other.
 inline void StoreHalves(Byte* target, V32 tiles) {
   for (std::size_t i = 0; i < tilesPerVector; ++i)
@@ -306,8 +350,7 @@ void ToTiles(Byte* __restrict luma, Byte* __restrict chroma, const Byte* __restr
       [=](std::size_t tile) {
         const Byte* const a = upper + Pixels::rowBytes * tile;
         const Byte* const b = lower + Pixels::rowBytes * tile;
-        StoreHalves(luma + tileBytes * tile, Pixels::Luma(a));
-        StoreHalves(luma + tileBytes * tile + halfRow, Pixels::Luma(b));
+        StoreLuma(luma + tileBytes * tile, Pixels::Luma(a), Pixels::Luma(b));
         const V16 uv = Pixels::Chroma(a, b);
         StoreHalves(chroma + tileBytes * tile, (V32)PackToBytes((S16)(uv & 0xff), (S16)(uv >> 8)));
       },
