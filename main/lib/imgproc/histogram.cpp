@@ -118,7 +118,7 @@ void CHistogram::Make(const ByteImage& img, const CMask& mask) {
     const std::uint8_t* const row = img.GetPtr() + y * img.GetScanline();
     for (const CMaskRun& run : mask.GetRow(y)) {
       const std::int64_t end = std::min<std::int64_t>(run.end, img.GetDx());
-      if (run.start >= end) break;
+      if (run.start >= end) continue;
       counter.Count(row + run.start, end - run.start);
       pixels += end - run.start;
     }

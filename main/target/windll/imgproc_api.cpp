@@ -1,10 +1,9 @@
 #include "include/ztlib.h"
-#include "main/lib/base/debug.h"
 #include "main/lib/base/pixel_format.h"
 #include "main/lib/calib/triangulation.h"
 #include "main/lib/imgproc/scale_down_choice.h"
 #include "main/lib/imgproc/virtual_coordinates.h"
-#include "main/target/windll/call_guard.h"
+#include "main/target/windll/client_pointers.h"
 
 #include <new>
 
@@ -12,12 +11,7 @@ namespace {
 
 constexpr char source[] = "main/target/windll/imgproc_api";
 
-CTriangulation& TriangulationOf(void* handle, const ExportSite& site) {
-  if (!handle) ZT_THROW(CException, "Using null-pointer", site.name, source, site.line);
-  return *static_cast<CTriangulation*>(handle);
 }
-
-}  // namespace
 
 int32_t ztlib_getPixelXByVirtualX(int32_t virtualX, int32_t width) {
   return PixelByVirtual(virtualX, width);
@@ -69,21 +63,21 @@ void ztlib_triangulation_destroy(void* handle) {
 void ztlib_triangulation_init(void* handle, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                               int32_t dimensions) {
   constexpr ExportSite site{"ztlib_triangulation_init", source, 107};
-  GuardedCall(site, [&] { TriangulationOf(handle, site).Init(x0, y0, x1, y1, dimensions); });
+  GuardedCall(site, [&] { Deref<CTriangulation>(handle, site).Init(x0, y0, x1, y1, dimensions); });
 }
 
 void ztlib_triangulation_addPoint(void* handle, int32_t x, int32_t y, const float* values,
                                   int32_t count) {
   constexpr ExportSite site{"ztlib_triangulation_addPoint", source, 126};
-  GuardedCall(site, [&] { TriangulationOf(handle, site).AddPoint(x, y, values, count); });
+  GuardedCall(site, [&] { Deref<CTriangulation>(handle, site).AddPoint(x, y, values, count); });
 }
 
 void ztlib_triangulation_finalize(void* handle) {
   constexpr ExportSite site{"ztlib_triangulation_finalize", source, 136};
-  GuardedCall(site, [&] { TriangulationOf(handle, site).Finalize(); });
+  GuardedCall(site, [&] { Deref<CTriangulation>(handle, site).Finalize(); });
 }
 
 void ztlib_triangulation_estimate(void* handle, int32_t x, int32_t y, float* out, int32_t count) {
   constexpr ExportSite site{"ztlib_triangulation_estimate", source, 161};
-  GuardedCall(site, [&] { TriangulationOf(handle, site).Estimate(x, y, out, count); });
+  GuardedCall(site, [&] { Deref<CTriangulation>(handle, site).Estimate(x, y, out, count); });
 }
