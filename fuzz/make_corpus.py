@@ -444,17 +444,14 @@ def calibration():
     mark, leaning = (4000, 8000, 4000, 6000), (8000, 8000, 8100, 6000)
     yield "defaults", case()
     yield "marks", case(*marks(mark, leaning))
-    yield "parallel", case(*marks(mark, (8000, 8000, 8000, 6000)))
     yield "one_line", case(*marks((5000, 8000, 5000, 6000), (5000, 6000, 5000, 4700)))
     yield "one_mark", case(*marks(mark))
     yield "heights", case(*marks(mark, leaning, (0, 0, 0, 0), height=1e300))
     yield "square", case(*corners(4000, 9000, 9000, 9000, 9000, 4000, 4000, 4000),
                          *marks(mark, leaning))
-    yield "crossed", case(*corners(4000, 9000, 9000, 9000, 4000, 4000, 9000, 4000))
     low, high = -2**31, 2**31 - 1
     yield "huge", case(*corners(low, high, high, high, high, low, low, low),
                        *marks((low, 0, high, 5), mark))
-    yield "noise", case(*corners(low, high, high, high, high, low, low, 4659))
     yield "text", case(tagged("S", "X0Virtual", b"seven"))
     yield "lengths", case(*doubles(Distance01=1e-6, Distance03=float("inf")))
 

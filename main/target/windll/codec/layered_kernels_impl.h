@@ -32,23 +32,16 @@ inline Numbers Weighed(const std::int16_t* coefficients, int column, int part) {
   return {(V32)MultiplyAdd(values, (S16)weights)};
 }
 
-inline V32 InterleaveLow(V64 a, V64 b) {
-  return (V32)ZT_VECTOR(unpacklo_epi64)((Vector)a, (Vector)b);
-}
-inline V32 InterleaveHigh(V64 a, V64 b) {
-  return (V32)ZT_VECTOR(unpackhi_epi64)((Vector)a, (Vector)b);
-}
-
 // Transposes 4 by 4 numbers within each 128 bits.
 inline void TransposeFours(V32 (&target)[4], const Numbers* rows) {
   const V64 low01 = InterleaveLow(rows[0].bits, rows[1].bits);
   const V64 high01 = InterleaveHigh(rows[0].bits, rows[1].bits);
   const V64 low23 = InterleaveLow(rows[2].bits, rows[3].bits);
   const V64 high23 = InterleaveHigh(rows[2].bits, rows[3].bits);
-  target[0] = InterleaveLow(low01, low23);
-  target[1] = InterleaveHigh(low01, low23);
-  target[2] = InterleaveLow(high01, high23);
-  target[3] = InterleaveHigh(high01, high23);
+  target[0] = (V32)InterleaveLow(low01, low23);
+  target[1] = (V32)InterleaveHigh(low01, low23);
+  target[2] = (V32)InterleaveLow(high01, high23);
+  target[3] = (V32)InterleaveHigh(high01, high23);
 }
 
 inline void Transpose(Numbers (&target)[parts][transformSide],
