@@ -1,3 +1,4 @@
+#include "bench/frame_pool.h"
 #include "include/ztlib.h"
 #include "tests/support/codec_config.h"
 
@@ -28,32 +29,6 @@ constexpr int height = 1080;
 constexpr int quality = 75;
 
 using Bytes = std::vector<std::uint8_t>;
-
-// A frame manager that gives returned frames out again, as clients do.
-struct Frame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-  std::vector<std::uint8_t> memory;
-};
-std::vector<std::unique_ptr<Frame>> freeFrames;
-
-void* AllocateFrame(int w, int h, int) {
-  auto frame = std::make_unique<Frame>();
-  if (!freeFrames.empty()) {
-    frame = std::move(freeFrames.back());
-    freeFrames.pop_back();
-  }
-  frame->memory.resize(std::size_t{width} * height * 4);
-  frame->data = frame->memory.data();
-  frame->width = w;
-  frame->height = h;
-  return frame.release();
-}
-void ReleaseFrame(void* frame) {
-  freeFrames.emplace_back(static_cast<Frame*>(frame));
-}
 
 // Soft gradients, fine texture, sensor noise and edges, as three planes.
 struct Scene {
@@ -94,12 +69,12 @@ Bytes Pixels(int format) {
 }
 
 void RegisterFrames() {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
 }
 
 void* MakeImage(int format) {
   RegisterFrames();
-  auto* frame = static_cast<Frame*>(AllocateFrame(width, height, format));
+  auto* frame = static_cast<bench_frames::Frame*>(bench_frames::Allocate(width, height, format));
   const Bytes pixels = Pixels(format);
   std::copy(pixels.begin(), pixels.end(), frame->data);
   return ztlib_ztimage_create_avframe(format, frame);

@@ -1,3 +1,4 @@
+#include "bench/frame_pool.h"
 #include "include/ztlib.h"
 
 #include <algorithm>
@@ -31,32 +32,6 @@ constexpr int columns = width / 16;
 constexpr int rows = height / 8 / 2;
 
 using Bytes = std::vector<std::uint8_t>;
-
-// A frame manager that gives returned frames out again, as clients do.
-struct Frame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-  Bytes memory;
-};
-std::vector<std::unique_ptr<Frame>> freeFrames;
-
-void* AllocateFrame(int w, int h, int) {
-  auto frame = std::make_unique<Frame>();
-  if (!freeFrames.empty()) {
-    frame = std::move(freeFrames.back());
-    freeFrames.pop_back();
-  }
-  frame->memory.resize(std::size_t{width} * height * 4);
-  frame->data = frame->memory.data();
-  frame->width = w;
-  frame->height = h;
-  return frame.release();
-}
-void ReleaseFrame(void* frame) {
-  freeFrames.emplace_back(static_cast<Frame*>(frame));
-}
 
 // Gradients, texture and noise in UYVY, the same at every call.
 Bytes Still() {
@@ -106,8 +81,9 @@ struct Destroy {
 using Image = std::unique_ptr<void, Destroy>;
 
 Image MakeImage(const Bytes& pixels) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
-  auto* frame = static_cast<Frame*>(AllocateFrame(width, height, ZTLIB_UYVY));
+  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
+  auto* frame =
+      static_cast<bench_frames::Frame*>(bench_frames::Allocate(width, height, ZTLIB_UYVY));
   std::copy(pixels.begin(), pixels.end(), frame->data);
   return Image(ztlib_ztimage_create_avframe(ZTLIB_UYVY, frame));
 }

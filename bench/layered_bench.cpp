@@ -1,3 +1,4 @@
+#include "bench/frame_pool.h"
 #include "client/layered_encoder.h"
 #include "include/ztlib.h"
 #include "tests/support/codec_config.h"
@@ -28,32 +29,6 @@ constexpr int width = 1920;
 constexpr int height = 1088;
 
 using Bytes = std::vector<std::uint8_t>;
-
-// A frame manager that gives returned frames out again, as clients do.
-struct Frame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-  Bytes memory;
-};
-std::vector<std::unique_ptr<Frame>> freeFrames;
-
-void* AllocateFrame(int w, int h, int) {
-  auto frame = std::make_unique<Frame>();
-  if (!freeFrames.empty()) {
-    frame = std::move(freeFrames.back());
-    freeFrames.pop_back();
-  }
-  frame->memory.resize(std::size_t{width} * height * 4);
-  frame->data = frame->memory.data();
-  frame->width = w;
-  frame->height = h;
-  return frame.release();
-}
-void ReleaseFrame(void* frame) {
-  freeFrames.emplace_back(static_cast<Frame*>(frame));
-}
 
 // Gradients, texture, edges and noise, with chroma at half size.
 const CLayeredPicture& TheScene() {
@@ -135,7 +110,7 @@ const Bytes& TheJpeg() {
 }
 
 void DecodeZtlib(benchmark::State& state, int format, int scale) {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
+  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
   Bytes frame = TheFrame();
   void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_LAYERED);
   CodecConfig()
