@@ -217,23 +217,28 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
 
 // U and V of eight samples in turn: those of the row in the tile, or blended with a row beside.
 template <bool isBlended, int ownWeight, int besideWeight, int rounding>
-inline __m128i SampleChroma(const Byte* own, const Byte* beside) {
-  if constexpr (!isBlended) return _mm_unpacklo_epi8(LoadHalf(own), LoadHalf(own + planeBytes));
-  const auto blended = [=](std::size_t plane) {
-    return Weigh<ownWeight, besideWeight>(own + plane, beside + plane) + rounding;
-  };
-  return (__m128i)(blended(0) >> 4 | (blended(planeBytes) << 4 & 0xff00));
+inline __m128i SampleChroma(const Byte* own, const Byte* beside, std::size_t offset) {
+  if constexpr (isBlended) {
+    const auto blended = [=](std::size_t at) {
+      return Weigh<ownWeight, besideWeight>(own + at, beside + at) + rounding;
+    };
+    return (__m128i)(blended(offset) >> 4 | (blended(offset + planeBytes) << 4 & 0xff00));
+  }
+  return _mm_unpacklo_epi8(LoadHalf(own + offset), LoadHalf(own + offset + planeBytes));
 }
 
 template <class Format, bool hasAbove, bool hasBelow>
 void StoreRowPairs(Byte* __restrict upper, Byte* __restrict lower, const TileRowPair& rows,
                    std::size_t tiles) {
-  const auto [luma, chroma, above, below] = rows;
+  const Byte* const luma = rows.luma;
+  const Byte* const chroma = rows.chroma;
+  const Byte* const above = rows.above;
+  const Byte* const below = rows.below;
   for (std::size_t tile = 0; tile < tiles; ++tile) {
     const std::size_t offset = tileBytes * tile;
     // What the pixels above got is blended in: (3 * own + ((3 * above + own + 2) >> 2) + 2) >> 2.
-    const __m128i first = SampleChroma<hasAbove, 13, 3, 10>(chroma + offset, above + offset);
-    const __m128i second = SampleChroma<hasBelow, 12, 4, 8>(chroma + offset, below + offset);
+    const __m128i first = SampleChroma<hasAbove, 13, 3, 10>(chroma, above, offset);
+    const __m128i second = SampleChroma<hasBelow, 12, 4, 8>(chroma, below, offset);
     // Both rows of a half.
     const auto load = [&](std::size_t plane) {
       return _mm_loadu_si128(reinterpret_cast<const __m128i*>(luma + offset + plane));
@@ -278,6 +283,7 @@ inline void StoreLuma(Byte* target, V32 upper, V32 lower) {
       std::memcpy(target + tileBytes * i + planeBytes * half,
                   reinterpret_cast<const Byte*>(&halves[half]) + 16 * i, 16);
 }
+
 // The two halves of each 128 bits to two places of one tile after the other.
 inline void StoreHalves(Byte* target, V32 tiles) {
   for (std::size_t i = 0; i < tilesPerVector; ++i)
@@ -285,6 +291,7 @@ inline void StoreHalves(Byte* target, V32 tiles) {
       std::memcpy(target + tileBytes * i + planeBytes * half,
                   reinterpret_cast<const Byte*>(&tiles) + 16 * i + 8 * half, 8);
 }
+
 // Two pixels of two rows: luma of the upper and the lower row, and the chroma of all four.
 struct TileSample {
   int upper[2], lower[2];
