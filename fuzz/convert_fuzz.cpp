@@ -72,7 +72,9 @@ void RunCell(const CellKernels& table, std::uint8_t kernel, std::uint8_t* target
     case 6:
       return table.tilesToYuv(target, kernel / 10 % 2 ? tiles : unblended, count);
     case 7:
-      return table.tilesToYuyv(target, kernel / 10 % 3 ? tiles : unblended, kernel / 10 % 3 == 2,
+      return table.tilesToYuyv(target, target + 32 * count,
+                               {source, source + 264, kernel / 10 % 2 ? source + 256 : nullptr,
+                                kernel / 20 % 2 ? source + 272 : nullptr},
                                count);
     case 8:
       return table.yuvToTiles(target, target + 256, source, source + 64 * count, count);

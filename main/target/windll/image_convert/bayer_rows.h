@@ -166,8 +166,8 @@ inline void StoreEnd(Byte* target, const SensorRows& rows, std::size_t x) {
   } else {
     c[0] = {p[0], column(0), column(1)};
     c[1] = {(p[0] + p[2]) >> 1, p[1], c[0].column};
-    const int upright = (rows.above[x + 2] + rows.below[x + 2] + 1) & ~1;
-    c[2] = {p[2], (upright + p[1] + p[3]) >> 2, (c[1].column + column(3)) >> 1};
+    const int twice = (rows.above[x + 2] + rows.below[x + 2] + 1) & ~1;
+    c[2] = {p[2], (twice + p[1] + p[3]) >> 2, (c[1].column + column(3)) >> 1};
     c[3] = {p[2], p[3], column(3)};
   }
   Word yuv[4];

@@ -24,12 +24,21 @@ struct TileRow {
   const std::uint8_t* beside;
 };
 
+// Two rows of pixels that share their chroma, in the same way. The chroma above goes into the upper
+// row, that below into the lower one; null where a row keeps its own.
+struct TileRowPair {
+  const std::uint8_t* luma;
+  const std::uint8_t* chroma;
+  const std::uint8_t* above;
+  const std::uint8_t* below;
+};
+
 struct CellKernels {
   using Mosaic = void (*)(std::uint8_t* target, const SensorRows& rows, std::size_t width);
   using Groups = void (*)(std::uint8_t* upper, std::uint8_t* lower, const SensorRows& rows,
                           std::size_t count);
   using Tiles = void (*)(std::uint8_t* target, const TileRow& row, std::size_t count);
-  using TilePairs = void (*)(std::uint8_t* target, const TileRow& row, bool isLower,
+  using TilePairs = void (*)(std::uint8_t* upper, std::uint8_t* lower, const TileRowPair& rows,
                              std::size_t count);
   using ToTiles = void (*)(std::uint8_t* luma, std::uint8_t* chroma, const std::uint8_t* upper,
                            const std::uint8_t* lower, std::size_t count);
@@ -49,8 +58,7 @@ struct CellKernels {
   // Chroma is smoothed across the tiles of the row for YUV and inside of each for RGB.
   Tiles tilesToRgb;
   Tiles tilesToYuv;
-  // Chroma is blended with the row beside: three to one in the upper row of a pair of rows, and in
-  // the lower one with what the upper one has got.
+  // Chroma is blended three to one with that below, and then with what those pixels have got.
   TilePairs tilesToYuyv;
   TilePairs tilesToUyvy;
   // Two rows of pixels to two rows of luma and one of chroma.

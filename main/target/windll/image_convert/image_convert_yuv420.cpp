@@ -57,14 +57,18 @@ void ForTileRows(TCImageView<Pixel>& target, const Yuv420ImageView& source, Conv
 template <class Pixel>
 void ConvertToPairs(TCImageView<Pixel>& target, const Yuv420ImageView& source,
                     CellKernels::TilePairs kernel) {
-  ForTileRows(target, source,
-              [=](std::uint8_t* to, const auto* tile, std::int32_t row, std::size_t across) {
-                const bool isLower = row % 2 == 0;
-                const bool isBlended = row >= 1 && row <= 6;
-                const std::int32_t beside = isBlended ? row + (isLower ? -1 : 1) : row;
-                kernel(to, {LumaOf(tile, row), ChromaOf(tile, row), ChromaOf(tile, beside)},
-                       isLower, across);
-              });
+  const TileCounts tiles(source, target);
+  if (tiles.dx <= 0) return;
+  for (std::int32_t y = 0; y < tileSize * tiles.dy; y += 2) {
+    PrefetchNext<0>(source, y, tiles.Across(), 2);
+    const auto* const tile = source.PtrAt(0, y / tileSize);
+    const std::int32_t row = y % tileSize;
+    kernel(target.RowBytes(y), target.RowBytes(y + 1),
+           {LumaOf(tile, row), ChromaOf(tile, row),
+            row >= 2 && row <= 6 ? ChromaOf(tile, row - 2) : nullptr,
+            row <= 4 ? ChromaOf(tile, row + 2) : nullptr},
+           tiles.Across());
+  }
 }
 
 // Each call makes two rows of luma and one of chroma.

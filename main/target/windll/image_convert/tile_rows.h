@@ -23,14 +23,6 @@ inline void PrefetchAhead(const Byte* target, std::size_t lines) {
 inline __m128i LoadHalf(const Byte* p) {
   return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
 }
-inline __m128i LoadUpperHalf(const Byte* p) {
-  const auto* const half = reinterpret_cast<const double*>(p);
-#if defined(__AVX2__)
-  return _mm_castpd_si128(_mm_loaddup_pd(half));  // no work for the units that shuffle
-#else
-  return _mm_castpd_si128(_mm_loadh_pd(__m128d{}, half));
-#endif
-}
 using Eight = std::uint16_t __attribute__((vector_size(16)));
 
 // The sums of eight products each of bytes at `a` and of bytes at `b`.
@@ -223,44 +215,63 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   }
 }
 
-// Calls `chroma` with the offset of each tile for its samples' U and V in turn.
-template <class Format, class Chroma>
-inline void StorePairs(Byte* __restrict target, const Byte* __restrict luma, std::size_t tiles,
-                       Chroma chroma) {
+// U and V of eight samples in turn: those of the row in the tile, or blended with a row beside.
+template <bool isBlended, int ownWeight, int besideWeight, int rounding>
+inline __m128i SampleChroma(const Byte* own, const Byte* beside, std::size_t offset) {
+  if constexpr (isBlended) {
+    const auto blended = [=](std::size_t at) {
+      return Weigh<ownWeight, besideWeight>(own + at, beside + at) + rounding;
+    };
+    return (__m128i)(blended(offset) >> 4 | (blended(offset + planeBytes) << 4 & 0xff00));
+  }
+  return _mm_unpacklo_epi8(LoadHalf(own + offset), LoadHalf(own + offset + planeBytes));
+}
+
+template <class Format, bool hasAbove, bool hasBelow>
+void StoreRowPairs(Byte* __restrict upper, Byte* __restrict lower, const TileRowPair& rows,
+                   std::size_t tiles) {
+  const Byte* const luma = rows.luma;
+  const Byte* const chroma = rows.chroma;
+  const Byte* const above = rows.above;
+  const Byte* const below = rows.below;
   for (std::size_t tile = 0; tile < tiles; ++tile) {
     const std::size_t offset = tileBytes * tile;
-    const __m128i uv = chroma(offset);
-    const __m128i left = LoadHalf(luma + offset);
-    const __m128i right = LoadUpperHalf(luma + offset + planeBytes);
-    auto* const to = reinterpret_cast<__m128i*>(target + 32 * tile);
-    _mm_storeu_si128(to,
-                     Format::lumaFirst ? _mm_unpacklo_epi8(left, uv) : _mm_unpacklo_epi8(uv, left));
-    _mm_storeu_si128(
-        to + 1, Format::lumaFirst ? _mm_unpackhi_epi8(right, uv) : _mm_unpackhi_epi8(uv, right));
+    // What the pixels above got is blended in: (3 * own + ((3 * above + own + 2) >> 2) + 2) >> 2.
+    const __m128i first = SampleChroma<hasAbove, 13, 3, 10>(chroma, above, offset);
+    const __m128i second = SampleChroma<hasBelow, 12, 4, 8>(chroma, below, offset);
+    // Both rows of a half.
+    const auto load = [&](std::size_t plane) {
+      return _mm_loadu_si128(reinterpret_cast<const __m128i*>(luma + offset + plane));
+    };
+    const __m128i left = load(0);
+    const __m128i right = load(planeBytes);
+    const auto low = [](__m128i y, __m128i uv) {
+      return Format::lumaFirst ? _mm_unpacklo_epi8(y, uv) : _mm_unpacklo_epi8(uv, y);
+    };
+    const auto high = [](__m128i y, __m128i uv) {
+      return Format::lumaFirst ? _mm_unpackhi_epi8(y, uv) : _mm_unpackhi_epi8(uv, y);
+    };
+    const auto store = [offset = 32 * tile](Byte* target, __m128i eight, __m128i nextEight) {
+      auto* const to = reinterpret_cast<__m128i*>(target + offset);
+      _mm_storeu_si128(to, eight);
+      _mm_storeu_si128(to + 1, nextEight);
+    };
+    store(upper, low(left, first), low(right, _mm_unpackhi_epi64(first, first)));
+    store(lower, high(left, _mm_unpacklo_epi64(second, second)), high(right, second));
   }
 }
 
 template <class Format>
-void TilesToPairs(Byte* __restrict target, const TileRow& row, bool isLower, std::size_t tiles) {
-  const auto blended = [&](auto weigh) {
-    StorePairs<Format>(target, row.luma, tiles, [&](std::size_t offset) {
-      const Byte* const own = row.chroma + offset;
-      const Byte* const beside = row.beside + offset;
-      const Eight u = weigh(own, beside) >> 4;
-      const Eight v = weigh(own + planeBytes, beside + planeBytes) << 4 & 0xff00;
-      return (__m128i)(u | v);
-    });
-  };
-  if (row.beside == row.chroma)
-    StorePairs<Format>(target, row.luma, tiles, [&](std::size_t offset) {
-      return _mm_unpacklo_epi8(LoadHalf(row.chroma + offset),
-                               LoadHalf(row.chroma + offset + planeBytes));
-    });
-  else if (isLower)
-    // (3 * own + ((3 * beside + own + 2) >> 2) + 2) >> 2 in one step.
-    blended([](const Byte* own, const Byte* beside) { return Weigh<13, 3>(own, beside) + 10; });
+void TilesToPairs(Byte* __restrict upper, Byte* __restrict lower, const TileRowPair& rows,
+                  std::size_t tiles) {
+  if (rows.above && rows.below)
+    StoreRowPairs<Format, true, true>(upper, lower, rows, tiles);
+  else if (rows.above)
+    StoreRowPairs<Format, true, false>(upper, lower, rows, tiles);
+  else if (rows.below)
+    StoreRowPairs<Format, false, true>(upper, lower, rows, tiles);
   else
-    blended([](const Byte* own, const Byte* beside) { return Weigh<12, 4>(own, beside) + 8; });
+    StoreRowPairs<Format, false, false>(upper, lower, rows, tiles);
 }
 
 // Two rows of luma, which lie behind each other in the tiles, left and right halves apart.
@@ -272,6 +283,7 @@ inline void StoreLuma(Byte* target, V32 upper, V32 lower) {
       std::memcpy(target + tileBytes * i + planeBytes * half,
                   reinterpret_cast<const Byte*>(&halves[half]) + 16 * i, 16);
 }
+
 // The two halves of each 128 bits to two places of one tile after the other.
 inline void StoreHalves(Byte* target, V32 tiles) {
   for (std::size_t i = 0; i < tilesPerVector; ++i)
@@ -279,6 +291,7 @@ inline void StoreHalves(Byte* target, V32 tiles) {
       std::memcpy(target + tileBytes * i + planeBytes * half,
                   reinterpret_cast<const Byte*>(&tiles) + 16 * i + 8 * half, 8);
 }
+
 // Two pixels of two rows: luma of the upper and the lower row, and the chroma of all four.
 struct TileSample {
   int upper[2], lower[2];
