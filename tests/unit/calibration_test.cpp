@@ -2,15 +2,8 @@
 
 #include "tests/support/export_fixture.h"
 
-#include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <functional>
-#include <limits>
+#include <map>
 #include <numbers>
-#include <optional>
-#include <random>
-#include <thread>
 
 namespace {
 
@@ -224,8 +217,40 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     return low + (high - low) * (random() >> 8) / 16777216.0;
   };
   constexpr double degree = std::numbers::pi / 180;
-  std::vector<double> inside, around, far, distances, backAgain, heightInside, heightAnywhere,
-      heads;
+  std::map<std::string, std::vector<double>> errors;
+  const auto measure = [&](const CStreet& street, CCalibrator3D& calibrator, double range) {
+    const double half01 = street.length01 / 2, half03 = street.length03 / 2;
+    const double u = street.length01 * between(-range, 1 + range);
+    const double v = street.length03 * between(-range, 1 + range);
+    const double up = between(0.5, range == 0 ? 3 : 6);
+    const CPointF point = ToPoint(street.See(u, v)), top = ToPoint(street.See(u, v, up));
+    const Point truth = street.Expected(u, v);
+    CPointF ground, back, head;
+    float meters = 0;
+    if (calibrator.GetGround(point, ground)) {
+      errors[range == 0   ? "inside"
+             : range == 1 ? "around"
+                          : "far"]
+          .push_back(std::hypot(ground.x - truth[0], ground.y - truth[1]));
+      ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
+      errors["back again"].push_back(std::hypot(back.x - point.x, back.y - point.y));
+      ASSERT_TRUE(calibrator.Distance(point, ToPoint(street.See(half01, half03)), meters));
+      errors["distances"].push_back(std::abs(meters - std::hypot(u - half01, v - half03)));
+    }
+    if (!calibrator.Height(point, top, meters)) return;
+    errors[range == 0 ? "heights inside" : "heights anywhere"].push_back(std::abs(meters / up - 1));
+    ASSERT_TRUE(calibrator.Head(point, meters, head));
+    ASSERT_TRUE(calibrator.Height(point, head, meters));
+    ASSERT_TRUE(calibrator.Head(point, meters, back));
+    errors["heads"].push_back(std::hypot(back.x - head.x, back.y - head.y));
+  };
+  const auto whereSeen = [](const auto& work) {
+    try {
+      return work(), true;
+    } catch (const std::out_of_range&) {
+      return false;
+    }
+  };
   for (int cameras = 0; cameras < 150;) {
     CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
                    between(-4, 4) * degree};
@@ -238,71 +263,36 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     street.y = street.height / std::tan(street.tilt) - half01 * std::sin(street.turn) -
                half03 * std::cos(street.turn);
     CCalibrator3D calibrator;
-    Point middle;
-    try {
-      const CData tree = street.Configuration(
-          {{between(0.05, 0.95), between(0.05, 0.95)}, {between(0.05, 0.95), between(0.05, 0.95)}});
-      const CData& marks = tree.Child(Tok::RefSegment);
-      const auto footX = [&](std::uint64_t i) {
-        return marks.At(i).value.GetNode()->GetInt(Tok::X0Virtual, 0);
-      };
-      if (std::abs(footX(0) - footX(1)) < 600) continue;
-      middle = street.See(half01, half03);
-      calibrator.Configure(tree);
-    } catch (const std::out_of_range&) {
-      continue;
-    }
-    ++cameras;
+    CData tree;
+    const auto place = [&] { return Point{between(0.05, 0.95), between(0.05, 0.95)}; };
+    if (!whereSeen([&] { tree = street.Configuration({place(), place()}); })) continue;
+    const auto footX = [&](std::uint64_t i) {
+      return tree.Child(Tok::RefSegment).At(i).value.GetNode()->GetInt(Tok::X0Virtual, 0);
+    };
+    if (std::abs(footX(0) - footX(1)) < 600) continue;
+    calibrator.Configure(tree);
     ASSERT_TRUE(calibrator.IsThreeDReady());
-    for (int i = 0; i < 60; ++i) {
-      const double range = i < 10 ? 0 : i < 20 ? 1 : 5;
-      const double u = street.length01 * between(-range, 1 + range);
-      const double v = street.length03 * between(-range, 1 + range);
-      const double up = between(0.5, range == 0 ? 3 : 6);
-      Point seen, top;
-      try {
-        seen = street.See(u, v);
-        top = street.See(u, v, up);
-      } catch (const std::out_of_range&) {
-        continue;
-      }
-      const CPointF point = ToPoint(seen);
-      const Point truth = street.Expected(u, v);
-      CPointF ground, back, head;
-      float meters = 0;
-      if (calibrator.GetGround(point, ground)) {
-        const double error = std::hypot(ground.x - truth[0], ground.y - truth[1]);
-        (range == 0 ? inside : range == 1 ? around : far).push_back(error);
-        ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
-        backAgain.push_back(std::hypot(back.x - point.x, back.y - point.y));
-        ASSERT_TRUE(calibrator.Distance(point, ToPoint(middle), meters));
-        distances.push_back(std::abs(meters - std::hypot(u - half01, v - half03)));
-      }
-      if (!calibrator.Height(point, ToPoint(top), meters)) continue;
-      (range == 0 ? heightInside : heightAnywhere).push_back(std::abs(meters / up - 1));
-      ASSERT_TRUE(calibrator.Head(point, meters, head));
-      ASSERT_TRUE(calibrator.Height(point, head, meters));
-      ASSERT_TRUE(calibrator.Head(point, meters, back));
-      heads.push_back(std::hypot(back.x - head.x, back.y - head.y));
-    }
+    ++cameras;
+    for (int i = 0; i < 60; ++i)
+      whereSeen([&] { measure(street, calibrator, i < 10 ? 0 : i < 20 ? 1 : 5); });
   }
   // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic.
-  const std::tuple<const char*, std::vector<double>*, double, double, double> expected[] = {
-      {"inside", &inside, 0.001, 0.004, 0.006},
-      {"around", &around, 0.002, 0.015, 0.03},
-      {"far", &far, 0.02, 0.25, 0.6},
-      {"distances", &distances, 0.006, 0.2, 0.6},
-      {"back again", &backAgain, 0.003, 0.01, 0.02},
-      {"heights inside", &heightInside, 0.0006, 0.03, 0.08},
-      {"heights anywhere", &heightAnywhere, 0.001, 0.05, 0.15},
-      {"heads", &heads, 0.3, 12, 40},
-  };
-  for (const auto& [what, errors, median, most, worst] : expected) {
-    ASSERT_GE(errors->size(), 500U) << what;
-    std::sort(errors->begin(), errors->end());
-    EXPECT_LE((*errors)[errors->size() / 2], median) << what;
-    EXPECT_LE((*errors)[errors->size() * 99 / 100], most) << what;
-    EXPECT_LE(errors->back(), worst) << what;
+  const std::tuple<const char*, double, double, double> expected[] = {
+      {"inside", 0.001, 0.004, 0.006},
+      {"around", 0.002, 0.015, 0.03},
+      {"far", 0.02, 0.25, 0.6},
+      {"distances", 0.006, 0.2, 0.6},
+      {"back again", 0.003, 0.01, 0.02},
+      {"heights inside", 0.0006, 0.03, 0.08},
+      {"heights anywhere", 0.001, 0.05, 0.15},
+      {"heads", 0.3, 12, 40}};
+  for (const auto& [what, median, most, worst] : expected) {
+    std::vector<double>& found = errors[what];
+    ASSERT_GE(found.size(), 500U) << what;
+    std::sort(found.begin(), found.end());
+    EXPECT_LE(found[found.size() / 2], median) << what;
+    EXPECT_LE(found[found.size() * 99 / 100], most) << what;
+    EXPECT_LE(found.back(), worst) << what;
   }
 }
 
@@ -418,39 +408,38 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
   EXPECT_TRUE(failures.empty());
 }
 
+// Names, and a plus for each element that is like the one before it.
 std::string Shape(const CData& tree) {
-  std::string text;
+  std::string text, last;
   for (const CDataElement& element : tree.Elements()) {
-    text += std::string(tree.KeyText(element.key)) + " ";
-    if (const CData* node = element.value.GetNode()) text += "{" + Shape(*node) + "} ";
+    const CData* const node = element.value.GetNode();
+    const std::string next =
+        std::string(tree.KeyText(element.key)) + (node ? "{" + Shape(*node) + "} " : " ");
+    text += next == last ? "+" : next;
+    last = next;
   }
   return text;
 }
 
 TEST_F(Calibration, ConfigurationAndResultAsATree) {
-  const auto points = [](int count) {
-    std::string text = "{ ";
-    for (int i = 0; i < count; ++i)
-      text += " {X Y } ";
-    return text.erase(1, 1) + "} ";
+  const auto list = [](const std::string& node, std::size_t count) {
+    return count == 0 ? "{} " : "{{" + node + "} " + std::string(count - 1, '+') + "} ";
   };
-  std::string record, segment;
-  for (const Token token : corner)
-    record += std::string(TokenText(token)) + " ";
-  segment = " {" + record.substr(0, record.find("X2")) + "} ";
-  record += "Distance01 Distance03 ";
-  const auto info = [&](int heads) {
-    return "Info {IsConfigured Ready Grid {XLines " + points(18) + "YLines " + points(18) +
-           "} Plane0 {Points " + points(4) + "} Plane1 {Points " + points(heads) +
-           "} Horizon {Points " + points(2) +
-           "} AdditionalPoints {R0x R0y R1x R1y RefVpointX RefVpointY } } ";
+  const std::string segment = "X0Virtual Y0Virtual X1Virtual Y1Virtual ";
+  const std::string record =
+      segment + "X2Virtual Y2Virtual X3Virtual Y3Virtual Distance01 Distance03 ";
+  const auto info = [&](std::size_t heads) {
+    const auto points = [&](std::size_t count) { return list("X Y ", count); };
+    return "Info{IsConfigured Ready Grid{XLines" + points(18) + "YLines" + points(18) +
+           "} Plane0{Points" + points(4) + "} Plane1{Points" + points(heads) + "} Horizon{Points" +
+           points(2) + "} AdditionalPoints{R0x R0y R1x R1y RefVpointX RefVpointY } } ";
   };
   EXPECT_EQ(Shape(CCalibrator2D().GetConfig()), record);
   CCalibrator3D calibrator;
-  EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment {} RefDistanceMeter ");
+  EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment{} RefDistanceMeter ");
   calibrator.Configure({});
   CData tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment {} RefDistanceMeter " + info(0));
+  EXPECT_EQ(Shape(tree), record + "RefSegment{} RefDistanceMeter " + info(0));
   // What was read back changes nothing but what it has of its own.
   tree.AddChild(Tok::FixPointHelper).AddChild(Tok::Points).AddInt(Tok::X, 5);
   TakeLines();
@@ -458,8 +447,8 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   EXPECT_EQ(TakeLines().size(), 3U);
   calibrator.Configure(Tree({}, twoMarks));
   tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment {" + segment + segment +
-                             "} RefDistanceMeter FixPointHelper {Points {X } } " + info(4));
+  EXPECT_EQ(Shape(tree), record + "RefSegment" + list(segment, 2) +
+                             "RefDistanceMeter FixPointHelper{Points{X } } " + info(4));
 
   const CData& result = tree.Child(Tok::Info);
   const auto expectAt = [](const CData& list, std::uint64_t i, CPointF expected) {
