@@ -9,30 +9,12 @@
 
 namespace {
 
-// The model: rows of pixels, which are then drawn in the target's format.
-using Canvas = std::vector<std::vector<Pixel>>;
+// The model makes pixels, which are then stored in the target's format.
 constexpr Pixel untouched = {-1, 0, 0};
 
 Canvas Blank(int dx, int dy, const Pixel& pixel = untouched) {
   return Canvas(static_cast<std::size_t>(dy),
                 std::vector<Pixel>(static_cast<std::size_t>(dx), pixel));
-}
-
-// Pairs share the mean of their chroma.
-template <class T>
-void Draw(TCImageView<T>& target, const Canvas& canvas) {
-  constexpr int step = PixelTraits<T>::sampleDx;
-  constexpr int luma = PixelTraits<T>::format == PixelFormat::UYVY;
-  for (int y = 0; y < std::min(target.dy, static_cast<int>(canvas.size())); ++y)
-    for (int x = 0; x < std::min(step * target.dx, static_cast<int>(canvas[y].size())); ++x) {
-      const Pixel &p = canvas[y][x], &left = canvas[y][x - x % step];
-      if (p == untouched) continue;
-      auto* const bytes = reinterpret_cast<std::uint8_t*>(target.PtrAt(x / step, y));
-      bytes[step == 1 ? 0 : luma + x % 2 * 2] = static_cast<std::uint8_t>(p[0]);
-      for (int c = 1; c <= 2 && sizeof(T) > 1; ++c)
-        bytes[step == 1 ? c : 2 * c - 1 - luma] =
-            static_cast<std::uint8_t>((left[c] + p[c] + 1) / 2);
-    }
 }
 
 // The third colour of a site is that of the rows above and below.
@@ -170,51 +152,26 @@ Canvas Tiles(const TCImageView<T>& target, const Yuv420ImageView& source) {
     }
   return canvas;
 }
-void Smooth(Canvas& canvas, bool acrossTiles) {
-  for (std::size_t y = 1; y + 1 < canvas.size(); y += 2)
-    for (std::size_t x = 1; x + 1 < canvas[y].size(); x += 2)
-      for (const std::size_t c : {1U, 2U}) {
-        if (!acrossTiles && (x % 16 == 15 || y % 16 == 15)) continue;
-        int& p = canvas[y][x][c];
-        int& q = canvas[y][x + 1][c];
-        int& r = canvas[y + 1][x][c];
-        int& s = canvas[y + 1][x + 1][c];
-        const auto mix = [p, q, r, s](int a, int b, int d, int e) {
-          return (a * p + b * q + d * r + e * s + 8) >> 4;
-        };
-        p = mix(9, 3, 3, 1);
-        q = mix(3, 9, 1, 3);
-        r = mix(3, 1, 9, 3);
-        s = mix(1, 3, 3, 9);
-      }
-}
 
 Canvas Model(const GrayImageView& target, const Yuv420ImageView& source) {
   return Tiles(target, source);
 }
 Canvas Model(const RgbImageView& target, const Yuv420ImageView& source) {
   Canvas canvas = Tiles(target, source);
-  Smooth(canvas, false);
+  SmoothChroma(canvas, false);
   for (std::vector<Pixel>& row : canvas)
     std::ranges::transform(row, row.begin(), YuvToRgb);
   return canvas;
 }
 Canvas Model(const YuvImageView& target, const Yuv420ImageView& source) {
   Canvas canvas = Tiles(target, source);
-  Smooth(canvas, true);
+  SmoothChroma(canvas, true);
   return canvas;
 }
 template <class Pairs>
 Canvas Model(const TCImageView<Pairs>& target, const Yuv420ImageView& source) {
   Canvas canvas = Tiles(target, source);
-  for (std::size_t y = 1; y < canvas.size(); y += y % 16 == 5 ? 12 : 2)
-    for (std::size_t x = 0; x < canvas[y].size(); ++x)
-      for (const std::size_t c : {1U, 2U}) {
-        int& a = canvas[y][x][c];
-        int& b = canvas[y + 1][x][c];
-        a = (3 * a + b + 2) >> 2;
-        b = (a + 3 * b + 2) >> 2;
-      }
+  BlendChromaRows(canvas);
   return canvas;
 }
 
@@ -229,7 +186,12 @@ Pixel PixelAt(const YuyvImageView& source, int x, int y) {
 
 template <class T, class S>
 void DrawModel(TCImageView<T>& target, const TCImageView<S>& source) {
-  Draw(target, Model(target, source));
+  const Canvas canvas = Model(target, source);
+  const int dx = target.dx * PixelTraits<T>::sampleDx;
+  for (int y = 0; y < std::min(target.dy, static_cast<int>(canvas.size())); ++y)
+    for (int x = 0; x < std::min(dx, static_cast<int>(canvas[y].size())); ++x)
+      if (canvas[y][x] != untouched)
+        StorePixel(target.RowBytes(y), x, canvas[y], x, static_cast<int>(PixelTraits<T>::format));
 }
 // Each chroma sample of a tile is the mean of four pixels.
 template <class S>
