@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t step = in.Byte();
     if (step < 16 * goodCount) {
       frame = good[step / 16];
-      in.Change(frame, step % 16);
+      Change(in, frame, step % 16);
     } else if (step < 170) {
       frame = in.Block();
     } else if (step < 200) {
@@ -97,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       Configure(decoder.object, format, scale, false);
     } else {
       Records records(frame);
-      in.Change(records.bytes[step % 4], step / 4 % 4);
+      Change(in, records.bytes[step % 4], step / 4 % 4);
       frame = Join(records.bytes, 1 + step / 16 % 4);
     }
     Decode(decoder, image, frame);
