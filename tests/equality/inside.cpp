@@ -7,6 +7,7 @@
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
+#include "tests/support/calibration_tree.h"
 #include "tests/unit/rich_tree.h"
 
 #include <algorithm>
@@ -95,17 +96,8 @@ int main() {
         Follow(settings, width, height);
     });
   Step("calibration", [] {
-    CData tree;
-    tree.AddDouble(Tok::RefDistanceMeter, 1.8);
-    CData& marks = tree.AddChild(Tok::RefSegment);
-    for (const int x : {4000, 8000}) {
-      CData& mark = marks.AddChild(Tok::Empty);
-      const Token names[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual};
-      for (const auto& [i, value] : {std::pair(0, x), {1, 8000}, {2, x + 90}, {3, 6000}})
-        mark.AddInt(names[i], value);
-    }
     CCalibrator3D calibrator;
-    calibrator.Configure(tree);
+    calibrator.Configure(MarkedTree({}, {{4000, 8000, 4090, 6000}, {8000, 8000, 8090, 6000}}));
     MixTree(calibrator.GetConfig());
     for (float x = 0; x < 16384; x += 300)
       for (float y = 0; y < 16384; y += 300) {

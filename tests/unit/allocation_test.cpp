@@ -1,5 +1,6 @@
 #include "client/layered_encoder.h"
 #include "main/lib/calib/calibrator3d.h"
+#include "tests/support/calibration_tree.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -194,18 +195,7 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
 
 TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
   CCalibrator3D calibrator;
-  CData tree;
-  tree.AddDouble(Tok::RefDistanceMeter, 1.8);
-  CData& marks = tree.AddChild(Tok::RefSegment);
-  for (const int x : {4000, 8000}) {
-    CData& mark = marks.AddChild(Tok::Empty);
-    for (const auto& [name, value] : {std::pair(Tok::X0Virtual, x),
-                                      {Tok::Y0Virtual, 8000},
-                                      {Tok::X1Virtual, x},
-                                      {Tok::Y1Virtual, 6000}})
-      mark.AddInt(name, value);
-  }
-  calibrator.Configure(tree);
+  calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));
   const int calls = CallsOfTen([&] {
     CPointF ground, point;
     float meters = 0;

@@ -1,5 +1,6 @@
 #include "main/lib/calib/calibration.h"
 
+#include "tests/support/calibration_tree.h"
 #include "tests/support/export_fixture.h"
 
 #include <map>
@@ -150,22 +151,7 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
 using Point = std::array<double, 2>;
 using Numbers = std::vector<std::pair<Token, double>>;
 using Marks = std::vector<std::array<double, 4>>;
-constexpr Token corner[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual,
-                            Tok::X2Virtual, Tok::Y2Virtual, Tok::X3Virtual, Tok::Y3Virtual};
-
-CData Tree(const Numbers& numbers, const Marks& marks = {}, double height = 1.8) {
-  CData tree;
-  for (const auto& [token, value] : numbers)
-    tree.AddDouble(token, value);
-  tree.AddDouble(Tok::RefDistanceMeter, height);
-  CData& list = tree.AddChild(Tok::RefSegment);
-  for (const auto& mark : marks) {
-    CData& segment = list.AddChild(Tok::Empty);
-    for (std::size_t i = 0; i < mark.size(); ++i)
-      segment.AddInt(corner[i], static_cast<int>(std::lround(mark[i])));
-  }
-  return tree;
-}
+using Point = std::array<double, 2>;
 
 CPointF ToPoint(const Point& p) {
   return {static_cast<float>(p[0]), static_cast<float>(p[1])};
@@ -202,7 +188,7 @@ struct CStreet {
                   head = See(u * length01, v * length03, 1.8);
       marks.push_back({foot[0], foot[1], head[0], head[1]});
     }
-    return Tree(numbers, marks);
+    return MarkedTree(numbers, marks);
   }
   // What the calibrator calls a place: it counts from corner 1 or corner 3.
   [[nodiscard]] Point Expected(double along01, double along03) const {
@@ -353,26 +339,27 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
   // The ground can be measured when the tables are ready, heights when nothing is missing.
   const std::pair<CData, std::vector<std::string>> cases[] = {
       {{}, {ready2D, unready3D, done}},
-      {Tree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
-      {Tree({{Tok::Distance01, 0}}), {unready2D}},
-      {Tree({{Tok::Distance03, -9e-7}}), {unready2D}},
-      {Tree({{Tok::Distance03, 2e-6}}), {some2D, unready3D, done}},
-      {Tree({{Tok::Distance03, -4}}), {wrong, unready2D}},
-      {Tree({{Tok::Distance01, nan}}), {wrong, unready2D}},
-      {Tree({{Tok::Distance01, 1e300}}), {wrong, unready2D}},
-      {Tree({{corner[0], 16384}}), {wrong, wrong, unready2D}},
+      {MarkedTree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
+      {MarkedTree({{Tok::Distance01, 0}}), {unready2D}},
+      {MarkedTree({{Tok::Distance03, -9e-7}}), {unready2D}},
+      {MarkedTree({{Tok::Distance03, 2e-6}}), {some2D, unready3D, done}},
+      {MarkedTree({{Tok::Distance03, -4}}), {wrong, unready2D}},
+      {MarkedTree({{Tok::Distance01, nan}}), {wrong, unready2D}},
+      {MarkedTree({{Tok::Distance01, 1e300}}), {wrong, unready2D}},
+      {MarkedTree({{corner[0], 16384}}), {wrong, wrong, unready2D}},
       {text, {unready2D}},
-      {Tree({}, {{4000, 8000, 4000, 6000}}), {ready2D, noMarks, unready3D, done}},
-      {Tree({}, twoMarks, 9e-7), {ready2D, noMarks, unready3D, done}},
-      {Tree({}, twoMarks), {ready2D, done}},
-      {Tree({}, {{5000, 8000, 5000, 6000}, {5000, 6000, 5000, 4700}}), {ready2D, cheat, done}},
+      {MarkedTree({}, {{4000, 8000, 4000, 6000}}), {ready2D, noMarks, unready3D, done}},
+      {MarkedTree({}, twoMarks, 9e-7), {ready2D, noMarks, unready3D, done}},
+      {MarkedTree({}, twoMarks), {ready2D, done}},
+      {MarkedTree({}, {{5000, 8000, 5000, 6000}, {5000, 6000, 5000, 4700}}),
+       {ready2D, cheat, done}},
       // A foot in a corner, and marks of no height at one place.
-      {Tree({}, {{563, 8755, 500, 7000}, {563, 8755, 8000, 8000}}),
+      {MarkedTree({}, {{563, 8755, 500, 7000}, {563, 8755, 8000, 8000}}),
        {ready2D, wrong, noHeight, unready3D, done}},
-      {Tree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
+      {MarkedTree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
        {ready2D, cheat, wrong, noHeight, unready3D, done}},
       // From straight above.
-      {Tree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
+      {MarkedTree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
   };
   for (const auto& [tree, expected] : cases) {
     const bool hasGround = expected.back() == done;
@@ -400,7 +387,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
     }
   }
   CCalibrator2D above;
-  above.Configure(Tree(square));
+  above.Configure(MarkedTree(square));
   CPointF ground;
   ASSERT_TRUE(above.GetGround({7000, 5000}, ground));
   EXPECT_NEAR(ground.x, 2.8, 1e-4);
@@ -445,7 +432,7 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   TakeLines();
   calibrator.Configure(tree);
   EXPECT_EQ(TakeLines().size(), 3U);
-  calibrator.Configure(Tree({}, twoMarks));
+  calibrator.Configure(MarkedTree({}, twoMarks));
   tree = calibrator.GetConfig();
   EXPECT_EQ(Shape(tree), record + "RefSegment" + list(segment, 2) +
                              "RefDistanceMeter FixPointHelper{Points{X } } " + info(4));
@@ -493,8 +480,8 @@ TEST_F(Calibration, ThreadsMeasureWhileTheComponentCalibrates) {
     }
   });
   for (int i = 0; i < 20; ++i) {
-    component.Calibrate(Tree({}, twoMarks));
-    component.GetCalibrator()->Configure(Tree({}, twoMarks, 2));
+    component.Calibrate(MarkedTree({}, twoMarks));
+    component.GetCalibrator()->Configure(MarkedTree({}, twoMarks, 2));
   }
   stop = true;
   measuring.join();
