@@ -53,35 +53,9 @@ TEST_F(LayersTest, RecordingsAreAsGoodAndAboutAsSmallAsJpeg) {
   }
 }
 
-TEST_F(LayersTest, PlaysEveryFormatAtEveryScale) {
+TEST_F(LayersTest, PlaysEveryPixelFormat) {
   for (const std::string format : {"layered", "layereddiff --key-interval 7 --no-overflow-keys"}) {
     static_cast<void>(Record(format));
-    ASSERT_EQ(Run("layers split @l.zts @parts").status, 0);
-    for (const auto& [scale, layers] : {std::pair{2, 3}, {4, 2}, {8, 1}}) {
-      ASSERT_EQ(Run("layers join @parts @cut.zts --layers " + std::to_string(layers)).status, 0);
-      const std::vector<Bytes> whole = Play("cut.zts", 1), small = Play("l.zts", scale);
-      ASSERT_EQ(whole.size(), std::size_t{frames});
-      ASSERT_EQ(small.size(), whole.size());
-      // A sample is the mean of those that it stands for, where none of them was cut to a byte.
-      const std::size_t side = static_cast<std::size_t>(scale), area = side * side;
-      std::size_t wrong = 0, compared = 0;
-      for (std::size_t i = 0; i < whole.size(); ++i)
-        for (std::size_t y = 0; y < height / side; ++y)
-          for (std::size_t x = 0; x < width / side; ++x) {
-            int sum = scale * scale / 2;
-            bool isCut = false;
-            for (std::size_t k = 0; k < area; ++k) {
-              const int sample = whole[i][(y * side + k / side) * width + x * side + k % side];
-              sum += sample - 128;
-              isCut = isCut || sample == 0 || sample == 255;
-            }
-            if (isCut) continue;
-            ++compared;
-            wrong += 128 + sum / (scale * scale) != small[i][y * (width / side) + x];
-          }
-      EXPECT_GT(compared, whole.size() * (width / side) * (height / side) / 2);
-      EXPECT_EQ(wrong, 0U) << format << scale;
-    }
     for (const auto& [pixels, channels] : {std::pair{"yuyv", 4}, {"uyvy", 4}, {"rgb", 3}})
       for (const int scale : {1, 8}) {
         const CRun play = Run("play @l.zts --y4m - --pixels " + std::string(pixels) + " --scale " +
@@ -176,15 +150,13 @@ TEST_F(LayersTest, MistakesAreNamed) {
   ASSERT_EQ(Run("layers join @parts @cut.zts --layers 1").status, 0);
   ASSERT_EQ(Run("record @a.mkv @few.zts --format layereddiff --frames 5").status, 0);
   ASSERT_EQ(Run("layers split @few.zts @few").status, 0);
-  for (const auto& [folder, first, second] :
-       {std::tuple{"short", "parts", "few"}, {"long", "few", "parts"}, {"swapped", "", ""}}) {
-    const bool isSwapped = *first == '\0';
-    std::filesystem::create_directory(Path(folder));
-    std::filesystem::copy_file(Path(std::string(isSwapped ? "parts/layer1" : first) +
-                                    (isSwapped ? ".zts" : "/layer0.zts")),
-                               Path(std::string(folder) + "/layer0.zts"));
-    std::filesystem::copy_file(Path(std::string(isSwapped ? "parts" : second) + "/layer1.zts"),
-                               Path(std::string(folder) + "/layer1.zts"));
+  namespace fs = std::filesystem;
+  for (const auto& [folder, first, second] : {std::tuple{"short", "parts/layer0", "few/layer1"},
+                                              {"long", "few/layer0", "parts/layer1"},
+                                              {"swapped", "parts/layer1", "parts/layer1"}}) {
+    fs::create_directory(Path(folder));
+    fs::copy_file(Path(std::string(first) + ".zts"), Path(std::string(folder) + "/layer0.zts"));
+    fs::copy_file(Path(std::string(second) + ".zts"), Path(std::string(folder) + "/layer1.zts"));
   }
   Bytes damaged = ReadBytes(Path("l.zts"));
   damaged.resize(damaged.size() - 1);

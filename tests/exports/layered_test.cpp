@@ -169,30 +169,6 @@ TEST_F(LayeredExports, AnyBitsAreWhatThePlainDecoderMakesOfThem) {
   }
 }
 
-TEST_F(LayeredExports, WhatIsEncodedComesBackWithinQuantisation) {
-  using enum ELayeredModels;
-  const std::pair<CLayeredBodySettings, int> cases[] = {
-      // with the greatest error
-      {{100, 0, 0, 20, 15, counted, false, {}}, 2},
-      {{99, 1, 1, 3, 15, steep, true, {1, 2}}, 3},
-      {{75, 0, 2, 7, 15, flat, false, {200, 3}}, 40},
-      {{30, 1, 9, 1, 15, counted, true, {3, 5}}, 125},
-      {{-7, 0, 0, 5, 7, steep, false, {}}, 255}};
-  for (const auto& [settings, worst] : cases) {
-    SCOPED_TRACE(settings.quality);
-    constexpr int width = 112, height = 48;
-    const Bytes frame = Encode({settings}, width, height);
-    ExpectAsPlain(frame);
-    const Image image = NewImage();
-    decoders[1].Process(image.get(), frame);
-    const Bytes yuv = BytesOf(image), source = Scene(width, height);
-    int most = 0;
-    for (std::size_t i = 0; i < source.size() / 2; ++i)
-      most = std::max(most, std::abs(yuv[4 * i] - source[2 * i + 1]));
-    EXPECT_LE(most, worst);
-  }
-}
-
 TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
   constexpr int width = 112, height = 64, count = 5;
   const std::uint32_t blocks[count] = {0, 6, 9, 20, 27};
