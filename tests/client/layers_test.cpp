@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -83,16 +84,15 @@ TEST_F(LayersTest, DifferentialFramesBuildOnTheKeyFrameOnly) {
       keys.push_back(whole[i]);
       continue;
     }
-    EXPECT_GT(frame["blocks"], 0);
     EXPECT_EQ(frame["bytes"], headerSize + frame["listBytes"].get<std::size_t>() +
                                   frame["stripBytes"].get<std::size_t>());
     // Whole blocks differ from the key frame, and no more of them than were sent.
-    std::vector<bool> isOther(std::size_t{width / 16} * (height / 16));
+    std::set<std::size_t> others;
     for (std::size_t k = 0; k < std::size_t{width} * height; ++k)
       if (whole[i][k] != keys.back()[k])
-        isOther[k / width / 16 * (width / 16) + k % width / 16] = true;
-    EXPECT_LE(std::count(isOther.begin(), isOther.end(), true), frame["blocks"]) << i;
-    EXPECT_GT(std::count(isOther.begin(), isOther.end(), true), 0) << i;
+        others.insert(k / width / 16 * (width / 16) + k % width / 16);
+    EXPECT_LE(others.size(), frame["blocks"]) << i;
+    EXPECT_FALSE(others.empty()) << i;
   }
   EXPECT_TRUE(Play("l.zts --drop plain", 1) == keys);
   const CRun keyless = Run("play @l.zts --drop key");
@@ -111,15 +111,13 @@ TEST_F(LayersTest, SplitAndJoinedAgainIsTheSameFile) {
     std::string line;
     std::getline(table, line);
     std::vector<std::uint64_t> sums(4);
-    for (int i = 0; i < frames && std::getline(table, line); ++i) {
-      std::istringstream row(line);
-      std::uint64_t value = 0;
-      row >> value;
-      EXPECT_EQ(value, static_cast<std::uint64_t>(i));
-      for (std::uint64_t& sum : sums) {
-        row >> value;
-        sum += value;
-      }
+    for (int i = 0; i < frames; ++i) {
+      std::uint64_t number = 0, size = 0;
+      table >> number;
+      EXPECT_EQ(number, static_cast<std::uint64_t>(i));
+      for (std::uint64_t& sum : sums)
+        sum += table >> size ? size : 0;
+      std::getline(table, line);
     }
     for (std::size_t i = 0; i < sums.size(); ++i)
       EXPECT_EQ(sums[i] + frames * (i == 0 ? 256U : 32U),

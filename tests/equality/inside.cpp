@@ -73,17 +73,6 @@ int main() {
           Convert(source, target, width, height);
       });
   Step("tree", [] { MixTree(RichTree()); });
-  Step("tree of damaged bytes", [] {
-    const CBinData block = ToTagged(RichTree());
-    const Bytes good(block.Data(), block.Data() + block.Size());
-    for (std::size_t i = 0; i < good.size(); ++i) {
-      Bytes damaged = good;
-      damaged[i] ^= static_cast<std::uint8_t>(1U << (i % 8));
-      CData tree;
-      Mix(ParseTagged(tree, damaged.data(), damaged.size()));
-      MixTree(tree);
-    }
-  });
   for (unsigned bits = 0; bits < 16; ++bits)
     Step("motion statistics " + std::to_string(bits), [bits] {
       CData settings;
