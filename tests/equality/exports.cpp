@@ -115,15 +115,10 @@ void Layers(std::vector<Bytes>& frames) {
     Bytes records[4];
     void* users[4] = {&records[0], &records[1], &records[2], &records[3]};
     Mix(ztlib_decomposeToLayers(&blob, users, Receive));
-    ztlib_blob blobs[4];
-    const ztlib_blob* pointers[4];
     for (std::size_t i = 0; i < 4; ++i) {
       Mix(std::span(records[i]));
-      blobs[i] = {records[i].data(), records[i].size()};
-      pointers[i] = &blobs[i];
-      Bytes joined;
-      ztlib_composeFromLayers(&joined, Receive, pointers, static_cast<std::int32_t>(i) + 1);
-      Mix(std::span(joined));
+      const auto joined = codec_client::JoinLayers(std::span(records).first(i + 1));
+      Mix(std::span(joined.value()));
     }
   }
 }

@@ -2,6 +2,7 @@
 #include "client/layered_encoder.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/export_fixture.h"
+#include "tests/support/jpeg_reference.h"
 #include "tests/support/layered_reference.h"
 
 #include <deque>
@@ -75,22 +76,11 @@ Bytes RandomPicture(unsigned seed) {
   return coded;
 }
 
-// Gradients, edges and noise in UYVY.
-Bytes Scene(int width, int height, int phase = 0) {
-  std::mt19937 random(5);
-  Bytes uyvy;
-  for (int i = 0; i < 2 * width * height; ++i) {
-    const int x = i % (2 * width), y = i / (2 * width);
-    const int value = x % 2 ? x / 2 + ((x + phase) / 26 + y / 9) % 2 * 60 : 80 * (x % 4 / 2) + y;
-    uyvy.push_back(static_cast<std::uint8_t>(60 + value + static_cast<int>(random() % 9)));
-  }
-  return uyvy;
-}
-
 // A key frame of the scene, or one with some of its blocks.
-Bytes Encode(const CLayeredSettings& settings, int width, int height, int phase = 0,
+Bytes Encode(const CLayeredSettings& settings, int width, int height, unsigned seed = 1,
              std::span<const std::uint32_t> blocks = {}) {
-  const CLayeredPlanes planes(Scene(width, height, phase).data(), 2 * width, width, height);
+  const CLayeredPlanes planes(jpeg_reference::Scene(width, height, seed).data(), 2 * width, width,
+                              height);
   CLayeredEncoder encoder(settings);
   return blocks.empty() ? encoder.Encode(planes.Picture())
                         : *encoder.EncodeBlocks(planes.Picture(), blocks);
@@ -128,18 +118,9 @@ class LayeredExports : public ExportTest {
     ExpectFailure("ztlib_decoder_process", source, text);
   }
   static Bytes Compose(const std::vector<Bytes>& records) {
-    std::vector<ztlib_blob> blobs;
-    std::vector<const ztlib_blob*> pointers;
-    pointers.reserve(1);  // the address of none is an address too
-    for (const Bytes& record : records)
-      blobs.push_back({record.data(), record.size()});
-    for (const ztlib_blob& blob : blobs)
-      pointers.push_back(&blob);
-    Output output;
-    ztlib_composeFromLayers(&output, Output::Receive, pointers.data(),
-                            static_cast<std::int32_t>(pointers.size()));
-    EXPECT_EQ(output.calls, failures.empty());
-    return output.bytes;
+    const std::optional<Bytes> frame = JoinLayers(records);
+    EXPECT_EQ(frame.has_value(), failures.empty());
+    return frame.value_or(Bytes());
   }
   static std::vector<Bytes> Decompose(const Bytes& frame, std::int32_t expected = 4) {
     std::vector<Output> outputs(4);
@@ -214,7 +195,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
 TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
   const std::uint32_t blocks[] = {1, 2, 3, 14};
   for (const Bytes& frame : {Encode({}, 80, 48), Encode(Differential(), 80, 48),
-                             Encode(Differential(), 80, 48, 0, blocks)}) {
+                             Encode(Differential(), 80, 48, 2, blocks)}) {
     const std::size_t list = Get(frame, 88), inner = 112 + list;
     const auto layerAt = [&](std::size_t i) { return inner + Get(frame, inner + 64 + 4 * i); };
     const auto layerSize = [&](std::size_t i) { return Get(frame, inner + 80 + 4 * i); };
@@ -252,7 +233,7 @@ TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
 TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
   const std::uint32_t blocks[] = {1, 4};
   const Bytes good = Encode({}, 48, 32), key = Encode(Differential(), 48, 32);
-  const Bytes diff = Encode(Differential(), 48, 32, 0, blocks);
+  const Bytes diff = Encode(Differential(), 48, 32, 2, blocks);
   const auto size = static_cast<std::uint32_t>(good.size());
   constexpr std::uint32_t inner = 112;
   // The largest scale at which each value is a failure.
