@@ -1,15 +1,9 @@
 #pragma once
 
+#include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "include/ztlib.h"
 #include "tests/support/codec_config.h"
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <span>
-#include <vector>
 
 // A client of the codec exports for fuzzing: a frame manager that refuses large pictures, and a
 // frame that is known to be good.
@@ -91,30 +85,13 @@ inline void Decode(Codec& decoder, const Image& image, Bytes frame) {
                         static_cast<std::uint32_t>(frame.size()));
 }
 
-// Reads a script; behind its end there are zeros.
-struct Input {
-  std::span<const std::uint8_t> rest;
-  std::uint8_t Byte() {
-    if (rest.empty()) return 0;
-    const std::uint8_t value = rest.front();
-    rest = rest.subspan(1);
-    return value;
+// Sets so many bytes at places that the input names.
+inline void Change(Input& in, Bytes& bytes, std::size_t count) {
+  for (; count > 0 && !bytes.empty(); --count) {
+    const std::size_t at = in.Short() % bytes.size();
+    bytes[at] = in.Byte();
   }
-  std::size_t Short() { return Byte() | static_cast<std::size_t>(Byte()) << 8; }
-  // So many bytes as the next two say.
-  Bytes Block() {
-    const std::size_t count = std::min(Short(), rest.size());
-    const Bytes block(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count));
-    rest = rest.subspan(count);
-    return block;
-  }
-  void Change(Bytes& bytes, std::size_t count) {
-    for (; count > 0 && !bytes.empty(); --count) {
-      const std::size_t at = Short() % bytes.size();
-      bytes[at] = Byte();
-    }
-  }
-};
+}
 
 // The frame of a picture whose byte i is `byteAt(i)`; nothing after a failure.
 template <class ByteAt>

@@ -1,7 +1,5 @@
 #include "fuzz/codec_fuzz.h"
 
-#include <algorithm>
-
 // Frames one behind the other, each as long as the two bytes in front of it say; the last two bytes
 // of the input choose the configuration. Whatever the frames were, a good one afterwards decodes on
 // the same handle as on a new one.
@@ -13,19 +11,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int scale = scales[choice % 8];
   const int format = data[size - 1] % 10;
   const bool swap = choice >= 128;
-  std::span<const std::uint8_t> rest(data, size - 2);
+  Input in{{data, size - 2}};
 
   Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
   Configure(decoder.object, format, scale, swap);
   frameScale = scale;
   const Image image;
-  while (rest.size() >= 2) {
-    const std::size_t wanted = rest[0] | rest[1] << 8;
-    rest = rest.subspan(2);
-    const Bytes frame(rest.begin(), rest.begin() + std::min(wanted, rest.size()));
-    rest = rest.subspan(frame.size());
-    Decode(decoder, image, frame);
-  }
+  while (!in.rest.empty())
+    Decode(decoder, image, in.Block());
 
   const auto decodeGood = [&](Codec& with) {
     // Differential video may have put another decoder behind the handle; the first frame puts one

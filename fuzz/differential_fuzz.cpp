@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t step = in.Byte();
     if (step < 16 * good.size()) {
       Bytes frame = good[step / 16];
-      in.Change(frame, step % 16);
+      Change(in, frame, step % 16);
       Decode(decoder, image, frame);
     } else if (step < 230) {
       Decode(decoder, image, in.Block());

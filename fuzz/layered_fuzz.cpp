@@ -1,5 +1,6 @@
 #include "client/layered_encoder.h"
 #include "fuzz/codec_fuzz.h"
+#include "tests/support/codec_client.h"
 
 #include <array>
 
@@ -56,18 +57,6 @@ struct Records {
   }
 };
 
-Bytes Join(const std::array<Bytes, 4>& records, std::size_t count) {
-  ztlib_blob blobs[4];
-  const ztlib_blob* pointers[4];
-  for (std::size_t i = 0; i < 4; ++i) {
-    blobs[i] = {records[i].data(), records[i].size()};
-    pointers[i] = &blobs[i];
-  }
-  Bytes frame;
-  ztlib_composeFromLayers(&frame, Collect, pointers, static_cast<std::int32_t>(count));
-  return frame;
-}
-
 }  // namespace
 
 // A script of steps: a good frame with some bytes changed, a frame of the input's own, another
@@ -88,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t step = in.Byte();
     if (step < 16 * goodCount) {
       frame = good[step / 16];
-      in.Change(frame, step % 16);
+      Change(in, frame, step % 16);
     } else if (step < 170) {
       frame = in.Block();
     } else if (step < 200) {
@@ -97,8 +86,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       Configure(decoder.object, format, scale, false);
     } else {
       Records records(frame);
-      in.Change(records.bytes[step % 4], step / 4 % 4);
-      frame = Join(records.bytes, 1 + step / 16 % 4);
+      Change(in, records.bytes[step % 4], step / 4 % 4);
+      frame = codec_client::JoinLayers(std::span(records.bytes).first(1 + step / 16 % 4))
+                  .value_or(Bytes());
     }
     Decode(decoder, image, frame);
   }

@@ -1,19 +1,8 @@
+#include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "main/lib/imgproc/mask.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <utility>
-#include <vector>
-
 namespace {
-
-std::int16_t Int16At(const std::uint8_t* data) {
-  std::int16_t value;
-  std::memcpy(&value, data, sizeof value);
-  return value;
-}
 
 // Runs in order, apart from each other and inside; area and box as they say.
 void RequireSound(const CMask& mask) {
@@ -48,15 +37,14 @@ bool Same(const CMask& a, const CMask& b) {
 // each behind its length. The first is one mask, all of them another; their combinations obey the
 // rules of sets.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 4) return 0;
-  const int width = Int16At(data) % 2048, height = Int16At(data + 2) % 512;
+  Input in{{data, size}};
+  const int width = in.Take<std::int16_t>() % 2048, height = in.Take<std::int16_t>() % 512;
   std::vector<std::vector<short>> arrays;
   CData masks;
-  for (std::size_t at = 4; at < size && arrays.size() < 20;) {
-    std::vector<short>& array = arrays.emplace_back();
-    for (int count = data[at++] % 24; count > 0 && at + 2 <= size; --count, at += 2)
-      array.push_back(Int16At(data + at));
-    if (array.size() % 2 != 0) array.pop_back();
+  while (!in.rest.empty() && arrays.size() < 20) {
+    std::vector<short>& array = arrays.emplace_back(in.Byte() % 24 / 2 * 2);
+    for (short& value : array)
+      value = in.Take<std::int16_t>();
     masks.AddShortArray(Tok::Empty, array);
   }
   CMask one, all;

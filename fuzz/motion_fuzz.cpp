@@ -1,22 +1,11 @@
 #include "fuzz/codec_fuzz.h"
 #include "main/lib/base/cdata/HAData.h"
 
-#include <algorithm>
 #include <memory>
 
 namespace {
 
 using codec_fuzz::Frame;
-using Input = std::span<const std::uint8_t>;
-
-template <class T>
-T Take(Input& input) {
-  T value{};
-  const std::size_t count = std::min(sizeof value, input.size());
-  std::memcpy(&value, input.data(), count);
-  input = input.subspan(count);
-  return value;
-}
 
 // Whatever was configured, a result has all of its keys or is nearly empty, and every bitmap is
 // that of the picture.
@@ -62,20 +51,17 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::unique_ptr<void, void (*)(void*)> context(ztlib_simplemotion_create(),
                                                        ztlib_simplemotion_destroy);
-  Input rest(data, size);
-  for (int steps = 0; !rest.empty() && steps < 8; ++steps) {
-    const auto choice = Take<std::uint8_t>(rest);
-    const int width = Take<std::uint8_t>(rest) % 72;
-    const int height = Take<std::uint8_t>(rest) % 40;
+  Input in{{data, size}};
+  for (int steps = 0; !in.rest.empty() && steps < 8; ++steps) {
+    const int choice = in.Byte(), width = in.Byte() % 72, height = in.Byte() % 40;
     if (choice >= 128) {
-      const std::size_t length = std::min<std::size_t>(Take<std::uint16_t>(rest), rest.size());
-      const ztlib_blob config{rest.data(), length};
+      const std::vector<std::uint8_t> block = in.Block();
+      const ztlib_blob config{block.data(), block.size()};
       ztlib_simplemotion_configure(context.get(), &config, choice == 255 ? -width : width, height);
-      rest = rest.subspan(length);
     } else {
-      const auto seed = Take<std::uint8_t>(rest);
-      const auto step = static_cast<std::uint64_t>(Take<std::int16_t>(rest));
-      auto time = Take<std::uint64_t>(rest);
+      const std::uint8_t seed = in.Byte();
+      const auto step = static_cast<std::uint64_t>(in.Take<std::int16_t>());
+      auto time = in.Take<std::uint64_t>();
       for (int frames = choice / 9 * 3; frames >= 0; --frames, time += step)
         Detect(context.get(), choice % 9, width, height,
                static_cast<std::uint8_t>(seed + frames % 3), static_cast<std::int64_t>(time));

@@ -1,13 +1,7 @@
 #include "tests/client/client_run.h"
+#include "tests/support/common.h"
 
 namespace {
-
-Bytes Ramp(std::size_t size) {
-  Bytes bytes(size);
-  for (std::size_t i = 0; i < size; ++i)
-    bytes[i] = static_cast<std::uint8_t>(i * i / 7 + 31 * i);
-  return bytes;
-}
 
 TEST_F(ClientTest, ConvertTakesTilesApartAndBack) {
   Bytes tiles;
@@ -30,7 +24,7 @@ TEST_F(ClientTest, ConvertTakesTilesApartAndBack) {
 }
 
 TEST_F(ClientTest, ConvertTakesAMosaicFromAGrayPng) {
-  WriteBytes(Path("mosaic.raw"), Ramp(40 * 30));
+  WriteBytes(Path("mosaic.raw"), NoiseBytes(40 * 30));
   ASSERT_EQ(Run("convert @mosaic.raw --from gray --to gray --size 40x30 --out @mosaic.png").status,
             0);
   ASSERT_EQ(Run("convert @mosaic.png --from rgbbayer --to yuyv --out @a").status, 0);
@@ -44,26 +38,22 @@ TEST_F(ClientTest, ConvertTakesAMosaicFromAGrayPng) {
 }
 
 TEST_F(ClientTest, ConvertNamesWhatItCannotDo) {
-  WriteBytes(Path("in.raw"), Ramp(24));
-  struct Case {
-    const char* arguments;
-    const char* text;
-  };
-  for (const Case& c :
-       {Case{"@in.raw --from gray --to rgb", "needs its --size"},
-        Case{"@in.raw --from yuyv --to rgb --size 3x2", "whole samples of yuyv (2x1 pixels)"},
-        Case{"@in.raw --from gray --to rgb --size 5x5", "24 bytes, but gray of 5x5 is 25"},
-        Case{"@in.raw --from gray --to yuv420block --size 6x4", "too small for a sample"},
-        Case{"@in.raw --from rgbbayer --to yuyv --size 3x8", "] - RGBBayer pic is too small."},
-        Case{"@in.raw --from rgbbayer --to gray --size 6x4",
-             "rgbbayer does not become gray: Exception [main/target/windll/image_convert/"},
-        Case{"@none.raw --from gray --to rgb --size 6x4", "none.raw: cannot open"},
-        Case{"@none.png --from yuyv --to rgb", "gray, rgb or rgbbayer, not of yuyv"}}) {
-    const CRun run = Run(std::string("convert ") + c.arguments + " --out @out");
-    EXPECT_EQ(run.status, 1) << c.arguments;
-    EXPECT_EQ(run.ErrorLines(), 1U) << c.arguments;
-    EXPECT_NE(run.errors.find(c.text), std::string::npos) << run.errors;
-    EXPECT_FALSE(std::filesystem::exists(Path("out"))) << c.arguments;
+  WriteBytes(Path("in.raw"), NoiseBytes(24));
+  for (const auto& [arguments, text] :
+       {std::pair{"@in.raw --from gray --to rgb", "needs its --size"},
+        {"@in.raw --from yuyv --to rgb --size 3x2", "whole samples of yuyv (2x1 pixels)"},
+        {"@in.raw --from gray --to rgb --size 5x5", "24 bytes, but gray of 5x5 is 25"},
+        {"@in.raw --from gray --to yuv420block --size 6x4", "too small for a sample"},
+        {"@in.raw --from rgbbayer --to yuyv --size 3x8", "] - RGBBayer pic is too small."},
+        {"@in.raw --from rgbbayer --to gray --size 6x4",
+         "rgbbayer does not become gray: Exception [main/target/windll/image_convert/"},
+        {"@none.raw --from gray --to rgb --size 6x4", "none.raw: cannot open"},
+        {"@none.png --from yuyv --to rgb", "gray, rgb or rgbbayer, not of yuyv"}}) {
+    const CRun run = Run(std::string("convert ") + arguments + " --out @out");
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(run.ErrorLines(), 1U) << arguments;
+    EXPECT_NE(run.errors.find(text), std::string::npos) << run.errors;
+    EXPECT_FALSE(std::filesystem::exists(Path("out"))) << arguments;
   }
 }
 

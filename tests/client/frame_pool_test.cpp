@@ -11,19 +11,20 @@ namespace {
 
 TEST(FramePool, HoldsAllRowsWithoutPadding) {
   CFramePool& pool = CFramePool::Instance();
-  for (const auto& [format, row] :
-       {std::pair{ZTLIB_BOOL8, 98}, std::pair{ZTLIB_GRAY, 98}, std::pair{ZTLIB_RGB, 392},
-        std::pair{ZTLIB_YUV, 392}, std::pair{ZTLIB_YUYV, 196}, std::pair{ZTLIB_UYVY, 196},
-        std::pair{ZTLIB_RGBBAYER, 98}, std::pair{ZTLIB_YUVBAYERBLOCK, 196},
-        std::pair{ZTLIB_YUV420BLOCK, 6 * 384}}) {
+  for (const auto& [format, row, rows] : {std::tuple{ZTLIB_BOOL8, 98, 34},
+                                          {ZTLIB_GRAY, 98, 34},
+                                          {ZTLIB_RGB, 392, 34},
+                                          {ZTLIB_YUV, 392, 34},
+                                          {ZTLIB_YUYV, 196, 34},
+                                          {ZTLIB_UYVY, 196, 34},
+                                          {ZTLIB_RGBBAYER, 98, 34},
+                                          {ZTLIB_YUVBAYERBLOCK, 196, 17},
+                                          {ZTLIB_YUV420BLOCK, 6 * 384, 2}}) {
     CFrame* frame = pool.Allocate(98, 34, format);
     ASSERT_NE(frame, nullptr) << format;
     EXPECT_EQ(frame->linesize[0], row) << format;
     // A sanitizer sees the first byte too many.
-    std::memset(frame->data[0], 1,
-                std::size_t(row) * (format == ZTLIB_YUVBAYERBLOCK ? 17
-                                    : format == ZTLIB_YUV420BLOCK ? 2
-                                                                  : 34));
+    std::memset(frame->data[0], 1, std::size_t(row) * rows);
     pool.Release(frame);
   }
 }

@@ -2,8 +2,7 @@
 
 #include "client/tagged_reader.h"
 #include "client/text.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/common.h"
 
 namespace {
 
@@ -144,12 +143,10 @@ TEST(TreeJson, WhatIsNoTreeIsNamedWithItsPlace) {
            {R"({"a":{"$node":[[5,5]]}})", "x: /a/0 has a name that is no text"},
            {"{\"" + longName + "\":1}", "x: /" + longName + " has a name longer than 127 bytes"},
        })
-    try {
-      (void)BlockOf(ParseJson(text, "x"), "x");
-      ADD_FAILURE() << text;
-    } catch (const CError& error) {
-      EXPECT_EQ(std::string(error.what()).substr(0, message.size()), message) << text;
-    }
+    EXPECT_EQ(
+        TextOf<CError>([&] { (void)BlockOf(ParseJson(text, "x"), "x"); }).substr(0, message.size()),
+        message)
+        << text;
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include "tests/support/codec_client.h"
 #include "tests/support/jpeg_reference.h"
 
-#include <array>
-
 #include <xmmintrin.h>
 
 namespace {
@@ -117,15 +115,10 @@ void Layers(std::vector<Bytes>& frames) {
     Bytes records[4];
     void* users[4] = {&records[0], &records[1], &records[2], &records[3]};
     Mix(ztlib_decomposeToLayers(&blob, users, Receive));
-    ztlib_blob blobs[4];
-    const ztlib_blob* pointers[4];
     for (std::size_t i = 0; i < 4; ++i) {
       Mix(std::span(records[i]));
-      blobs[i] = {records[i].data(), records[i].size()};
-      pointers[i] = &blobs[i];
-      Bytes joined;
-      ztlib_composeFromLayers(&joined, Receive, pointers, static_cast<std::int32_t>(i) + 1);
-      Mix(std::span(joined));
+      const auto joined = codec_client::JoinLayers(std::span(records).first(i + 1));
+      Mix(std::span(joined.value()));
     }
   }
 }
@@ -245,38 +238,33 @@ void Motion() {
   });
 }
 
+// Values are exact, as exceptions are unmasked here.
 void Triangulation() {
-  constexpr std::int32_t low = -2147483647 - 1, high = 2147483647;
-  // In 256ths of the frame: its middle, sides and quarters join the mesh of a square of any size,
-  // others that of a small one alone. Values are exact, as exceptions are unmasked here.
-  Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
-  const Bytes more = Noise(200, 5);
-  places.insert(places.end(), more.begin(), more.end());
-  for (const auto& [x0, y0, x1, y1] :
-       {std::array{0, 0, 12, 9}, std::array{-7, 3, 14, 30}, std::array{0, 0, 1024, 1024},
-        std::array{low, low, high, high}}) {
-    const auto at = [](std::int64_t first, std::int64_t last, std::int64_t place) {
-      return static_cast<std::int32_t>(place == 255 ? last - 1
-                                                    : first + (last - first) * place / 256);
-    };
-    Step("triangulation " + std::to_string(x1), [&, left = x0, top = y0, right = x1, bottom = y1] {
+  for (const std::int32_t size : {9, 1024, 2147483647})
+    Step("triangulation " + std::to_string(size), [size] {
       void* const handle = ztlib_triangulation_create();
-      ztlib_triangulation_init(handle, left, top, right, bottom, 2);
+      ztlib_triangulation_init(handle, -size, -size, size, size, 2);
+      // In 256ths of the frame: its middle, sides and quarters join the mesh at any size.
+      Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
+      const Bytes more = Noise(200, 5);
+      places.insert(places.end(), more.begin(), more.end());
       for (std::size_t i = 0; i < places.size(); i += 2) {
-        const std::int32_t x = at(left, right, places[i]), y = at(top, bottom, places[i + 1]);
+        const auto at = [&](std::uint8_t place) {
+          return static_cast<std::int32_t>(std::int64_t{size} * (place - 128) / 128);
+        };
+        const std::int32_t x = at(places[i]), y = at(places[i + 1]);
         const float values[] = {float(places[i]), float(i)};
         ztlib_triangulation_addPoint(handle, x, y, values, i % 11 == 10 ? 1 : 2);
         if (i == 100) ztlib_triangulation_finalize(handle);
-        for (const int place : {0, 50, 100, 150, 200, 250}) {
+        for (const std::uint8_t place : {0, 50, 128, 200}) {
           float estimate[2] = {-1, -1};
-          ztlib_triangulation_estimate(handle, at(left, right, place), y, estimate, 2);
+          ztlib_triangulation_estimate(handle, at(place), y, estimate, 2);
           Mix(std::span(estimate));
         }
       }
       ztlib_triangulation_finalize(nullptr);
       ztlib_triangulation_destroy(handle);
     });
-  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
+#include "tests/support/calibration_tree.h"
 #include "tests/unit/rich_tree.h"
 
 #include <algorithm>
@@ -72,17 +73,6 @@ int main() {
           Convert(source, target, width, height);
       });
   Step("tree", [] { MixTree(RichTree()); });
-  Step("tree of damaged bytes", [] {
-    const CBinData block = ToTagged(RichTree());
-    const Bytes good(block.Data(), block.Data() + block.Size());
-    for (std::size_t i = 0; i < good.size(); ++i) {
-      Bytes damaged = good;
-      damaged[i] ^= static_cast<std::uint8_t>(1U << (i % 8));
-      CData tree;
-      Mix(ParseTagged(tree, damaged.data(), damaged.size()));
-      MixTree(tree);
-    }
-  });
   for (unsigned bits = 0; bits < 16; ++bits)
     Step("motion statistics " + std::to_string(bits), [bits] {
       CData settings;
@@ -95,17 +85,8 @@ int main() {
         Follow(settings, width, height);
     });
   Step("calibration", [] {
-    CCalibrator3DConfig record;
-    record.height.Set(1.8);
-    for (const int x : {4000, 8000}) {
-      CCalibrator3DLineConfig& mark = record.lines.Add();
-      mark.x0.Set(x);
-      mark.y0.Set(8000);
-      mark.x1.Set(x + 90);
-      mark.y1.Set(6000);
-    }
     CCalibrator3D calibrator;
-    calibrator.Configure(record.ToCData({}));
+    calibrator.Configure(MarkedTree({}, {{4000, 8000, 4090, 6000}, {8000, 8000, 8090, 6000}}));
     MixTree(calibrator.GetConfig());
     for (float x = 0; x < 16384; x += 300)
       for (float y = 0; y < 16384; y += 300) {

@@ -2,11 +2,10 @@
 #include "client/layered_encoder.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/export_fixture.h"
+#include "tests/support/jpeg_reference.h"
 #include "tests/support/layered_reference.h"
 
 #include <deque>
-#include <functional>
-#include <random>
 
 namespace {
 
@@ -14,16 +13,14 @@ using namespace codec_client;
 
 constexpr int formats[] = {ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY};
 constexpr int scales[] = {1, 2, 4, 8};
-constexpr char process[] = "ztlib_decoder_process";
 constexpr char layeredSource[] = "main/target/windll/codec/videodecoder_mjpeg_old";
 constexpr char diffSource[] = "main/target/windll/codec/videodecoder_mjpeg_diff_old";
 
 void Put(Bytes& bytes, std::size_t at, std::uint32_t value, int size = 4) {
   StoreNumber(bytes, at, value, size);
 }
-
 std::uint32_t Get(const Bytes& bytes, std::size_t at) {
-  return layered_reference::Number(bytes, at, 4);
+  return ::Get<std::uint32_t>(bytes, at);
 }
 Bytes From(const Bytes& bytes, std::size_t at) {
   return {bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end()};
@@ -56,13 +53,8 @@ Bytes RandomPicture(unsigned seed) {
       const unsigned kind = below(8);  // no symbol, one, all alike, powers of two, or any
       for (unsigned i = 0; i < 16; ++i) {
         const unsigned any = below(16) < 9 ? below(500) : 20000 + below(40000);
-        AppendNumber(coded,
-                     kind == 0   ? 0
-                     : kind == 1 ? i == 8
-                     : kind == 2 ? 5
-                     : kind == 3 ? 1U << i
-                                 : any,
-                     2);
+        const unsigned weights[] = {0, i == 8, 5, 1U << i, any};
+        AppendNumber(coded, weights[std::min(kind, 4U)], 2);
       }
       // Few bits in the planes, runs of zeros between them and more than there is room for.
       for (unsigned length = kind < 3 ? 0 : below(60); length > 0; --length) {
@@ -84,22 +76,11 @@ Bytes RandomPicture(unsigned seed) {
   return coded;
 }
 
-// Gradients, edges and noise in UYVY.
-Bytes Scene(int width, int height, int phase = 0) {
-  std::mt19937 random(5);
-  Bytes uyvy;
-  for (int i = 0; i < 2 * width * height; ++i) {
-    const int x = i % (2 * width), y = i / (2 * width);
-    const int value = x % 2 ? x / 2 + ((x + phase) / 26 + y / 9) % 2 * 60 : 80 * (x % 4 / 2) + y;
-    uyvy.push_back(static_cast<std::uint8_t>(60 + value + static_cast<int>(random() % 9)));
-  }
-  return uyvy;
-}
-
 // A key frame of the scene, or one with some of its blocks.
-Bytes Encode(const CLayeredSettings& settings, int width, int height, int phase = 0,
+Bytes Encode(const CLayeredSettings& settings, int width, int height, unsigned seed = 1,
              std::span<const std::uint32_t> blocks = {}) {
-  const CLayeredPlanes planes(Scene(width, height, phase).data(), 2 * width, width, height);
+  const CLayeredPlanes planes(jpeg_reference::Scene(width, height, seed).data(), 2 * width, width,
+                              height);
   CLayeredEncoder encoder(settings);
   return blocks.empty() ? encoder.Encode(planes.Picture())
                         : *encoder.EncodeBlocks(planes.Picture(), blocks);
@@ -133,19 +114,13 @@ class LayeredExports : public ExportTest {
   // Kept from frame to frame, as their buffers are.
   std::deque<Decoder> decoders;
 
+  static void ExpectRefused(const char* source, const char* text) {
+    ExpectFailure("ztlib_decoder_process", source, text);
+  }
   static Bytes Compose(const std::vector<Bytes>& records) {
-    std::vector<ztlib_blob> blobs;
-    std::vector<const ztlib_blob*> pointers;
-    pointers.reserve(1);  // the address of none is an address too
-    for (const Bytes& record : records)
-      blobs.push_back({record.data(), record.size()});
-    for (const ztlib_blob& blob : blobs)
-      pointers.push_back(&blob);
-    Output output;
-    ztlib_composeFromLayers(&output, Output::Receive, pointers.data(),
-                            static_cast<std::int32_t>(pointers.size()));
-    EXPECT_EQ(output.calls, failures.empty());
-    return output.bytes;
+    const std::optional<Bytes> frame = JoinLayers(records);
+    EXPECT_EQ(frame.has_value(), failures.empty());
+    return frame.value_or(Bytes());
   }
   static std::vector<Bytes> Decompose(const Bytes& frame, std::int32_t expected = 4) {
     std::vector<Output> outputs(4);
@@ -172,31 +147,6 @@ TEST_F(LayeredExports, AnyBitsAreWhatThePlainDecoderMakesOfThem) {
     SCOPED_TRACE(seed);
     ExpectAsPlain(frame);
     if (HasFatalFailure()) return;
-  }
-}
-
-TEST_F(LayeredExports, WhatIsEncodedComesBackWithinQuantisation) {
-  struct Case {
-    CLayeredBodySettings settings;
-    int worst;
-  };
-  using enum ELayeredModels;
-  for (const auto& [settings, worst] : {Case{{100, 0, 0, 20, 15, counted, false, {}}, 2},
-                                        Case{{99, 1, 1, 3, 15, steep, true, {1, 2}}, 3},
-                                        Case{{75, 0, 2, 7, 15, flat, false, {200, 3}}, 40},
-                                        Case{{30, 1, 9, 1, 15, counted, true, {3, 5}}, 125},
-                                        Case{{-7, 0, 0, 5, 7, steep, false, {}}, 255}}) {
-    SCOPED_TRACE(settings.quality);
-    constexpr int width = 112, height = 48;
-    const Bytes frame = Encode({settings}, width, height);
-    ExpectAsPlain(frame);
-    const Image image = NewImage();
-    decoders[1].Process(image.get(), frame);
-    const Bytes yuv = BytesOf(image), source = Scene(width, height);
-    int most = 0;
-    for (std::size_t i = 0; i < source.size() / 2; ++i)
-      most = std::max(most, std::abs(yuv[4 * i] - source[2 * i + 1]));
-    EXPECT_LE(most, worst);
   }
 }
 
@@ -245,7 +195,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
 TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
   const std::uint32_t blocks[] = {1, 2, 3, 14};
   for (const Bytes& frame : {Encode({}, 80, 48), Encode(Differential(), 80, 48),
-                             Encode(Differential(), 80, 48, 0, blocks)}) {
+                             Encode(Differential(), 80, 48, 2, blocks)}) {
     const std::size_t list = Get(frame, 88), inner = 112 + list;
     const auto layerAt = [&](std::size_t i) { return inner + Get(frame, inner + 64 + 4 * i); };
     const auto layerSize = [&](std::size_t i) { return Get(frame, inner + 80 + 4 * i); };
@@ -283,59 +233,58 @@ TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
 TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
   const std::uint32_t blocks[] = {1, 4};
   const Bytes good = Encode({}, 48, 32), key = Encode(Differential(), 48, 32);
-  const Bytes diff = Encode(Differential(), 48, 32, 0, blocks);
+  const Bytes diff = Encode(Differential(), 48, 32, 2, blocks);
   const auto size = static_cast<std::uint32_t>(good.size());
   constexpr std::uint32_t inner = 112;
-  struct Case {
-    std::size_t at;
-    std::uint32_t value;
-    int scale;  // the largest at which it is a failure
-  };
-  for (const Case& c :
-       {Case{inner + 96, 0, 8}, Case{inner + 16, size, 8}, Case{inner + 40, 23, 8},
-        Case{inner + 44, 8 * size, 8}, Case{inner + 64, size - inner - 31, 8},
-        Case{inner + 28, size, 4}, Case{inner + 52, 0xFFFFFFFF, 4}, Case{inner + 72, 0xFFFFFFFF, 2},
-        Case{inner + 36, 0xFFFFFFF0, 1}, Case{inner + 100, 0xFFFFFFFF, 8}})
+  // The largest scale at which each value is a failure.
+  const std::tuple<std::size_t, std::uint32_t, int> values[] = {{inner + 96, 0, 8},
+                                                                {inner + 16, size, 8},
+                                                                {inner + 40, 23, 8},
+                                                                {inner + 44, 8 * size, 8},
+                                                                {inner + 64, size - inner - 31, 8},
+                                                                {inner + 28, size, 4},
+                                                                {inner + 52, 0xFFFFFFFF, 4},
+                                                                {inner + 72, 0xFFFFFFFF, 2},
+                                                                {inner + 36, 0xFFFFFFF0, 1},
+                                                                {inner + 100, 0xFFFFFFFF, 8}};
+  for (const auto& [at, value, largest] : values)
     for (const int scale : scales) {
       Decoder decoder(ZTLIB_YUYV, scale, ZTLIB_VIDEO_LAYERED);
       Bytes frame = good;
-      Put(frame, c.at, c.value);
+      Put(frame, at, value);
       const Image image = NewImage(ZTLIB_GRAY, 3, 1, {7, 8, 9});
       decoder.Process(image.get(), frame);
-      if (scale > c.scale) {
+      if (scale > largest) {
         ExpectNoFailure();
         continue;
       }
-      ExpectFailure(process, layeredSource, "Invalid range");
-      EXPECT_EQ(BytesOf(image), Bytes({7, 8, 9})) << c.at;
+      ExpectRefused(layeredSource, "Invalid range");
+      EXPECT_EQ(BytesOf(image), Bytes({7, 8, 9})) << at;
     }
 
   // Pixel formats, tables and scales that are none, in the order in which they count.
-  struct Outcome {
-    int pixelFormat, width, scale, family;
-    const char* source;
-    const char* text;  // none: nothing is drawn
-  };
   const char* const impl = "main/target/windll/image/ztimage_impl";
-  for (const Outcome& c :
-       {Outcome{10, 48, 1, 0, "main/lib/base/pixel_format", "Invalid range"},
-        Outcome{ZTLIB_UYVY, 47, 1, 0, impl, "Invalid range"},
-        Outcome{ZTLIB_YUVBAYERBLOCK, 48, 1, 0, layeredSource, "Invalid pixelformat"},
-        Outcome{ZTLIB_GRAY, 48, 3, 1, layeredSource, "Invalid pixelformat"},
-        Outcome{ZTLIB_GRAY, 48, 1, 2, nullptr, nullptr},
-        Outcome{ZTLIB_RGB, 48, 1, 0xFFFF, nullptr, nullptr},
-        Outcome{ZTLIB_RGB, 48, 3, 0, nullptr, nullptr}}) {
+  // Pixel format, width, scale, table family, and the refusal; with none nothing is drawn.
+  const std::tuple<int, int, int, int, const char*, const char*> outcomes[] = {
+      {10, 48, 1, 0, "main/lib/base/pixel_format", "Invalid range"},
+      {ZTLIB_UYVY, 47, 1, 0, impl, "Invalid range"},
+      {ZTLIB_YUVBAYERBLOCK, 48, 1, 0, layeredSource, "Invalid pixelformat"},
+      {ZTLIB_GRAY, 48, 3, 1, layeredSource, "Invalid pixelformat"},
+      {ZTLIB_GRAY, 48, 1, 2, nullptr, nullptr},
+      {ZTLIB_RGB, 48, 1, 0xFFFF, nullptr, nullptr},
+      {ZTLIB_RGB, 48, 3, 0, nullptr, nullptr}};
+  for (const auto& [format, width, scale, family, source, text] : outcomes) {
     Bytes frame = good;
-    Put(frame, 32, static_cast<std::uint32_t>(c.width));
-    Put(frame, inner + 108, static_cast<std::uint32_t>(c.family), 2);
-    Decoder decoder(c.pixelFormat, c.scale, ZTLIB_VIDEO_LAYERED);
+    Put(frame, 32, static_cast<std::uint32_t>(width));
+    Put(frame, inner + 108, static_cast<std::uint32_t>(family), 2);
+    Decoder decoder(format, scale, ZTLIB_VIDEO_LAYERED);
     const Image image = NewImage();
     decoder.Process(image.get(), frame);
-    if (c.text)
-      ExpectFailure(process, c.source, c.text);
+    if (text)
+      ExpectRefused(source, text);
     else
       EXPECT_EQ(BytesOf(image),
-                Bytes(CTestFrames::PictureSize(48 / c.scale, 32 / c.scale, c.pixelFormat), 0xA5));
+                Bytes(CTestFrames::PictureSize(48 / scale, 32 / scale, format), 0xA5));
     ExpectNoFailure();
   }
 
@@ -355,7 +304,7 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
     }
     for (const Bytes& frame : frames) {
       decoder.Process(image.get(), frame);
-      ExpectFailure(process, video == 0 ? layeredSource : diffSource, "Invalid range");
+      ExpectRefused(video == 0 ? layeredSource : diffSource, "Invalid range");
     }
     EXPECT_EQ(BytesOf(image), before);
   }
@@ -372,13 +321,14 @@ TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
     EXPECT_EQ(std::vector<std::uint32_t>(sizes, sizes + 4),
               std::vector<std::uint32_t>({1, 2, 3, 4}));
   };
-  std::vector<Bytes> damaged(9, good);
-  for (std::size_t i = 0; i < damaged.size(); ++i)
-    if (i < 5)
-      damaged[i].resize(std::array{std::size_t{0}, std::size_t{25}, std::size_t{111},
-                                   std::size_t{223}, good.size() - 9}[i]);
-    else
-      Put(damaged[i], 112 + std::array{64U, 76U, 80U, 92U}[i - 5], 0xFFFFFFFF);
+  std::vector<Bytes> damaged;
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{25}, std::size_t{111}, std::size_t{223}, good.size() - 9})
+    damaged.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+  for (const std::size_t at : {64U, 76U, 80U, 92U}) {
+    damaged.push_back(good);
+    Put(damaged.back(), 112 + at, 0xFFFFFFFF);
+  }
   for (const Bytes& frame : damaged) {
     expectNoSizes(frame);
     Decompose(frame, 0);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <vector>
 
 // Codecs and images as a client of the exports holds them.
@@ -63,5 +65,23 @@ struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
     return frame;
   }
 };
+
+// A frame of the records of its layers; nothing if none was handed out.
+inline std::optional<Bytes> JoinLayers(std::span<const Bytes> records) {
+  std::vector<ztlib_blob> blobs;
+  for (const Bytes& record : records)
+    blobs.push_back({record.data(), record.size()});
+  std::vector<const ztlib_blob*> pointers(records.size() + 1);  // the address of none is one too
+  for (std::size_t i = 0; i < blobs.size(); ++i)
+    pointers[i] = &blobs[i];
+  std::optional<Bytes> frame;
+  const auto receive = [](void* user, const void* data, std::uint32_t size) {
+    const auto* const bytes = static_cast<const std::uint8_t*>(data);
+    static_cast<std::optional<Bytes>*>(user)->emplace(bytes, bytes + size);
+  };
+  ztlib_composeFromLayers(&frame, receive, pointers.data(),
+                          static_cast<std::int32_t>(records.size()));
+  return frame;
+}
 
 }  // namespace codec_client

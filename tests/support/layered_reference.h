@@ -2,6 +2,7 @@
 
 #include "client/layered_tables.h"
 #include "include/ztlib.h"
+#include "tests/support/pixel_model.h"
 
 #include <algorithm>
 #include <array>
@@ -126,71 +127,35 @@ struct Codes {
   }
 };
 
-// One macroblock after the transform.
-struct Macroblock {
-  int y[16][16], u[8][8], v[8][8];
-};
-
-inline int Clamp(int value) {
-  return std::max(0, std::min(255, value));
+inline bool IsPairs(int format) {
+  return format == ZTLIB_YUYV || format == ZTLIB_UYVY;
 }
 
-// Y, U and V of each pixel of a macroblock at 1 / scale; `format` decides how chroma is spread.
-inline std::vector<std::array<int, 3>> PixelsOf(const Macroblock& from, int scale, int format) {
+// The planes of a macroblock after the transform, Y of 16 by 16 samples, U and V of 8 by 8.
+using Planes = std::array<std::array<std::array<int, 16>, 16>, 3>;
+
+// The pixels of a macroblock at 1 / scale; `format` decides how chroma is spread.
+inline Canvas PixelsOf(const Planes& planes, int scale, int format) {
   const int side = 16 / scale;
-  std::vector<std::array<int, 3>> pixels;
-  const auto mean = [](const int* first, int distance, int square) {
-    int sum = 0;
+  Canvas canvas(side, std::vector<Pixel>(side));
+  const auto mean = [&](int plane, int x, int y, int square) {
+    int sum = square * square / 2;
     for (int i = 0; i < square * square; ++i)
-      sum += first[i / square * distance + i % square];
-    return Clamp((sum + square * square / 2) / (square * square) + 128);
+      sum += planes[plane][y * square + i / square][x * square + i % square];
+    return std::clamp(sum / (square * square) + 128, 0, 255);
   };
   for (int y = 0; y < side; ++y)
     for (int x = 0; x < side; ++x) {
-      const int square = std::max(1, scale / 2);
-      const int cx = scale == 1 ? x / 2 : x * square, cy = scale == 1 ? y / 2 : y * square;
-      pixels.push_back({mean(&from.y[y * scale][x * scale], 16, scale),
-                        mean(&from.u[cy][cx], 8, square), mean(&from.v[cy][cx], 8, square)});
+      canvas[y][x][0] = mean(0, x, y, scale);
+      for (const int plane : {1, 2})
+        canvas[y][x][plane] =
+            scale == 1 ? mean(plane, x / 2, y / 2, 1) : mean(plane, x, y, scale / 2);
     }
-  const auto old = pixels;
-  for (int plane = 1; plane < 3 && scale == 1; ++plane) {
-    const auto was = [&](int x, int y) { return old[y * 16 + x][plane]; };
-    const auto now = [&](int x, int y) -> int& { return pixels[y * 16 + x][plane]; };
-    if (format == ZTLIB_YUYV || format == ZTLIB_UYVY) {
-      for (int y = 1; y <= 5; y += 2)
-        for (int x = 0; x < 16; ++x) {
-          now(x, y) = (3 * was(x, y) + was(x, y + 1) + 2) >> 2;
-          now(x, y + 1) = (now(x, y) + 3 * was(x, y + 1) + 2) >> 2;
-        }
-      continue;
-    }
-    for (int y = 1; y < 14; y += 2)
-      for (int x = 1; x < 14; x += 2)
-        for (int i = 0; i < 4; ++i) {
-          const int ax = x + i % 2, ay = y + i / 2, bx = x + 1 - i % 2, by = y + 1 - i / 2;
-          now(ax, ay) =
-              (9 * was(ax, ay) + 3 * was(bx, ay) + 3 * was(ax, by) + was(bx, by) + 8) >> 4;
-        }
-  }
-  return pixels;
-}
-
-inline void Store(std::uint8_t* row, int x, const std::array<int, 3>* pixel, int format) {
-  const auto [y, u, v] = pixel[0];
-  const auto byte = [](int value) { return static_cast<std::uint8_t>(Clamp(value)); };
-  if (format == ZTLIB_YUV || format == ZTLIB_RGB) {
-    const int three[2][3] = {
-        {y, u, v},
-        {y + ((u - 128) * 454 >> 8), (y * 256 + (u - 128) * -88 + (v - 128) * -183) >> 8,
-         y + ((v - 128) * 359 >> 8)}};
-    for (int i = 0; i < 3; ++i)
-      row[4 * x + i] = byte(three[format == ZTLIB_RGB][i]);
-  } else if (x % 2 == 0) {
-    const auto [y1, u1, v1] = pixel[1];
-    const int four[4] = {y, (u + u1 + 1) >> 1, y1, (v + v1 + 1) >> 1};
-    for (int i = 0; i < 4; ++i)
-      row[2 * x + i] = byte(four[format == ZTLIB_YUYV ? i : i ^ 1]);
-  }
+  if (scale == 1 && IsPairs(format)) BlendChromaRows(canvas);
+  if (scale == 1 && !IsPairs(format)) SmoothChroma(canvas, false);
+  for (std::vector<Pixel>& row : canvas)
+    if (format == ZTLIB_RGB) std::ranges::transform(row, row.begin(), YuvToRgb);
+  return canvas;
 }
 
 // Draws a coded picture, from its header on, over `picture` of width by height pixels.
@@ -224,7 +189,7 @@ inline void Draw(Bytes& picture, int width, int height, const Bytes& coded, int 
         values[layer] =
             codes[2 + layer].NextGroup(6 * m * (shells[layer][1] - shells[layer][0]), layer == 3);
       for (std::size_t i = 0; i < m; ++i) {
-        Macroblock macroblock;
+        Planes planes;
         for (int b = 0; b < 6; ++b) {
           std::int16_t block[64];
           for (int layer = 0; layer < 4; ++layer) {
@@ -237,19 +202,17 @@ inline void Draw(Bytes& picture, int width, int height, const Bytes& coded, int 
             }
           }
           idct8x8_mmx(block);
-          for (int k = 0; k < 64; ++k) {
-            if (b < 4) macroblock.y[b / 2 * 8 + k / 8][b % 2 * 8 + k % 8] = block[k];
-            if (b == 4) macroblock.u[k / 8][k % 8] = block[k];
-            if (b == 5) macroblock.v[k / 8][k % 8] = block[k];
-          }
+          for (int k = 0; k < 64; ++k)
+            planes[std::max(b - 3, 0)][(b < 4 ? b / 2 * 8 : 0) + k / 8]
+                  [(b < 4 ? b % 2 * 8 : 0) + k % 8] = block[k];
         }
         const int left = static_cast<int>(x + i) * side, top = static_cast<int>(row) * side;
         if (left + side > width || top + side > height) continue;
-        const auto pixels = PixelsOf(macroblock, scale, format);
-        const int rowSize = width * (format == ZTLIB_YUV || format == ZTLIB_RGB ? 4 : 2);
+        const Canvas pixels = PixelsOf(planes, scale, format);
         for (int k = 0; k < side * side; ++k)
-          Store(&picture[static_cast<std::size_t>(top + k / side) * rowSize], left + k % side,
-                &pixels[k], format);
+          StorePixel(&picture[static_cast<std::size_t>(top + k / side) * width *
+                              (IsPairs(format) ? 2 : 4)],
+                     left + k % side, pixels[k / side], k % side, format);
       }
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "include/ztlib.h"
+
 #include <array>
 #include <cstdint>
 #include <random>
@@ -36,4 +38,50 @@ inline Bytes EdgyBytes(std::size_t size) {
     byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
   }
   return bytes;
+}
+
+// A picture as rows of pixels.
+using Canvas = std::vector<std::vector<Pixel>>;
+
+// Chroma of halved size becomes that of full size: nine parts of its own, three each of the pixels
+// next to it and one of the diagonal one. Tiles of 16 by 16 are smoothed alone or all as one.
+inline void SmoothChroma(Canvas& canvas, bool acrossTiles) {
+  for (std::size_t y = 1; y + 1 < canvas.size(); y += 2)
+    for (std::size_t x = 1; x + 1 < canvas[y].size(); x += 2)
+      for (const std::size_t c : {1U, 2U}) {
+        if (!acrossTiles && (x % 16 == 15 || y % 16 == 15)) continue;
+        int &p = canvas[y][x][c], &q = canvas[y][x + 1][c];
+        int &r = canvas[y + 1][x][c], &s = canvas[y + 1][x + 1][c];
+        const auto mix = [p, q, r, s](int a, int b, int d, int e) {
+          return (a * p + b * q + d * r + e * s + 8) >> 4;
+        };
+        p = mix(9, 3, 3, 1);
+        q = mix(3, 9, 1, 3);
+        r = mix(3, 1, 9, 3);
+        s = mix(1, 3, 3, 9);
+      }
+}
+// For formats of pairs: rows 1 and 2, 3 and 4, 5 and 6 of each tile, the second of them with what
+// has become of the first.
+inline void BlendChromaRows(Canvas& canvas) {
+  for (std::size_t y = 1; y + 1 < canvas.size(); y += y % 16 == 5 ? 12 : 2)
+    for (std::size_t x = 0; x < canvas[y].size(); ++x)
+      for (const std::size_t c : {1U, 2U}) {
+        int &a = canvas[y][x][c], &b = canvas[y + 1][x][c];
+        a = (3 * a + b + 2) >> 2;
+        b = (a + 3 * b + 2) >> 2;
+      }
+}
+
+// Puts pixel `x` of `pixels` into a row of one of the formats from gray to UYVY, as pixel `at`.
+// Pairs share the mean of their chroma.
+inline void StorePixel(std::uint8_t* row, int at, const std::vector<Pixel>& pixels, int x,
+                       int format) {
+  const Pixel &p = pixels[x], &left = pixels[x - at % 2 * (format >= ZTLIB_YUYV)];
+  const int size = format == ZTLIB_GRAY ? 1 : 4, shift = format == ZTLIB_UYVY;
+  std::uint8_t* const bytes = row + size * (format >= ZTLIB_YUYV ? at / 2 : at);
+  bytes[format >= ZTLIB_YUYV ? shift + at % 2 * 2 : 0] = static_cast<std::uint8_t>(p[0]);
+  for (int c = 1; c <= 2 && size > 1; ++c)
+    bytes[format >= ZTLIB_YUYV ? 2 * c - 1 - shift : c] =
+        static_cast<std::uint8_t>((left[c] + p[c] + 1) >> 1);
 }

@@ -1,5 +1,6 @@
 #include "client/layered_encoder.h"
 #include "main/lib/calib/calibrator3d.h"
+#include "tests/support/calibration_tree.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -193,17 +194,8 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
 }
 
 TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
-  CCalibrator3DConfig record;
-  record.height.Set(1.8);
-  for (const int x : {4000, 8000}) {
-    CCalibrator3DLineConfig& mark = record.lines.Add();
-    mark.x0.Set(x);
-    mark.y0.Set(8000);
-    mark.x1.Set(x + 90);
-    mark.y1.Set(6000);
-  }
   CCalibrator3D calibrator;
-  calibrator.Configure(record.ToCData({}));
+  calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));
   const int calls = CallsOfTen([&] {
     CPointF ground, point;
     float meters = 0;

@@ -1,15 +1,7 @@
 #include "main/lib/imgproc/math_helper.h"
 
 #include "main/lib/base/logger.h"
-
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "tests/support/common.h"
 
 namespace {
 
