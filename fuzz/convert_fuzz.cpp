@@ -70,7 +70,8 @@ void RunCell(const CellKernels& table, std::uint8_t kernel, std::uint8_t* target
     case 5:
       return table.tilesToRgb(target, kernel / 10 % 2 ? tiles : unblended, count);
     case 6:
-      return table.tilesToYuv(target, kernel / 10 % 2 ? tiles : unblended, count);
+      return (kernel / 20 % 2 ? table.tilesToYuv : table.tilesToYuvAcross)(
+          target, kernel / 10 % 2 ? tiles : unblended, count);
     case 7:
       return table.tilesToYuyv(target, kernel / 10 % 3 ? tiles : unblended, kernel / 10 % 3 == 2,
                                count);
