@@ -2,7 +2,8 @@
 #include "client/console.h"
 #include "client/frame_pool.h"
 #include "client/inside/conversion.h"
-#include "client/picture_forms.h"
+#include "client/picture_io.h"
+#include "client/whole_file.h"
 
 #include <array>
 #include <cerrno>
@@ -31,14 +32,15 @@ std::size_t BytesOf(const CFrame& frame, int pixelFormat) {
 }
 
 // The sensor's mosaic and bools travel as gray pictures.
-PoolFramePtr ReadPicture(const CConvertOptions& options) {
+PoolFramePtr ReadPng(const CConvertOptions& options) {
   const bool isSingle =
       options.from == ZTLIB_GRAY || options.from == ZTLIB_BOOL8 || options.from == ZTLIB_RGBBAYER;
   if (!isSingle && options.from != ZTLIB_RGB)
     throw CError(Text("%s: a PNG file has pixels of bool8, gray, rgb or rgbbayer, not of %s",
                       options.input.c_str(), NameOf(options.from)));
   if (options.width > 0) throw CError("--size is for raw input, a PNG file has its own");
-  PoolFramePtr frame = ReadPng(options.input, isSingle ? ZTLIB_GRAY : ZTLIB_RGB);
+  PoolFramePtr frame =
+      ReadPicture(options.input, isSingle ? ZTLIB_GRAY : ZTLIB_RGB, EColour::refused);
   if (options.from == ZTLIB_BOOL8)
     for (std::size_t i = 0; i < BytesOf(*frame, ZTLIB_GRAY); ++i)
       frame->data[0][i] = frame->data[0][i] != 0;
@@ -81,14 +83,6 @@ int ShownFormat(int pixelFormat) {
   return pixelFormat == ZTLIB_BOOL8 || pixelFormat == ZTLIB_GRAY ? ZTLIB_GRAY : ZTLIB_RGB;
 }
 
-void WriteFile(const std::string& path, std::span<const std::uint8_t> bytes) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
-}
-
 std::string OutputName(const CConvertOptions& options) {
   if (!options.output.empty()) return options.output;
   const std::filesystem::path input = options.input;
@@ -101,7 +95,7 @@ std::string OutputName(const CConvertOptions& options) {
 }  // namespace
 
 int Convert(const CConvertOptions& options) {
-  const CConvertible source(IsPng(options.input) ? ReadPicture(options) : ReadRaw(options),
+  const CConvertible source(IsPng(options.input) ? ReadPng(options) : ReadRaw(options),
                             options.from);
   const CConvertible converted = ConvertFor(source, options);
   const CFrame* const frame = converted.Frame();
@@ -112,9 +106,9 @@ int Convert(const CConvertOptions& options) {
   if (IsPng(output)) {
     const int shown = ShownFormat(options.to);
     const CConvertible picture = converted.ConvertedTo(shown);
-    WriteFile(output, NewPngCoder()->Code(*picture.Frame()));
+    WritePng(output, *picture.Frame(), *NewPngCoder());
   } else {
-    WriteFile(output, {frame->data[0], BytesOf(*frame, options.to)});
+    WriteWholeFile(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
   }
   const CFrame& before = *source.Frame();
   Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),

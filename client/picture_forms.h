@@ -20,9 +20,6 @@ class IPngCoder {
 };
 [[nodiscard]] std::unique_ptr<IPngCoder> NewPngCoder();
 
-// A PNG file as ZTLIB_GRAY, which it has to be, or as ZTLIB_RGB. Needs FFmpeg.
-[[nodiscard]] PoolFramePtr ReadPng(const std::string& path, int pixelFormat);
-
 struct CPlane {
   const std::uint8_t* data = nullptr;
   std::ptrdiff_t stride = 0;

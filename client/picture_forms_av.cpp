@@ -70,23 +70,6 @@ std::unique_ptr<IPngCoder> NewPngCoder() {
   return std::make_unique<CPngCoder>();
 }
 
-PoolFramePtr ReadPng(const std::string& path, int pixelFormat) {
-  CMediaInput input(path);
-  const FramePtr picture = NewFrame();
-  if (!input.Next(*picture)) throw CError(path + ": no picture in it");
-  const auto format = static_cast<AVPixelFormat>(picture->format);
-  const bool isGray = pixelFormat == ZTLIB_GRAY;
-  if (isGray && av_pix_fmt_desc_get(format)->nb_components > 2)
-    throw CError(path + ": a picture in colour has no single value for a pixel; it is rgb");
-  PoolFramePtr result = NewPoolFrame(picture->width, picture->height, pixelFormat);
-  CScaler scaler;
-  const AVFrame& shown = scaler.Convert(*picture, isGray ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_BGR0,
-                                        picture->width, picture->height);
-  av_image_copy_plane(result->data[0], result->linesize[0], shown.data[0], shown.linesize[0],
-                      result->linesize[0], picture->height);
-  return result;
-}
-
 std::unique_ptr<IPlaneMaker> NewPlaneMaker(const AVFrame& first) {
   return std::make_unique<CPlaneMaker>(first);
 }

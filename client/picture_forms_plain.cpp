@@ -185,10 +185,6 @@ std::unique_ptr<IPngCoder> NewPngCoder() {
   return std::make_unique<CPngCoder>();
 }
 
-PoolFramePtr ReadPng(const std::string& path, int) {
-  throw CError(path + ": PNG files are read by FFmpeg, which this ztclient was built without");
-}
-
 std::unique_ptr<IPlaneMaker> NewPlaneMaker(const CFrame& first) {
   return std::make_unique<CPlaneMaker>(first);
 }

@@ -1,17 +1,15 @@
 #include "client/picture_io.h"
 
+#include "client/whole_file.h"
+
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+
+CError ColourError(const std::string& path) {
+  return CError(path + ": a picture in colour has no single value for a pixel; it is rgb");
+}
 
 void WritePng(const std::string& path, const CFrame& picture, IPngCoder& coder) {
-  const std::span<const std::uint8_t> bytes = coder.Code(picture);
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
+  WriteWholeFile(path, coder.Code(picture));
 }
 
 CCanvas CanvasOf(const CFrame& picture) {

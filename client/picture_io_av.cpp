@@ -4,12 +4,15 @@
 
 #include <algorithm>
 
-PoolFramePtr ReadPicture(const std::string& path, int pixelFormat) {
+PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
   CMediaInput input(path);
   const FramePtr read = NewFrame();
   if (!input.Next(*read)) throw CError(path + ": no picture in it");
-  CScaler scaler;
   const bool isGray = pixelFormat == ZTLIB_GRAY;
+  const auto format = static_cast<AVPixelFormat>(read->format);
+  if (isGray && colour == EColour::refused && av_pix_fmt_desc_get(format)->nb_components > 2)
+    throw ColourError(path);
+  CScaler scaler;
   const AVFrame& shown =
       scaler.Convert(*read, isGray ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_BGR0, read->width, read->height);
   PoolFramePtr picture = NewPoolFrame(shown.width, shown.height, pixelFormat);

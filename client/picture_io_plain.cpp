@@ -1,8 +1,7 @@
 #include "client/picture_io.h"
+#include "client/whole_file.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -79,6 +78,8 @@ class CPngReader {
     return channels < 3 ? CRgb{pixel[0], pixel[0], pixel[0]} : CRgb{pixel[0], pixel[1], pixel[2]};
   }
 
+  [[nodiscard]] bool IsInColour() const { return channels > 2; }
+
   int width = 0, height = 0;
 
  private:
@@ -150,15 +151,15 @@ class CPngReader {
 
 }  // namespace
 
-PoolFramePtr ReadPicture(const std::string& path, int pixelFormat) {
-  std::ifstream file(path, std::ios::binary);
-  const Bytes bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (!file.is_open()) throw CError(path + ": cannot open");
+PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
+  const std::string file = ReadWholeFile(path);
   CPngReader png;
-  if (!png.Read(bytes))
+  if (!png.Read({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()}))
     throw CError(path +
                  ": no plain PNG file; others are read by FFmpeg, which this ztclient was "
                  "built without");
+  if (pixelFormat == ZTLIB_GRAY && colour == EColour::refused && png.IsInColour())
+    throw ColourError(path);
   PoolFramePtr picture = NewPoolFrame(png.width, png.height, pixelFormat);
   for (int y = 0; y < png.height; ++y) {
     std::uint8_t* row = picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0];

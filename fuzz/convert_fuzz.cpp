@@ -70,7 +70,8 @@ void RunCell(const CellKernels& table, std::uint8_t kernel, std::uint8_t* target
     case 5:
       return table.tilesToRgb(target, kernel / 10 % 2 ? tiles : unblended, count);
     case 6:
-      return table.tilesToYuv(target, kernel / 10 % 2 ? tiles : unblended, count);
+      return (kernel / 20 % 2 ? table.tilesToYuv : table.tilesToYuvAcross)(
+          target, kernel / 10 % 2 ? tiles : unblended, count);
     case 7:
       return table.tilesToYuyv(target, target + 32 * count,
                                {source, source + 264, kernel / 10 % 2 ? source + 256 : nullptr,

@@ -35,6 +35,8 @@ TEST_F(ClientTest, ConvertTakesAMosaicFromAGrayPng) {
   ASSERT_EQ(Run("convert @mosaic.png --from gray --to rgb").status, 0);
   ASSERT_EQ(Run("convert @mosaic-rgb.png --from rgb --to gray --out @gray.raw").status, 0);
   EXPECT_EQ(ReadBytes(Path("gray.raw")), ReadBytes(Path("mosaic.raw")));
+  EXPECT_NE(Run("convert @mosaic-rgb.png --from bool8 --to gray").errors.find("; it is rgb"),
+            std::string::npos);
 }
 
 TEST_F(ClientTest, ConvertNamesWhatItCannotDo) {

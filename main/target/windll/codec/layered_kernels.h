@@ -13,18 +13,9 @@ struct LayeredKernels {
   DrawBlock drawSquares2;
   DrawBlock drawSquares4;
 
-  // The chroma of a macroblock, 8 rows of 8 bytes, for each of its pixels: 16 rows of 16. Bilinear
-  // inside, as it is at the four sides.
-  void (*spreadChroma)(std::uint8_t* target, std::size_t distance, const std::uint8_t* chroma);
-  // The same for pairs of pixels: 16 rows of 8. The first seven rows are softened downwards.
-  void (*spreadChromaToPairs)(std::uint8_t* target, std::size_t distance,
-                              const std::uint8_t* chroma);
-
   // Four-byte pixels of `count` bytes of each plane; the fourth byte of the target stays.
-  using Join = void (*)(std::uint8_t* target, const std::uint8_t* y, const std::uint8_t* u,
-                        const std::uint8_t* v, std::size_t count);
-  Join joinYuv;
-  Join joinRgb;
+  void (*joinYuv)(std::uint8_t* target, const std::uint8_t* y, const std::uint8_t* u,
+                  const std::uint8_t* v, std::size_t count);
 };
 
 // The kernels for this processor.

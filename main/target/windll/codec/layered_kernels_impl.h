@@ -155,135 +155,13 @@ void DrawSquares4(Byte* __restrict target, std::size_t distance, std::int16_t* c
   }
 }
 
-using Chroma = std::uint16_t __attribute__((vector_size(16)));
-
-inline Chroma LoadChroma(const Byte* row) {
-  return (Chroma)_mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row)),
-                                   _mm_setzero_si128());
-}
-
-// A row of pixels between two rows of chroma. Each takes three quarters of what is nearest on
-// either axis; the outer two have no neighbour and keep their chroma.
-inline void StoreBetween(Byte* target, Chroma near, Chroma far) {
-  const Chroma here = near * 3 + far;
-  const auto before = (Chroma)_mm_slli_si128((__m128i)here, 2);
-  const auto behind = (Chroma)_mm_srli_si128((__m128i)here, 2);
-  constexpr Chroma first = {0xFFFF};
-  constexpr Chroma last = {0, 0, 0, 0, 0, 0, 0, 0xFFFF};
-  const Chroma left = (here * 3 + before + 8) >> 4;
-  const Chroma right = (here * 3 + behind + 8) >> 4;
-  const Chroma pixels = ((left & ~first) | (near & first)) | ((right & ~last) | (near & last)) << 8;
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), (__m128i)pixels);
-}
-
-void SpreadChroma(Byte* __restrict target, std::size_t distance, const Byte* __restrict chroma) {
-  const auto storeRow = [target, distance](int row, Chroma values) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(target + static_cast<std::size_t>(row) * distance),
-                     (__m128i)(values | values << 8));
-  };
-  Chroma upper = LoadChroma(chroma);
-  storeRow(0, upper);
-  for (int i = 1; i < transformSide; ++i) {
-    const Chroma lower = LoadChroma(chroma + transformSide * i);
-    Byte* const row = target + static_cast<std::size_t>(2 * i - 1) * distance;
-    StoreBetween(row, upper, lower);
-    StoreBetween(row + distance, lower, upper);
-    upper = lower;
-  }
-  storeRow(15, upper);
-}
-
-void SpreadChromaToPairs(Byte* __restrict target, std::size_t distance,
-                         const Byte* __restrict chroma) {
-  for (std::size_t row = 0; row < 16; ++row)
-    std::memcpy(target + row * distance, chroma + row / 2 * transformSide, transformSide);
-  // Three rows and no more, and the lower one from what the upper one has just got.
-  for (std::size_t row = 1; row <= 5; row += 2) {
-    Byte* const upper = target + row * distance;
-    Byte* const lower = upper + distance;
-    for (int i = 0; i < transformSide; ++i) {
-      upper[i] = static_cast<Byte>((3 * upper[i] + lower[i] + 2) >> 2);
-      lower[i] = static_cast<Byte>((upper[i] + 3 * lower[i] + 2) >> 2);
-    }
-  }
-}
-
-// Three bytes of each pixel, a register of each.
-inline void StoreThree(Byte* target, V8 first, V8 second, V8 third) {
-  const auto store = [](Byte* p, V32 pixels) {
-    StoreVector(p, JoinFourthBytes(pixels, LoadVector(p)));
-  };
-  const auto storeHalf = [store](Byte* p, V16 low, V16 high) {
-    const TwoVectors pixels = InOrder(InterleaveLow(low, high), InterleaveHigh(low, high));
-    store(p, pixels.first);
-    store(p + sizeof(Vector), pixels.second);
-  };
-  const TwoVectors pairs = InOrder(InterleaveLow(first, second), InterleaveHigh(first, second));
-  const TwoVectors rest = InOrder(InterleaveLow(third, V8{}), InterleaveHigh(third, V8{}));
-  storeHalf(target, (V16)pairs.first, (V16)rest.first);
-  storeHalf(target + 2 * sizeof(Vector), (V16)pairs.second, (V16)rest.second);
-}
-
-inline void StoreThree(Byte* target, int first, int second, int third) {
-  target[0] = static_cast<Byte>(first);
-  target[1] = static_cast<Byte>(second);
-  target[2] = static_cast<Byte>(third);
-}
-
-// Blue, green and red of 16-bit luma and of chroma times 256 around 0.
-struct Rgb {
-  Rgb(V16 luma, V16 u, V16 v) {
-    const auto bare = [](V16 chroma) { return (S16)chroma >> 8; };
-    const S16 y = (S16)luma;
-    blue = y + MultiplyHigh((S16)u, S16{} + 454);
-    red = y + MultiplyHigh((S16)v, S16{} + 359);
-    // (-88 u - 183 v) >> 8 in halves, which stay within 16 bits.
-    green = y + ((bare(u) * -44 + bare(v) * -92 + (bare(v) >> 1)) >> 7);
-  }
-  S16 blue;
-  S16 green;
-  S16 red;
-};
-
-inline int ClampByte(int value) {
-  return value < 0 ? 0 : value > 255 ? 255 : value;
-}
-
-template <bool toRgb>
-void JoinPixels(Byte* __restrict target, const Byte* __restrict y, const Byte* __restrict u,
-                const Byte* __restrict v, std::size_t count) {
-  const auto vector = [=](std::size_t i) {
-    const auto luma = (V8)LoadVector(y + i);
-    const auto chromaU = (V8)LoadVector(u + i);
-    const auto chromaV = (V8)LoadVector(v + i);
-    if constexpr (toRgb) {
-      const auto wide = [](V16 chroma) { return chroma ^ 0x8000; };
-      const Rgb low(InterleaveLow(luma, V8{}), wide(InterleaveLow(V8{}, chromaU)),
-                    wide(InterleaveLow(V8{}, chromaV)));
-      const Rgb high(InterleaveHigh(luma, V8{}), wide(InterleaveHigh(V8{}, chromaU)),
-                     wide(InterleaveHigh(V8{}, chromaV)));
-      StoreThree(target + 4 * i, PackToBytes(low.blue, high.blue),
-                 PackToBytes(low.green, high.green), PackToBytes(low.red, high.red));
-    } else {
-      StoreThree(target + 4 * i, luma, chromaU, chromaV);
-    }
-  };
-  // The last register overlaps the one before it.
-  constexpr std::size_t size = sizeof(Vector);
-  if (count >= size) {
-    for (std::size_t i = 0; i < count - size; i += size)
-      vector(i);
-    return vector(count - size);
-  }
-  for (std::size_t i = 0; i < count; ++i) {
-    const int bareU = u[i] - 128;
-    const int bareV = v[i] - 128;
-    if constexpr (toRgb)
-      StoreThree(target + 4 * i, ClampByte(y[i] + (bareU * 454 >> 8)),
-                 ClampByte(y[i] + ((bareU * -88 + bareV * -183) >> 8)),
-                 ClampByte(y[i] + (bareV * 359 >> 8)));
-    else
-      StoreThree(target + 4 * i, y[i], u[i], v[i]);
+void JoinYuv(Byte* __restrict target, const Byte* __restrict y, const Byte* __restrict u,
+             const Byte* __restrict v, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i, target += 4) {
+    std::uint32_t pixel;
+    std::memcpy(&pixel, target, sizeof pixel);
+    pixel = (pixel & 0xff000000U) | y[i] | std::uint32_t{u[i]} << 8 | std::uint32_t{v[i]} << 16;
+    std::memcpy(target, &pixel, sizeof pixel);
   }
 }
 
@@ -291,10 +169,7 @@ constexpr LayeredKernels layeredKernels = {
     .drawSquares1 = DrawSquares1,
     .drawSquares2 = DrawSquares2,
     .drawSquares4 = DrawSquares4,
-    .spreadChroma = SpreadChroma,
-    .spreadChromaToPairs = SpreadChromaToPairs,
-    .joinYuv = JoinPixels<false>,
-    .joinRgb = JoinPixels<true>,
+    .joinYuv = JoinYuv,
 };
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include "main/target/windll/codec/layered_picture.h"
 
 #include "main/lib/base/debug.h"
-#include "main/target/windll/codec/plane_kernels.h"
 #include "main/target/windll/image/ztimage.h"
+#include "main/target/windll/image_convert/image_convert.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,14 +12,27 @@ namespace {
 constexpr std::size_t macroblockSide = 16;
 constexpr std::size_t blockSide = 8;
 
-bool IsPairs(PixelFormat format) {
-  return format == PixelFormat::YUYV || format == PixelFormat::UYVY;
-}
 bool IsFormat(PixelFormat format) {
-  return format == PixelFormat::RGB || format == PixelFormat::YUV || IsPairs(format);
+  return format == PixelFormat::RGB || format == PixelFormat::YUV || format == PixelFormat::YUYV ||
+         format == PixelFormat::UYVY;
 }
 bool IsScale(std::size_t scale) {
   return scale == 1 || scale == 2 || scale == 4 || scale == 8;
+}
+
+template <class T>
+void Grow(std::vector<T>& buffer, std::size_t size) {
+  buffer.resize(std::max(buffer.size(), size));
+}
+
+// Rows that follow each other.
+template <class Pixel>
+TCImageView<Pixel> ViewOf(std::vector<Pixel>& pixels, std::int32_t dx, std::int32_t dy) {
+  TCImageView<Pixel> view;
+  view.data = pixels.data();
+  view.scanline = view.dx = dx;
+  view.dy = dy;
+  return view;
 }
 
 std::int16_t Dequantised(std::int16_t coefficient, std::int32_t factor) {
@@ -27,11 +40,6 @@ std::int16_t Dequantised(std::int16_t coefficient, std::int32_t factor) {
 }
 
 }  // namespace
-
-void LayeredPicture::Plane::Resize(std::size_t width, std::size_t rows) {
-  distance = width;
-  pixels.resize(std::max(pixels.size(), width * rows));
-}
 
 void LayeredPicture::Refuse() const {
   ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
@@ -96,13 +104,21 @@ void LayeredPicture::Draw(CZTImage& out) {
   MakePlaces();
   const std::size_t group = std::min<std::size_t>(header.groupSize, across);
   const std::size_t groupDrawn = std::min(group, drawn);
-  coefficients.resize(std::max(coefficients.size(), groupDrawn * macroblockSize));
-  detailed.resize(std::max(detailed.size(), groupDrawn * blocksPerMacroblock));
-  luma.Resize(drawn * side, side);
-  const bool halfChroma = scale == 1 && IsPairs(format);
-  for (Plane& plane : chroma)
-    plane.Resize(drawn * (halfChroma ? side / 2 : side), side);
+  Grow(coefficients, groupDrawn * macroblockSize);
+  Grow(detailed, groupDrawn * blocksPerMacroblock);
+  if (scale == 1) {
+    Grow(tiles, drawn);
+  } else {
+    planeDistance = drawn * side;
+    for (auto& plane : planes)
+      Grow(plane, planeDistance * side);
+    if (format != PixelFormat::YUV) Grow(pixels, planeDistance * side);
+  }
 
+  const auto store = format == PixelFormat::RGB    ? &LayeredPicture::StoreRow<RgbImageView>
+                     : format == PixelFormat::YUV  ? &LayeredPicture::StoreRow<YuvImageView>
+                     : format == PixelFormat::YUYV ? &LayeredPicture::StoreRow<YuyvImageView>
+                                                   : &LayeredPicture::StoreRow<UyvyImageView>;
   for (std::size_t row = 0; row < rows; ++row) {
     for (std::size_t x = 0; x < across; x += group) {
       const std::size_t count = std::min(group, across - x);
@@ -112,7 +128,7 @@ void LayeredPicture::Draw(CZTImage& out) {
         DrawMacroblock(&coefficients[i * macroblockSize], &detailed[i * blocksPerMacroblock],
                        x + i);
     }
-    JoinRows(out, row * side, drawn * side);
+    (this->*store)(out, row, drawn);
   }
 }
 
@@ -133,7 +149,7 @@ void LayeredPicture::DecodeStreams() {
 LayeredBytes LayeredPicture::DecodeStream(std::vector<std::uint8_t>& bytes, std::uint32_t offset,
                                           std::uint32_t count) {
   static_assert(LayeredBytes::slack <= LayeredCode::slack);
-  bytes.resize(std::max(bytes.size(), count + LayeredCode::slack));
+  Grow(bytes, count + LayeredCode::slack);
   code.Decode(bytes.data(), count, CodedAt(offset));
   return {bytes.data(), bytes.data() + count};
 }
@@ -198,23 +214,17 @@ void LayeredPicture::ReadShell(std::size_t count, std::size_t wanted) {
 void LayeredPicture::DrawMacroblock(std::int16_t* blocks, const std::uint8_t* isDetailed,
                                     std::size_t x) {
   const std::size_t side = blockSide / scale;
-  for (std::size_t block = 0; block < lumaBlocks; ++block)
-    DrawBlock(luma.At((2 * x + block % 2) * side, block / 2 * side), luma.distance, scale,
-              blocks + block * blockSize, isDetailed[block]);
-  for (std::size_t i = 0; i < 2; ++i) {
-    const std::size_t block = lumaBlocks + i;
-    Plane& plane = chroma[i];
-    if (scale > 1) {
-      DrawBlock(plane.At(2 * x * side, 0), plane.distance, scale / 2, blocks + block * blockSize,
+  for (std::size_t block = 0; block < blocksPerMacroblock; ++block, blocks += blockSize) {
+    if (scale == 1) {
+      auto* const samples = reinterpret_cast<std::uint8_t*>(&tiles[x]);
+      DrawBlock(samples + block * blockSize, blockSide, 1, blocks, isDetailed[block]);
+    } else if (block < lumaBlocks) {
+      DrawBlock(&planes[0][block / 2 * side * planeDistance + (2 * x + block % 2) * side],
+                planeDistance, scale, blocks, isDetailed[block]);
+    } else {
+      DrawBlock(&planes[block - lumaBlocks + 1][2 * x * side], planeDistance, scale / 2, blocks,
                 isDetailed[block]);
-      continue;
     }
-    std::uint8_t samples[blockSize];
-    DrawBlock(samples, blockSide, 1, blocks + block * blockSize, isDetailed[block]);
-    if (IsPairs(format))
-      kernels.spreadChromaToPairs(plane.At(x * blockSide, 0), plane.distance, samples);
-    else
-      kernels.spreadChroma(plane.At(x * macroblockSide, 0), plane.distance, samples);
   }
 }
 
@@ -236,28 +246,28 @@ void LayeredPicture::DrawBlock(std::uint8_t* target, std::size_t distance, std::
     std::memset(target + row * distance, value, side);
 }
 
-void LayeredPicture::JoinRows(CZTImage& out, std::size_t top, std::size_t width) {
-  const auto distance = static_cast<std::size_t>(out.GetScanlineSize());
-  std::uint8_t* target = out.GetPtrAs<std::uint8_t>() + top * distance;
-  for (std::size_t row = 0; row < macroblockSide / scale; ++row, target += distance) {
-    const std::uint8_t* const y = luma.At(0, row);
-    const std::uint8_t* u = chroma[0].At(0, row);
-    const std::uint8_t* v = chroma[1].At(0, row);
-    if (!IsPairs(format)) {
-      const auto join = format == PixelFormat::RGB ? kernels.joinRgb : kernels.joinYuv;
-      join(target, y, u, v, width);
-      continue;
-    }
-    if (scale > 1) {
-      for (std::size_t i = 0; i < 2; ++i) {
-        pairs[i].resize(std::max(pairs[i].size(), width / 2));
-        const std::uint8_t* const wide = chroma[i].At(0, row);
-        Planes().meanOfPairs(pairs[i].data(), wide, wide, width / 2);
-      }
-      u = pairs[0].data();
-      v = pairs[1].data();
-    }
-    const auto join = format == PixelFormat::YUYV ? Planes().joinYuyv : Planes().joinUyvy;
-    join(target, y, u, v, width / 2);
+template <class View>
+void LayeredPicture::StoreRow(const CZTImage& out, std::size_t row, std::size_t drawn) {
+  const auto side = static_cast<std::int32_t>(macroblockSide / scale);
+  const auto count = static_cast<std::int32_t>(drawn);
+  const std::int32_t width = count * side;
+  auto target =
+      View::MapOf(out.GetView<typename View::Pixel>(),
+                  {0, static_cast<std::int32_t>(row) * side, width / View::Traits::sampleDx, side});
+  constexpr bool isYuv = View::Traits::format == PixelFormat::YUV;
+  if (scale == 1) {
+    const Yuv420ImageView source = ViewOf(tiles, count, 1);
+    if constexpr (isYuv)
+      ConvertTilesAlone(target, source);
+    else
+      Convert(target, source);
+    return;
   }
+  YuvImageView yuv = ViewOf(pixels, width, side);
+  if constexpr (isYuv) yuv = target;
+  for (std::int32_t y = 0; y < side; ++y) {
+    const std::size_t at = static_cast<std::size_t>(y) * planeDistance;
+    kernels.joinYuv(yuv.RowBytes(y), &planes[0][at], &planes[1][at], &planes[2][at], planeDistance);
+  }
+  if constexpr (!isYuv) Convert(target, yuv);
 }

@@ -45,15 +45,8 @@ class LayeredPicture {
     std::uint16_t at;
     std::uint16_t factor;
   };
-  // A row of macroblocks as pixels.
-  struct Plane {
-    std::vector<std::uint8_t> pixels;
-    std::size_t distance = 0;
-    void Resize(std::size_t width, std::size_t rows);
-    [[nodiscard]] std::uint8_t* At(std::size_t x, std::size_t y) {
-      return &pixels[y * distance + x];
-    }
-  };
+  using Tile = TTYUV420Block<unsigned char>;
+  static_assert(sizeof(Tile) == macroblockSize);
 
   [[nodiscard]] bool UsesLayer(std::size_t layer) const;
   [[nodiscard]] Bytes CodedAt(std::uint32_t offset) const;
@@ -72,7 +65,8 @@ class LayeredPicture {
   void DrawMacroblock(std::int16_t* blocks, const std::uint8_t* isDetailed, std::size_t x);
   void DrawBlock(std::uint8_t* target, std::size_t distance, std::size_t square,
                  std::int16_t* block, bool isDetailed) const;
-  void JoinRows(CZTImage& out, std::size_t top, std::size_t width);
+  template <class View>
+  void StoreRow(const CZTImage& out, std::size_t row, std::size_t drawn);
 
   const LayeredKernels& kernels = Layered();
   const char* source;
@@ -95,7 +89,10 @@ class LayeredPicture {
   // Blocks in which more than the first coefficient is there.
   std::vector<std::uint8_t> detailed;
 
-  Plane luma;
-  Plane chroma[2];
-  std::vector<std::uint8_t> pairs[2];  // chroma of a row, for formats of pairs
+  // A row of macroblocks: tiles at full size, otherwise planes of as many samples each, and the
+  // pixels of them on the way to another format.
+  std::vector<Tile> tiles;
+  std::vector<std::uint8_t> planes[LayeredHeader::planes];
+  std::size_t planeDistance = 0;
+  std::vector<TTYUV<unsigned char>> pixels;
 };

@@ -55,9 +55,10 @@ struct CellKernels {
   void (*blockBorderToRgb)(std::uint8_t* target, const std::uint8_t* groups, int left, int right,
                            std::size_t count);
 
-  // Chroma is smoothed across the tiles of the row for YUV and inside of each for RGB.
+  // Chroma is smoothed inside of each tile, or across the tiles of the row.
   Tiles tilesToRgb;
   Tiles tilesToYuv;
+  Tiles tilesToYuvAcross;
   // Chroma is blended three to one with that below, and then with what those pixels have got.
   TilePairs tilesToYuyv;
   TilePairs tilesToUyvy;

@@ -16,4 +16,7 @@ inline void Convert(YuvImageView& target, const UyvyImageView& source) {
 }
 // Leaves a border of two pixels.
 void Convert(YuvImageView& target, const BayerBlockImageView& source);
+// Smooths chroma across the tiles.
 void Convert(YuvImageView& target, const Yuv420ImageView& source);
+// The same with every tile alone, as it becomes RGB.
+void ConvertTilesAlone(YuvImageView& target, const Yuv420ImageView& source);

@@ -52,6 +52,19 @@ void ForTileRows(TCImageView<Pixel>& target, const Yuv420ImageView& source, Conv
   }
 }
 
+// Every tile is smoothed alone.
+template <class Pixel>
+void ConvertTilesAlone(TCImageView<Pixel>& target, const Yuv420ImageView& source,
+                       CellKernels::Tiles kernel) {
+  ForTileRows(
+      target, source,
+      [=](std::uint8_t* to, const auto* tile, std::int32_t row, std::size_t across) {
+        const bool isEdge = row == 0 || row == tileSize - 1;
+        const std::int32_t beside = isEdge ? row : row % 2 == 0 ? row - 1 : row + 1;
+        kernel(to, {LumaOf(tile, row), ChromaOf(tile, row), ChromaOf(tile, beside)}, across);
+      });
+}
+
 // Chroma is blended between rows 1 and 2, 3 and 4, 5 and 6 of a tile. The lower half keeps its
 // steps: that is how these formats are, not an oversight.
 template <class Pixel>
@@ -109,20 +122,17 @@ void Convert(YuvImageView& target, const Yuv420ImageView& source) {
           const std::int32_t neighbour = row % 2 == 0 ? y - 1 : y + 1;
           beside = ChromaOf(source.PtrAt(0, neighbour / tileSize), neighbour % tileSize);
         }
-        Cells().tilesToYuv(to, {LumaOf(tile, row), chroma, beside}, across);
+        Cells().tilesToYuvAcross(to, {LumaOf(tile, row), chroma, beside}, across);
         ++y;
       });
 }
 
-// Every tile is smoothed alone.
+void ConvertTilesAlone(YuvImageView& target, const Yuv420ImageView& source) {
+  ConvertTilesAlone(target, source, Cells().tilesToYuv);
+}
+
 void Convert(RgbImageView& target, const Yuv420ImageView& source) {
-  ForTileRows(target, source,
-              [](std::uint8_t* to, const auto* tile, std::int32_t row, std::size_t across) {
-                const bool isEdge = row == 0 || row == tileSize - 1;
-                const std::int32_t beside = isEdge ? row : row % 2 == 0 ? row - 1 : row + 1;
-                Cells().tilesToRgb(
-                    to, {LumaOf(tile, row), ChromaOf(tile, row), ChromaOf(tile, beside)}, across);
-              });
+  ConvertTilesAlone(target, source, Cells().tilesToRgb);
 }
 
 void Convert(YuyvImageView& target, const Yuv420ImageView& source) {

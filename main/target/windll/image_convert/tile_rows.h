@@ -128,7 +128,6 @@ struct TileChroma {
 };
 
 struct TileYuv {
-  static constexpr bool acrossTiles = true;
   static constexpr int bias = 0;
 
   static void Store(Byte* target, V8 luma, const TileChroma& u, const TileChroma& v) {
@@ -143,7 +142,6 @@ struct TileYuv {
 };
 
 struct TileRgb {
-  static constexpr bool acrossTiles = false;
   static constexpr int bias = 128;
 
   static void Store(Byte* target, V8 luma, const TileChroma& u, const TileChroma& v) {
@@ -175,9 +173,9 @@ struct TileRgb {
   };
 };
 
-template <class Pixels>
+template <class Pixels, bool acrossTiles>
 void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tiles) {
-  using Buffer = TileBuffer<Pixels::acrossTiles>;
+  using Buffer = TileBuffer<acrossTiles>;
   Buffer buffer;
   const std::size_t toNeighbour = row.beside != row.chroma;
   const auto store = [&](Byte* to, std::size_t slot, V8 luma) {
@@ -192,7 +190,7 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
     // One tile: the other half of the register repeats it and goes nowhere.
     for (std::size_t slot = 0; slot < tilesPerVector; ++slot)
       buffer.Gather(slot, row, 0);
-    if constexpr (Pixels::acrossTiles) buffer.GatherEnds(row, 0, 1, 1);
+    if constexpr (acrossTiles) buffer.GatherEnds(row, 0, 1, 1);
     Byte pixels[tilesPerVector * tilePixelBytes];
     std::memcpy(pixels, target, tilePixelBytes);
     store(pixels, 0, LoadLuma(row.luma, true));
@@ -203,7 +201,7 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
     count = tiles - tile <= Buffer::capacity ? tiles - tile : Buffer::capacity - 1;
     for (std::size_t slot = 0; slot < count; ++slot)
       buffer.Gather(slot, row, tile + slot);
-    if constexpr (Pixels::acrossTiles) buffer.GatherEnds(row, tile, count, tiles);
+    if constexpr (acrossTiles) buffer.GatherEnds(row, tile, count, tiles);
     ForRange<tilesPerVector>(
         0, count,
         [&](std::size_t slot) {
