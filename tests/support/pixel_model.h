@@ -77,11 +77,17 @@ inline void BlendChromaRows(Canvas& canvas) {
 // Pairs share the mean of their chroma.
 inline void StorePixel(std::uint8_t* row, int at, const std::vector<Pixel>& pixels, int x,
                        int format) {
-  const Pixel &p = pixels[x], &left = pixels[x - at % 2 * (format >= ZTLIB_YUYV)];
-  const int size = format == ZTLIB_GRAY ? 1 : 4, shift = format == ZTLIB_UYVY;
-  std::uint8_t* const bytes = row + size * (format >= ZTLIB_YUYV ? at / 2 : at);
-  bytes[format >= ZTLIB_YUYV ? shift + at % 2 * 2 : 0] = static_cast<std::uint8_t>(p[0]);
-  for (int c = 1; c <= 2 && size > 1; ++c)
-    bytes[format >= ZTLIB_YUYV ? 2 * c - 1 - shift : c] =
-        static_cast<std::uint8_t>((left[c] + p[c] + 1) >> 1);
+  const Pixel& p = pixels[x];
+  const auto put = [row](int byte, int value) { row[byte] = static_cast<std::uint8_t>(value); };
+  if (format == ZTLIB_GRAY) return put(at, p[0]);
+  if (format < ZTLIB_YUYV) {
+    for (int c = 0; c < 3; ++c)
+      put(4 * at + c, p[c]);
+    return;
+  }
+  const Pixel& left = pixels[x - at % 2];
+  const int shift = format == ZTLIB_UYVY;
+  put(2 * at + shift, p[0]);
+  for (int c = 1; c <= 2; ++c)
+    put(at / 2 * 4 + 2 * c - 1 - shift, (left[c] + p[c] + 1) >> 1);
 }
