@@ -20,6 +20,7 @@ struct CPaint {
   float opacity = 1;
 };
 
+// A picture that is painted shape by shape, in daylight colours of 0 to 255.
 class CCanvas {
  public:
   struct CPixel {

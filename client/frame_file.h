@@ -11,6 +11,7 @@
 
 // A .zts file is coded frames back to back, each as long as the `totalSize` in its header says.
 
+// Writes one. Failures throw CError.
 class CFrameFileWriter {
  public:
   explicit CFrameFileWriter(const std::string& path);
@@ -38,6 +39,7 @@ struct CDamage {
   std::string text;
 };
 
+// Walks through one as far as its sizes lead. Failures to read throw CError.
 class CFrameFileReader {
  public:
   // `minSize` is that of the shortest frame; layers are shorter than whole frames.

@@ -67,6 +67,7 @@ struct CEncoderSettings {
   int listBits = 6;
 };
 
+// Makes a coded frame of an image: the library's encoders, and those of formats it only decodes.
 class IPictureEncoder {
  public:
   virtual ~IPictureEncoder() = default;
@@ -93,6 +94,7 @@ class CEncoder : public IPictureEncoder {
 // A JPEG file as a frame of plain MJPEG.
 [[nodiscard]] std::vector<std::uint8_t> WrapJpeg(std::span<const std::uint8_t> jpeg);
 
+// A decoder that follows the format of the frames it gets.
 class CDecoder {
  public:
   CDecoder(int scaleDown, int pixelFormat);

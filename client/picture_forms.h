@@ -12,6 +12,7 @@
 // The forms in which decoded pictures are written, made by FFmpeg or, in a client without it, by
 // code of our own.
 
+// Makes PNG files.
 class IPngCoder {
  public:
   virtual ~IPngCoder() = default;
@@ -26,6 +27,7 @@ struct CPlane {
   int columns = 0, rows = 0;
 };
 
+// Makes the planes of a YUV4MPEG2 stream.
 class IPlaneMaker {
  public:
   virtual ~IPlaneMaker() = default;

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+// What an alarm detector is and how it alarms. Times in milliseconds, the limit in frames a second.
 class AAlarmDetectorBaseConfiguration : public CDataFairy<AAlarmDetectorBaseConfiguration> {
  public:
   // An empty identity becomes a new one.

@@ -3,6 +3,7 @@
 #include "main/lib/alarm_mgr/a_alarm_detector_base.h"
 #include "main/lib/vca/a_vca_base.h"
 
+// The same for a detector of pictures, which adds nothing.
 class AAlarmDetectorVideoConfiguration : public AAlarmDetectorBaseConfiguration {
  public:
   using AAlarmDetectorBaseConfiguration::AAlarmDetectorBaseConfiguration;

@@ -32,6 +32,8 @@ template <class T>
 inline std::atomic<IComponent*> instanceCache{nullptr};
 }  // namespace component_detail
 
+// Makes the long-lived services when somebody asks for them, and deletes them in reverse order.
+// Threads may ask at once.
 class CComponentRepository {
  public:
   using TypeId = component_detail::TypeId;

@@ -17,16 +17,19 @@ class CException : public std::exception {
   char text[512] = {};
 };
 
+// A data tree without the element that is asked for, or with one of another kind.
 class CDataException : public CException {
  public:
   using CException::CException;
 };
 
+// A lock that is misused or that the system refuses.
 class CSynchronException : public CException {
  public:
   using CException::CException;
 };
 
+// A pattern that is none.
 class CRegexException : public CException {
  public:
   using CException::CException;

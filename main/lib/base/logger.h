@@ -32,6 +32,7 @@ class CFunctionLogStream : public ILogStream {
 #define ZT_PRINTF_LIKE(text, values) __attribute__((format(printf, text, values)))
 #endif
 
+// Where the library's log lines go. Any thread may log.
 class ILogger : public IComponent {
  public:
   // Three operations of loggers on other targets; without effect here.

@@ -6,6 +6,7 @@
 
 // Locks over POSIX threads. Misuse throws CSynchronException; destructors never throw, they print.
 
+// A mutex of one of three kinds, held by one thread.
 class CMutex {
  public:
   enum class Kind : int {
@@ -54,6 +55,7 @@ class CConditionMutex : public CMutex {
   pthread_cond_t condition;
 };
 
+// Held by many readers or one writer.
 class CRWMutex {
  public:
   CRWMutex();

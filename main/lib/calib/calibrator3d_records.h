@@ -25,6 +25,7 @@ class CCalibrator3DConfig : public CCalibrator2DConfig {
   CFairySimpleItem<double> height{*this, Tok::RefDistanceMeter, 1, 0.0};
 };
 
+// A point in virtual units.
 class CCalibrator3DLinePoint : public CDataFairy<CCalibrator3DLinePoint> {
  public:
   CCalibrator3DLinePoint();
@@ -74,6 +75,7 @@ class CCalibrator3DInfoAdditionalPoints : public CDataFairy<CCalibrator3DInfoAdd
   CFairySimpleItem<double> verticalY{*this, Tok::RefVpointY};
 };
 
+// What a calibration came to, for clients to draw.
 class CCalibrator3DInfo : public CDataFairy<CCalibrator3DInfo> {
  public:
   CCalibrator3DInfo();

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+// In pixels.
 struct Size {
   std::int64_t width = 0;
   std::int64_t height = 0;

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 
+// When a frame was taken. The first two words are those of cameras and stay 0 here.
 struct FrameTime {
   std::int64_t first = 0;
   std::int64_t second = 0;

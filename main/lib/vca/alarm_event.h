@@ -7,6 +7,7 @@
 
 // What alarm detectors tell about themselves.
 
+// What a detector is doing.
 struct DetectorState {
   enum Enum : std::int32_t {
     dsNotConfigured,
@@ -21,6 +22,7 @@ struct DetectorState {
   [[nodiscard]] static const char* ToText(std::int32_t value);
 };
 
+// What an event of a detector tells.
 struct DetectorEventType {
   enum Enum : std::int32_t { detSimpleEvent, detSignal, detRestore, detUnknown };
   // Any other value is "detUnknown", and so is any other text.

@@ -15,6 +15,7 @@
 // flat forms. A tree is used by one thread at a time; only the bytes of a CBinData may be shared
 // between trees of different threads.
 
+// A globally unique identifier, its bytes in the order of its text.
 struct CGuid {
   std::uint8_t bytes[16] = {};
   [[nodiscard]] bool IsEmpty() const;

@@ -23,6 +23,7 @@ inline constexpr Token TokenCount = 826;
 static_assert(Tok::Config == 76 && Tok::Default == 100 && Tok::Minimum == 440 &&
               Tok::Options == 488 && Tok::Enum == 818 && Tok::Enum + 8 == TokenCount);
 
+// A name of the table and its NameHash.
 struct TokenRow {
   std::string_view text;
   std::uint64_t hash;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+// A value and its text in trees.
 struct CEnumerationEntry {
   std::int32_t value;
   const char* name;
@@ -35,6 +36,7 @@ class CEnumerationBase : public AFairyItem {
   std::vector<CEnumerationEntry> entries;
 };
 
+// An item of an enumeration, which trees hold as text.
 template <class E>
 class CEnumeration : public CEnumerationBase {
  public:

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+// Motion detection: times in milliseconds and the list of its areas, each with keys of its own.
 class CVCASimpleMotionConfiguration : public AVCABaseConfiguration {
  public:
   CVCASimpleMotionConfiguration();

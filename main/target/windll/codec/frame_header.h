@@ -22,6 +22,7 @@ enum FrameType : std::uint32_t {
   frameTypeReference = 5    // changed blocks, which also become the reference
 };
 
+// The header of every coded frame. docs/formats.md has the table of its bytes.
 struct FrameHeader {
   static constexpr std::uint32_t size = 112;
   // Enough of a frame to know its video format.

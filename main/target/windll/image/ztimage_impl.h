@@ -56,6 +56,7 @@ class CZTImageImplBase {
   virtual void Recreate(int dx, int dy) = 0;
 };
 
+// A picture of one pixel type: a view of a client's frame, which it shares with its copies.
 template <class T>
 class TCZTImageImpl final : public CZTImageImplBase {
  public:
