@@ -24,11 +24,12 @@ inline __m128i LoadHalf(const Byte* p) {
   return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
 }
 inline __m128i LoadUpperHalf(const Byte* p) {
-  const auto* const half = reinterpret_cast<const double*>(p);
+  double half;
+  std::memcpy(&half, p, sizeof half);
 #if defined(__AVX2__)
-  return _mm_castpd_si128(_mm_loaddup_pd(half));  // no work for the units that shuffle
+  return _mm_castpd_si128(_mm_set1_pd(half));  // no work for the units that shuffle
 #else
-  return _mm_castpd_si128(_mm_loadh_pd(__m128d{}, half));
+  return _mm_castpd_si128(_mm_loadh_pd(__m128d{}, &half));
 #endif
 }
 using Eight = std::uint16_t __attribute__((vector_size(16)));
