@@ -58,7 +58,10 @@ CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
   const std::uint64_t row = std::uint64_t(width / shape.width) * std::uint64_t(shape.bytes);
   const std::uint64_t rows = std::uint64_t(height / shape.height);
   if (row * rows == 0 || row * rows > maxPictureBytes) return nullptr;
-  return MakeFrame(width, height, pixelFormat, row, rows).release();
+  FramePtr frame = MakeFrame(width, height, pixelFormat, row, rows);
+  // Fourth bytes and the borders of sensor pictures stay as they are here, also in files.
+  if (frame) std::fill_n(frame->data[0], row * rows, std::uint8_t{0});
+  return frame.release();
 }
 
 void CFramePool::Release(CFrame* frame) noexcept {

@@ -2,13 +2,12 @@
 
 #include "main/target/windll/codec/idct8x8_transform.h"
 #include "main/target/windll/codec/layered_kernels_variants.h"
-#include "main/target/windll/image_convert/row_vectors.h"
+#include "main/target/windll/image_convert/pixel_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and
 // no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
 
-using Byte = std::uint8_t;
 using Numbers = Wrapped<V32, S32>;
 using Samples = std::int16_t[transformSide * transformSide];
 
@@ -157,12 +156,8 @@ void DrawSquares4(Byte* __restrict target, std::size_t distance, std::int16_t* c
 
 void JoinYuv(Byte* __restrict target, const Byte* __restrict y, const Byte* __restrict u,
              const Byte* __restrict v, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i, target += 4) {
-    std::uint32_t pixel;
-    std::memcpy(&pixel, target, sizeof pixel);
-    pixel = (pixel & 0xff000000U) | y[i] | std::uint32_t{u[i]} << 8 | std::uint32_t{v[i]} << 16;
-    std::memcpy(target, &pixel, sizeof pixel);
-  }
+  for (std::size_t i = 0; i < count; ++i)
+    StorePixel(target + 4 * i, y[i] | Word{u[i]} << 8 | Word{v[i]} << 16);
 }
 
 constexpr LayeredKernels layeredKernels = {

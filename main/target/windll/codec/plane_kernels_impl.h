@@ -1,24 +1,11 @@
 #pragma once
 
 #include "main/target/windll/codec/plane_kernels_variants.h"
-
-#include <cstring>
+#include "main/target/windll/image_convert/pixel_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and
 // no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
-
-using Byte = std::uint8_t;
-using Word = std::uint32_t;
-
-inline Word Load(const Byte* p) {
-  Word word;
-  std::memcpy(&word, p, sizeof word);
-  return word;
-}
-inline void Store(Byte* p, Word word) {
-  std::memcpy(p, &word, sizeof word);
-}
 
 void SplitYuv(Byte* __restrict y, Byte* __restrict u, Byte* __restrict v,
               const Byte* __restrict yuv, std::size_t count) {
