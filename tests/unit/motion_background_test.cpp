@@ -139,14 +139,12 @@ class MotionBackground : public testing::Test {
 };
 
 template <class T>
-void ExpectSameRows(const TCImageX<T, long long>& image, const std::vector<T>& expected) {
-  ASSERT_EQ(static_cast<std::size_t>(image.GetDx() * image.GetDy()), expected.size());
-  for (long long y = 0; y < image.GetDy() && image.Assigned(); ++y)
-    ASSERT_EQ(
-        std::memcmp(image.GetPtr() + y * image.GetScanline(), expected.data() + y * image.GetDx(),
-                    static_cast<std::size_t>(image.GetDx()) * sizeof(T)),
-        0)
-        << "row " << y;
+bool Same(const TCImageX<T, long long>& image, const std::vector<T>& expected) {
+  bool same = image.GetDx() * image.GetDy() == std::ssize(expected);
+  for (long long y = 0; same && y < image.GetDy() && image.GetDx() > 0; ++y)
+    same = std::memcmp(image.GetPtr() + y * image.GetScanline(), &expected[y * image.GetDx()],
+                       static_cast<std::size_t>(image.GetDx()) * sizeof(T)) == 0;
+  return same;
 }
 
 TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
@@ -190,10 +188,9 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
         const std::int64_t expected = reference.Process(image, width, height, now);
         ASSERT_EQ(model.ProcessImage({width, height, image.data(), width}, &now), expected)
             << number;
-        ExpectSameRows(model.GetMean(), reference.mean);
-        ExpectSameRows(model.GetVariance(), reference.variance);
-        ExpectSameRows(model.GetMotion(), reference.motion);
-        ASSERT_FALSE(HasFailure()) << "frame " << number;
+        ASSERT_TRUE(Same(model.GetMean(), reference.mean)) << number;
+        ASSERT_TRUE(Same(model.GetVariance(), reference.variance)) << number;
+        ASSERT_TRUE(Same(model.GetMotion(), reference.motion)) << number;
         ASSERT_EQ(model.GetHighVarianceCount(), reference.high) << number;
         ASSERT_EQ(model.GetFrameRate(), reference.frameRate) << number;
         if (reference.learned == 32) {
@@ -220,8 +217,7 @@ TEST_F(MotionBackground, StillSceneDecaysToZeroAndTheCallersModeStays) {
     ASSERT_EQ(model.ProcessImage({64, 1, image.data(), 64}, &now), 0);
   }
   EXPECT_EQ(_mm_getcsr() & 0x8040, saved & 0x8040);
-  ExpectSameRows(model.GetMean(), Floats(64));
-  ExpectSameRows(model.GetVariance(), Floats(64));
+  EXPECT_TRUE(Same(model.GetMean(), Floats(64)) && Same(model.GetVariance(), Floats(64)));
 }
 
 }  // namespace

