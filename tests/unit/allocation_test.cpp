@@ -1,6 +1,4 @@
 #include "client/layered_encoder.h"
-#include "main/lib/calib/calibrator3d.h"
-#include "tests/support/calibration_tree.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -191,21 +189,6 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
     EXPECT_LT(CallsOfTen(detect), 10 * 20);
     EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
   }
-}
-
-TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
-  CCalibrator3D calibrator;
-  calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));
-  const int calls = CallsOfTen([&] {
-    CPointF ground, point;
-    float meters = 0;
-    EXPECT_TRUE(calibrator.GetGround({7000, 7000}, ground) &&
-                calibrator.ImagePosition(ground.x, ground.y, point) &&
-                calibrator.Distance(point, {6000, 7000}, meters) &&
-                calibrator.Height({7000, 7000}, {7000, 6000}, meters) &&
-                calibrator.Head({7000, 7000}, meters, point));
-  });
-  EXPECT_EQ(calls, 0);
 }
 
 }  // namespace

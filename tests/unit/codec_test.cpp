@@ -58,11 +58,11 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
         EXPECT_EQ(Decode(decoder, stream, format, width, height), expected);
       }
       // Pairs never reach over the end of a row, so an odd picture is cropped where it would fit.
+      if (!pairs) continue;
       const Bytes narrow = Decode(decoder, odd, format, 46, 32);
       const Bytes wide = Decode(decoder, odd, format, 64, 64);
-      for (int y = 0; pairs && y < 32; ++y)
-        EXPECT_TRUE(std::equal(narrow.begin() + 92 * y, narrow.begin() + 92 * (y + 1),
-                               wide.begin() + 128 * y));
+      for (int y = 0; y < 32; ++y)
+        EXPECT_TRUE(std::equal(&narrow[92 * y], &narrow[92 * y] + 92, &wide[128 * y]));
     }
   }
 }
@@ -91,19 +91,15 @@ TEST(JpegDecoder, RowsThatNobodyWants) {
     }
 }
 
-TEST(JpegDecoder, FailuresAreAPlainIntThroughTheFramesOfLibjpeg) {
+TEST(JpegDecoder, WithoutAPictureThereIsNoSizeWhateverCameBefore) {
   CJPEGDecoder decoder;
-  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
-  const Bytes good = Decode(decoder, stream, PixelFormat::YUV, 48, 32);
-  // The last two: tables without a picture, and a segment that claims to go on behind the end.
   const Bytes tables = {0xFF, 0xD8, 0xFF, 0xD9};
-  for (const Bytes& bad : {Bytes(), {1, 2, 3}, tables, {0xFF, 0xD8, 0xFF, 0xE5, 0xFF, 0xFF, 0}})
-    EXPECT_THROW(Decode(decoder, bad, PixelFormat::YUV, 48, 32), int);
-  // Without a picture there is no size, whatever came before.
+  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
   EXPECT_EQ(decoder.ReadHeader(stream).width, 48U);
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
-  EXPECT_EQ(decoder.ReadHeader(tables).height, 0U);
-  EXPECT_EQ(Decode(decoder, stream, PixelFormat::YUV, 48, 32), good);
+  // The last segment claims to go on behind the end.
+  for (const Bytes& bad : {Bytes(), {1, 2, 3}, tables, {0xFF, 0xD8, 0xFF, 0xE5, 0xFF, 0xFF, 0}})
+    EXPECT_THROW(Decode(decoder, bad, PixelFormat::YUV, 48, 32), int);
 }
 
 TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {
@@ -184,10 +180,6 @@ TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
   const Bytes coarse = Encode(encoder, image);
   EXPECT_LT(coarse.size(), frame.size());
   EXPECT_EQ(FrameHeader::Read(coarse).quality, 80);
-  Configure(encoder, 64, 64, 10);
-  const Bytes configured = Encode(encoder, image);
-  EXPECT_TRUE(std::equal(coarse.begin() + FrameHeader::size, coarse.end(),
-                         configured.begin() + FrameHeader::size, configured.end()));
 }
 
 }  // namespace
