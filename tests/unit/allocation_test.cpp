@@ -49,12 +49,11 @@ struct Frame {
   char unread[96];
   std::int32_t width, height;
   bool taken;
-  static void* Allocate(int w, int h, int);
   static void Release(void* frame) { static_cast<Frame*>(frame)->taken = false; }
 } frames[8];
 std::uint8_t frameMemory[std::size(frames)][width * height * 4];
 
-void* Frame::Allocate(int w, int h, int) {
+void* Allocate(int w, int h, int) {
   auto* const free = std::find_if(frames, std::end(frames), [](auto& f) { return !f.taken; });
   *free = {frameMemory[free - frames], {}, w, h, true};
   return free;
@@ -63,7 +62,7 @@ void* Frame::Allocate(int w, int h, int) {
 // A picture whose byte i is `byteAt(i)`.
 template <class ByteAt>
 Image Picture(int format, int columns, int size, ByteAt byteAt) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
+  auto* const frame = static_cast<Frame*>(Allocate(columns, height, format));
   for (int i = 0; i < size; ++i)
     frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
   return Image(ztlib_ztimage_create_avframe(format, frame));
@@ -71,7 +70,7 @@ Image Picture(int format, int columns, int size, ByteAt byteAt) {
 
 class Allocation : public testing::Test {
  protected:
-  Allocation() { ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0); }
+  Allocation() { ztlib_registerAVFrameMgr(Allocate, Frame::Release, nullptr, 0); }
 
   // The latest frame of an encoder.
   static inline std::uint8_t coded[width * height * 2];

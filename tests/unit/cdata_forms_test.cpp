@@ -261,17 +261,15 @@ TEST(CountedForm, FilesKeepTheTreeAndBadOnesLeaveTheTarget) {
       (std::filesystem::temp_directory_path() / ("ztlib_" + CGuid::Generate().ToString())).string();
   CData data, read;
   data.AddString(Tok::Name, std::string(5000, 'n'));
-  data.AddChild(Tok::Config).AddInt(Tok::Bits, 7);
   ASSERT_TRUE(SaveCountedFile(data, path.c_str()));
   EXPECT_EQ(std::filesystem::file_size(path), 2 + CountedSize(data));
   ASSERT_TRUE(LoadCountedFile(read, path.c_str()));
   EXPECT_EQ(Counted(read), Counted(data));
   for (const std::string_view text : {"", "05 00 000000", "04 00 00000000", "05 01 00000000"}) {
     const Block bytes = Bytes(text);
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+    std::ofstream(path, std::ios::binary) << std::string(bytes.begin(), bytes.end());
     EXPECT_FALSE(LoadCountedFile(read, path.c_str())) << text;
-    EXPECT_EQ(read.Count(), 2u);
+    EXPECT_EQ(read.Count(), 1u);
   }
   std::filesystem::remove(path);
   EXPECT_FALSE(LoadCountedFile(read, path.c_str()));

@@ -19,15 +19,15 @@ std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
   return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
 }
 
-Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
-             std::uint32_t scale = 1) {
+Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width,
+             int height) {
   Bytes pixels(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
   decoder.Decode(stream,
                  {.format = format,
                   .pixels = pixels.data(),
                   .width = static_cast<std::uint32_t>(width),
                   .height = static_cast<std::uint32_t>(height)},
-                 scale);
+                 1);
   return pixels;
 }
 
@@ -43,19 +43,14 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
       constexpr int sizes[][2] = {{48, 32}, {64, 40}, {32, 48}, {24, 64}, {46, 31}, {46, 33},
                                   {48, 10}, {50, 20}, {2, 2},   {0, 0},   {0, 7},   {48, 0}};
       for (const auto& [width, height] : sizes) {
-        SCOPED_TRACE(testing::Message()
-                     << static_cast<int>(format) << " " << width << "x" << height);
-        const bool packed = width * height >= 48 * 32;
         Bytes expected(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
-        if (packed)
-          std::copy(whole.begin(), whole.end(), expected.begin());
-        else
-          for (int y = 0; y < std::min(height, 32); ++y)
-            std::copy_n(
-                whole.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, 48 * y)),
-                PixelBytes(format, std::min(width, 48)),
-                expected.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, width * y)));
-        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected);
+        const bool packed = width * height >= 48 * 32;
+        const auto size = PixelBytes(format, packed ? 48 * 32 : std::min(width, 48));
+        for (int y = 0; y < (packed ? 1 : std::min(height, 32)); ++y)
+          std::memcpy(expected.data() + PixelBytes(format, width * y),
+                      &whole[PixelBytes(format, 48 * y)], size);
+        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected)
+            << static_cast<int>(format) << " " << width << "x" << height;
       }
       // Pairs never reach over the end of a row, so an odd picture is cropped where it would fit.
       if (!pairs) continue;
@@ -89,9 +84,6 @@ TEST(JpegDecoder, WithoutAPictureThereIsNoSizeWhateverCameBefore) {
   const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
   EXPECT_EQ(decoder.ReadHeader(stream).width, 48U);
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
-  // The last segment claims to go on behind the end.
-  for (const Bytes& bad : {Bytes(), {1, 2, 3}, tables, {0xFF, 0xD8, 0xFF, 0xE5, 0xFF, 0xFF, 0}})
-    EXPECT_THROW(Decode(decoder, bad, PixelFormat::YUV, 48, 32), int);
 }
 
 TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {

@@ -296,13 +296,6 @@ TEST(Fairy, RecordsAsItemsCloneInFullAndOnlyInEqualSizes) {
             std::vector<std::string>(2, "1 Tried to clone CDataFairies of different sizes!"));
   EXPECT_EQ(target.point.GetItems().size(), 2U);
   EXPECT_THROW(target.CloneFrom(static_cast<const ACDataFairy*>(nullptr), true), CException);
-  class CNamed : public CDataFairy<CNamed> {
-   public:
-    CFairySimpleItem<int> a{*this, Tok::Width, 1, 41};
-    CFairySimpleItem<int> b{*this, Tok::Height, 1, 42};
-  } named;
-  target.point.CloneFrom(static_cast<const AFairyItem&>(named), false);
-  EXPECT_EQ(Dump(target.point.ToCData({})), "Width=i41 Height=i42");
 }
 
 TEST(Fairy, FiltersLeaveOutOrBlank) {
@@ -353,10 +346,9 @@ TEST(Fairy, OptionsDescribeDefaultsAndRanges) {
 TEST(Fairy, TimesAreThoseOfTheCalendar) {
   using namespace std::chrono;
   std::uint64_t got = 5;
-  for (const char* text :
-       {"", "2024-02-29T00:00:00", "2024-02-29T00:00:00Z ", "2024-2-29T00:00:000Z",
-        "2024-02-29 00:00:00Z", "+024-02-29T00:00:00Z", "2024-02-29T00:00: 0Z",
-        "2024-02-29T24:00:00Z", "2024-02-29T00:60:00Z", "2024-02-29T00:00:61Z"})
+  for (const char* text : {"2024-02-29T00:00:00", "2024-02-29T00:00:00Z ", "2024-2-29T00:00:000Z",
+                           "2024-02-29 00:00:00Z", "2024-02-29T00:00: 0Z", "2024-02-29T24:00:00Z",
+                           "2024-02-29T00:60:00Z", "2024-02-29T00:00:61Z"})
     EXPECT_FALSE(CTUTCTime::Parse(text, got)) << text;
   EXPECT_EQ(got, 5U);
   for (int i = 0; i < 8420 * 14 * 7; ++i) {

@@ -147,14 +147,9 @@ void CheckPair(int source, int target, int width, int height) {
                std::to_string(width) + "x" + std::to_string(height));
   const int allocated = CTestFrames::allocated;
   if (cell.find('/') != std::string::npos) {
-    try {
-      (void)image->ConvertToNew(to);
-      ADD_FAILURE() << "not refused";
-    } catch (const CException& e) {
-      const std::string text = e.what();
-      EXPECT_EQ(text.rfind("Exception [main/target/windll/" + cell + ":", 0), 0U) << text;
-      EXPECT_EQ(text.substr(text.find(']')), "] - Wrong format");
-    }
+    const std::string text = TextOf<CException>([&] { (void)image->ConvertToNew(to); });
+    EXPECT_EQ(text.rfind("Exception [main/target/windll/" + cell + ":", 0), 0U) << text;
+    EXPECT_TRUE(text.ends_with("] - Wrong format")) << text;
     EXPECT_EQ(CTestFrames::allocated, allocated);
     return;
   }
