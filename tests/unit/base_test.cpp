@@ -26,7 +26,6 @@ TEST(Exceptions, TextsAreBoundedAndErrnoTextsAreTheSystemsOwn) {
                                      {64, "ENONET: Machine Is not on the network"},
                                      {131, "ENOTRECOVERABLE: State not recoverable"},
                                      {41, "Unknown error no"},
-                                     {132, "Unknown error no"},
                                      {-3, "Unknown error no"}}) {
     errno = number;
     EXPECT_EQ(CStdLibErrException().what(),

@@ -2,7 +2,6 @@
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/codec/block_list.h"
-#include "main/target/windll/codec/utils/scale_down.h"
 #include "main/target/windll/codec/videodecoder_mjpeg_diff.h"
 #include "main/target/windll/codec/videoencoder_mjpeg_diff.h"
 #include "tests/support/common.h"
@@ -340,8 +339,6 @@ TEST_F(Differential, AStripWiderThanAJpegPictureBecomesAKeyFrame) {
   EXPECT_EQ(frame[72], 0);
   EXPECT_EQ(Get<int>(frame, 84), 0);
 }
-
-// ---- The parts
 
 TEST(BlockList, PacksAsRecorded) {
   Bytes packed;

@@ -124,11 +124,8 @@ void Fill(CEverything& record) {
   record.point.y.Set(2);
 }
 
-int ChangedItems(const ACDataFairy& record) {
-  int count = 0;
-  for (const auto& item : record.GetItems())
-    count += item.second->changed ? 1 : 0;
-  return count;
+std::ptrdiff_t ChangedItems(const ACDataFairy& record) {
+  return std::ranges::count_if(record.GetItems(), [](auto& item) { return item.second->changed; });
 }
 
 TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
@@ -162,10 +159,6 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
 }
 
 using V = CDataValue;
-
-V Text(const char* text) {
-  return V::OfString(text);
-}
 
 V NodeOf(std::initializer_list<V> children) {
   auto node = std::make_unique<CData>();
@@ -208,6 +201,7 @@ TEST(Fairy, ReadingConvertsWhatFitsAndReportsTheRest) {
   const std::string no = assertion + "base:123 : changed is false!\n";
   const std::string beyond = assertion + "numeric:67 : contains is false!\n";
   const auto Bool = V::OfBool;
+  const auto Text = V::OfString;
   const auto Int = V::OfInt;
   const auto Long = V::OfLongLong;
   const auto Real = V::OfDouble;

@@ -200,7 +200,6 @@ TEST_F(MotionBackground, ImpossiblePlanes) {
   const std::int64_t now = 0;
   EXPECT_THROW(model.ProcessImage({4, 4, nullptr, 4}, &now), CException);
   EXPECT_THROW(model.ConfigureFromData({}, {-1, 4}), std::bad_alloc);
-  EXPECT_THROW(model.Rebuild({1LL << 40, 1LL << 40}), std::bad_alloc);
 }
 
 TEST_F(MotionBackground, StillSceneDecaysToZeroAndTheCallersModeStays) {

@@ -88,22 +88,22 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
 }
 
 TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
-  const struct {
-    std::int64_t first, step;
-    int found;  // the first frame with a percentage
-  } cases[] = {
-      {1000, 100, 32}, {0, 100, 33}, {5, 1, 3101}, {-3000, 500, 31}, {latest - 9, 100, 32}};
-  for (const auto& c : cases) {
+  // The first time, the step, and the first frame with a percentage.
+  for (const auto& [first, step, found] :
+       {std::tuple<std::int64_t, std::uint64_t, int>(1000, 100, 32),
+        {0, 100, 33},
+        {5, 1, 3101},
+        {-3000, 500, 31},
+        {latest - 9, 100, 32}}) {
     CSingleSimpleMotion detector;
     detector.Configure({}, {40, 24});
-    auto time = static_cast<std::uint64_t>(c.first);
-    for (int number = 0; number <= c.found; ++number, time += static_cast<std::uint64_t>(c.step)) {
-      const Plane plane(40, 24, number >= std::max(31, c.found - 1) ? 30 : 0);
+    auto time = static_cast<std::uint64_t>(first);
+    for (int number = 0; number <= found; ++number, time += step) {
+      const Plane plane(40, 24, number >= std::max(31, found - 1) ? 30 : 0);
       CData result;
-      const float percent =
-          detector.Process(result, plane.view, {1, 2, static_cast<std::int64_t>(time)});
-      ASSERT_EQ(percent, number == c.found ? 3000.0F / (39 * 23) : 0.0F)
-          << number << " from " << c.first;
+      ASSERT_EQ(detector.Process(result, plane.view, {1, 2, static_cast<std::int64_t>(time)}),
+                number == found ? 3000.0F / (39 * 23) : 0.0F)
+          << number << " from " << first;
     }
   }
 }
@@ -353,8 +353,9 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
   ExpectNoFailure();
   EXPECT_EQ(configure(2, 4, 7), "1");
   EXPECT_FALSE(analysis.IsConfigured());
-  const Line lost(2, "Configuration failed and fallback config invalid! north gate");
-  EXPECT_EQ(lines, std::vector<Line>{lost});
+  EXPECT_EQ(
+      lines,
+      (std::vector<Line>{{2, "Configuration failed and fallback config invalid! north gate"}}));
   for (const auto& [fps, interval] :
        {std::pair<double, std::int64_t>(-1, 0), {25, 40}, {1e-300, latest}, {std::nan(""), 0}}) {
     EXPECT_EQ(configure(0, fps, 1), "");
