@@ -190,6 +190,10 @@ TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
     const std::uint64_t read = length % 256 < 128 ? 1 : 0;
     EXPECT_EQ(ParsedTagged(tagged).Count(), read);
     EXPECT_EQ(ParsedCounted(counted).Count(), read);
+    Block binary = Bytes("'X' 00 00000000");  // the same element as its metadata
+    StoreLE(binary.data() + 2, static_cast<std::uint32_t>(tagged.size()));
+    binary.insert(binary.end(), tagged.begin(), tagged.end());
+    EXPECT_EQ(ParsedTagged(binary).Count(), read);
   }
 }
 

@@ -292,8 +292,7 @@ TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
 }
 
 TEST_F(Differential, FramesFollowWhatReceiversHave) {
-  Options o{.width = 32, .height = 32, .quality = 100, .referenceInterval = 2};
-  o.overflowKeys = false;
+  const Options o{"small", 32, 32, 100, 10, 60, 2, 6, false, false};
   CVideoEncoderMJPEGDIFF encoder;
   EXPECT_THROW(Encode(encoder, o, Flat(o, 100)), CException);
   Configure(encoder, o);
@@ -306,9 +305,7 @@ TEST_F(Differential, FramesFollowWhatReceiversHave) {
   EXPECT_EQ(reference.size(), 124U);
   EXPECT_EQ(reference[72], 5);
   // So does a configuration that is refused.
-  Options odd = o;
-  odd.width = odd.height = -16;
-  EXPECT_ANY_THROW(Configure(encoder, odd));
+  EXPECT_ANY_THROW(Configure(encoder, {.width = -16, .height = -16}));
   EXPECT_EQ(Encode(encoder, o, Flat(o, 100))[72], 3);
 }
 

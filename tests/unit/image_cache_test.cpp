@@ -84,8 +84,7 @@ TEST(ImageCache, ADroppedFrameLeavesItsSizeAndNoReference) {
   CImageDataCache cache;
   cache.SetFrame(frame.record);
   frame.record.owner.reset();
-  std::weak_ptr<int> alive = owner;
-  owner.reset();
+  const std::weak_ptr<int> alive = std::exchange(owner, nullptr);
   auto held = cache.GetImage(0, planeY);
   cache.DropFrame();
   EXPECT_FALSE(alive.expired());  // a plane that is held keeps its frame

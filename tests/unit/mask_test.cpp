@@ -81,9 +81,7 @@ CMask MaskOf(int width, int height, const PolygonList& polygons) {
 
 TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
   std::mt19937 random{7};
-  const auto below = [&](int limit) {
-    return static_cast<int>(random() % static_cast<unsigned>(limit));
-  };
+  const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
   for (int round = 0; round < 5000; ++round) {
     const int width = 1 + below(round % 8 ? 40 : 300), height = 1 + below(40);
     PolygonList polygons(1 + below(3));

@@ -174,11 +174,8 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
         const auto [width, height] = number >= 90   ? std::pair(64, 6)
                                      : run % 16 < 3 ? sizes[run % 16]
                                                     : std::pair(run % 67 + 1, run % 5 + 1);
-        __builtin_add_overflow(now,
-                               number % 90 == 40 ? std::int64_t{70000}
-                               : number >= 31    ? steps[number % std::size(steps)]
-                                                 : 40,
-                               &now);
+        const std::int64_t step = number % 90 == 40 ? 70000 : steps[number % std::size(steps)];
+        __builtin_add_overflow(now, number > 30 ? step : 40, &now);
         const Bytes image = Frame(width, height, number);
         const std::int64_t expected = reference.Process(image, width, height, now);
         ASSERT_EQ(model.ProcessImage({width, height, image.data(), width}, &now), expected)
