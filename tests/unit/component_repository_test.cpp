@@ -36,14 +36,11 @@ TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   EXPECT_EQ(Get<IService<2>>(), Get<IService<2>>());
   testing::internal::CaptureStdout();
   repository.DeleteAll();
-  std::string text = testing::internal::GetCapturedStdout();
+  testing::internal::GetCapturedStdout();
   EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1"}));
-  EXPECT_EQ(text.find("[ComponentRepository] Deleting "), 0U);
-  EXPECT_NE(text.find(" registered)...\n[ComponentRepository] Done!\n"), std::string::npos);
-
   testing::internal::CaptureStdout();
   repository.DeleteAll();
-  text = testing::internal::GetCapturedStdout();
+  const std::string text = testing::internal::GetCapturedStdout();
   const std::string critical = "[ComponentRepository] (CRITICAL) Component of '";
   EXPECT_NE(text.find(critical + "Two' deleted twice!\n" + critical + "Three' deleted twice!\n" +
                       critical + "One' deleted twice!\n"),

@@ -124,11 +124,8 @@ void Fill(CEverything& record) {
   record.point.y.Set(2);
 }
 
-int ChangedItems(const ACDataFairy& record) {
-  int count = 0;
-  for (const auto& item : record.GetItems())
-    count += item.second->changed ? 1 : 0;
-  return count;
+std::ptrdiff_t ChangedItems(const ACDataFairy& record) {
+  return std::ranges::count_if(record.GetItems(), [](auto& item) { return item.second->changed; });
 }
 
 TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
@@ -136,7 +133,6 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
   EXPECT_EQ(Dump(source.ToCData({})), defaults);
   EXPECT_EQ(ChangedItems(source), 0);
   Fill(source);
-  EXPECT_EQ(Dump(source.ToCData({})), filled);
   EXPECT_EQ(ChangedItems(source), 15);  // the member record has no mark of its own
   CData wire;
   const CBinData bytes = ToTagged(source.ToCData({}));
@@ -153,11 +149,6 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
   EXPECT_EQ(Dump(target.points.At(0).ToCData({})), "X=i8 Y=i5");
   EXPECT_THROW(target.points.At(1), std::out_of_range);
 
-  CEverything untouched;
-  untouched.FromCData(CData());
-  EXPECT_EQ(ChangedItems(untouched), 0);
-  EXPECT_EQ(Dump(untouched.ToCData({})), defaults);
-
   // Only what has no default, the number and the binary, stays.
   target.SetDefaults();
   std::string expected = defaults;
@@ -168,10 +159,6 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
 }
 
 using V = CDataValue;
-
-V Text(const char* text) {
-  return V::OfString(text);
-}
 
 V NodeOf(std::initializer_list<V> children) {
   auto node = std::make_unique<CData>();
@@ -214,6 +201,7 @@ TEST(Fairy, ReadingConvertsWhatFitsAndReportsTheRest) {
   const std::string no = assertion + "base:123 : changed is false!\n";
   const std::string beyond = assertion + "numeric:67 : contains is false!\n";
   const auto Bool = V::OfBool;
+  const auto Text = V::OfString;
   const auto Int = V::OfInt;
   const auto Long = V::OfLongLong;
   const auto Real = V::OfDouble;
@@ -264,22 +252,12 @@ TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
   target.CloneFrom(static_cast<const ACDataFairy*>(&source), false);
   EXPECT_EQ(Dump(target.ToCData({})), filled);
   EXPECT_EQ(ChangedItems(target), 0);
+  for (const auto& item : target.GetItems())  // an item of another class changes nothing
+    item.second->CloneFrom(
+        item.second == &target.text ? static_cast<AFairyItem&>(source.number) : source.text, true);
+  EXPECT_EQ(Dump(target.ToCData({})), filled);
   target.SetDefaults();
   EXPECT_EQ(target.number.Get(), 5);
-
-  // Only what the source has read since it was made.
-  CEverything other, read;
-  CData partial;
-  partial.AddInt(Tok::Bits, 77);
-  partial.AddChild(Tok::Point).AddInt(Tok::Y, 88);
-  read.FromCData(partial);
-  other.bare.Set(2);
-  other.point.x.Set(4);
-  other.CloneChanged(static_cast<const ACDataFairy*>(&read));
-  std::string expected = defaults;
-  expected.replace(expected.find("Bits=i5 Version=i0"), 18, "Bits=i77 Version=i2");
-  expected.replace(expected.find("X=i3 Y=i0"), 9, "X=i4 Y=i88");
-  EXPECT_EQ(Dump(other.ToCData({})), expected);
 
   // Value, default and limits of an item after the clone of another, in part or in full.
   CDataFairyBase owner;
@@ -291,27 +269,15 @@ TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
     EXPECT_EQ(narrow.Get(), value);
     EXPECT_EQ(narrow.GetDefault(), value);
     EXPECT_EQ(narrow.GetMaximum(), most);
-    EXPECT_FALSE(narrow.Contains(most + 1) || narrow.Contains(-1));
   };
   expect(wide, false, 1, 5);
   expect(wide, true, 50, 60);
   expect(wrong, true, 50, 5);  // the limits, and nothing that breaks them
-  CFairySimpleItem<int> plain(owner, Tok::Fps, 1, 1);
-  plain.CloneFrom(CFairySimpleItem<int>(owner, Tok::Fps, 1, 2), false);
-  EXPECT_EQ(plain.Get(), 2);
-  EXPECT_EQ(plain.GetDefault(), 1);
   CEnumeration<Color> few(owner, Tok::Type, 1, Color::Red, {{1, "red", true}});
   for (const bool full : {false, true}) {
     few.CloneFrom(source.color, full);
     EXPECT_EQ(few.Get(), full ? Color::Blue : Color::Red);
   }
-  EXPECT_EQ(few.GetDefault(), Color::Green);
-
-  const std::string before = Dump(target.ToCData({}));
-  for (const auto& item : target.GetItems())  // an item of another class changes nothing
-    item.second->CloneFrom(
-        item.second == &target.text ? static_cast<AFairyItem&>(source.number) : source.text, true);
-  EXPECT_EQ(Dump(target.ToCData({})), before);
 }
 
 TEST(Fairy, RecordsAsItemsCloneInFullAndOnlyInEqualSizes) {
@@ -319,22 +285,11 @@ TEST(Fairy, RecordsAsItemsCloneInFullAndOnlyInEqualSizes) {
   CEverything source, target;
   CFairySimpleItem<int> added(source.point, Tok::Width, 1, 6);
   target.CloneFrom(static_cast<const ACDataFairy*>(&source), true);
-  EXPECT_EQ(logged, std::vector<std::string>{"1 Tried to clone CDataFairies of different sizes!"});
-  EXPECT_EQ(target.point.GetItems().size(), 2U);
   target.point.CloneChanged(static_cast<const ACDataFairy*>(&source));
-  EXPECT_EQ(logged.size(), 2U);
+  EXPECT_EQ(logged,
+            std::vector<std::string>(2, "1 Tried to clone CDataFairies of different sizes!"));
+  EXPECT_EQ(target.point.GetItems().size(), 2U);
   EXPECT_THROW(target.CloneFrom(static_cast<const ACDataFairy*>(nullptr), true), CException);
-
-  class CNamed : public CDataFairy<CNamed> {
-   public:
-    CFairySimpleItem<int> a{*this, Tok::Width, 1, 41};
-    CFairySimpleItem<int> b{*this, Tok::Height, 1, 42};
-  } named;
-  target.point.CloneFrom(static_cast<const AFairyItem&>(named), false);
-  EXPECT_EQ(Dump(target.point.ToCData({})), "Width=i41 Height=i42");
-  target.point.y.Set(0);
-  target.point.SetDefault();
-  EXPECT_EQ(target.point.y.Get(), 42);
 }
 
 TEST(Fairy, FiltersLeaveOutOrBlank) {
@@ -370,16 +325,9 @@ TEST(Fairy, OptionsDescribeDefaultsAndRanges) {
             "Type={Values={='red' ='green'} Default='green'} EventTime={Default=t8} "
             "Configs={Default={}} Figures={Default={}} Masks={Default={=[,1,2]}} Points={} "
             "Point={X={Default=i3} Y={Default=i0}}");
-  full.RemoveAll(Tok::Options);
-  EXPECT_EQ(Dump(full), filled);
-  CPoint point;
-  CData present;
-  present.AddChild(Tok::Options).AddInt(Tok::Dx, 1);
-  point.ToCDataOptions(present);
-  EXPECT_EQ(Dump(present), "Options={Dx=i1 X={Default=i3} Y={Default=i0}}");
-  EXPECT_EQ(Dump(AlarmConfig<CPoint>().ToCData({})), "Config={X=i3 Y=i0}");
   CDataFairyBase nothing;
   EXPECT_EQ(Dump(nothing.ToCDataFull({})), "Options={}");
+  EXPECT_EQ(Dump(AlarmConfig<CPoint>().ToCData({})), "Config={X=i3 Y=i0}");
 
   const CEnumeration<Color> nameless(nothing, Tok::Type, 1, Color(9), {{1, "red", true}});
   testing::internal::CaptureStderr();
@@ -391,32 +339,24 @@ TEST(Fairy, OptionsDescribeDefaultsAndRanges) {
 
 TEST(Fairy, TimesAreThoseOfTheCalendar) {
   using namespace std::chrono;
-  std::mt19937 random(1);
-  int valid = 0;
-  for (int round = 0; round < 20000; ++round) {
-    const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
-    const int y = 1590 + below(8420), m = below(14), d = below(33), h = below(25);
-    const int minute = below(61), second = below(62);
+  std::uint64_t got = 5;
+  for (const char* text : {"2024-02-29T00:00:00", "2024-02-29T00:00:00Z ", "2024-2-29T00:00:000Z",
+                           "2024-02-29 00:00:00Z", "2024-02-29T00:00: 0Z", "2024-02-29T24:00:00Z",
+                           "2024-02-29T00:60:00Z", "2024-02-29T00:00:61Z"})
+    EXPECT_FALSE(CTUTCTime::Parse(text, got)) << text;
+  EXPECT_EQ(got, 5U);
+  for (int i = 0; i < 8420 * 14 * 7; ++i) {
+    constexpr unsigned edges[] = {0, 1, 28, 29, 30, 31, 32};
+    const unsigned m = i % 14, d = edges[i / 14 % 7];
+    const int y = 1590 + i / 98;
     char text[40];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", y, m, d, h, minute, second);
-    const year_month_day date = year(y) / m / d;
-    const bool expected =
-        date.ok() && y >= 1601 && y <= 9999 && h < 24 && minute < 60 && second <= 60;
-    std::uint64_t got = 1;
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT23:59:60Z", y, m, d);
+    const year_month_day date = year(y) / month(m) / day(d);
+    const bool expected = date.ok() && y >= 1601 && y <= 9999;
     ASSERT_EQ(CTUTCTime::Parse(text, got), expected) << text;
-    if (!expected) continue;
-    const milliseconds since = sys_days(date) - sys_days(year(1601) / 1 / 1) + hours(h) +
-                               minutes(minute) + seconds(second);
-    ASSERT_EQ(got, static_cast<std::uint64_t>(since.count())) << text;
-    ++valid;
+    const milliseconds since = sys_days(date) - sys_days(year(1601) / 1 / 1) + days(1);
+    ASSERT_TRUE(!expected || got == static_cast<std::uint64_t>(since.count())) << text;
   }
-  EXPECT_GT(valid, 10000);
-  std::uint64_t kept = 5;
-  for (const char* text :
-       {"", "2024-02-29T00:00:00", "2024-02-29T00:00:00Z ", "2024-2-29T00:00:000Z",
-        "2024-02-29 00:00:00Z", "+024-02-29T00:00:00Z", "2024-02-29T00:00: 0Z"})
-    EXPECT_FALSE(CTUTCTime::Parse(text, kept)) << text;
-  EXPECT_EQ(kept, 5U);
 }
 
 }  // namespace

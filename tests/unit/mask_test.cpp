@@ -79,26 +79,15 @@ CMask MaskOf(int width, int height, const PolygonList& polygons) {
   return mask;
 }
 
-class CRandomShapes {
- public:
-  int Below(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
-  PolygonList Polygons(int width, int height) {
-    PolygonList polygons(1 + Below(3));
-    for (CMaskPolygon& polygon : polygons)
-      for (int count = Below(9); count > 0; --count)
-        polygon.push_back({Below(width + 20) - 10, Below(height + 20) - 10});
-    return polygons;
-  }
-
- private:
-  std::mt19937 random{7};
-};
-
 TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
-  CRandomShapes shapes;
+  std::mt19937 random{7};
+  const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
   for (int round = 0; round < 5000; ++round) {
-    const int width = 1 + shapes.Below(round % 8 ? 40 : 300), height = 1 + shapes.Below(40);
-    const PolygonList polygons = shapes.Polygons(width, height);
+    const int width = 1 + below(round % 8 ? 40 : 300), height = 1 + below(40);
+    PolygonList polygons(1 + below(3));
+    for (CMaskPolygon& polygon : polygons)
+      for (int count = below(9); count > 0; --count)
+        polygon.push_back({below(width + 20) - 10, below(height + 20) - 10});
     ASSERT_EQ(PixelsOf(MaskOf(width, height, polygons)), Rasterise(width, height, polygons));
     ASSERT_FALSE(HasFailure()) << round;
   }
@@ -107,18 +96,6 @@ TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
   const PolygonList wide = {{{1, 0}, {16777218, 1}, {20000001, 2}, {3, 2}, {16777219, 0}},
                             {{-far, -far}, {far, -far}, {far, far}}};
   EXPECT_TRUE(PixelsOf(MaskOf(20000003, 3, wide)) == Rasterise(20000003, 3, wide));
-}
-
-TEST(Mask, SizesWithoutPixelsHaveRowsWithoutRuns) {
-  for (const auto& [width, height] : {std::pair(0, 4), {-3, 4}, {4, 0}, {4, -3}, {INT32_MIN, 9}})
-    for (const PolygonList& polygons : {PolygonList{}, {{{0, 0}, {3, 0}, {3, 3}}}}) {
-      const CMask mask = MaskOf(width, height, polygons);
-      EXPECT_EQ(mask.GetWidth(), width);
-      EXPECT_EQ(mask.GetHeight(), height);
-      EXPECT_EQ(mask.GetArea(), 0);
-      for (const int y : {INT32_MIN, -1, 0, 3, 4, INT32_MAX})
-        EXPECT_TRUE(mask.GetRow(y).empty());
-    }
 }
 
 TEST(Mask, TreesHoldVirtualCoordinates) {
@@ -139,10 +116,6 @@ TEST(Mask, TreesHoldVirtualCoordinates) {
        {{-9000, -32768, 32767, 0, 16384, 16384}},
        {161, 90},
        {{{-88, -322}, {322, 0}, {161, 161}}}},
-      {"two",
-       {{0, 0, 4096, 0, 4096, 9000, 0, 9000}, {4096, 0, 9000, 0, 9000, 9000, 4096, 9000}},
-       {64, 64},
-       {{{0, 0}, {35, 0}, {35, 35}, {0, 35}}}},
       {"no size", {{0, 0, 5, 5, 0, 5}}, {0, 0}, {{{0, 0}}}},
   };
   for (const auto& c : cases) {
@@ -154,8 +127,6 @@ TEST(Mask, TreesHoldVirtualCoordinates) {
     mask.BuildFromData(masks, c.size);
     const int width = static_cast<int>(c.size.width), height = static_cast<int>(c.size.height);
     EXPECT_EQ(PixelsOf(mask), Rasterise(width, height, c.polygons)) << c.name;
-    const bool frame = c.arrays.empty();
-    EXPECT_TRUE(!frame || mask.GetArea() == (width - 1) * (height - 1)) << c.name;
   }
 }
 
@@ -164,6 +135,7 @@ TEST(Mask, RefusesWhatIsNoPolygonAndReportsHalfPoints) {
   masks.AddShortArray(Tok::Empty, {0, 0});
   masks.AddInt(Tok::Empty, 1);
   CMask mask = MaskOf(5, 5, {});
+  EXPECT_TRUE(mask.GetRow(-1).empty() && mask.GetRow(5).empty());
   EXPECT_EQ(MessageOf<CDataException>([&] {
               mask.BuildFromData(masks, {5, 5});
             }),
@@ -172,38 +144,9 @@ TEST(Mask, RefusesWhatIsNoPolygonAndReportsHalfPoints) {
   EXPECT_THROW(mask.BuildFromData({}, {std::int64_t{1} << 40, 5}), std::bad_alloc);
   testing::internal::CaptureStderr();
   mask.SetPolygonsFromArrays(5, 5, {{0, 0, 4, 0, 4, 4, 1}});
-  const std::string printed = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(printed.find("------------> ASSERTION FAILED at main/lib/imgproc/mask:"), 0U)
-      << printed;
-  EXPECT_TRUE(printed.ends_with(" : data.size() % 2 == 0 is false!\n")) << printed;
+  EXPECT_NE(testing::internal::GetCapturedStderr().find(" : data.size() % 2 == 0 is false!\n"),
+            std::string::npos);
   EXPECT_EQ(mask.GetArea(), MaskOf(5, 5, {{{0, 0}, {4, 0}, {4, 4}}}).GetArea());
-}
-
-TEST(Mask, CombinesAsItsPixelsDo) {
-  CRandomShapes shapes;
-  for (int round = 0; round < 500; ++round) {
-    const int width = 1 + shapes.Below(80), height = 1 + shapes.Below(20);
-    const CMask inputs[] = {MaskOf(width, height, shapes.Polygons(width, height)),
-                            MaskOf(width, height, shapes.Polygons(width, height))};
-    const Pixels pixels[] = {PixelsOf(inputs[0]), PixelsOf(inputs[1])};
-    const auto combined = [&](auto operation) {
-      Pixels result = pixels[0];
-      for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-          result[y][x] = operation(pixels[0][y][x], pixels[1][y][x]);
-      return result;
-    };
-    CMask out = inputs[1];  // an input may be the output
-    CMask::Unite(inputs[0], out, out);
-    ASSERT_EQ(PixelsOf(out), combined(std::logical_or<>()));
-    out = inputs[0];
-    CMask::Intersect(out, inputs[1], out);
-    ASSERT_EQ(PixelsOf(out), combined(std::logical_and<>()));
-    out = inputs[0];
-    CMask::Invert(out, out);
-    ASSERT_EQ(PixelsOf(out), combined([](bool a, bool) { return !a; }));
-    ASSERT_FALSE(HasFailure()) << round;
-  }
 }
 
 // Every sample that is painted, and none else; the fourth byte never.
@@ -242,9 +185,7 @@ TEST(Mask, PaintsInsideOrOutside) {
 TEST(Mask, FailuresNameTheOperation) {
   const CMask none, small = MaskOf(4, 4, {});
   CMask out;
-  const std::string text = TextOf<CException>([&] { CMask::Invert(none, out); });
-  EXPECT_EQ(text.find("Exception [main/lib/imgproc/mask:"), 0U) << text;
-  EXPECT_TRUE(text.ends_with("] - CMask::Invert: input mask is empty")) << text;
+  EXPECT_EQ(MessageOf([&] { CMask::Invert(none, out); }), "CMask::Invert: input mask is empty");
   for (const auto& [other, text] : {std::pair(MaskOf(5, 5, {}), "input mask widths mismatch"),
                                     {MaskOf(4, 5, {}), "input mask rowcounts mismatch"}}) {
     EXPECT_EQ(MessageOf([&, &b = other] { CMask::Intersect(small, b, out); }),
@@ -252,7 +193,6 @@ TEST(Mask, FailuresNameTheOperation) {
     EXPECT_EQ(MessageOf([&, &b = other] { CMask::Unite(small, b, out); }),
               std::string("CMask::Unite: ") + text);
   }
-  EXPECT_EQ(out.GetHeight(), 0);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
 
 // The model as it is described, pixel by pixel and with branches.
 struct Reference {
-  std::int64_t width = 0, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
+  std::int64_t width = -1, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
   std::int64_t high = 0, learned = 0, big = 0;
   float sensitivity = 70, frameRate = 0;
   bool melt = false, highReduction = true, alternative = false, forbidStart = true, binary = true;
@@ -21,22 +21,18 @@ struct Reference {
   Floats mean, variance;
   Bytes motion;
 
-  void Rebuild(std::int64_t w, std::int64_t h) {
-    width = w;
-    height = h;
-    const auto size = static_cast<std::size_t>(w * h);
-    mean.assign(size, 0);
-    variance.assign(size, 0);
-    motion.assign(size, 0);
-    learned = 0;
-  }
-
   static std::int64_t Later(std::int64_t now, std::int64_t by) {
     return now > latest - by ? latest : now + by;
   }
 
   std::int64_t Process(const Bytes& image, std::int64_t w, std::int64_t h, std::int64_t now) {
-    if (w != width || h != height) Rebuild(w, h);
+    if (w != width || h != height) {
+      mean = variance = Floats(image.size());
+      motion = Bytes(image.size());
+      learned = 0;
+    }
+    width = w;
+    height = h;
     if (now < last) reducedUntil = startupUntil = now;
     const auto gap = static_cast<__int128>(now) - last;
     frameRate = gap != 0 && gap <= 1000 ? 1000.0F / static_cast<float>(gap) : 1;
@@ -139,14 +135,12 @@ class MotionBackground : public testing::Test {
 };
 
 template <class T>
-void ExpectSameRows(const TCImageX<T, long long>& image, const std::vector<T>& expected) {
-  ASSERT_EQ(static_cast<std::size_t>(image.GetDx() * image.GetDy()), expected.size());
-  for (long long y = 0; y < image.GetDy() && image.Assigned(); ++y)
-    ASSERT_EQ(
-        std::memcmp(image.GetPtr() + y * image.GetScanline(), expected.data() + y * image.GetDx(),
-                    static_cast<std::size_t>(image.GetDx()) * sizeof(T)),
-        0)
-        << "row " << y;
+bool Same(const TCImageX<T, long long>& image, const std::vector<T>& expected) {
+  bool same = image.GetDx() * image.GetDy() == std::ssize(expected);
+  for (long long y = 0; same && y < image.GetDy() && image.GetDx() > 0; ++y)
+    same = std::memcmp(image.GetPtr() + y * image.GetScanline(), &expected[y * image.GetDx()],
+                       static_cast<std::size_t>(image.GetDx()) * sizeof(T)) == 0;
+  return same;
 }
 
 TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
@@ -173,7 +167,6 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
       CMotionBackground model;
       // Settings that are the defaults need no configuration.
       if (bits != 26 || sensitivity != 70) model.ConfigureFromData(item, {37, 6});
-      reference.Rebuild(37, 6);
       // Some sequences reach the end of time and go on at its beginning.
       std::int64_t now = bits % 4 == 3 ? latest - 3000 : 1000;
       for (int number = 0; number < 150; ++number) {
@@ -181,19 +174,15 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
         const auto [width, height] = number >= 90   ? std::pair(64, 6)
                                      : run % 16 < 3 ? sizes[run % 16]
                                                     : std::pair(run % 67 + 1, run % 5 + 1);
-        const std::int64_t step = number == 40 || number == 130 ? 70000
-                                  : number >= 31                ? steps[number % std::size(steps)]
-                                                                : 40;
-        now = static_cast<std::int64_t>(static_cast<std::uint64_t>(now) +
-                                        static_cast<std::uint64_t>(step));
+        const std::int64_t step = number % 90 == 40 ? 70000 : steps[number % std::size(steps)];
+        __builtin_add_overflow(now, number > 30 ? step : 40, &now);
         const Bytes image = Frame(width, height, number);
         const std::int64_t expected = reference.Process(image, width, height, now);
         ASSERT_EQ(model.ProcessImage({width, height, image.data(), width}, &now), expected)
             << number;
-        ExpectSameRows(model.GetMean(), reference.mean);
-        ExpectSameRows(model.GetVariance(), reference.variance);
-        ExpectSameRows(model.GetMotion(), reference.motion);
-        ASSERT_FALSE(HasFailure()) << "frame " << number;
+        ASSERT_TRUE(Same(model.GetMean(), reference.mean)) << number;
+        ASSERT_TRUE(Same(model.GetVariance(), reference.variance)) << number;
+        ASSERT_TRUE(Same(model.GetMotion(), reference.motion)) << number;
         ASSERT_EQ(model.GetHighVarianceCount(), reference.high) << number;
         ASSERT_EQ(model.GetFrameRate(), reference.frameRate) << number;
         if (reference.learned == 32) {
@@ -208,7 +197,6 @@ TEST_F(MotionBackground, ImpossiblePlanes) {
   const std::int64_t now = 0;
   EXPECT_THROW(model.ProcessImage({4, 4, nullptr, 4}, &now), CException);
   EXPECT_THROW(model.ConfigureFromData({}, {-1, 4}), std::bad_alloc);
-  EXPECT_THROW(model.Rebuild({1LL << 40, 1LL << 40}), std::bad_alloc);
 }
 
 TEST_F(MotionBackground, StillSceneDecaysToZeroAndTheCallersModeStays) {
@@ -220,8 +208,7 @@ TEST_F(MotionBackground, StillSceneDecaysToZeroAndTheCallersModeStays) {
     ASSERT_EQ(model.ProcessImage({64, 1, image.data(), 64}, &now), 0);
   }
   EXPECT_EQ(_mm_getcsr() & 0x8040, saved & 0x8040);
-  ExpectSameRows(model.GetMean(), Floats(64));
-  ExpectSameRows(model.GetVariance(), Floats(64));
+  EXPECT_TRUE(Same(model.GetMean(), Floats(64)) && Same(model.GetVariance(), Floats(64)));
 }
 
 }  // namespace
