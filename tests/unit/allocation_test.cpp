@@ -1,4 +1,6 @@
 #include "client/layered_encoder.h"
+#include "main/lib/calib/calibrator3d.h"
+#include "tests/support/calibration_tree.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
@@ -39,30 +41,36 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) {
 
 namespace {
 
-using codec_client::Decoder, codec_client::Encoder, codec_client::Image;
+using codec_client::Decoder;
+using codec_client::Encoder;
 
-constexpr int width = 640, height = 480;
+constexpr int width = 640;
+constexpr int height = 480;
 
 // Frames that never come from the heap.
 struct Frame {
   std::uint8_t* data;
   char unread[96];
-  std::int32_t width, height;
+  std::int32_t width;
+  std::int32_t height;
   bool taken;
+  static void* Allocate(int w, int h, int);
   static void Release(void* frame) { static_cast<Frame*>(frame)->taken = false; }
 } frames[8];
 std::uint8_t frameMemory[std::size(frames)][width * height * 4];
 
-void* Allocate(int w, int h, int) {
+void* Frame::Allocate(int w, int h, int) {
   auto* const free = std::find_if(frames, std::end(frames), [](auto& f) { return !f.taken; });
   *free = {frameMemory[free - frames], {}, w, h, true};
   return free;
 }
 
+using codec_client::Image;
+
 // A picture whose byte i is `byteAt(i)`.
 template <class ByteAt>
 Image Picture(int format, int columns, int size, ByteAt byteAt) {
-  auto* const frame = static_cast<Frame*>(Allocate(columns, height, format));
+  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
   for (int i = 0; i < size; ++i)
     frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
   return Image(ztlib_ztimage_create_avframe(format, frame));
@@ -70,7 +78,7 @@ Image Picture(int format, int columns, int size, ByteAt byteAt) {
 
 class Allocation : public testing::Test {
  protected:
-  Allocation() { ztlib_registerAVFrameMgr(Allocate, Frame::Release, nullptr, 0); }
+  Allocation() { ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0); }
 
   // The latest frame of an encoder.
   static inline std::uint8_t coded[width * height * 2];
@@ -107,11 +115,12 @@ class Allocation : public testing::Test {
 };
 
 TEST_F(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
+  const Bytes scene = jpeg_reference::Scene(width, height);
   for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
     SCOPED_TRACE(format);
     const Encoder encoder(width, height);
-    const Image image =
-        Picture(format, width, sizeof frameMemory[0], [](int at) { return at / 99 % 64; });
+    const Image image = Picture(format, width, sizeof frameMemory[0],
+                                [&](std::size_t i) { return scene[i % scene.size()] / 4; });
     EXPECT_EQ(CallsOfTen([&] { Encode(encoder, image); }), 10);
     ASSERT_GT(codedSize, 112U);
     std::vector<Bytes> stream = {Bytes(coded, coded + codedSize)};
@@ -138,6 +147,7 @@ TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
       encode();
       stream.emplace_back(coded, coded + codedSize);
       EXPECT_EQ(coded[72], i == 0 ? 0 : i == 3 ? 5 : advanced ? 4 : 3);
+      EXPECT_EQ(codedSize > 124, i != 2) << i;
     }
     EXPECT_EQ(CallsOfTen(encode), 10);
     for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
@@ -164,21 +174,38 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
 
 // The bitmap is all of its size that a frame takes; all else is the small change of a tree.
 TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
-  constexpr int columns = width - 3;
-  const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
-                                                       ztlib_simplemotion_destroy};
-  CodecConfig().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
-  const Image image = Picture(ZTLIB_GRAY, columns, 0, [](int) { return 0; });
-  const ztlib_output ignore = [](void*, const void*, std::uint32_t) {};
-  std::int64_t time = 0;
-  const auto detect = [&] {
-    ztlib_simplemotion_detect(context.get(), nullptr, ignore, image.get(), time += 100);
-  };
-  for (int i = 0; i < 50; ++i)
-    detect();
-  largestBlock = 0;
-  EXPECT_LT(CallsOfTen(detect), 10 * 20);
-  EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
+  for (const int columns : {width, width - 3}) {
+    const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
+                                                         ztlib_simplemotion_destroy};
+    CodecConfig().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
+    const Image image = Picture(ZTLIB_GRAY, columns, 0, [](int) { return 0; });
+    std::int64_t time = 0;
+    const auto detect = [&] {
+      ztlib_simplemotion_detect(
+          context.get(), nullptr, [](void*, const void*, std::uint32_t) {}, image.get(),
+          time += 100);
+    };
+    for (int i = 0; i < 50; ++i)
+      detect();
+    largestBlock = 0;
+    EXPECT_LT(CallsOfTen(detect), 10 * 20);
+    EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
+  }
+}
+
+TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
+  CCalibrator3D calibrator;
+  calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));
+  const int calls = CallsOfTen([&] {
+    CPointF ground, point;
+    float meters = 0;
+    EXPECT_TRUE(calibrator.GetGround({7000, 7000}, ground) &&
+                calibrator.ImagePosition(ground.x, ground.y, point) &&
+                calibrator.Distance(point, {6000, 7000}, meters) &&
+                calibrator.Height({7000, 7000}, {7000, 6000}, meters) &&
+                calibrator.Head({7000, 7000}, meters, point));
+  });
+  EXPECT_EQ(calls, 0);
 }
 
 }  // namespace

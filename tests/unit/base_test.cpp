@@ -2,6 +2,7 @@
 #include "tests/support/common.h"
 
 #include <cerrno>
+#include <map>
 
 namespace {
 
@@ -19,14 +20,20 @@ class CRecordingStream : public ILogStream {
   std::string name;
 };
 
-TEST(Exceptions, TextsAreBoundedAndErrnoTextsAreTheSystemsOwn) {
+TEST(Exceptions, TextsAreBoundedAndNameTheSite) {
   EXPECT_STREQ(CException("gone").what(), "Exception - gone");
+  EXPECT_STREQ(CDataException("gone", "Find", "main/x", 7).what(), "Exception [main/x:7] - gone");
   EXPECT_EQ(std::string(CException(std::string(600, 'a').c_str()).what()).size(), 511U);
-  for (const auto& [number, text] : {std::pair(1, "EPERM: Operation not permitted"),
-                                     {64, "ENONET: Machine Is not on the network"},
-                                     {131, "ENOTRECOVERABLE: State not recoverable"},
-                                     {41, "Unknown error no"},
-                                     {-3, "Unknown error no"}}) {
+}
+
+TEST(Exceptions, ErrnoTextsAreTheSystemsOwn) {
+  std::map<int, std::string> texts = {{1, "EPERM: Operation not permitted"},
+                                      {64, "ENONET: Machine Is not on the network"},
+                                      {88, "ENOTSOCK: CSocket operation on non-socket"},
+                                      {131, "ENOTRECOVERABLE: State not recoverable"}};
+  for (int unknown : {41, 97, 132, 0, -3})
+    texts[unknown] = "Unknown error no";
+  for (const auto& [number, text] : texts) {
     errno = number;
     EXPECT_EQ(CStdLibErrException().what(),
               "std lib error: " + std::to_string(number) + " [" + text + "]");
@@ -37,6 +44,7 @@ TEST(Logger, WritesToAllStreamsInOrderAndCutsLongLines) {
   written.clear();
   {
     CLoggerWin logger;
+    logger.Log(1, "x", 1, "%s", "nobody listens");
     logger.AddStream(new CRecordingStream("a"));
     logger.AddStream(new CRecordingStream("b"));
     logger.Log(3, "x", 1, "%d %s", 5, "%n");
@@ -52,6 +60,7 @@ TEST(Logger, WritesToAllStreamsInOrderAndCutsLongLines) {
 TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   static CLoggerWin* current;
   class CNestingStream : public ILogStream {
+   public:
     void Write(int level, const char*) override {
       if (level != 1) return;
       current->AddStream(new CRecordingStream("late"));
@@ -61,16 +70,26 @@ TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   CLoggerWin logger;
   current = &logger;
   logger.AddStream(new CNestingStream);
+  logger.AddStream(new CRecordingStream("a"));
   written.clear();
   logger.Log(1, "x", 1, "outer");
-  EXPECT_EQ(written, (std::vector<std::string>{"late2inner", "late1outer"}));
+  EXPECT_EQ(written, (std::vector<std::string>{"a2inner", "late2inner", "a1outer", "late1outer"}));
 }
 
-TEST(Debug, ScopesAreLogged) {
+TEST(Debug, AssertionsPrintAndGoOnAndGuardsLogAndGoOn) {
   Logger().AddStream(new CRecordingStream("log"));
   written.clear();
+  testing::internal::CaptureStderr();
+  int* const pointer = nullptr;
+  ZT_ASSERT(pointer != nullptr, "main/x", 69);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "------------> ASSERTION FAILED at main/x:69 : pointer != nullptr is false!\n");
   { const CDebugScope scope("work"); }
-  EXPECT_EQ(written, (std::vector<std::string>{"log2ctx enter: work", "log2ctx exit: work"}));
+  const int ver = 2;
+  ZT_MUST_BE_FALSE(ver != 1, "Load", "main/x", 12);
+  EXPECT_EQ(written,
+            (std::vector<std::string>{"log2ctx enter: work", "log2ctx exit: work",
+                                      "log1EXCEPTION! main/x:12: ver != 1should be false!"}));
 }
 
 TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
@@ -86,8 +105,10 @@ TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
               mutex.Unlock();
             }),
             "Exception [main/lib/base/synchron_pthread:65] - Mutex not locked in this thread");
-  EXPECT_EQ(MessageOf([] { const CAutoLock lock(nullptr); }),
-            "Uninitialized mutex used for autolock");
+  EXPECT_NE(TextOf<CSynchronException>([] {
+              const CAutoLock lock(nullptr);
+            }).find("] - Uninitialized mutex used for autolock"),
+            std::string::npos);
 #if !defined(_WIN32)  // where a locked mutex may be destroyed
   testing::internal::CaptureStdout();
   {
@@ -102,13 +123,19 @@ TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
 
 TEST(Locks, ExcludeOtherThreadsAndWaitForThem) {
   CConditionMutex condition(CMutex::Kind::Normal);
+  CRWMutex shared;
   bool ready = false;
+  int value = 0;
   std::thread other;
   {
     const CAutoLock lock(&condition);
     std::thread([&] { EXPECT_FALSE(condition.TryLock()); }).join();
     EXPECT_FALSE(condition.TimedWaitMS(1));
     other = std::thread([&] {
+      {
+        const CAutoRWLock write(shared, true);
+        value = 42;
+      }
       const CAutoLock inner(&condition);
       ready = true;
       condition.Broadcast();
@@ -117,8 +144,9 @@ TEST(Locks, ExcludeOtherThreadsAndWaitForThem) {
       condition.Wait();
   }
   other.join();
-  CRWMutex shared;
-  const CAutoRWLock first(shared, false), second(shared, false);
+  const CAutoRWLock first(shared, false);
+  const CAutoRWLock second(shared, false);
+  EXPECT_EQ(value, 42);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <stdexcept>
 #include <string_view>
 
@@ -15,15 +16,18 @@ using Block = std::vector<std::uint8_t>;
 // Hexadecimal pairs, with text in single quotes: "42 02 'Id' 01000000 01".
 Block Bytes(std::string_view text) {
   Block bytes;
-  bool isText = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\'')
-      isText = !isText;
-    else if (isText)
-      bytes.push_back(static_cast<std::uint8_t>(text[i]));
-    else if (text[i] != ' ')
+  for (std::size_t i = 0; i < text.size();) {
+    if (text[i] == ' ') {
+      ++i;
+    } else if (text[i] == '\'') {
+      for (++i; text[i] != '\''; ++i)
+        bytes.push_back(static_cast<std::uint8_t>(text[i]));
+      ++i;
+    } else {
       bytes.push_back(
-          static_cast<std::uint8_t>(std::stoul(std::string(text.substr(i++, 2)), nullptr, 16)));
+          static_cast<std::uint8_t>(std::stoul(std::string(text.substr(i, 2)), nullptr, 16)));
+      i += 2;
+    }
   }
   return bytes;
 }
@@ -32,6 +36,8 @@ Block Bytes(std::string_view text) {
 Block Tagged(const CData& data) {
   Block bytes(TaggedSize(data));
   EXPECT_EQ(WriteTagged(data, bytes.data()), bytes.data() + bytes.size());
+  const CBinData block = ToTagged(data);
+  EXPECT_EQ(bytes, Block(block.Data(), block.Data() + block.Size()));
   return bytes;
 }
 
@@ -98,7 +104,11 @@ TEST(TaggedForm, WritesAndReadsEveryKindByteByByte) {
   EXPECT_EQ(Tagged(RichTree()), bytes);
   const CData data = ParsedTagged(bytes);
   EXPECT_EQ(Tagged(data), bytes);
+  EXPECT_EQ(data.At(0).value.GetByte(), 2);
+  EXPECT_EQ(data.At(13).key, Tok::Config);
+  EXPECT_LT(data.Child(Tok::Config).At(0).key, 0);
   EXPECT_EQ(data.Child(Tok::Config).FindByName("own"), 0);
+  EXPECT_EQ(Tagged(CData()), Bytes("00"));
 }
 
 TEST(TaggedForm, AnEmptyValueEndsTheFormBehindWhatIsGood) {
@@ -149,6 +159,9 @@ TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
   const CData metadata = ParsedTagged(Bytes("'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab"));
   EXPECT_EQ(metadata.At(0).value.GetBinary()->Size(), 1u);
   EXPECT_EQ(metadata.At(0).value.GetBinary()->Data()[0], 0xAB);
+  CData empty = RichTree();
+  EXPECT_TRUE(ParseTagged(empty, nullptr, 0));
+  EXPECT_EQ(empty.Count(), 0u);
 }
 
 TEST(TaggedForm, ValuesAbove16MiBAreInvalidButForNodesAndBinaries) {
@@ -169,12 +182,18 @@ TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
     const CData data = ParsedTagged(bytes, static_cast<std::uint16_t>(1 << bit));
     for (const CDataElement& element : data.Elements())
       EXPECT_NE(element.value.GetKind(), 1 << bit);
+    // The last kinds come once more, as null payloads.
+    const bool twice = bit == 8 || bit == 9 || bit == 10 || bit == 12 || bit == 13;
+    EXPECT_EQ(data.Count(), twice ? 17u : 18u);
     EXPECT_EQ(bit == 13 ? 2 : data.Child(Tok::Config).Count(), 2u);
   }
-  // Sizes are checked before the mask is asked, the inside of a binary is not.
+  // Sizes are checked before the mask is asked.
   EXPECT_EQ(ParsedTagged(Bytes("'I' 00 03000000 010203 'B' 00 01000000 01"), cdInt).Count(), 0u);
+  // The inside of a binary is not looked at when it is passed over.
   EXPECT_EQ(ParsedTagged(Bytes("'X' 00 00000000 'B' 00 01000000 01"), cdBinary).Count(), 1u);
   // A name that is passed over leaves nothing behind.
+  const CData data = ParsedTagged(Bytes("'B' 01 'a' 01000000 01 'B' 01 'b' 01000000 01"), cdInt);
+  EXPECT_EQ(data.At(1).key, INT64_MIN + 1);
   EXPECT_EQ(
       ParsedTagged(Bytes("'I' 01 'a' 04000000 00000000 'B' 01 'b' 01000000 01"), cdInt).At(0).key,
       INT64_MIN);
@@ -190,9 +209,11 @@ TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
     const std::uint64_t read = length % 256 < 128 ? 1 : 0;
     EXPECT_EQ(ParsedTagged(tagged).Count(), read);
     EXPECT_EQ(ParsedCounted(counted).Count(), read);
-    Block binary = Bytes("'X' 00 00000000");  // the same element as its metadata
+    CData outer;  // the same element as metadata of a binary value
+    outer.AddBinary(0, std::make_shared<CBinData>(tagged.data(), tagged.size()));
+    Block binary = Tagged(outer);
+    binary.erase(binary.begin() + 6);
     StoreLE(binary.data() + 2, static_cast<std::uint32_t>(tagged.size()));
-    binary.insert(binary.end(), tagged.begin(), tagged.end());
     EXPECT_EQ(ParsedTagged(binary).Count(), read);
   }
 }
@@ -215,6 +236,28 @@ TEST(BothForms, NestEndsAtTheLimit) {
     }
     EXPECT_EQ(Depth(ParsedTagged(tagged)), cdDeepestNode);
     EXPECT_EQ(Depth(ParsedCounted(counted)), cdDeepestNode);
+  }
+}
+
+// What a parser makes of any block can be written, and reads back as the same bytes.
+TEST(BothForms, SurviveEveryTruncationAndEveryChangedByte) {
+  for (const bool tagged : {true, false}) {
+    const auto rewrite = [tagged](const Block& b) {
+      return tagged ? Tagged(ParsedTagged(b)) : Counted(ParsedCounted(b));
+    };
+    const auto expectStable = [&](const Block& bytes) {
+      const Block written = rewrite(bytes);
+      ASSERT_EQ(rewrite(written), written);
+    };
+    const Block whole = Bytes(tagged ? richTagged : richCounted);
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      expectStable({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)});
+      for (const int flip : {0x01, 0x80, 0xFF}) {
+        Block bytes = whole;
+        bytes[at] = static_cast<std::uint8_t>(bytes[at] ^ flip);
+        expectStable(bytes);
+      }
+    }
   }
 }
 
@@ -263,17 +306,26 @@ TEST(CountedForm, AFaultEndsAllLevels) {
 TEST(CountedForm, FilesKeepTheTreeAndBadOnesLeaveTheTarget) {
   const std::string path =
       (std::filesystem::temp_directory_path() / ("ztlib_" + CGuid::Generate().ToString())).string();
-  CData data, read;
+  CData data;
   data.AddString(Tok::Name, std::string(5000, 'n'));
+  data.AddChild(Tok::Config).AddInt(Tok::Bits, 7);
   ASSERT_TRUE(SaveCountedFile(data, path.c_str()));
   EXPECT_EQ(std::filesystem::file_size(path), 2 + CountedSize(data));
+  CData read;
   ASSERT_TRUE(LoadCountedFile(read, path.c_str()));
   EXPECT_EQ(Counted(read), Counted(data));
-  for (const std::string_view text : {"", "05 00 000000", "04 00 00000000", "05 01 00000000"}) {
+  data.AddTime(Tok::EventTime, 1);
+  ASSERT_TRUE(SaveCountedFile(data, path.c_str()));
+  EXPECT_EQ(std::filesystem::file_size(path), 2 + Counted(data).size());
+
+  for (const std::string_view text :
+       {"", "05", "05 00 000000", "04 00 00000000", "05 01 00000000"}) {
     const Block bytes = Bytes(text);
-    std::ofstream(path, std::ios::binary) << std::string(bytes.begin(), bytes.end());
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
     EXPECT_FALSE(LoadCountedFile(read, path.c_str())) << text;
-    EXPECT_EQ(read.Count(), 1u);
+    EXPECT_EQ(read.Count(), 2u);
   }
   std::filesystem::remove(path);
   EXPECT_FALSE(LoadCountedFile(read, path.c_str()));
@@ -288,6 +340,38 @@ TEST(BothForms, SizesAbove4GiBAreRefused) {
   data.AddBinary(Tok::Motion, binary);
   EXPECT_THROW((void)TaggedSize(data), std::length_error);
   EXPECT_THROW((void)ToTagged(data), std::length_error);
+}
+
+TEST(ByteIo, RefusesWhatDoesNotFitAsAWhole) {
+  const Block bytes = Bytes("01 0203 04050607");
+  ByteReader in(bytes);
+  std::uint8_t first = 0;
+  std::uint16_t second = 0;
+  std::uint64_t whole = 9;
+  std::span<const std::uint8_t> span;
+  EXPECT_FALSE(in.Read(whole));
+  EXPECT_EQ(whole, 9u);
+  EXPECT_TRUE(in.Read(first) && in.Read(second));
+  EXPECT_EQ(second, 0x0302);
+  EXPECT_FALSE(in.ReadSpan(UINT64_MAX, span) || in.Skip(5) || in.ReadSpan(5, span));
+  EXPECT_TRUE(in.ReadSpan(4, span));
+  EXPECT_EQ(LoadLE<std::int32_t>(span.data()), 0x07060504);
+  EXPECT_TRUE(in.Skip(0));
+  EXPECT_FALSE(in.Read(first));
+
+  Block out(5);
+  ByteWriter writer(out);
+  writer.Write(std::uint32_t{0x04030201});
+  EXPECT_THROW(writer.Write(std::uint16_t{5}), std::length_error);
+  writer.WriteBytes("x", 1);
+  EXPECT_THROW(writer.Write('y'), std::length_error);
+  EXPECT_EQ(out, Bytes("01020304 'x'"));
+  const std::string text = "0123456789abcdefghijklmnopqrstuvwxyz";
+  for (std::size_t count = 0; count <= text.size(); ++count) {
+    std::string copy(count + 1, '.');
+    CopyShort(reinterpret_cast<std::uint8_t*>(copy.data()), text.data(), count);
+    EXPECT_EQ(copy, text.substr(0, count) + ".");
+  }
 }
 
 }  // namespace

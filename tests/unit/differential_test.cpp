@@ -1,7 +1,9 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
+#include "main/target/windll/codec/block_kernels_variants.h"
 #include "main/target/windll/codec/block_list.h"
+#include "main/target/windll/codec/utils/scale_down.h"
 #include "main/target/windll/codec/videodecoder_mjpeg_diff.h"
 #include "main/target/windll/codec/videoencoder_mjpeg_diff.h"
 #include "tests/support/common.h"
@@ -40,9 +42,16 @@ Bytes Thumbnail(const Bytes& uyvy, int width, int columns, int rows, int factor)
 
 struct Options {
   const char* name = "default";
-  int width = 160, height = 96, quality = 75, sensitivity = 10, keyInterval = 60;
-  int referenceInterval = 4, bits = 6;
-  bool advanced = false, overflowKeys = true, noisy = false;
+  int width = 160;
+  int height = 96;
+  int quality = 75;
+  int sensitivity = 10;
+  int keyInterval = 60;
+  int referenceInterval = 4;
+  int bits = 6;
+  bool advanced = false;
+  bool overflowKeys = true;
+  bool noisy = false;
 };
 
 class ModelEncoder {
@@ -52,40 +61,38 @@ class ModelEncoder {
   Bytes Encode(const Bytes& now, bool force) {
     const Bytes small = Thumbnail(now, o.width, o.width / 8, o.height / 8, 8);
     int type = counter % static_cast<unsigned>(o.referenceInterval) == 0 ? 5 : o.advanced ? 4 : 3;
-    std::set<std::uint32_t> changed;
+    Blocks32 blocks;
     Bytes list, stream;
-    if (counter >= static_cast<unsigned>(o.keyInterval) || force ||
-        !Compare(small, type, changed)) {
+    if (counter >= static_cast<unsigned>(o.keyInterval) || force || !Compare(small, type, blocks)) {
       type = 0;
       stream = Jpeg(now, o.width, o.height);
       reference = now;
       thumbnail = small;
       counter = 0;
-      changed.clear();
-    }
-    const Blocks32 blocks(changed.begin(), changed.end());
-    if (type != 0) {
+    } else {
       EXPECT_TRUE(PackBlockList(list, blocks, static_cast<std::uint32_t>(o.bits)));
       if (!blocks.empty())
         stream = Jpeg(Strip(now, blocks, type), 16 * static_cast<int>(blocks.size()), 16);
     }
     ++counter;
-    const std::int64_t count = std::ssize(blocks), size = std::ssize(stream);
-    const std::int64_t listSize = std::ssize(list), strip = 112 + listSize;
+    const std::int64_t count = std::ssize(blocks), listSize = std::ssize(list);
+    const std::int64_t size = std::ssize(stream), total = 112 + listSize + size;
     const bool key = type == 0, fresh = key || type == 5;
     const int format = key ? 7 : 0x10007, quality = 0x100000 | o.quality;
-    Bytes frame =
-        Words(112, {3,       strip + size,    112,  0, 0, 0,     format,   fresh,
-                    o.width, o.height,        0,    0, 0, 0,     0,        0,
-                    quality, key ? 0 : strip, type, 0, 0, count, listSize, key ? 0 : size});
+    const std::int64_t jpegAt = key ? 0 : 112 + listSize, own = key ? 0 : size;
+    Bytes frame = Words(
+        112,
+        {3, total, 112, 0,       0,      0,    format, fresh, o.width,         o.height, 0,  0, 0,
+         0, 0,     0,   quality, jpegAt, type, 0,      0,     key ? 0 : count, listSize, own});
     for (const Bytes* part : {&list, &stream})
       frame.insert(frame.end(), part->begin(), part->end());
     return frame;
   }
 
  private:
-  bool Compare(const Bytes& small, int type, std::set<std::uint32_t>& blocks) {
+  bool Compare(const Bytes& small, int type, Blocks32& list) {
     const int columns = o.width / 16, rows = o.height / 16, across = o.width / 8;
+    std::set<std::uint32_t> blocks;
     Bytes renewed = thumbnail;
     for (int block = 0; block < columns * rows; ++block) {
       const int x = block % columns, y = block / columns, first = 2 * y * across + 2 * x;
@@ -103,6 +110,7 @@ class ModelEncoder {
     if (o.overflowKeys && static_cast<int>(blocks.size()) > o.width * o.height / 256 * 40 / 100)
       return false;
     if (type == 5) thumbnail = renewed;
+    list.assign(blocks.begin(), blocks.end());
     return true;
   }
 
@@ -184,8 +192,7 @@ Bytes Picture(const Options& o, int t) {
       const bool first = x >= 9 * t && x < 9 * t + 20 && y >= 30 && y < 50;
       const bool second = t < 11 && x >= 120 && x < 140 && y >= 5 * t && y < 5 * t + 9;
       const int noise = o.noisy ? static_cast<int>(random() % 5) - 2 : 0;
-      const int light = noise + (t == 9 ? 30 : 0);
-      const int luma = light + (first ? 220 : second ? 20 : 60 + x % 200 / 2 + y);
+      const int luma = (first ? 220 : second ? 20 : 60 + x / 2 + y) + noise + (t == 9 ? 30 : 0);
       pixels.push_back(static_cast<std::uint8_t>(first ? 90 : 128 + (x + y) % 7 + noise));
       pixels.push_back(static_cast<std::uint8_t>(std::min(luma, 255)));
     }
@@ -198,14 +205,13 @@ class Differential : public testing::Test {
 
   static void Configure(CVideoEncoderMJPEGDIFF& encoder, const Options& o) {
     CData config;
-    for (const auto& [token, value] : {std::pair(Tok::Width, o.width),
-                                       {Tok::Height, o.height},
-                                       {Tok::JPEGQuality, o.quality},
-                                       {Tok::IVPixelSensitivity, o.sensitivity},
-                                       {Tok::IFrameInterval, o.keyInterval},
-                                       {Tok::RPFrameInterval, o.referenceInterval},
-                                       {Tok::Bits, o.bits}})
-      config.AddInt(token, value);
+    config.AddInt(Tok::Width, o.width);
+    config.AddInt(Tok::Height, o.height);
+    config.AddInt(Tok::JPEGQuality, o.quality);
+    config.AddInt(Tok::IVPixelSensitivity, o.sensitivity);
+    config.AddInt(Tok::IFrameInterval, o.keyInterval);
+    config.AddInt(Tok::RPFrameInterval, o.referenceInterval);
+    config.AddInt(Tok::Bits, o.bits);
     config.AddBool(Tok::AdvancedProfile, o.advanced);
     config.AddBool(Tok::GenerateOutOfOrderIFrames, o.overflowKeys);
     encoder.Configure(config);
@@ -223,19 +229,22 @@ class Differential : public testing::Test {
   }
 };
 
-// Name, size, quality, sensitivity, key and reference interval, bits, advanced, overflow keys,
-// noise.
-const Options optionSets[] = {{},
-                              {"noisy", 160, 96, 75, 10, 60, 4, 6, false, true, true},
-                              {"advanced", 160, 96, 75, 10, 60, 4, 3, true, true, true},
-                              {"no overflow keys", 160, 96, 75, 10, 60, 3, 0, false, false},
-                              {"all keys", 160, 96, 75, 10, 1},
-                              {"all references", 160, 96, 75, 10, 60, 1, 31, true},
-                              {"most sensitive", 160, 96, 40, 99, 60, 4, 6, false, true, true},
-                              {"least sensitive", 160, 96, 75, 0, 5},
-                              {"partial blocks", 168, 104, 75, 10, 60, 4, 6, true, false, true},
-                              {"narrow", 8, 256},
-                              {"wide", 1056, 48, 75, 19, 60, 4, 6, false, false, true}};
+const Options optionSets[] = {
+    {},
+    {.name = "noisy", .noisy = true},
+    {.name = "advanced", .bits = 3, .advanced = true, .noisy = true},
+    {.name = "no overflow keys", .referenceInterval = 3, .bits = 0, .overflowKeys = false},
+    {.name = "all keys", .keyInterval = 1},
+    {.name = "all references", .referenceInterval = 1, .bits = 31, .advanced = true},
+    {.name = "most sensitive", .quality = 40, .sensitivity = 99, .noisy = true},
+    {.name = "least sensitive", .sensitivity = 0, .keyInterval = 5},
+    {.name = "partial blocks",
+     .width = 168,
+     .height = 104,
+     .advanced = true,
+     .overflowKeys = false,
+     .noisy = true},
+    {.name = "narrow", .width = 8, .height = 256}};
 
 TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
   std::map<int, int> seen;
@@ -292,21 +301,33 @@ TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
 }
 
 TEST_F(Differential, FramesFollowWhatReceiversHave) {
-  const Options o{"small", 32, 32, 100, 10, 60, 2, 6, false, false};
-  CVideoEncoderMJPEGDIFF encoder;
-  EXPECT_THROW(Encode(encoder, o, Flat(o, 100)), CException);
-  Configure(encoder, o);
-  EXPECT_EQ(Encode(encoder, o, Flat(o, 100), {.timestamp = 1ULL << 40})[21], 1);
-  // What has not changed is a frame of header and empty list.
-  EXPECT_EQ(Encode(encoder, o, Flat(o, 100)).size(), 124U);
-  // This reference frame is too large to be sent: reference and order of types stay.
-  EXPECT_THROW(Encode(encoder, o, NoiseBytes(32 * 32 * 2)), int);
-  const Bytes reference = Encode(encoder, o, Flat(o, 100));
-  EXPECT_EQ(reference.size(), 124U);
-  EXPECT_EQ(reference[72], 5);
-  // So does a configuration that is refused.
-  EXPECT_ANY_THROW(Configure(encoder, {.width = -16, .height = -16}));
-  EXPECT_EQ(Encode(encoder, o, Flat(o, 100))[72], 3);
+  for (bool advanced : {false, true}) {
+    Options o{.width = 32, .height = 32, .quality = 100, .overflowKeys = false};
+    o.referenceInterval = 2;
+    o.advanced = advanced;
+    CVideoEncoderMJPEGDIFF encoder;
+    EXPECT_THROW(Encode(encoder, o, Flat(o, 100)), CException);
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(encoder.SetQuality(50), CException);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("codec/videoencoder_mjpeg_diff:161"),
+              std::string::npos);
+    Configure(encoder, o);
+    EXPECT_EQ(Encode(encoder, o, Flat(o, 100), {.timestamp = 1ULL << 40})[21], 1);
+    // What has not changed is a frame of header and empty list.
+    const Bytes plain = Encode(encoder, o, Flat(o, 100));
+    ASSERT_EQ(plain.size(), 124U);
+    EXPECT_EQ(plain[72], advanced ? 4 : 3);
+    // This reference frame is too large to be sent: reference and order of types stay.
+    EXPECT_THROW(Encode(encoder, o, NoiseBytes(32 * 32 * 2)), int);
+    const Bytes reference = Encode(encoder, o, Flat(o, 100));
+    EXPECT_EQ(reference.size(), 124U);
+    EXPECT_EQ(reference[72], 5);
+    // So does a configuration that is refused.
+    Options odd = o;
+    odd.width = odd.height = -16;
+    EXPECT_ANY_THROW(Configure(encoder, odd));
+    EXPECT_EQ(Encode(encoder, o, Flat(o, 100))[72], advanced ? 4 : 3);
+  }
 }
 
 TEST_F(Differential, AThumbnailOfTheClientDecidesWhatChanged) {
@@ -314,14 +335,23 @@ TEST_F(Differential, AThumbnailOfTheClientDecidesWhatChanged) {
   CVideoEncoderMJPEGDIFF encoder;
   Configure(encoder, o);
   Encode(encoder, o, Flat(o, 100));
-  Bytes small(48, 100);
-  small[27] = 111;
-  CZTImage thumbnail;
-  Fill(thumbnail, PixelFormat::GRAY, small, 8, 6);
-  const Bytes frame = Encode(encoder, o, Flat(o, 200), {.thumbnail = &thumbnail});
-  std::vector<std::uint64_t> blocks;
-  UnpackBlockList(blocks, std::span(frame).subspan(112), 99);
-  EXPECT_EQ(blocks, (std::vector<std::uint64_t>{1, 4, 5, 6, 9}));
+  EXPECT_EQ(Encode(encoder, o, Flat(o, 102)).size(), 124U);  // not above the threshold
+  const auto blocksOf = [&](int x, int y, int by) {
+    Bytes small(48, 100);
+    small[static_cast<std::size_t>(y * 8 + x)] = static_cast<std::uint8_t>(100 + by);
+    CZTImage thumbnail;
+    Fill(thumbnail, PixelFormat::GRAY, small, 8, 6);
+    const Bytes frame = Encode(encoder, o, Flat(o, 200), {.thumbnail = &thumbnail});
+    std::vector<std::uint64_t> blocks;
+    UnpackBlockList(blocks, std::span(frame).subspan(112), 99);
+    return blocks;
+  };
+  using Blocks = std::vector<std::uint64_t>;
+  EXPECT_EQ(blocksOf(3, 3, 10), Blocks());
+  EXPECT_EQ(blocksOf(3, 3, 11), (Blocks{1, 4, 5, 6, 9}));
+  EXPECT_EQ(blocksOf(0, 0, -11), (Blocks{0, 1, 4}));  // a reference frame
+  EXPECT_EQ(blocksOf(0, 0, -11), Blocks());
+  EXPECT_EQ(blocksOf(7, 5, 99), (Blocks{0, 1, 4, 7, 10, 11}));
 }
 
 TEST_F(Differential, AStripWiderThanAJpegPictureBecomesAKeyFrame) {
@@ -337,17 +367,113 @@ TEST_F(Differential, AStripWiderThanAJpegPictureBecomesAKeyFrame) {
   EXPECT_EQ(Get<int>(frame, 84), 0);
 }
 
-TEST(BlockList, PacksAsRecorded) {
+// ---- The parts
+
+TEST(BlockList, PacksAsRecordedAndUnpacksTheSame) {
   Bytes packed;
   ASSERT_TRUE(PackBlockList(packed, Blocks32{0, 63, 64, 200}, 6));
   EXPECT_EQ(packed, (Bytes{4, 0, 0, 0, 2, 0, 0,    0,    6,    0, 0, 0, 2, 0,
                            1, 0, 3, 0, 2, 0, 0xC0, 0x0F, 0x20, 0, 0, 0, 0, 0}));
+  std::mt19937 random(1);
+  Bytes all;
+  for (std::uint32_t bits : {0, 1, 3, 6, 8, 13, 16, 31})
+    for (unsigned count : {0, 1, 2, 7, 100}) {
+      Blocks32 blocks(count);
+      for (std::uint32_t& block : blocks)
+        block = static_cast<std::uint32_t>(random()) % 60000;
+      std::ranges::sort(blocks);
+      packed.clear();
+      ASSERT_TRUE(PackBlockList(packed, blocks, bits));
+      all.insert(all.end(), packed.begin(), packed.end());
+      EXPECT_LE(packed.size(), MaxBlockListSize(count, bits));
+      std::vector<std::uint64_t> unpacked;
+      for (std::size_t size = 0; size <= packed.size(); ++size) {
+        const Bytes cut(packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+        UnpackBlockList(unpacked, cut, count);
+        ASSERT_LE(unpacked.size(), count);
+        // Bits of nothing need no bytes, so entries go on when run records are lost.
+        ASSERT_TRUE(bits == 0 || std::equal(unpacked.begin(), unpacked.end(), blocks.begin()));
+      }
+      EXPECT_TRUE(std::ranges::equal(unpacked, blocks));
+      UnpackBlockList(unpacked, packed, count / 2);
+      EXPECT_EQ(unpacked.size(), count / 2);
+    }
+  EXPECT_EQ(HashOf(all), 0xba3ceae35e3853f0U);
+}
+
+TEST(BlockList, BoundsWhatItWritesAndWhatItBelieves) {
+  Bytes packed{1, 2};
   EXPECT_FALSE(PackBlockList(packed, Blocks32{0, 65536}, 0));
-  EXPECT_EQ(packed.size(), 28U);
-  packed[8] = 32;  // bits
-  std::vector<std::uint64_t> blocks;
-  UnpackBlockList(blocks, packed, 4);
-  EXPECT_TRUE(blocks.empty());
+  EXPECT_EQ(packed, (Bytes{1, 2}));
+  packed.clear();
+  ASSERT_TRUE(PackBlockList(packed, Blocks32{3, 65535}, 0));
+  // Field, what it lies, and how many entries are left of two.
+  constexpr std::uint32_t lies[][3] = {{0, ~0U, 5}, {0, 0, 0},  {4, ~0U, 2}, {8, 32, 0},
+                                       {8, 255, 0}, {8, 31, 1}, {12, 7, 2}};
+  for (const auto& [offset, value, left] : lies) {
+    Bytes lying = packed;
+    Put(lying, offset, value);
+    std::vector<std::uint64_t> blocks;
+    UnpackBlockList(blocks, lying, 5);
+    EXPECT_EQ(blocks.size(), left) << offset << " " << value;
+  }
+}
+
+TEST(BlockKernels, HalveAndDoubleEveryDifference) {
+  Bytes left(65536), right(65536), target(65536);
+  for (std::size_t i = 0; i < 65536; ++i) {
+    left[i] = static_cast<std::uint8_t>(i >> 8);
+    right[i] = static_cast<std::uint8_t>(i);
+  }
+  baselineBlocks.halfDifference(target.data(), left.data(), right.data(), 65536);
+  for (int i = 0; i < 65536; ++i)
+    ASSERT_EQ(target[i], ((i >> 8) - (i & 255)) / 2 + 128) << i;
+  baselineBlocks.addDifference(target.data(), left.data(), right.data(), 65536);
+  for (int i = 0; i < 65536; ++i)
+    ASSERT_EQ(target[i], std::clamp((i >> 8) - 2 * ((i & 255) - 128), 0, 255)) << i;
+}
+
+#if defined(ZTLIB_AVX2)
+TEST(BlockKernels, AreTheSameOnEveryInstructionSet) {
+  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP();
+  const Bytes bytes = NoiseBytes(65536);
+  const std::uint8_t* const rows[] = {&bytes[1], &bytes[5002], &bytes[10003], &bytes[15000]};
+  for (std::size_t count : {0, 1, 5, 15, 16, 31, 32, 33, 100, 1000}) {
+    const auto results = [&](const BlockKernels& kernels) {
+      std::vector<Bytes> made;
+      const auto next = [&] { return made.emplace_back(count + 1, 7).data(); };
+      for (unsigned factor = 2; factor <= 64 && count * factor * 2 < 900; factor *= 2)
+        kernels.meanLuma(next(), rows[0], 1000, count, factor);
+      for (unsigned threshold : {1U, 300U, 500U}) {
+        const bool any = kernels.compareGroups(next(), rows, rows + 2, count, threshold);
+        *std::prev(made.back().end(), 1) = any;
+      }
+      kernels.spreadMarks(next(), rows[0], rows[1], rows[2], count);
+      kernels.halfDifference(next(), rows[0], rows[1], count);
+      kernels.addDifference(next(), rows[0], rows[1], count);
+      return made;
+    };
+    EXPECT_EQ(results(baselineBlocks), results(avx2Blocks)) << count;
+  }
+}
+#endif
+
+TEST_F(Differential, ScaleDownIsTheTruncatedMeanOfLuma) {
+  constexpr int width = 1110, height = 133;
+  Bytes pixels = NoiseBytes(width * height * 2);
+  std::fill_n(pixels.begin(), width * 128, std::uint8_t{255});
+  CZTImage image, small;
+  Fill(image, PixelFormat::UYVY, pixels, width, height);
+  const auto& source = image.GetView<TTUYVY<unsigned char>>();
+  for (int factor : {2, 4, 8, 16, 32, 64}) {
+    small.CreateBySizeInPixels(PixelFormat::GRAY, width / factor, height / factor);
+    auto target = small.GetView<TTGray<unsigned char>>();
+    ScaleDownUYVY_To_Gray(target, source, factor);
+    EXPECT_EQ(BytesOf(small), Thumbnail(pixels, width, target.dx, target.dy, factor)) << factor;
+  }
+  TCImageView<TTGray<unsigned char>> none;
+  for (int factor : {-8, 0, 1, 3, 6, 128})
+    EXPECT_THROW(ScaleDownUYVY_To_Gray(none, source, factor), CException) << factor;
 }
 
 }  // namespace

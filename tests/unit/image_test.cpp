@@ -26,6 +26,8 @@ class Images : public testing::Test {
 TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
   CZTImage image;
   image.CreateBySizeInPixels(PixelFormat::YUYV, 640, 3);
+  EXPECT_EQ(image.GetDx(), 320);
+  EXPECT_EQ(image.GetDxInPixels(), 640);
   constexpr int refused[][3] = {{4, 641, 480}, {9, 16, 16}, {10, 16, 16},      {-1, 16, 16},
                                 {1, -1, 5},    {8, 16, 24}, {1, 65536, 65536}, {2, -16, -16}};
   for (const auto& c : refused)
@@ -47,7 +49,8 @@ TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
 }
 
 TEST_F(Images, APictureThatIsStillViewedKeepsItsFrame) {
-  CZTImage image, map;
+  CZTImage image;
+  CZTImage map;
   Count(image, 4, 2);
   map.ConvertOrMap(PixelFormat::GRAY, image);
   EXPECT_EQ(map.GetFrame(), image.GetFrame());
@@ -59,80 +62,131 @@ TEST_F(Images, APictureThatIsStillViewedKeepsItsFrame) {
   view.Create(8, 8);
   view.Create(8, 8);
   EXPECT_EQ(CTestFrames::allocated, 3) << "alone, the buffer is used again";
+  EXPECT_TRUE(TCImageView<Gray>::MapOf(TCImageView<Gray>(), {0, 0, 1, 1}).IsEmpty());
 }
 
 TEST_F(Images, CopiesAndMapsOfOneself) {
-  CZTImage image, other;
+  CZTImage image;
+  CZTImage other;
   Count(image, 5, 3);
   other.ConvertOrCopy(PixelFormat::GRAY, image);
   EXPECT_NE(other.GetFrame(), image.GetFrame());
-  EXPECT_EQ(*other.GetPtrAs<std::uint8_t>(4, 2), 14);
+  EXPECT_EQ(std::memcmp(other.GetPtrAs<char>(), image.GetPtrAs<char>(), 15), 0);
   image.ConvertOrMap(PixelFormat::GRAY, image);
   EXPECT_TRUE(image.IsEmpty());
   EXPECT_EQ(MessageOf([&] { image.ConvertOrMap(PixelFormat::NONE, other); }), "Wrong format");
   EXPECT_EQ(MessageOf([&] { image.SetPixelFormat(PixelFormat::GRAY); }), "Using null-pointer");
+  EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat::NONE); }), "Invalid range");
   EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat{9}); }), "Invalid range");
   other.SetPixelFormat(PixelFormat::YUV);
   EXPECT_EQ(MessageOf([&] { other.SetPixelFormat(PixelFormat::BOOL8); }), "Wrong format");
+  EXPECT_EQ(other.GetPixelFormat(), PixelFormat::YUV);
+  EXPECT_EQ(*other.GetPtrAs<std::uint8_t>(4, 2), 14);
   other.Copy(other);
   EXPECT_TRUE(other.IsEmpty());
+  other.ConvertOrMap(PixelFormat::NONE, image);
+  EXPECT_EQ(other.GetPixelFormat(), PixelFormat::NONE);
 }
 
-TEST_F(Images, OverWriteNeedsTheSameSizeAndFormat) {
-  CZTImage target, source;
+TEST_F(Images, OverWriteKeepsTheBuffer) {
+  CZTImage target;
+  CZTImage source;
   Count(source, 4, 4);
+  target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 4);
+  void* const frame = target.GetFrame();
+  target.OverWrite(source);
+  EXPECT_EQ(target.GetFrame(), frame);
+  EXPECT_EQ(*target.GetPtrAs<std::uint8_t>(3, 3), 15);
   target.CreateBySizeInPixels(PixelFormat::GRAY, 4, 5);
   EXPECT_EQ(MessageOf([&] { target.OverWrite(source); }), "Unknown exception");
   target.CreateBySizeInPixels(PixelFormat::RGB, 4, 5);
   EXPECT_EQ(MessageOf([&] { target.OverWrite(source); }), "Wrong format");
+  source.Reset();
+  target.OverWrite(source);
+  EXPECT_TRUE(target.IsEmpty());
 }
 
 TEST_F(Images, MapsShareAndSlide) {
   CZTImage image;
-  TCZTImageImpl<Gray> picture(Count(image, 20, 4).GetView<Gray>());
+  Count(image, 20, 4);
+  const auto& whole = image.GetView<Gray>();
+  TCZTImageImpl<Gray> picture(whole);
   const auto map = picture.CreateMapOfCorners({2, 1, 12, 3});
   EXPECT_EQ(map->GetDx(), 10);
   EXPECT_EQ(map->GetDy(), 2);
+  EXPECT_EQ(map->GetScanlineSamples(), 20);
   EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtr()), 22);
   EXPECT_EQ(map->GetUseCount(), 3);
-  map->RelocMapX(3);
+  map->RelocMapX(4);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtr()), 26);
   map->RelocMap(-4, -1);
   map->RelocMapY(2);
-  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtrAt(1, 0)), 42);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(map->GetPtrAt(1, 0)), 43);
+  EXPECT_EQ(map->GetDx(), 10);
   const auto inner = map->CreateMapOfRect({3, 0, 2, 1});
-  EXPECT_EQ(*static_cast<std::uint8_t*>(inner->GetPtr()), 44);
-  EXPECT_EQ(static_cast<const TCImageView<Gray>*>(inner->GetImage())->originX, 4);
+  EXPECT_EQ(*static_cast<std::uint8_t*>(inner->GetPtr()), 45);
+  const auto& view = *static_cast<const TCImageView<Gray>*>(inner->GetImage());
+  EXPECT_EQ(view.originX, 5);
+  EXPECT_EQ(view.originY, 2);
   EXPECT_EQ(inner->GetFrame(), image.GetFrame());
+
   const auto empty = CreateNewImageBase(PixelFormat::GRAY);
   EXPECT_EQ(MessageOf([&] { (void)empty->CreateMap(); }), "Using null-pointer");
   EXPECT_EQ(MessageOf([&] { empty->RelocMapX(1); }), "Using null-pointer");
+  EXPECT_EQ(empty->GetUseCount(), 0);
 }
 
-TEST_F(Images, WorkingBuffersAreCopiedOnWrite) {
-  TCImageX<unsigned char, long long> image(5, 3);
+TEST_F(Images, SizesInOtherFormatsAreTruncated) {
+  CZTImage image;
+  image.CreateBySizeInPixels(PixelFormat::GRAY, 1001, 601);
+  const TCZTImageImpl<Gray> picture(image.GetView<Gray>());
+  const auto tiles = picture.CreateSameSize(PixelFormat::YUV420BLOCK);
+  EXPECT_EQ(tiles->GetDx(), 62);
+  EXPECT_EQ(tiles->GetDy(), 37);
+  EXPECT_EQ(tiles->GetDxInPixels(), 992);
+  EXPECT_EQ(picture.CreateSameSize(PixelFormat::UYVY)->GetRowSize(), 2000);
+  EXPECT_EQ(picture.GetRectInPixels().width, 1001);
+}
+
+TEST_F(Images, WorkingBuffersArePaddedAndCopiedOnWrite) {
+  using Buffer = TCImageX<unsigned char, long long>;
+  EXPECT_EQ(Buffer(5, 3).GetScanline(), 8);
+  EXPECT_EQ(Buffer(8, 3).GetScanline(), 8);
+  EXPECT_EQ(Buffer(0, 0).GetWritePtr(), nullptr);
+  EXPECT_THROW(Buffer(1LL << 40, 1LL << 40), std::bad_alloc);
+  Buffer image(5, 3);
   std::memset(image.GetWritePtr(), 7, 24);
-  auto copy = image;
+  Buffer copy = image;
   EXPECT_EQ(copy.GetWritePtr(), image.GetPtr());
   copy.copyOnWrite = true;
   copy.GetWritePtr()[23] = 1;
+  EXPECT_NE(copy.GetPtr(), image.GetPtr());
   EXPECT_EQ(image.GetPtr()[23], 7);
   EXPECT_EQ(copy.GetPtr()[22], 7);
+  EXPECT_FALSE(copy.copyOnWrite);
 }
 
 TEST_F(Images, BlocksOfATree) {
-  CZTImage image, loaded;
+  CZTImage image;
   Count(image, 6, 3);
   CData tree;
+  ToCData(tree, Tok::Image, &image, false);
   ToCData(tree, Tok::Masks, &image, true);
+  CZTImage loaded;
   loaded.FromBindata(*tree.At(0).value.GetBinary());
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 17);
+  loaded.FromBindata(*tree.At(1).value.GetBinary());
   EXPECT_EQ(loaded.GetPixelFormat(), PixelFormat::BOOL8);
   EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 1);
   EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, nullptr, false); }), "Using null-pointer");
   EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
-  tree.At(0).value.GetBinary()->Data()[0] = 2;
-  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(*tree.At(0).value.GetBinary()); }), "Wrong format");
+  tree.At(1).value.GetBinary()->Data()[0] = 2;
+  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(*tree.At(1).value.GetBinary()); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(CBinData("\1\0", 2)); }),
+            "Invalid or nullptr memory!");
   loaded.FromBindata(CBinData());
   EXPECT_EQ(loaded.GetDx(), 16);
+  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(15, 0), 0);
 }
 
 }  // namespace
