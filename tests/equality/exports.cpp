@@ -16,11 +16,7 @@ constexpr int width = 96, height = 80;
 using codec_client::Image;
 
 Image NewImage(int format, const Bytes& content) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, format));
-  const std::span<std::uint8_t> picture = frame->Picture();
-  for (std::size_t i = 0; i < picture.size(); ++i)
-    picture[i] = content[i % content.size()];
-  return Image(ztlib_ztimage_create_avframe(format, frame));
+  return Image(CTestFrames::MakeImage(format, width, height, content));
 }
 
 void MixImage(const Image& image) {
@@ -52,9 +48,8 @@ std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvan
   encoder.Configure(CodecConfig().Int("JPEGQuality", quality).Bool("AdvancedProfile", isAdvanced));
   std::vector<Bytes> frames;
   for (int moment = 0; moment < 6; ++moment) {
-    const Image image = NewImage(source, Scene(moment));
-    frames.emplace_back();
-    ztlib_encoder_process(encoder.object, &frames.back(), Receive, image.get(), moment == 4);
+    frames.push_back(encoder.Process(NewImage(source, Scene(moment)).get(), moment == 4));
+    Mix(std::span(frames.back()));
   }
   return frames;
 }
@@ -180,7 +175,7 @@ void JpegFiles() {
 void Images() {
   for (int format = 0; format <= 8; ++format)
     Step(std::string("image memory ") + formatNames[format], [&] {
-      const Image image = NewImage(format, Noise(9999, 7));
+      const Image image = NewImage(format, NoiseBytes(9999, 7));
       Bytes memory;
       ztlib_ztimage_saveToZTMem(image.get(), &memory, Receive);
       const Image loaded(ztlib_ztimage_create());
@@ -194,7 +189,7 @@ void Arithmetic() {
   Step("inverse transform", [] {
     for (std::uint32_t seed = 0; seed < 100; ++seed) {
       std::int16_t block[64];
-      const Bytes noise = Noise(sizeof block, seed);
+      const Bytes noise = NoiseBytes(sizeof block, seed);
       std::memcpy(block, noise.data(), sizeof block);
       for (auto& coefficient : block)
         coefficient = static_cast<std::int16_t>(coefficient >> (seed % 13));
@@ -224,7 +219,7 @@ void Motion() {
     void* const context = ztlib_simplemotion_create();
     CodecConfig().Apply(ztlib_simplemotion_configure, context, width, height);
     for (int moment = 0; moment < 60; ++moment) {
-      Bytes picture = Noise(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
+      Bytes picture = NoiseBytes(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
       for (std::uint8_t& pixel : picture)
         pixel = static_cast<std::uint8_t>(100 + pixel % 8);
       // Something bright comes once the model has learned.
@@ -246,7 +241,7 @@ void Triangulation() {
       ztlib_triangulation_init(handle, -size, -size, size, size, 2);
       // In 256ths of the frame: its middle, sides and quarters join the mesh at any size.
       Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
-      const Bytes more = Noise(200, 5);
+      const Bytes more = NoiseBytes(200, 5);
       places.insert(places.end(), more.begin(), more.end());
       for (std::size_t i = 0; i < places.size(); i += 2) {
         const auto at = [&](std::uint8_t place) {
@@ -271,7 +266,7 @@ void Triangulation() {
 
 int main() {
   _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
-  ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0);
+  const CTestFrames testFrames(ztlib_registerAVFrameMgr, 0);
   ztlib_context_create();
   // Failures are results as well.
   ztlib_registerLogger([](int level, const char* text) {

@@ -16,9 +16,8 @@
 namespace {
 
 void Convert(int source, int target, int width, int height) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, source));
-  const Bytes noise = Noise(frame->Picture().size(), 5);
-  std::copy(noise.begin(), noise.end(), frame->Picture().begin());
+  Frame* const frame = CTestFrames::Make(width, height, source);
+  std::ranges::copy(NoiseBytes(PictureOf(*frame).size(), 5), frame->data);
   const auto image = CreateNewImageBase(static_cast<PixelFormat>(source), frame);
   try {
     const auto converted = image->ConvertToNew(static_cast<PixelFormat>(target));
@@ -49,7 +48,7 @@ void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
   model.ConfigureFromData(settings, {width, height});
   std::int64_t now = 1'000'000;
   for (std::uint32_t moment = 0; moment < 120; ++moment) {
-    Bytes plane = Noise(static_cast<std::size_t>(width * height), moment < 80 ? moment : 7);
+    Bytes plane = NoiseBytes(static_cast<std::size_t>(width * height), moment < 80 ? moment : 7);
     for (std::size_t i = 0; i < plane.size(); ++i)
       plane[i] = static_cast<std::uint8_t>(
           (i / 64 + moment / 20) % 5 == 0 ? plane[i] : 90 + plane[i] % (1 + moment % 40));
@@ -65,7 +64,7 @@ void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
 }  // namespace
 
 int main() {
-  frame_manager::Register(Frame::Allocate, Frame::Release, nullptr, false);
+  const CTestFrames frames(frame_manager::Register, 0);
   for (int source = 0; source <= 8; ++source)
     for (int target = 0; target <= 8; ++target)
       Step(std::string("convert ") + formatNames[source] + " to " + formatNames[target], [&] {

@@ -62,13 +62,8 @@ class ExportTest : public testing::Test {
   using Image = codec_client::Image;
   static Image NewImage() { return Image(ztlib_ztimage_create()); }
 
-  // An image around a frame whose bytes are `content`, repeated.
   static Image NewImage(int format, int width, int height, const Bytes& content) {
-    CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
-    const std::size_t size = CTestFrames::PictureSize(width, height, format);
-    for (std::size_t i = 0; i < size && !content.empty(); ++i)
-      frame->data[i] = content[i % content.size()];
-    return Image(ztlib_ztimage_create_avframe(format, frame));
+    return Image(CTestFrames::MakeImage(format, width, height, content));
   }
 
   static const CTestFrames::Frame* FrameOf(const Image& image) {

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "include/ztlib.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -62,6 +65,16 @@ class CTestFrames {
     if (size > 0) std::memset(frame->data, fill, size);
     ++allocated;
     return frame;
+  }
+
+  // An image around a frame whose bytes are `content`, repeated.
+  static void* MakeImage(int format, int width, int height,
+                         const std::vector<std::uint8_t>& content) {
+    Frame* const frame = Make(width, height, format);
+    const std::size_t size = PictureSize(width, height, format);
+    for (std::size_t i = 0; i < size && !content.empty(); ++i)
+      frame->data[i] = content[i % content.size()];
+    return ztlib_ztimage_create_avframe(format, frame);
   }
 
   static void* Allocate(int width, int height, int pixelFormat) {
