@@ -4,6 +4,7 @@
 #include "tests/equality/steps.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/jpeg_reference.h"
+#include "tests/support/test_frames.h"
 
 #include <xmmintrin.h>
 
@@ -20,8 +21,13 @@ Image NewImage(int format, const Bytes& content) {
 }
 
 void MixImage(const Image& image) {
-  if (const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get())))
-    MixPicture(*frame);
+  const auto* frame = static_cast<CTestFrames::Frame*>(ztlib_ztimage_get_avframe(image.get()));
+  if (!frame) return;
+  const std::size_t size = CTestFrames::PictureSize(frame->width, frame->height, frame->format);
+  const Bytes picture = jpeg_reference::Opaque({frame->data, frame->data + size}, frame->format);
+  Mix(std::span(picture));
+  for (const std::int32_t value : {frame->width, frame->height, frame->format})
+    Mix(value);
 }
 
 // Outputs are mixed in and, if `user` is a block of bytes, kept there.
@@ -83,7 +89,7 @@ void FrameInformation(const Bytes& coded) {
 void Video(int videoFormat, const std::string& name) {
   for (int source = 0; source <= 8; ++source)
     for (const int quality : {30, 75, 95})
-      Step(name + " encode " + formatNames[source] + " " + std::to_string(quality),
+      Step(name + " encode " + std::to_string(source) + " " + std::to_string(quality),
            [&] { Encode(videoFormat, source, quality, false); });
   for (const bool isAdvanced : {false, true}) {
     std::vector<Bytes> frames;
@@ -95,7 +101,7 @@ void Video(int videoFormat, const std::string& name) {
     });
     for (int target = 0; target <= 8; ++target)
       for (const int scale : {1, 2, 4, 8})
-        Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
+        Step(name + " decode " + std::to_string(target) + " 1/" + std::to_string(scale),
              [&] { Decode(videoFormat, frames, target, scale); });
   }
 }
@@ -134,18 +140,13 @@ void LayeredVideo() {
       std::vector<Bytes> frames;
       Step(name + " encode", [&] {
         for (int moment = 0; moment < 6; ++moment) {
-          const Image image = NewImage(ZTLIB_UYVY, Scene(moment));
-          const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get()));
-          const CLayeredPlanes planes(frame->data, 2 * width, width, height);
+          const Bytes uyvy = Scene(moment);
+          const CLayeredPlanes planes(uyvy.data(), 2 * width, width, height);
           frames.push_back(encoder.Encode(planes.Picture(), moment == 4));
           Mix(std::span(frames.back()));
         }
       });
       Step(name + " layers", [&] { Layers(frames); });
-      for (int target = 1; target <= 5; ++target)
-        for (const int scale : {1, 2, 4, 8})
-          Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
-               [&] { Decode(videoFormat, frames, target, scale); });
     }
 }
 
@@ -162,7 +163,7 @@ void JpegFile() {
 
 void Images() {
   for (int format = 0; format <= 8; ++format)
-    Step(std::string("image memory ") + formatNames[format], [&] {
+    Step("image memory " + std::to_string(format), [&] {
       const Image image = NewImage(format, NoiseBytes(9999, 7));
       Bytes memory;
       ztlib_ztimage_saveToZTMem(image.get(), &memory, Receive);
@@ -213,33 +214,23 @@ void Motion() {
   });
 }
 
-// Values are exact, as exceptions are unmasked here.
+// Beside its model elsewhere, but here with exceptions unmasked.
 void Triangulation() {
-  for (const std::int32_t size : {9, 1024, 2147483647})
-    Step("triangulation " + std::to_string(size), [size] {
-      void* const handle = ztlib_triangulation_create();
-      ztlib_triangulation_init(handle, -size, -size, size, size, 2);
-      // In 256ths of the frame: its middle, sides and quarters join the mesh at any size.
-      Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
-      const Bytes more = NoiseBytes(200, 5);
-      places.insert(places.end(), more.begin(), more.end());
-      for (std::size_t i = 0; i < places.size(); i += 2) {
-        const auto at = [&](std::uint8_t place) {
-          return static_cast<std::int32_t>(std::int64_t{size} * (place - 128) / 128);
-        };
-        const std::int32_t x = at(places[i]), y = at(places[i + 1]);
-        const float values[] = {float(places[i]), float(i)};
-        ztlib_triangulation_addPoint(handle, x, y, values, i % 11 == 10 ? 1 : 2);
-        if (i == 100) ztlib_triangulation_finalize(handle);
-        for (const std::uint8_t place : {0, 50, 128, 200}) {
-          float estimate[2] = {-1, -1};
-          ztlib_triangulation_estimate(handle, at(place), y, estimate, 2);
-          Mix(std::span(estimate));
-        }
-      }
-      ztlib_triangulation_finalize(nullptr);
-      ztlib_triangulation_destroy(handle);
-    });
+  Step("triangulation", [] {
+    void* const handle = ztlib_triangulation_create();
+    ztlib_triangulation_init(handle, -128, -128, 128, 128, 2);
+    const Bytes places = NoiseBytes(200, 5);
+    for (std::size_t i = 0; i < places.size(); i += 2) {
+      const std::int32_t x = places[i] - 128, y = places[i + 1] - 128;
+      const float values[] = {float(x), float(i)};
+      ztlib_triangulation_addPoint(handle, x, y, values, i % 11 == 10 ? 1 : 2);
+      if (i == 100) ztlib_triangulation_finalize(handle);
+      float estimate[2] = {-1, -1};
+      ztlib_triangulation_estimate(handle, y, x, estimate, 2);
+      Mix(estimate);
+    }
+    ztlib_triangulation_destroy(handle);
+  });
 }
 
 }  // namespace

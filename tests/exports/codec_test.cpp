@@ -140,8 +140,8 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   encoder.Configure(CodecConfig().Int("Width", 16).Int("Height", 16));
   EXPECT_EQ(encoder.Process(image.get()), Bytes());
   ExpectUnknownFailure(encode);
-  for (const auto& [width, height] : {std::pair(0, 64), {65501, 64}}) {
-    encoder.Configure(CodecConfig().Int("Width", width).Int("Height", height));
+  for (const int width : {0, 65501}) {
+    encoder.Configure(CodecConfig().Int("Width", width).Int("Height", 64));
     (void)encoder.Process(NewImage(ZTLIB_YUV, 65501, 64, {}).get());
     ExpectUnknownFailure(encode);
   }
@@ -199,20 +199,19 @@ TEST_F(CodecExports, RefusedPictureMemoryIsAFailure) {
 }
 
 TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
-  for (int format : {1, 5, -3, 65539}) {
-    EXPECT_EQ(ztlib_decoder_create(format), nullptr);
+  // Layered video is only read.
+  for (int format : {1, 5, -3, 65539, ZTLIB_VIDEO_LAYERED + 0, ZTLIB_VIDEO_LAYEREDDIFF + 0}) {
+    const std::string text = ": Unknown video format " + std::to_string(format);
     EXPECT_EQ(ztlib_encoder_create(format), nullptr);
-    const std::string number = std::to_string(format);
-    EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateDecoder: Unknown video format " + number},
-                                        {1, "CreateEncoder: Unknown video format " + number}}));
+    std::vector<Line> expected{{1, "CreateEncoder" + text}};
+    if (format % 4 != 0) {
+      EXPECT_EQ(ztlib_decoder_create(format), nullptr);
+      expected.emplace_back(1, "CreateDecoder" + text);
+    }
+    EXPECT_EQ(lines, expected);
     EXPECT_TRUE(failures.empty());
     Forget();
   }
-  for (int format : {ZTLIB_VIDEO_LAYERED, ZTLIB_VIDEO_LAYEREDDIFF})
-    EXPECT_EQ(ztlib_encoder_create(format), nullptr);
-  EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateEncoder: Unknown video format 0"},
-                                      {1, "CreateEncoder: Unknown video format 4"}}));
-  Forget();
 }
 
 TEST_F(CodecExports, TheFrameChoosesTheDecoder) {

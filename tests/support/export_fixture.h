@@ -16,13 +16,10 @@ class ExportTest : public testing::Test {
   static inline std::vector<Line> lines;
   static inline std::vector<std::string> failures;
 
-  static void SetUpTestSuite() {
-    static const bool once = [] {
-      ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
-      ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
-      return true;
-    }();
-    (void)once;
+  static void SetUpTestSuite() { [[maybe_unused]] static const bool once = (Listen(), true); }
+  static void Listen() {
+    ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
+    ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
   }
 
   void SetUp() override { Forget(); }
