@@ -83,10 +83,9 @@ TEST_F(ClientTest, InfoFollowsTheFramesThroughTheFile) {
   for (const nlohmann::json& frame : info["frames"]) {
     EXPECT_EQ(frame["offset"], offset);
     offset += frame["bytes"].get<std::uint64_t>();
-    for (const auto& [key, value] :
-         {std::pair{"formatName", "mjpeg"}, {"kindName", "encoder"}, {"typeName", "key"}})
-      EXPECT_EQ(frame[key], value);
-    EXPECT_EQ(frame["width"], width);
+    EXPECT_EQ(frame["formatName"], "mjpeg");
+    EXPECT_EQ(frame["kindName"], "encoder");
+    EXPECT_EQ(frame["typeName"], "key");
     EXPECT_EQ(frame["height"], height);
   }
   EXPECT_EQ(offset, size);
@@ -148,16 +147,15 @@ TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
         {"a.y4m @again.zts", frames, height},
         {"a.mkv @again.zts", frames, height},
         {"cut.y4m @again.zts", 3, height},
-        {"png/000003.png @again.zts --size 161x75", 1, 75},
+        {"png/000003.png @one.zts --size 161x75", 1, 75},
         {"a.mkv @few.zts --frames 5", 5, height}}) {
     const CRun record = Run("record @" + std::string(arguments));
     EXPECT_EQ(record.status, 0) << record.errors;
-    const nlohmann::json info = Info(count == 5 ? "few.zts" : "again.zts");
+    const nlohmann::json info = Info(count == 5 ? "few.zts" : count == 1 ? "one.zts" : "again.zts");
     EXPECT_EQ(info["totals"]["frames"], count) << arguments;
     EXPECT_EQ(info["frames"].back()["height"], rows) << arguments;
   }
   // Frames of different sizes in one file become pictures of one size in a video.
-  ASSERT_EQ(Run("record @png/000003.png @one.zts --size 161x75").status, 0);
   WriteText("mixed.zts", ReadText("few.zts") + ReadText("one.zts"));
   EXPECT_EQ(Play("mixed.zts").size(), 6U);
 }

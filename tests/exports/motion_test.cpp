@@ -45,10 +45,10 @@ TEST_F(MotionExports, NullArguments) {
   const Image image = Scene(false);
   const ztlib_blob empty{nullptr, 0}, missing{nullptr, 3};
   ztlib_simplemotion_destroy(nullptr);
-  for (const auto& [object, config] : {std::pair<void*, const ztlib_blob*>(nullptr, &empty),
-                                       {context.object, nullptr},
-                                       {context.object, &missing}}) {
-    ztlib_simplemotion_configure(object, config, 4, 4);
+  ztlib_simplemotion_configure(nullptr, &empty, 4, 4);
+  ExpectFailure(configure, api, null);
+  for (const ztlib_blob* config : {static_cast<const ztlib_blob*>(nullptr), &missing}) {
+    ztlib_simplemotion_configure(context.object, config, 4, 4);
     ExpectFailure(configure, api, null);
   }
   ztlib_simplemotion_configure(context.object, &empty, -4, 4);

@@ -30,12 +30,12 @@ class ExportTest : public testing::Test {
   }
 
   // One failure, reported by one line of level 1 with the same text in quotes; the line number in
-  // the text is left open. `kind` is "CException" or "std::exception".
+  // the text is left open.
   static void ExpectFailure(const std::string& function, const std::string& source,
-                            const std::string& message, const std::string& kind = "CException") {
+                            const std::string& message) {
     ASSERT_EQ(failures.size(), 1U);
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0], Line(1, kind + " (" + function + "): '" + failures[0] + "'!"));
+    EXPECT_EQ(lines[0], Line(1, "CException (" + function + "): '" + failures[0] + "'!"));
     const std::string head = "Exception [" + source + ":";
     EXPECT_EQ(failures[0].substr(0, head.size()), head);
     const std::string tail = "] - " + message;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -31,15 +32,12 @@ class CTestFrames {
     allocated = released = 0;
     CTestFrames::fill = fill;
     refuse = false;
-    unregister = [](void* function) {
-      reinterpret_cast<Register>(function)(nullptr, nullptr, nullptr, false);
-    };
-    function = reinterpret_cast<void*>(registerManager);
+    unregister = [registerManager] { registerManager(nullptr, nullptr, nullptr, false); };
     registerManager(Allocate, Release, nullptr, false);
   }
   ~CTestFrames() {
     EXPECT_EQ(allocated, released);
-    unregister(function);
+    unregister();
   }
   CTestFrames(const CTestFrames&) = delete;
   CTestFrames& operator=(const CTestFrames&) = delete;
@@ -89,6 +87,5 @@ class CTestFrames {
 
  private:
   static inline std::atomic<std::uint8_t> fill = 0;
-  void* function;
-  void (*unregister)(void*);
+  std::function<void()> unregister;
 };
