@@ -50,9 +50,8 @@ CRun ClientTest::Run(const std::string& arguments) const {
   CRun run;
   const int status = std::system(command.c_str());
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  const Bytes output = ReadBytes(Path("stdout")), errors = ReadBytes(Path("stderr"));
-  run.output.assign(output.begin(), output.end());
-  run.errors.assign(errors.begin(), errors.end());
+  run.output = ReadText("stdout");
+  run.errors = ReadText("stderr");
   return run;
 }
 
@@ -60,9 +59,36 @@ nlohmann::json ClientTest::Info(const std::string& name) const {
   return nlohmann::json::parse(Run("info --json @" + name).output);
 }
 
-Bytes DecodePlanes(const std::uint8_t* data, std::size_t size, unsigned scale, bool isGray) {
-  const auto picture = jpeg_reference::Decode(
-      Bytes(data, data + size), isGray ? JCS_GRAYSCALE : JCS_YCbCr, static_cast<int>(scale));
+std::vector<Bytes> ClientTest::Play(const std::string& arguments, int scale, int pixels) const {
+  const CRun play =
+      Run("play --pixels yuv --y4m - --scale " + std::to_string(scale) + " @" + arguments);
+  EXPECT_EQ(play.status, 0) << arguments << play.errors;
+  return ParseY4m(play.output, static_cast<std::size_t>(3 * pixels / scale / scale)).frames;
+}
+
+std::string ClientTest::ReadText(const std::string& name) const {
+  const Bytes bytes = ReadBytes(Path(name));
+  return {bytes.begin(), bytes.end()};
+}
+
+void ClientTest::WriteText(const std::string& name, const std::string& text) const {
+  WriteBytes(Path(name), {text.begin(), text.end()});
+}
+
+void ClientTest::ExpectErrors(
+    std::initializer_list<std::pair<const char*, const char*>> argumentsAndTexts) const {
+  for (const auto& [arguments, text] : argumentsAndTexts) {
+    const CRun run = Run(arguments);
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(run.ErrorLines(), 1U) << arguments << ": " << run.errors;
+    EXPECT_EQ(run.errors.find("ztclient: "), 0U) << arguments << ": " << run.errors;
+    EXPECT_NE(run.errors.find(text), std::string::npos) << arguments << ": " << run.errors;
+  }
+}
+
+Bytes DecodePlanes(std::span<const std::uint8_t> stream, int scale, bool isGray) {
+  const auto picture = jpeg_reference::Decode(Bytes(stream.begin(), stream.end()),
+                                              isGray ? JCS_GRAYSCALE : JCS_YCbCr, scale);
   const auto channels = static_cast<std::size_t>(picture.components);
   Bytes planes(picture.pixels.size());
   for (std::size_t i = 0; i < planes.size(); ++i)
