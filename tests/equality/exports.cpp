@@ -4,7 +4,6 @@
 #include "tests/equality/steps.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/jpeg_reference.h"
-#include "tests/support/test_frames.h"
 
 #include <xmmintrin.h>
 
@@ -17,17 +16,16 @@ constexpr int width = 96, height = 80;
 using codec_client::Image;
 
 Image NewImage(int format, const Bytes& content) {
-  return Image(CTestFrames::MakeImage(format, width, height, content));
+  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, format));
+  const std::span<std::uint8_t> picture = frame->Picture();
+  for (std::size_t i = 0; i < picture.size(); ++i)
+    picture[i] = content[i % content.size()];
+  return Image(ztlib_ztimage_create_avframe(format, frame));
 }
 
 void MixImage(const Image& image) {
-  const auto* frame = static_cast<CTestFrames::Frame*>(ztlib_ztimage_get_avframe(image.get()));
-  if (!frame) return;
-  const std::size_t size = CTestFrames::PictureSize(frame->width, frame->height, frame->format);
-  const Bytes picture = jpeg_reference::Opaque({frame->data, frame->data + size}, frame->format);
-  Mix(std::span(picture));
-  for (const std::int32_t value : {frame->width, frame->height, frame->format})
-    Mix(value);
+  if (const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get())))
+    MixPicture(*frame);
 }
 
 // Outputs are mixed in and, if `user` is a block of bytes, kept there.
@@ -54,8 +52,9 @@ std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvan
   encoder.Configure(CodecConfig().Int("JPEGQuality", quality).Bool("AdvancedProfile", isAdvanced));
   std::vector<Bytes> frames;
   for (int moment = 0; moment < 6; ++moment) {
-    frames.push_back(encoder.Process(NewImage(source, Scene(moment)).get(), moment == 4));
-    Mix(std::span(frames.back()));
+    const Image image = NewImage(source, Scene(moment));
+    frames.emplace_back();
+    ztlib_encoder_process(encoder.object, &frames.back(), Receive, image.get(), moment == 4);
   }
   return frames;
 }
@@ -89,7 +88,7 @@ void FrameInformation(const Bytes& coded) {
 void Video(int videoFormat, const std::string& name) {
   for (int source = 0; source <= 8; ++source)
     for (const int quality : {30, 75, 95})
-      Step(name + " encode " + std::to_string(source) + " " + std::to_string(quality),
+      Step(name + " encode " + formatNames[source] + " " + std::to_string(quality),
            [&] { Encode(videoFormat, source, quality, false); });
   for (const bool isAdvanced : {false, true}) {
     std::vector<Bytes> frames;
@@ -101,7 +100,7 @@ void Video(int videoFormat, const std::string& name) {
     });
     for (int target = 0; target <= 8; ++target)
       for (const int scale : {1, 2, 4, 8})
-        Step(name + " decode " + std::to_string(target) + " 1/" + std::to_string(scale),
+        Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
              [&] { Decode(videoFormat, frames, target, scale); });
   }
 }
@@ -140,31 +139,48 @@ void LayeredVideo() {
       std::vector<Bytes> frames;
       Step(name + " encode", [&] {
         for (int moment = 0; moment < 6; ++moment) {
-          const Bytes uyvy = Scene(moment);
-          const CLayeredPlanes planes(uyvy.data(), 2 * width, width, height);
+          const Image image = NewImage(ZTLIB_UYVY, Scene(moment));
+          const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get()));
+          const CLayeredPlanes planes(frame->data, 2 * width, width, height);
           frames.push_back(encoder.Encode(planes.Picture(), moment == 4));
           Mix(std::span(frames.back()));
         }
       });
       Step(name + " layers", [&] { Layers(frames); });
+      for (int target = 1; target <= 5; ++target)
+        for (const int scale : {1, 2, 4, 8})
+          Step(name + " decode " + formatNames[target] + " 1/" + std::to_string(scale),
+               [&] { Decode(videoFormat, frames, target, scale); });
     }
 }
 
-void JpegFile() {
-  Step("jpeg", [] {
-    const Bytes file = jpeg_reference::Encode(jpeg_reference::Scene(width, height), width, height);
-    Bytes frame;
-    ztlib_copyAndAddHeader(&frame, Receive, file.data(), static_cast<std::uint32_t>(file.size()));
-    // The second half of the bytes is missing at first.
-    const Bytes half(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(frame.size() / 2));
-    Decode(ZTLIB_VIDEO_MJPEG, {half, frame}, ZTLIB_RGB, 1);
-  });
+void JpegFiles() {
+  const Bytes scene = jpeg_reference::Scene(width, height);
+  for (const jpeg_reference::Style& style :
+       {jpeg_reference::Style{"4:2:0"}, jpeg_reference::Style{"4:2:2", 2, 1},
+        jpeg_reference::Style{"4:4:4", 1, 1}, jpeg_reference::Style{"gray", 1, 1, 1},
+        jpeg_reference::Style{"progressive", 2, 2, 3, true},
+        jpeg_reference::Style{"restarts", 2, 2, 3, false, 1}})
+    Step(std::string("jpeg ") + style.name, [&] {
+      const Bytes file = jpeg_reference::Encode(scene, width, height, style);
+      Bytes frame;
+      ztlib_copyAndAddHeader(&frame, Receive, file.data(), static_cast<std::uint32_t>(file.size()));
+      for (const int target : {1, 2, 3, 4, 5}) {
+        codec_client::Decoder decoder(target);
+        const Image image(ztlib_ztimage_create());
+        // The second half of the bytes is missing at first.
+        for (const std::size_t size : {frame.size() / 2, frame.size()}) {
+          decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
+          MixImage(image);
+        }
+      }
+    });
 }
 
 void Images() {
   for (int format = 0; format <= 8; ++format)
-    Step("image memory " + std::to_string(format), [&] {
-      const Image image = NewImage(format, NoiseBytes(9999, 7));
+    Step(std::string("image memory ") + formatNames[format], [&] {
+      const Image image = NewImage(format, Noise(9999, 7));
       Bytes memory;
       ztlib_ztimage_saveToZTMem(image.get(), &memory, Receive);
       const Image loaded(ztlib_ztimage_create());
@@ -178,19 +194,27 @@ void Arithmetic() {
   Step("inverse transform", [] {
     for (std::uint32_t seed = 0; seed < 100; ++seed) {
       std::int16_t block[64];
-      std::memcpy(block, NoiseBytes(sizeof block, seed).data(), sizeof block);
+      const Bytes noise = Noise(sizeof block, seed);
+      std::memcpy(block, noise.data(), sizeof block);
+      for (auto& coefficient : block)
+        coefficient = static_cast<std::int16_t>(coefficient >> (seed % 13));
       idct8x8_mmx(block);
       Mix(std::span(block));
     }
   });
-  Step("sizes", [] {
+  Step("virtual coordinates", [] {
     for (int size = -5; size < 4000; size += 7)
-      for (int at = -20000; at < 20000; at += 997) {
+      for (int at = -20000; at < 20000; at += 997)
         for (const auto call : {ztlib_getPixelXByVirtualX, ztlib_getPixelYByVirtualY,
                                 ztlib_getVirtualXByPixelX, ztlib_getVirtualYByPixelY})
           Mix(call(at, size));
-        Mix(ztlib_getScaleDownByPixel1(at, size, 720));
-        Mix(ztlib_getScaleDownByPixel3(at, size % 11, size, 720));
+  });
+  Step("scale-down choice", [] {
+    for (int target = -1; target < 2000; target += 37)
+      for (int dx = 0; dx < 2000; dx += 61) {
+        Mix(ztlib_getScaleDownByPixel1(target, dx, 720));
+        for (int format = 0; format < 11; ++format)
+          Mix(ztlib_getScaleDownByPixel3(target, format, dx, 720));
       }
   });
 }
@@ -200,9 +224,13 @@ void Motion() {
     void* const context = ztlib_simplemotion_create();
     CodecConfig().Apply(ztlib_simplemotion_configure, context, width, height);
     for (int moment = 0; moment < 60; ++moment) {
-      // Something comes once the model has learned.
-      const Image image =
-          NewImage(ZTLIB_GRAY, moment < 45 ? Bytes{100, 103, 107} : NoiseBytes(999, 7));
+      Bytes picture = Noise(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
+      for (std::uint8_t& pixel : picture)
+        pixel = static_cast<std::uint8_t>(100 + pixel % 8);
+      // Something bright comes once the model has learned.
+      for (int y = 10; moment >= 45 && y < 40; ++y)
+        std::fill_n(&picture[static_cast<std::size_t>(y * width + moment)], 30, 230);
+      const Image image = NewImage(ZTLIB_GRAY, picture);
       Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
                                     13'000'000'000'000 + 100 * moment));
     }
@@ -210,30 +238,40 @@ void Motion() {
   });
 }
 
-// Beside its model elsewhere, but here with exceptions unmasked.
+// Values are exact, as exceptions are unmasked here.
 void Triangulation() {
-  Step("triangulation", [] {
-    void* const handle = ztlib_triangulation_create();
-    ztlib_triangulation_init(handle, -128, -128, 128, 128, 2);
-    const Bytes places = NoiseBytes(200, 5);
-    for (std::size_t i = 0; i < places.size(); i += 2) {
-      const std::int32_t x = places[i] - 128, y = places[i + 1] - 128;
-      const float values[] = {float(x), float(i)};
-      ztlib_triangulation_addPoint(handle, x, y, values, i % 11 == 10 ? 1 : 2);
-      if (i == 100) ztlib_triangulation_finalize(handle);
-      float estimate[2] = {-1, -1};
-      ztlib_triangulation_estimate(handle, y, x, estimate, 2);
-      Mix(estimate);
-    }
-    ztlib_triangulation_destroy(handle);
-  });
+  for (const std::int32_t size : {9, 1024, 2147483647})
+    Step("triangulation " + std::to_string(size), [size] {
+      void* const handle = ztlib_triangulation_create();
+      ztlib_triangulation_init(handle, -size, -size, size, size, 2);
+      // In 256ths of the frame: its middle, sides and quarters join the mesh at any size.
+      Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
+      const Bytes more = Noise(200, 5);
+      places.insert(places.end(), more.begin(), more.end());
+      for (std::size_t i = 0; i < places.size(); i += 2) {
+        const auto at = [&](std::uint8_t place) {
+          return static_cast<std::int32_t>(std::int64_t{size} * (place - 128) / 128);
+        };
+        const std::int32_t x = at(places[i]), y = at(places[i + 1]);
+        const float values[] = {float(places[i]), float(i)};
+        ztlib_triangulation_addPoint(handle, x, y, values, i % 11 == 10 ? 1 : 2);
+        if (i == 100) ztlib_triangulation_finalize(handle);
+        for (const std::uint8_t place : {0, 50, 128, 200}) {
+          float estimate[2] = {-1, -1};
+          ztlib_triangulation_estimate(handle, at(place), y, estimate, 2);
+          Mix(std::span(estimate));
+        }
+      }
+      ztlib_triangulation_finalize(nullptr);
+      ztlib_triangulation_destroy(handle);
+    });
 }
 
 }  // namespace
 
 int main() {
   _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
-  const CTestFrames testFrames(ztlib_registerAVFrameMgr, 0);
+  ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0);
   ztlib_context_create();
   // Failures are results as well.
   ztlib_registerLogger([](int level, const char* text) {
@@ -244,7 +282,7 @@ int main() {
   Video(ZTLIB_VIDEO_MJPEG, "mjpeg");
   Video(ZTLIB_VIDEO_MJPEGDIFF, "mjpegdiff");
   LayeredVideo();
-  JpegFile();
+  JpegFiles();
   Images();
   Arithmetic();
   Motion();

@@ -1,17 +1,93 @@
-// A fixed calibration, which the exports do not reach. What else they reach in part or not at all,
-// the conversion matrix, the data tree and the statistics behind motion, stands beside models in
-// tests that every system runs.
+// A fixed set of inputs through what the exports reach only in part or not at all: the conversion
+// matrix, the data tree, the statistics behind motion, and calibration.
 #include "main/lib/base/cdata/HAData.h"
+#include "main/lib/base/exceptions.h"
+#include "main/lib/base/frame_manager.h"
 #include "main/lib/calib/calibrator3d.h"
+#include "main/lib/vca/old_vca_utils/motion_background.h"
+#include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
 #include "tests/support/calibration_tree.h"
+#include "tests/unit/rich_tree.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+void Convert(int source, int target, int width, int height) {
+  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, source));
+  const Bytes noise = Noise(frame->Picture().size(), 5);
+  std::copy(noise.begin(), noise.end(), frame->Picture().begin());
+  const auto image = CreateNewImageBase(static_cast<PixelFormat>(source), frame);
+  try {
+    const auto converted = image->ConvertToNew(static_cast<PixelFormat>(target));
+    MixPicture(*static_cast<const Frame*>(converted->GetFrame()));
+  } catch (const CException& error) {
+    Mix(error.what());
+  }
+}
+
+void MixTree(const CData& tree) {
+  const CBinData block = ToTagged(tree);
+  Mix(std::span(block.Data(), block.Size()));
+  Bytes counted(CountedSize(tree));
+  WriteCounted(tree, counted.data());
+  Mix(std::span(counted));
+}
+
+template <class Image>
+void MixRows(const Image& image) {
+  for (auto y = image.GetDy(); y-- > 0;)
+    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
+                  static_cast<std::size_t>(image.GetDx())));
+}
+
+// Noise, things that jump, and then stillness, at the slowest and the fastest rates of following.
+void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
+  CMotionBackground model;
+  model.ConfigureFromData(settings, {width, height});
+  std::int64_t now = 1'000'000;
+  for (std::uint32_t moment = 0; moment < 120; ++moment) {
+    Bytes plane = Noise(static_cast<std::size_t>(width * height), moment < 80 ? moment : 7);
+    for (std::size_t i = 0; i < plane.size(); ++i)
+      plane[i] = static_cast<std::uint8_t>(
+          (i / 64 + moment / 20) % 5 == 0 ? plane[i] : 90 + plane[i] % (1 + moment % 40));
+    now += moment % 30 < 15 ? 40 : 400;
+    Mix(model.ProcessImage({width, height, plane.data(), width}, &now));
+    Mix(model.GetHighVarianceCount());
+    MixRows(model.GetMean());
+    MixRows(model.GetVariance());
+    MixRows(model.GetMotion());
+  }
+}
+
+}  // namespace
 
 int main() {
+  frame_manager::Register(Frame::Allocate, Frame::Release, nullptr, false);
+  for (int source = 0; source <= 8; ++source)
+    for (int target = 0; target <= 8; ++target)
+      Step(std::string("convert ") + formatNames[source] + " to " + formatNames[target], [&] {
+        for (const auto& [width, height] : {std::pair{96, 80}, {16, 16}, {38, 34}, {1904, 32}})
+          Convert(source, target, width, height);
+      });
+  Step("tree", [] { MixTree(RichTree()); });
+  for (unsigned bits = 0; bits < 16; ++bits)
+    Step("motion statistics " + std::to_string(bits), [bits] {
+      CData settings;
+      settings.AddBool(Tok::MeltinReduction, (bits & 1) != 0);
+      settings.AddBool(Tok::AlternativeVarianceHandling, (bits & 2) != 0);
+      settings.AddBool(Tok::BinaryOutputMode, (bits & 4) != 0);
+      settings.AddBool(Tok::ForbidHighSensitivityStart, (bits & 8) != 0);
+      settings.AddDouble(Tok::Sensitivity, 13.0 * (bits % 7));
+      for (const auto& [width, height] : {std::pair{96, 40}, {37, 11}, {3, 2}})
+        Follow(settings, width, height);
+    });
   Step("calibration", [] {
     CCalibrator3D calibrator;
     calibrator.Configure(MarkedTree({}, {{4000, 8000, 4090, 6000}, {8000, 8000, 8090, 6000}}));
-    const CBinData block = ToTagged(calibrator.GetConfig());
-    Mix(std::span(block.Data(), block.Size()));
+    MixTree(calibrator.GetConfig());
     for (float x = 0; x < 16384; x += 300)
       for (float y = 0; y < 16384; y += 300) {
         CPointF ground;

@@ -80,8 +80,9 @@ TEST_F(CodecExports, DecodesWhatLibjpegDecodes) {
 
 TEST_F(CodecExports, EveryCutOfAStreamFailsAndTheHandleGoesOn) {
   for (bool progressive : {false, true}) {
+    const Bytes scene = jpeg_reference::Scene(50, 34);
     const Bytes frame =
-        FrameOf(jpeg_reference::Encode(scene, 64, 48, {.progressive = progressive}));
+        FrameOf(jpeg_reference::Encode(scene, 50, 34, {.progressive = progressive}));
     const Image image = NewImage();
     Decoder decoder(ZTLIB_YUYV);
     decoder.Process(image.get(), frame);
@@ -90,8 +91,10 @@ TEST_F(CodecExports, EveryCutOfAStreamFailsAndTheHandleGoesOn) {
       decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
       ExpectUnknownFailure(process);
     }
-    decoder.Process(image.get(), Bytes(25, 3));
-    ExpectFailure(process, "main/target/windll/codec/codec", "Invalid range");
+    for (std::size_t size : {std::size_t{0}, std::size_t{25}}) {
+      decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
+      ExpectFailure(process, "main/target/windll/codec/codec", "Invalid range");
+    }
     Bytes longer = frame;
     longer.insert(longer.end(), 100, 0xFF);
     decoder.Process(image.get(), longer);
@@ -129,7 +132,8 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   encoder.Configure(CodecConfig().Int("Width", 64).Int("Height", 64));
   const Bytes frame = encoder.Process(image.get());
   EXPECT_EQ(encoder.Process(NewImage().get()), Bytes());
-  EXPECT_EQ(failures.size(), 1U);
+  ASSERT_EQ(failures.size(), 1U);
+  EXPECT_NE(failures[0].find("Using null-pointer"), std::string::npos);
   Forget();
   EXPECT_EQ(encoder.Process(YuvImage(scene, 64, 63).get()), Bytes());
   ExpectFailure(encode, encoderSource, "Invalid range");
@@ -140,8 +144,8 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   encoder.Configure(CodecConfig().Int("Width", 16).Int("Height", 16));
   EXPECT_EQ(encoder.Process(image.get()), Bytes());
   ExpectUnknownFailure(encode);
-  for (const int width : {0, 65501}) {
-    encoder.Configure(CodecConfig().Int("Width", width).Int("Height", 64));
+  for (const auto& [width, height] : {std::pair(0, 64), {65501, 64}}) {
+    encoder.Configure(CodecConfig().Int("Width", width).Int("Height", height));
     (void)encoder.Process(NewImage(ZTLIB_YUV, 65501, 64, {}).get());
     ExpectUnknownFailure(encode);
   }
@@ -185,33 +189,36 @@ TEST_F(CodecExports, DecoderConfigurationKeepsWhatIsAbsent) {
 TEST_F(CodecExports, RefusedPictureMemoryIsAFailure) {
   const Bytes frame = FrameOf(stream);
   const Image image = NewImage();
-  Decoder decoder(ZTLIB_UYVY);
-  decoder.Process(image.get(), frame);
-  const Bytes good = BytesOf(image);
-  CTestFrames::refuse = true;
-  decoder.Process(image.get(), frame);
-  ExpectFailure(process, "main/lib/base/image_rw", "Using null-pointer");
-  EXPECT_EQ(ztlib_ztimage_get_avframe(image.get()), nullptr);
-  CTestFrames::refuse = false;
-  decoder.Process(image.get(), frame);
-  ExpectNoFailure();
-  EXPECT_EQ(BytesOf(image), good);
+  for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_UYVY}) {
+    Decoder decoder(format);
+    decoder.Process(image.get(), frame);
+    const Bytes good = BytesOf(image);
+    CTestFrames::refuse = true;
+    decoder.Process(image.get(), frame);
+    ExpectFailure(process, "main/lib/base/image_rw", "Using null-pointer");
+    EXPECT_EQ(ztlib_ztimage_get_avframe(image.get()), nullptr);
+    CTestFrames::refuse = false;
+    decoder.Process(image.get(), frame);
+    ExpectNoFailure();
+    EXPECT_EQ(BytesOf(image), good);
+  }
 }
 
 TEST_F(CodecExports, UnknownFormatsHaveNoCodec) {
-  // Layered video is only read.
-  for (int format : {1, 5, -3, 65539, ZTLIB_VIDEO_LAYERED + 0, ZTLIB_VIDEO_LAYEREDDIFF + 0}) {
-    const std::string text = ": Unknown video format " + std::to_string(format);
+  for (int format : {1, 5, -3, 65539}) {
+    EXPECT_EQ(ztlib_decoder_create(format), nullptr);
     EXPECT_EQ(ztlib_encoder_create(format), nullptr);
-    std::vector<Line> expected{{1, "CreateEncoder" + text}};
-    if (format % 4 != 0) {
-      EXPECT_EQ(ztlib_decoder_create(format), nullptr);
-      expected.emplace_back(1, "CreateDecoder" + text);
-    }
-    EXPECT_EQ(lines, expected);
+    const std::string number = std::to_string(format);
+    EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateDecoder: Unknown video format " + number},
+                                        {1, "CreateEncoder: Unknown video format " + number}}));
     EXPECT_TRUE(failures.empty());
     Forget();
   }
+  for (int format : {ZTLIB_VIDEO_LAYERED, ZTLIB_VIDEO_LAYEREDDIFF})
+    EXPECT_EQ(ztlib_encoder_create(format), nullptr);
+  EXPECT_EQ(lines, (std::vector<Line>{{1, "CreateEncoder: Unknown video format 0"},
+                                      {1, "CreateEncoder: Unknown video format 4"}}));
+  Forget();
 }
 
 TEST_F(CodecExports, TheFrameChoosesTheDecoder) {

@@ -26,7 +26,7 @@ TEST_F(Context, TeardownIsReportedAndEveryServiceComesBack) {
   EXPECT_EQ(ztlib_ztimage_create_avframe(9, nullptr), nullptr);
   EXPECT_EQ(failures.size(), 1U);
   EXPECT_TRUE(lines.empty());
-  Listen();
+  ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
 }
 
 TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
@@ -46,11 +46,12 @@ TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
   EXPECT_EQ(ztlib_ztimage_create_avframe(9, nullptr), nullptr);
   EXPECT_EQ(order.size(), 3U);
   // The throwing callback goes with the logger.
+  ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
   testing::internal::CaptureStdout();
   ztlib_context_create();
   ztlib_context_destroy();
   testing::internal::GetCapturedStdout();
-  Listen();
+  ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
 }
 
 TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
@@ -88,17 +89,17 @@ TEST_F(Context, VirtualCoordinatesRoundAndNeverClamp) {
 
 TEST_F(Context, ScaleDownChoice) {
   // Target, the two sides in either order, choice.
-  constexpr int cases[][4] = {{320, 1280, 720, 4},
-                              {400, 1280, 720, 4},
-                              {500, 1280, 720, 2},
-                              {100, 1001, 600, 1},
-                              {0, 640, 480, 0},
-                              {-5, 640, 480, 0},
-                              {320, 0, 480, 0},
-                              {10, 7, 640, 1},
-                              {480, 640, 640, 2},
-                              {1, 1 << 30, 1 << 30, 1 << 30},
-                              {INT32_MAX, INT32_MAX, 2, 1}};
+  constexpr std::tuple<int, int, int, int> cases[] = {{320, 1280, 720, 4},
+                                                      {400, 1280, 720, 4},
+                                                      {500, 1280, 720, 2},
+                                                      {100, 1001, 600, 1},
+                                                      {0, 640, 480, 0},
+                                                      {-5, 640, 480, 0},
+                                                      {320, 0, 480, 0},
+                                                      {10, 7, 640, 1},
+                                                      {480, 640, 640, 2},
+                                                      {1, 1 << 30, 1 << 30, 1 << 30},
+                                                      {INT32_MAX, INT32_MAX, 2, 1}};
   for (const auto& [target, width, height, expected] : cases) {
     EXPECT_EQ(ztlib_getScaleDownByPixel1(target, width, height), expected)
         << target << " " << width;

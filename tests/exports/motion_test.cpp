@@ -14,8 +14,10 @@ class MotionExports : public ExportTest {
     Context() = default;
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
-    void Configure(int width, int height) const {
-      CodecConfig().Apply(ztlib_simplemotion_configure, object, width, height);
+    void Configure(int width, int height, bool metadata = true) const {
+      CodecConfig()
+          .Bool("GenerateMetadata", metadata)
+          .Apply(ztlib_simplemotion_configure, object, width, height);
     }
     Bytes Detect(const Image& image, std::int64_t time, bool expected = false) const {
       Output output;
@@ -45,10 +47,10 @@ TEST_F(MotionExports, NullArguments) {
   const Image image = Scene(false);
   const ztlib_blob empty{nullptr, 0}, missing{nullptr, 3};
   ztlib_simplemotion_destroy(nullptr);
-  ztlib_simplemotion_configure(nullptr, &empty, 4, 4);
-  ExpectFailure(configure, api, null);
-  for (const ztlib_blob* config : {static_cast<const ztlib_blob*>(nullptr), &missing}) {
-    ztlib_simplemotion_configure(context.object, config, 4, 4);
+  for (const auto& [object, config] : {std::pair<void*, const ztlib_blob*>(nullptr, &empty),
+                                       {context.object, nullptr},
+                                       {context.object, &missing}}) {
+    ztlib_simplemotion_configure(object, config, 4, 4);
     ExpectFailure(configure, api, null);
   }
   ztlib_simplemotion_configure(context.object, &empty, -4, 4);
@@ -63,22 +65,41 @@ TEST_F(MotionExports, NullArguments) {
   fails(context.object, nullptr, api);
   fails(context.object, NewImage().get(), "main/target/windll/image/ztimage");
   EXPECT_EQ(context.Detect(image, 0), Bytes{0});
+  ztlib_simplemotion_configure(context.object, &empty, 48, 32);
   EXPECT_FALSE(ztlib_simplemotion_detect(context.object, nullptr, nullptr, image.get(), 1));
+  EXPECT_GT(context.Detect(image, 2).size(), 48U * 32 / 8 + 48);
+  context.Configure(48, 32, false);
+  EXPECT_EQ(Run(context, image, Scene(true)),
+            (Bytes{'@', 7, 'M', 'o', 't', 'i', 'o', 'n', 's', 1, 0, 0, 0, 0, 0}));
   ExpectNoFailure();
 }
 
-// Rows are read at multiples of 4 as far as the picture has bytes.
-TEST_F(MotionExports, PicturesAreReadWithinTheirBytes) {
+// Rows are read at multiples of 4 as far as the picture has bytes, whatever its samples are.
+TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
+  for (int format = 0; format <= 8; ++format)
+    for (const int width : {16, 48, 49, 50, 51}) {
+      const bool block = format == ZTLIB_YUV420BLOCK;
+      const int columns = block                  ? (width + 15) / 16 * 16
+                          : format == ZTLIB_GRAY ? width
+                                                 : width & ~1;
+      const Context context;
+      context.Configure(columns, 32);
+      const Image still = NewImage(format, columns, 32, {1});
+      for (int i = 0; i < 40; ++i)
+        context.Detect(still, i * 100);
+      EXPECT_FALSE(context.Detect(still, 4100).empty());
+    }
   // All bytes of a picture without padding count, row ends or not; those behind are black.
   const Context context;
   context.Configure(5, 9);
   const Image still = NewImage(ZTLIB_GRAY, 5, 9, {0}), moving = NewImage(ZTLIB_GRAY, 5, 9, {200});
   const Bytes result = Run(context, still, moving);
-  const std::string_view bytes(reinterpret_cast<const char*>(result.data()), result.size());
-  const std::size_t name = bytes.find("DetectPercent");
-  ASSERT_NE(name, bytes.npos);
+  const std::string name = "DetectPercent";
+  const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
+  ASSERT_NE(found, result.end());
   // 45 bytes are five rows of eight, five of each in the picture, and one of five.
-  EXPECT_EQ(Get<double>(result, name + 17), 3000.0F / 32);
+  const auto at = static_cast<std::size_t>(found - result.begin()) + name.size() + 4;
+  EXPECT_EQ(Get<double>(result, at), 3000.0F / 32);
   ExpectNoFailure();
 }
 

@@ -16,10 +16,13 @@ class ExportTest : public testing::Test {
   static inline std::vector<Line> lines;
   static inline std::vector<std::string> failures;
 
-  static void SetUpTestSuite() { [[maybe_unused]] static const bool once = (Listen(), true); }
-  static void Listen() {
-    ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
-    ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
+  static void SetUpTestSuite() {
+    static const bool once = [] {
+      ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
+      ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
+      return true;
+    }();
+    (void)once;
   }
 
   void SetUp() override { Forget(); }
@@ -30,12 +33,12 @@ class ExportTest : public testing::Test {
   }
 
   // One failure, reported by one line of level 1 with the same text in quotes; the line number in
-  // the text is left open.
+  // the text is left open. `kind` is "CException" or "std::exception".
   static void ExpectFailure(const std::string& function, const std::string& source,
-                            const std::string& message) {
+                            const std::string& message, const std::string& kind = "CException") {
     ASSERT_EQ(failures.size(), 1U);
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0], Line(1, "CException (" + function + "): '" + failures[0] + "'!"));
+    EXPECT_EQ(lines[0], Line(1, kind + " (" + function + "): '" + failures[0] + "'!"));
     const std::string head = "Exception [" + source + ":";
     EXPECT_EQ(failures[0].substr(0, head.size()), head);
     const std::string tail = "] - " + message;
@@ -59,8 +62,13 @@ class ExportTest : public testing::Test {
   using Image = codec_client::Image;
   static Image NewImage() { return Image(ztlib_ztimage_create()); }
 
+  // An image around a frame whose bytes are `content`, repeated.
   static Image NewImage(int format, int width, int height, const Bytes& content) {
-    return Image(CTestFrames::MakeImage(format, width, height, content));
+    CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
+    const std::size_t size = CTestFrames::PictureSize(width, height, format);
+    for (std::size_t i = 0; i < size && !content.empty(); ++i)
+      frame->data[i] = content[i % content.size()];
+    return Image(ztlib_ztimage_create_avframe(format, frame));
   }
 
   static const CTestFrames::Frame* FrameOf(const Image& image) {

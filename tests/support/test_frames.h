@@ -1,14 +1,10 @@
 #pragma once
 
-#include "include/ztlib.h"
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -32,12 +28,15 @@ class CTestFrames {
     allocated = released = 0;
     CTestFrames::fill = fill;
     refuse = false;
-    unregister = [registerManager] { registerManager(nullptr, nullptr, nullptr, false); };
+    unregister = [](void* function) {
+      reinterpret_cast<Register>(function)(nullptr, nullptr, nullptr, false);
+    };
+    function = reinterpret_cast<void*>(registerManager);
     registerManager(Allocate, Release, nullptr, false);
   }
   ~CTestFrames() {
     EXPECT_EQ(allocated, released);
-    unregister();
+    unregister(function);
   }
   CTestFrames(const CTestFrames&) = delete;
   CTestFrames& operator=(const CTestFrames&) = delete;
@@ -65,16 +64,6 @@ class CTestFrames {
     return frame;
   }
 
-  // An image around a frame whose bytes are `content`, repeated.
-  static void* MakeImage(int format, int width, int height,
-                         const std::vector<std::uint8_t>& content) {
-    Frame* const frame = Make(width, height, format);
-    const std::size_t size = PictureSize(width, height, format);
-    for (std::size_t i = 0; i < size && !content.empty(); ++i)
-      frame->data[i] = content[i % content.size()];
-    return ztlib_ztimage_create_avframe(format, frame);
-  }
-
   static void* Allocate(int width, int height, int pixelFormat) {
     return refuse ? nullptr : Make(width, height, pixelFormat);
   }
@@ -87,5 +76,6 @@ class CTestFrames {
 
  private:
   static inline std::atomic<std::uint8_t> fill = 0;
-  std::function<void()> unregister;
+  void* function;
+  void (*unregister)(void*);
 };
