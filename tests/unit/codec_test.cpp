@@ -46,8 +46,8 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
         const bool packed = width * height >= 48 * 32;
         const auto size = PixelBytes(format, packed ? 48 * 32 : std::min(width, 48));
         for (int y = 0; y < (packed ? 1 : std::min(height, 32)); ++y)
-          std::memcpy(expected.data() + PixelBytes(format, width * y),
-                      &whole[PixelBytes(format, 48 * y)], size);
+          std::copy_n(&whole[PixelBytes(format, 48 * y)], size,
+                      expected.data() + PixelBytes(format, width * y));
         EXPECT_EQ(Decode(decoder, stream, format, width, height), expected)
             << static_cast<int>(format) << " " << width << "x" << height;
       }
