@@ -111,19 +111,7 @@ const Bytes& TheFrame() {
 constexpr std::size_t headerSize = 112;
 
 void DecodeZtlib(benchmark::State& state, int format, int scale) {
-  RegisterFrames();
-  Bytes frame = TheFrame();
-  void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_MJPEG);
-  CodecConfig()
-      .Int("PixelFormat", format)
-      .Int("ScaleDown", scale)
-      .Apply(ztlib_decoder_config, decoder);
-  void* image = ztlib_ztimage_create();
-  for (auto _ : state)
-    ztlib_decoder_process(&decoder, image, frame.data(), static_cast<std::uint32_t>(frame.size()));
-  if (!ztlib_ztimage_get_avframe(image)) state.SkipWithError("not decoded");
-  ztlib_ztimage_destroy(image);
-  ztlib_decoder_destroy(&decoder);
+  bench_frames::Decode(state, ZTLIB_VIDEO_MJPEG, TheFrame(), format, scale);
 }
 
 void DecodeLibjpeg(benchmark::State& state, int scale) {

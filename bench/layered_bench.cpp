@@ -110,20 +110,8 @@ const Bytes& TheJpeg() {
 }
 
 void DecodeZtlib(benchmark::State& state, int format, int scale) {
-  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
-  Bytes frame = TheFrame();
-  void* decoder = ztlib_decoder_create(ZTLIB_VIDEO_LAYERED);
-  CodecConfig()
-      .Int("PixelFormat", format)
-      .Int("ScaleDown", scale)
-      .Apply(ztlib_decoder_config, decoder);
-  void* image = ztlib_ztimage_create();
-  for (auto _ : state)
-    ztlib_decoder_process(&decoder, image, frame.data(), static_cast<std::uint32_t>(frame.size()));
-  if (!ztlib_ztimage_get_avframe(image)) state.SkipWithError("no picture");
-  ztlib_ztimage_destroy(image);
-  ztlib_decoder_destroy(&decoder);
-  state.counters["bytes"] = static_cast<double>(frame.size());
+  bench_frames::Decode(state, ZTLIB_VIDEO_LAYERED, TheFrame(), format, scale);
+  state.counters["bytes"] = static_cast<double>(TheFrame().size());
 }
 
 void DecodeJpeg(benchmark::State& state, J_COLOR_SPACE space, int scale) {

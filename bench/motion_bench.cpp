@@ -1,3 +1,4 @@
+#include "bench/frame_pool.h"
 #include "include/ztlib.h"
 #include "main/lib/base/cdata/HAData.h"
 
@@ -28,7 +29,7 @@ class Clip {
   Clip(int width, int height) : width(width), height(height) {
     std::mt19937 random(3);
     for (int number = 0; number < length; ++number) {
-      auto frame = std::make_unique<Frame>();
+      auto frame = std::make_unique<bench_frames::Frame>();
       frame->memory.resize(static_cast<std::size_t>(width) * height);
       for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
@@ -58,14 +59,7 @@ class Clip {
   const int height;
 
  private:
-  struct Frame {
-    std::uint8_t* data;
-    char unread[96];
-    std::int32_t width;
-    std::int32_t height;
-    std::vector<std::uint8_t> memory;
-  };
-  std::vector<std::unique_ptr<Frame>> frames;
+  std::vector<std::unique_ptr<bench_frames::Frame>> frames;
   std::vector<void*> images;
 };
 
