@@ -258,6 +258,9 @@ ZTLIB_API void ztlib_decoder_config(void* decoder, const ztlib_blob* config);
  * format than the decoder, the decoder behind the handle is replaced by one with default
  * configuration. A frame of an unknown format is logged and leaves all as it is; with a null
  * handle it ends the process. The bytes are not copied. After a failure the handle stays usable.
+ *
+ * A progressive picture is a failure if it has more blocks of 8 by 8 samples than its stream has
+ * bits, or if its scans pass over the blocks of the picture that is asked for more than 64 times.
  */
 ZTLIB_API void ztlib_decoder_process(void** decoder, void* image, void* data, uint32_t size);
 

@@ -145,25 +145,35 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   ExpectNoFailure();
 }
 
-// A key frame that decodes in odd widths at a new scale fills a picture of the old size as one run
-// of pixels, whose pairs reach over the ends of rows.
-TEST_F(DifferentialExports, PairsReachOverRowsAtAChangeOfScale) {
+// A coded picture in odd widths fills a picture of another size as one run of pixels, whose pairs
+// reach over the ends of rows: at a new scale, and where the header tells another size.
+TEST_F(DifferentialExports, PairsReachOverRowsOfAKeyFrameOfAnotherSize) {
   const Encoder narrow(24, 48, ZTLIB_VIDEO_MJPEGDIFF);
   const Bytes frame = narrow.Process(NewImage(ZTLIB_UYVY, 24, 48, NoiseBytes(24 * 48 * 2)).get());
-  const auto decode = [&](int format) {
-    Decoder decoder(format, 3, ZTLIB_VIDEO_MJPEGDIFF);
-    return Decode(decoder, frame);
+  const auto withStream = [&frame](int w, int h) {
+    Bytes other(frame.begin(), frame.begin() + 112);
+    const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(w, h), w, h);
+    other.insert(other.end(), stream.begin(), stream.end());
+    return other;
   };
-  const Bytes yuv = decode(ZTLIB_YUV);
-  Bytes yuyv, uyvy;
-  for (std::size_t i = 0; i < yuv.size(); i += 8) {
-    const auto u = static_cast<std::uint8_t>((yuv[i + 1] + yuv[i + 5] + 1) >> 1);
-    const auto v = static_cast<std::uint8_t>((yuv[i + 2] + yuv[i + 6] + 1) >> 1);
-    yuyv.insert(yuyv.end(), {yuv[i], u, yuv[i + 4], v});
-    uyvy.insert(uyvy.end(), {u, yuv[i], v, yuv[i + 4]});
+  const std::tuple<int, Bytes> cases[] = {
+      {3, frame}, {1, withStream(23, 40)}, {1, withStream(51, 22)}, {1, withStream(51, 48)}};
+  for (const auto& [scale, coded] : cases) {
+    const auto decode = [&](int format) {
+      Decoder decoder(format, scale, ZTLIB_VIDEO_MJPEGDIFF);
+      return Decode(decoder, coded);
+    };
+    const Bytes yuv = decode(ZTLIB_YUV);
+    Bytes yuyv, uyvy;
+    for (std::size_t i = 0; i < yuv.size(); i += 8) {
+      const auto u = static_cast<std::uint8_t>((yuv[i + 1] + yuv[i + 5] + 1) >> 1);
+      const auto v = static_cast<std::uint8_t>((yuv[i + 2] + yuv[i + 6] + 1) >> 1);
+      yuyv.insert(yuyv.end(), {yuv[i], u, yuv[i + 4], v});
+      uyvy.insert(uyvy.end(), {u, yuv[i], v, yuv[i + 4]});
+    }
+    EXPECT_EQ(decode(ZTLIB_YUYV), yuyv);
+    EXPECT_EQ(decode(ZTLIB_UYVY), uyvy);
   }
-  EXPECT_EQ(decode(ZTLIB_YUYV), yuyv);
-  EXPECT_EQ(decode(ZTLIB_UYVY), uyvy);
   ExpectNoFailure();
 }
 

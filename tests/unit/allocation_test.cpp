@@ -12,30 +12,43 @@ void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* memory);
 }
 
 namespace {
 std::atomic<int> heapCalls = 0;
 std::atomic<std::size_t> largestBlock = 0;
+std::atomic<int> liveBlocks = 0;
+std::atomic<int> callsToFailure = 0;  // the last of them returns null; 0 for no failure
+
+// Counts a call for a new block of memory; false for the one that fails.
+bool CountBlock(std::size_t size) {
+  ++heapCalls;
+  if (size > largestBlock) largestBlock = size;
+  if (callsToFailure > 0 && --callsToFailure == 0) return false;
+  ++liveBlocks;
+  return true;
+}
 }  // namespace
 
 extern "C" {
 void* malloc(std::size_t size) {
-  ++heapCalls;
-  if (size > largestBlock) largestBlock = size;
-  return __libc_malloc(size);
+  return CountBlock(size) ? __libc_malloc(size) : nullptr;
 }
 void* calloc(std::size_t count, std::size_t size) {
-  ++heapCalls;
-  return __libc_calloc(count, size);
+  return CountBlock(count * size) ? __libc_calloc(count, size) : nullptr;
 }
 void* realloc(void* memory, std::size_t size) {
   ++heapCalls;
+  if (!memory) ++liveBlocks;
   return __libc_realloc(memory, size);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  ++heapCalls;
-  return __libc_memalign(alignment, size);
+  return CountBlock(size) ? __libc_memalign(alignment, size) : nullptr;
+}
+void free(void* memory) {
+  if (memory) --liveBlocks;
+  __libc_free(memory);
 }
 }
 
@@ -170,6 +183,91 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
       for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
         ExpectNoneToDecode(isDifferential ? 4 : 0, format, stream, scale);
   }
+}
+
+// Frames that announce more than they have and than their picture holds: the picture is that of the
+// frame as it should be, and no block of memory is larger than that is worth.
+TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
+  const Bytes scene = jpeg_reference::Scene(64, 64);
+  const CLayeredPlanes planes(scene.data(), 2 * 64, 64, 64);
+  CLayeredSettings settings;
+  const Bytes still = CLayeredEncoder(settings).Encode(planes.Picture());
+  settings.isDifferential = true;
+  const Bytes key = CLayeredEncoder(settings).Encode(planes.Picture());
+  const std::uint32_t blocks[] = {5, 6};
+
+  Bytes longStreams = still;
+  const Bytes noise = NoiseBytes(4'000'000);
+  longStreams.insert(longStreams.end(), noise.begin(), noise.end());
+  for (std::size_t at = 112 + 40; at < 112 + 64; at += 4)
+    Put(longStreams, at, 30'000'000);
+
+  // A strip of 2^28 by 0 pixels, with a list of entries without bits.
+  Bytes endlessList = *CLayeredEncoder(settings).EncodeBlocks(planes.Picture(), blocks);
+  Put(endlessList, 66, std::uint16_t{1});
+  Put(endlessList, 84, 0x7FFFFFF0);
+  for (const auto& [at, value] : {std::pair(112, -1), {116, 0}, {120, 0}})
+    Put(endlessList, static_cast<std::size_t>(at), value);
+
+  // A strip of 4,093 blocks, of which two are listed.
+  const Encoder encoder(64, height, ZTLIB_VIDEO_MJPEGDIFF);
+  Encode(encoder, Picture(ZTLIB_UYVY, 64, 64 * height * 2, [](int) { return 99; }));
+  const Bytes jpegKey(coded, coded + codedSize);
+  Bytes wideStrip = Words(112, {3, 0, 112, 0, 0, 0, 0x10007, 0, 64, height});
+  for (const auto& [at, value] : {std::pair(72, 3), {84, 2}, {88, 16}, {112, 2}, {120, 6}})
+    Put(wideStrip, static_cast<std::size_t>(at), value);
+  Put(wideStrip, 124, 0);
+  const Bytes stream = jpeg_reference::Encode(Bytes(65488 * 16 * 3, 99), 65488, 16);
+  wideStrip.insert(wideStrip.end(), stream.begin(), stream.end());
+
+  const struct {
+    int video;
+    int format;
+    int scale;
+    const Bytes& sound;
+    const Bytes& hostile;
+    std::size_t most;
+  } cases[] = {{ZTLIB_VIDEO_LAYERED, ZTLIB_UYVY, 8, still, longStreams, 100'000},
+               {ZTLIB_VIDEO_LAYEREDDIFF, ZTLIB_UYVY, 8, key, endlessList, 100'000},
+               {ZTLIB_VIDEO_MJPEGDIFF, ZTLIB_RGB, 1, jpegKey, wideStrip, 4'000'000}};
+  for (const auto& [video, format, scale, sound, hostile, most] : cases) {
+    SCOPED_TRACE(video);
+    Decoder decoder(format, scale, video);
+    const Image images[] = {Image(ztlib_ztimage_create()), Image(ztlib_ztimage_create())};
+    decoder.Process(images[0].get(), sound);
+    Bytes frame = hostile;
+    largestBlock = 0;
+    ztlib_decoder_process(&decoder.object, images[1].get(), frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+    EXPECT_LT(largestBlock, most);
+    const auto* const expected =
+        static_cast<const Frame*>(ztlib_ztimage_get_avframe(images[0].get()));
+    const auto* const picture =
+        static_cast<const Frame*>(ztlib_ztimage_get_avframe(images[1].get()));
+    ASSERT_NE(picture, nullptr);
+    EXPECT_TRUE(
+        std::equal(picture->data, picture->data + 64 * 64 * 2 / (scale * scale), expected->data));
+  }
+}
+
+// Whichever block of memory is refused, the objects of libjpeg among them.
+TEST_F(Allocation, CodecsThatCannotBeMadeLeaveNothing) {
+  const auto expectNothingLeft = [](auto work) {
+    for (int failing = 1, failed = 1; failed; ++failing) {
+      const int before = liveBlocks;
+      callsToFailure = failing;
+      try {
+        work();
+      } catch (const std::bad_alloc&) {
+        // What the client itself did without.
+      }
+      failed = callsToFailure.exchange(0) == 0;
+      EXPECT_EQ(liveBlocks, before) << failing;
+    }
+  };
+  EXPECT_EQ(ztlib_decoder_create(-1), nullptr);  // the logger, which stays, is made by this
+  expectNothingLeft([] { const Decoder decoder(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF); });
+  expectNothingLeft([] { const Encoder encoder(width, height); });
 }
 
 // The bitmap is all of its size that a frame takes; all else is the small change of a tree.

@@ -19,15 +19,15 @@ std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
   return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
 }
 
-Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width,
-             int height) {
+Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
+             std::uint32_t scale = 1) {
   Bytes pixels(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
   decoder.Decode(stream,
                  {.format = format,
                   .pixels = pixels.data(),
                   .width = static_cast<std::uint32_t>(width),
                   .height = static_cast<std::uint32_t>(height)},
-                 1);
+                 scale);
   return pixels;
 }
 
@@ -85,22 +85,58 @@ TEST(JpegDecoder, WithoutAPictureThereIsNoSizeWhateverCameBefore) {
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
 }
 
-TEST(JpegDecoder, ScansOfProgressivePicturesAreLimited) {
-  const Bytes stream =
-      jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, {.progressive = true});
-  // The last scan, a refinement, can come any number of times.
+// The last scan of a progressive stream, a refinement, can come any number of times.
+Bytes WithLastScan(const Bytes& stream, int count) {
   const std::uint8_t marker[] = {0xFF, 0xDA};
   const auto last = std::find_end(stream.begin(), stream.end(), marker, marker + 2);
-  const auto withScans = [&](int count) {
-    Bytes longer(stream.begin(), last);
-    for (; count > 0; --count)
-      longer.insert(longer.end(), last, stream.end() - 2);
-    longer.insert(longer.end(), {0xFF, 0xD9});
-    return longer;
-  };
+  Bytes longer(stream.begin(), last);
+  for (; count > 0; --count)
+    longer.insert(longer.end(), last, stream.end() - 2);
+  longer.insert(longer.end(), {0xFF, 0xD9});
+  return longer;
+}
+
+TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify) {
   CJPEGDecoder decoder;
-  EXPECT_NO_THROW(Decode(decoder, withScans(400), PixelFormat::GRAY, 48, 32));
-  EXPECT_THROW(Decode(decoder, withScans(600), PixelFormat::GRAY, 48, 32), int);
+  const auto decode = [&decoder](const Bytes& stream, int width, int height, int scale) {
+    return Decode(decoder, stream, PixelFormat::RGB, width / scale, height / scale,
+                  static_cast<std::uint32_t>(scale));
+  };
+  // What encoders make decodes at every scale, with the most blocks for its bytes too.
+  Bytes flat;
+  for (const auto& [width, height] :
+       {std::pair(1, 1), {7, 9}, {17, 1}, {48, 32}, {641, 479}, {4000, 3000}})
+    for (const int halved : {1, 2}) {
+      const Bytes scene = width == 4000 ? Bytes(std::size_t{4000} * 3000 * 3, 77)
+                                        : jpeg_reference::Scene(width, height);
+      const Bytes stream = jpeg_reference::Encode(
+          scene, width, height, {.lumaAcross = halved, .lumaDown = halved, .progressive = true});
+      for (const int scale : {1, 2, 4, 8})
+        EXPECT_NO_THROW(decode(stream, width, height, scale))
+            << width << "x" << height << " 1/" << scale;
+      flat = stream;
+    }
+
+  const Bytes small =
+      jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, {.progressive = true});
+  EXPECT_NO_THROW(decode(WithLastScan(small, 400), 48, 32, 1));
+  EXPECT_THROW(decode(WithLastScan(small, 600), 48, 32, 1), int);
+  const Bytes large =
+      jpeg_reference::Encode(jpeg_reference::Scene(640, 480), 640, 480, {.progressive = true});
+  for (const int scale : {1, 8}) {
+    EXPECT_NO_THROW(decode(WithLastScan(large, 50), 640, 480, scale));
+    EXPECT_THROW(decode(WithLastScan(large, 100), 640, 480, scale), int);
+  }
+  // A target that is far smaller than the picture justifies few scans and little memory.
+  EXPECT_THROW(decode(flat, 1000, 1000, 1), int);
+  EXPECT_NO_THROW(decode(flat, 4000, 3000, 8));
+  EXPECT_THROW(decode(flat, 4000, 3000, 32), int);
+  // Some hundred bytes that announce 530 million pixels.
+  Bytes giant = small;
+  const std::uint8_t size[] = {0xFF, 0xC2};
+  const auto at = std::search(giant.begin(), giant.end(), size, size + 2) + 5;
+  std::ranges::copy(Bytes{17280 >> 8, 17280 & 0xFF, 30720 >> 8, 30720 & 0xFF}, at);
+  EXPECT_THROW(decode(giant, 30720, 17280, 8), int);
 }
 
 class EncoderMJPEG : public testing::Test {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include <jerror.h>
 
@@ -73,13 +72,8 @@ CJPEGDecoder::CJPEGDecoder() {
   InitJpegErrors(errors);
   object.err = &errors;
   jpeg_create_decompress(&object);
-  clientMemoryLimit = object.mem->max_memory_to_use;
   arena.Attach(reinterpret_cast<j_common_ptr>(&object));
-  object.progress = scanLimit.Monitor();
-}
-
-CJPEGDecoder::~CJPEGDecoder() {
-  jpeg_destroy_decompress(&object);
+  limits.Attach(object);
 }
 
 bool CJPEGDecoder::IsTargetFormat(PixelFormat format) {
@@ -121,24 +115,6 @@ bool CJPEGDecoder::ChooseOutput(PixelFormat format) {
   return object.raw_data_out != FALSE;
 }
 
-// A picture in several scans is kept as a whole, whatever of it is wanted. A stream of some hundred
-// bytes must not get more memory than the picture that was asked for justifies.
-void CJPEGDecoder::LimitMemory(const JpegTarget& target, std::uint32_t scaleDenominator) {
-  constexpr std::uint64_t slack = 1 << 20;
-  constexpr std::uint64_t bytesPerPixel = 12;  // four full components take 8
-  constexpr std::uint64_t unit = 32;           // the widest that sizes are filled up to
-  const auto fullSize = [&](std::uint32_t scaled) {
-    constexpr std::uint64_t most = JPEG_MAX_DIMENSION;
-    return std::min(most, (std::uint64_t{scaled} + 1) * scaleDenominator) + unit;
-  };
-  const std::uint64_t justified =
-      slack + bytesPerPixel * fullSize(target.width) * fullSize(target.height);
-  // The client's own limit, from the environment, is 0 where there is none.
-  const std::uint64_t most = clientMemoryLimit > 0 ? static_cast<std::uint64_t>(clientMemoryLimit)
-                                                   : std::numeric_limits<MemoryLimit>::max();
-  object.mem->max_memory_to_use = static_cast<MemoryLimit>(std::min(most, justified));
-}
-
 void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& target,
                           std::uint32_t scaleDenominator) {
   Begin(data);
@@ -147,7 +123,7 @@ void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& 
   if (object.data_precision != BITS_IN_JSAMPLE) RaiseJpegError(object, JERR_BAD_PRECISION);
   object.scale_num = 1;
   object.scale_denom = std::min(scaleDenominator, maxScaleDenominator);
-  LimitMemory(target, scaleDenominator);
+  limits.Start(object, target.width, target.height, data.size());
   const bool asPlanes = ChooseOutput(target.format);
   jpeg_start_decompress(&object);
   const RowPlan plan(target, object.output_width, object.output_height);

@@ -3,6 +3,7 @@
 #include "main/lib/base/pixel_format.h"
 #include "main/target/windll/codec/jpeg_arena.h"
 #include "main/target/windll/codec/jpeg_io.h"
+#include "main/target/windll/codec/jpeg_limits.h"
 #include "main/target/windll/codec/jpeg_planes.h"
 
 #include <vector>
@@ -26,7 +27,7 @@ struct JpegTarget {
 class CJPEGDecoder {
  public:
   CJPEGDecoder();
-  virtual ~CJPEGDecoder();
+  virtual ~CJPEGDecoder() = default;
   CJPEGDecoder(const CJPEGDecoder&) = delete;
   CJPEGDecoder& operator=(const CJPEGDecoder&) = delete;
 
@@ -37,8 +38,8 @@ class CJPEGDecoder {
 
   // Decodes at 1 / `scaleDenominator`. If the decoded picture has another size than the target, its
   // rows are packed one behind the other where all of them fit into the target; otherwise it is
-  // cropped. The unused byte of RGB and YUV pixels is set to 255. Progressive pictures much larger
-  // than the target are failures.
+  // cropped. The unused byte of RGB and YUV pixels is set to 255. Pictures in several scans are
+  // failures beyond JpegLimits.
   virtual void Decode(std::span<const std::uint8_t> data, const JpegTarget& target,
                       std::uint32_t scaleDenominator);
 
@@ -47,10 +48,8 @@ class CJPEGDecoder {
 
  private:
   struct RowPlan;
-  using MemoryLimit = decltype(jpeg_memory_mgr::max_memory_to_use);
 
   void Begin(std::span<const std::uint8_t> data);
-  void LimitMemory(const JpegTarget& target, std::uint32_t scaleDenominator);
   // Whether the picture is read as planes.
   bool ChooseOutput(PixelFormat format);
   void ReadScanline(PixelFormat format, std::uint8_t* target);
@@ -60,9 +59,8 @@ class CJPEGDecoder {
   jpeg_error_mgr errors{};
   JpegArena arena;
   JpegSource source;
-  JpegScanLimit scanLimit;
-  jpeg_decompress_struct object{};
-  MemoryLimit clientMemoryLimit = 0;
+  JpegLimits limits;
+  JpegObject<jpeg_decompress_struct> object;
   JpegPlanes planes;
   std::vector<std::uint8_t> scratch;
   bool swapRGB = false;

@@ -41,10 +41,6 @@ CJPEGEncoder::CJPEGEncoder() {
   arena.Attach(reinterpret_cast<j_common_ptr>(&object));
 }
 
-CJPEGEncoder::~CJPEGEncoder() {
-  jpeg_destroy_compress(&object);
-}
-
 void CJPEGEncoder::Init(std::uint32_t newWidth, std::uint32_t newHeight, std::uint32_t newQuality) {
   jpeg_abort_compress(&object);
   width = newWidth;

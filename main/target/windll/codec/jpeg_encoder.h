@@ -20,7 +20,7 @@ struct JpegPicture {
 class CJPEGEncoder {
  public:
   CJPEGEncoder();
-  virtual ~CJPEGEncoder();
+  virtual ~CJPEGEncoder() = default;
   CJPEGEncoder(const CJPEGEncoder&) = delete;
   CJPEGEncoder& operator=(const CJPEGEncoder&) = delete;
 
@@ -47,7 +47,7 @@ class CJPEGEncoder {
   jpeg_error_mgr errors{};
   JpegArena arena;
   JpegDestination destination;
-  jpeg_compress_struct object{};
+  JpegObject<jpeg_compress_struct> object;
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint32_t quality = 0;

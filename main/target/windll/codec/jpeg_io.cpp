@@ -61,10 +61,3 @@ jpeg_destination_mgr* JpegDestination::Attach(std::span<std::uint8_t> room) {
   manager.free_in_buffer = room.size();
   return &manager;
 }
-
-JpegScanLimit::JpegScanLimit() {
-  manager.progress_monitor = [](j_common_ptr object) {
-    if (reinterpret_cast<j_decompress_ptr>(object)->input_scan_number > maxScans)
-      RaiseJpegError(*object, JERR_BAD_PROGRESSION);
-  };
-}

@@ -8,7 +8,16 @@
 
 #include <jpeglib.h>
 
-// How libjpeg is bound to this library: failures, the compressed data and the limits of its work.
+// How libjpeg is bound to this library: objects, failures and the compressed data.
+
+// An object of libjpeg that is destroyed as far as its creation got.
+template <class Struct>
+struct JpegObject : Struct {
+  JpegObject() : Struct{} {}
+  ~JpegObject() { jpeg_destroy(reinterpret_cast<j_common_ptr>(static_cast<Struct*>(this))); }
+  JpegObject(const JpegObject&) = delete;
+  JpegObject& operator=(const JpegObject&) = delete;
+};
 
 // A fatal error aborts the object's work and throws the plain `int` 1 through libjpeg's frames. The
 // first warning of a picture is one line on standard error; traces are silent.
@@ -46,18 +55,4 @@ class JpegDestination {
 
  private:
   jpeg_destination_mgr manager{};
-};
-
-// Refuses progressive streams of more scans than any encoder makes: each scan costs a pass over the
-// whole picture, however few bytes it has.
-class JpegScanLimit {
- public:
-  static constexpr int maxScans = 500;
-  JpegScanLimit();
-  JpegScanLimit(const JpegScanLimit&) = delete;
-  JpegScanLimit& operator=(const JpegScanLimit&) = delete;
-  jpeg_progress_mgr* Monitor() { return &manager; }
-
- private:
-  jpeg_progress_mgr manager{};
 };

@@ -63,30 +63,6 @@ class Heap {
   std::size_t size = 0;
 };
 
-// The next bits of a stream; behind its end there are zeros.
-struct BitSource {
-  std::uint64_t bits = 0;
-  int filled = 0;
-  std::span<const std::uint8_t> rest;
-
-  // At least 56 bits, as long as the stream has them.
-  void Refill() {
-    if (rest.size() >= 8) [[likely]] {
-      bits |= LoadLE<std::uint64_t>(rest.data()) << filled;
-      rest = rest.subspan(static_cast<std::size_t>((63 - filled) >> 3));
-      filled |= 56;
-      return;
-    }
-    for (; filled <= 56 && !rest.empty(); filled += 8, rest = rest.subspan(1))
-      bits |= std::uint64_t{rest[0]} << filled;
-  }
-  [[nodiscard]] bool IsAllZeros() const { return bits == 0 && rest.empty(); }
-  void Drop(unsigned count) {
-    bits >>= count;
-    filled -= static_cast<int>(count);
-  }
-};
-
 }  // namespace
 
 LayeredCode::Frequencies LayeredCode::UnpackModel(std::span<const std::uint8_t> model) {
@@ -181,20 +157,33 @@ std::uint8_t LayeredCode::ByteOfZeros() const {
   return static_cast<std::uint8_t>(node - firstLeaf);
 }
 
-void LayeredCode::Decode(std::uint8_t* out, std::size_t count,
-                         std::span<const std::uint8_t> coded) const {
+// Inline, as Decode calls it for every few bytes.
+inline void LayeredCode::BitSource::Refill() {
+  if (rest.size() >= 8) [[likely]] {
+    bits |= LoadLE<std::uint64_t>(rest.data()) << filled;
+    rest = rest.subspan(static_cast<std::size_t>((63 - filled) >> 3));
+    filled |= 56;
+    return;
+  }
+  for (; filled <= 56 && !rest.empty(); filled += 8, rest = rest.subspan(1))
+    bits |= std::uint64_t{rest[0]} << filled;
+}
+
+std::size_t LayeredCode::Decode(std::uint8_t* out, std::size_t count, BitSource& source) const {
   // Every step takes tableBits bits at most, and leaves up to two bytes of its eight to be
   // overwritten.
   constexpr int stepsPerRefill = 5;
   static_assert(stepsPerRefill * tableBits <= 56 && stepsPerRefill * 6 + 8 <= slack);
-  BitSource in{.rest = coded};
+  BitSource in = source;  // in registers
+  std::uint8_t* const start = out;
   std::uint8_t* const end = out + count;
   while (out < end) {
     in.Refill();
     if (in.IsAllZeros()) {
       // However long the client says the stream is, what lies behind its end costs no decoding.
       std::memset(out, ByteOfZeros(), static_cast<std::size_t>(end - out));
-      return;
+      out = end;
+      break;
     }
     for (int step = 0; step < stepsPerRefill; ++step) {
       const std::uint64_t entry = table[in.bits % tableSize];
@@ -213,4 +202,6 @@ void LayeredCode::Decode(std::uint8_t* out, std::size_t count,
       break;
     }
   }
+  source = in;
+  return static_cast<std::size_t>(out - start);
 }

@@ -11,7 +11,7 @@ class LayeredCode {
  public:
   using Frequencies = std::array<std::uint16_t, 256>;
 
-  // Decode may write this many bytes behind the last one.
+  // Decode may write this many bytes behind `count`.
   static constexpr std::size_t slack = 64;
 
   // The frequencies of bytes that are rare by nature are stored as bit planes, packed.
@@ -24,8 +24,23 @@ class LayeredCode {
   // Replaces the code. Of equal weights the order is part of the format.
   void Build(const Frequencies& frequencies);
 
-  // Decodes `count` bytes. Bits behind the end of `coded` are 0.
-  void Decode(std::uint8_t* out, std::size_t count, std::span<const std::uint8_t> coded) const;
+  // The next bits of a coded stream; behind its end there are zeros.
+  struct BitSource {
+    std::uint64_t bits = 0;
+    int filled = 0;
+    std::span<const std::uint8_t> rest = {};
+
+    // At least 56 bits, as long as the stream has them.
+    void Refill();
+    [[nodiscard]] bool IsAllZeros() const { return bits == 0 && rest.empty(); }
+    void Drop(unsigned count) {
+      bits >>= count;
+      filled -= static_cast<int>(count);
+    }
+  };
+
+  // Decodes `count` bytes or a few more, and returns how many. The next call goes on behind them.
+  std::size_t Decode(std::uint8_t* out, std::size_t count, BitSource& in) const;
 
  private:
   // Node numbers from here on are leaves.

@@ -6,9 +6,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
+// Enough for the rows of any common picture. What a giant needed is given back.
+constexpr std::size_t maxKeptSize = 4 * 1024 * 1024;
 constexpr std::size_t macroblockSide = 16;
 constexpr std::size_t blockSide = 8;
 
@@ -42,7 +45,7 @@ std::int16_t Dequantised(std::int16_t coefficient, std::int32_t factor) {
 }  // namespace
 
 void LayeredPicture::Refuse() const {
-  ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
+  ZT_THROW(CException, "Invalid range", "Decode", source, 45);
 }
 
 void LayeredPicture::Open(Bytes frame, std::int32_t newScale, PixelFormat newFormat) {
@@ -89,7 +92,7 @@ void LayeredPicture::CheckModel(std::size_t layer) const {
 
 void LayeredPicture::Draw(CZTImage& out) {
   if (!IsTableFamily(header.tableFamily)) return;
-  if (!IsFormat(format)) ZT_THROW(CException, "Invalid pixelformat", "Process", source, __LINE__);
+  if (!IsFormat(format)) ZT_THROW(CException, "Invalid pixelformat", "Process", source, 92);
   if (!IsScale(scale)) return;
 
   const std::size_t side = macroblockSide / scale;
@@ -100,7 +103,11 @@ void LayeredPicture::Draw(CZTImage& out) {
       header.height / macroblockSide, static_cast<std::size_t>(out.GetDyInPixels()) / side);
   if (drawn == 0 || rows == 0) return;
 
-  DecodeStreams();
+  const struct Trimming {
+    LayeredPicture& picture;
+    ~Trimming() { picture.TrimBuffers(); }
+  } trimming{*this};
+  OpenStreams();
   MakePlaces();
   const std::size_t group = std::min<std::size_t>(header.groupSize, across);
   const std::size_t groupDrawn = std::min(group, drawn);
@@ -132,26 +139,26 @@ void LayeredPicture::Draw(CZTImage& out) {
   }
 }
 
-void LayeredPicture::DecodeStreams() {
-  code.Build(LayeredCode::UnpackModel(CodedAt(header.model[0])));
-  for (std::size_t plane = 0; plane < LayeredHeader::planes; ++plane)
-    base[plane] = DecodeStream(baseBytes[plane], header.baseStream[plane], header.baseBytes[plane]);
-  for (std::size_t layer = 1; layer < LayeredHeader::layers; ++layer) {
-    shell[layer - 1] = {};
-    if (!UsesLayer(layer)) continue;
-    code.Build(LayeredCode::UnpackModel(CodedAt(header.model[layer])));
-    shell[layer - 1] = DecodeStream(layerBytes[layer - 1], header.layerStream[layer - 1],
-                                    header.layerBytes[layer - 1]);
-  }
-  std::ranges::fill(predictors, std::int16_t{0});
+void LayeredPicture::TrimBuffers() {
+  const auto trim = [](auto&... buffers) {
+    const std::size_t kept = (... + (buffers.capacity() * sizeof(buffers[0])));
+    if (kept > maxKeptSize) (..., std::exchange(buffers, {}));
+  };
+  trim(coefficients, detailed, tiles, planes[0], planes[1], planes[2], pixels);
 }
 
-LayeredBytes LayeredPicture::DecodeStream(std::vector<std::uint8_t>& bytes, std::uint32_t offset,
-                                          std::uint32_t count) {
-  static_assert(LayeredBytes::slack <= LayeredCode::slack);
-  Grow(bytes, count + LayeredCode::slack);
-  code.Decode(bytes.data(), count, CodedAt(offset));
-  return {bytes.data(), bytes.data() + count};
+void LayeredPicture::OpenStreams() {
+  codes[0].Build(LayeredCode::UnpackModel(CodedAt(header.model[0])));
+  for (std::size_t plane = 0; plane < LayeredHeader::planes; ++plane)
+    base[plane].Open(codes[0], CodedAt(header.baseStream[plane]), header.baseBytes[plane]);
+  for (std::size_t layer = 1; layer < LayeredHeader::layers; ++layer) {
+    LayeredStream& stream = shell[layer - 1];
+    stream.Close();
+    if (!UsesLayer(layer)) continue;
+    codes[layer].Build(LayeredCode::UnpackModel(CodedAt(header.model[layer])));
+    stream.Open(codes[layer], CodedAt(header.layerStream[layer - 1]), header.layerBytes[layer - 1]);
+  }
+  std::ranges::fill(predictors, std::int16_t{0});
 }
 
 void LayeredPicture::MakePlaces() {
@@ -204,7 +211,7 @@ void LayeredPicture::ReadShell(std::size_t count, std::size_t wanted) {
     target[macroblock * macroblockSize + place.at] = Dequantised(coefficient, place.factor);
     marks[macroblock * blocksPerMacroblock + place.at / blockSize] = 1;
   };
-  LayeredBytes& in = shell[layer - 1];
+  LayeredStream& in = shell[layer - 1];
   if constexpr (layer == LayeredHeader::layers - 1)
     ReadRunsAndCoefficients(in, count * perMacroblock, put);
   else

@@ -17,8 +17,8 @@ class CZTImage;
 // Decodes the coded pictures of layered video: macroblocks of 16 by 16 pixels with four blocks of
 // luma and one each of U and V, in four layers of more and more coefficients. A picture at half,
 // quarter or eighth size needs one layer less each. Nothing in a picture is trusted: work and
-// memory go by the bytes that are there and by the size of the target. Buffers are kept for the
-// next picture. One thread at a time.
+// memory go by the bytes that are there and by the size of the target. Buffers of a usual
+// size are kept for the next picture. One thread at a time.
 class LayeredPicture {
  public:
   // `source` is where exceptions come from.
@@ -54,9 +54,8 @@ class LayeredPicture {
   void CheckModel(std::size_t layer) const;
   [[noreturn]] void Refuse() const;
 
-  void DecodeStreams();
-  [[nodiscard]] LayeredBytes DecodeStream(std::vector<std::uint8_t>& bytes, std::uint32_t offset,
-                                          std::uint32_t count);
+  void OpenStreams();
+  void TrimBuffers();
   void MakePlaces();
   void ReadGroup(std::size_t count, std::size_t wanted);
   void ReadBase(std::size_t count, std::size_t wanted);
@@ -75,11 +74,9 @@ class LayeredPicture {
   std::size_t scale = 1;
   PixelFormat format = PixelFormat::BOOL8;
 
-  LayeredCode code;
-  std::vector<std::uint8_t> baseBytes[LayeredHeader::planes];
-  std::vector<std::uint8_t> layerBytes[LayeredHeader::layers - 1];
-  LayeredBytes base[LayeredHeader::planes];
-  LayeredBytes shell[LayeredHeader::layers - 1];
+  LayeredCode codes[LayeredHeader::layers];
+  LayeredStream base[LayeredHeader::planes];
+  LayeredStream shell[LayeredHeader::layers - 1];
   std::int16_t predictors[LayeredHeader::planes] = {};
   std::vector<Place> places[LayeredHeader::layers];
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "main/lib/base/byte_io.h"
+#include "main/target/windll/codec/layered_stream.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,27 +18,11 @@ inline constexpr std::uint8_t shellPositions[64] = {
 // Coefficients of a block in the shells before each layer's, and in all.
 inline constexpr std::size_t shellStarts[5] = {0, 1, 4, 16, 64};
 
-// The decoded bytes of a stream. `slack` more may be read behind the end. A code that does not lie
-// wholly before the end is as good as none.
-struct LayeredBytes {
-  static constexpr std::size_t slack = 8;
-  static constexpr std::uint8_t escape = 0x80;
-
-  const std::uint8_t* next = nullptr;
-  const std::uint8_t* end = nullptr;
-
-  // Moves on by a code, or to the end if it is cut short.
-  [[nodiscard]] bool Take(std::ptrdiff_t length) {
-    const bool whole = end - next >= length;
-    next = whole ? next + length : end;
-    return whole;
-  }
-};
-
 // Layer 0: the next coefficient from the one before it. Behind the end they are all the same.
-inline void ReadBaseCoefficient(LayeredBytes& in, std::int16_t& coefficient) {
-  const std::uint8_t* const code = in.next;
-  const bool isLong = code[0] == LayeredBytes::escape;
+inline void ReadBaseCoefficient(LayeredStream& in, std::int16_t& coefficient) {
+  if (!in.Ready()) return;
+  const std::uint8_t* const code = in.Next();
+  const bool isLong = code[0] == LayeredStream::escape;
   if (!in.Take(isLong ? 3 : 1)) return;
   const int delta = isLong ? LoadLE<std::int16_t>(code + 1) : static_cast<std::int8_t>(code[0]);
   coefficient = static_cast<std::int16_t>(coefficient + delta);
@@ -46,12 +31,11 @@ inline void ReadBaseCoefficient(LayeredBytes& in, std::int16_t& coefficient) {
 // Layers 1 and 2: calls put(i, coefficient) for those of `count` coefficients that are not in runs
 // of zeros. Runs, and with them i, may reach beyond.
 template <class Put>
-void ReadCoefficients(LayeredBytes& in, std::size_t count, Put put) {
-  for (std::size_t i = 0; i < count && in.next < in.end;) {
-    const std::uint8_t* const code = in.next;
-    if (code[0] != LayeredBytes::escape) {
-      ++in.next;
-      put(i++, static_cast<std::int8_t>(code[0]));
+void ReadCoefficients(LayeredStream& in, std::size_t count, Put put) {
+  for (std::size_t i = 0; i < count && in.Ready();) {
+    const std::uint8_t* const code = in.Next();
+    if (code[0] != LayeredStream::escape) {
+      if (in.Take(1)) put(i++, static_cast<std::int8_t>(code[0]));
     } else if (code[1] != 0xFF) {
       if (in.Take(2)) i += code[1];
     } else if (in.Take(4)) {
@@ -62,9 +46,9 @@ void ReadCoefficients(LayeredBytes& in, std::size_t count, Put put) {
 
 // Layer 3: the same for codes of a run of zeros and a coefficient.
 template <class Put>
-void ReadRunsAndCoefficients(LayeredBytes& in, std::size_t count, Put put) {
-  for (std::size_t i = 0; i < count && in.next < in.end;) {
-    const std::uint8_t* const code = in.next;
+void ReadRunsAndCoefficients(LayeredStream& in, std::size_t count, Put put) {
+  for (std::size_t i = 0; i < count && in.Ready();) {
+    const std::uint8_t* const code = in.Next();
     switch (code[0]) {
       default:
         if (in.Take(2)) {

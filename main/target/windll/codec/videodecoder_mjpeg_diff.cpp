@@ -16,6 +16,8 @@ namespace {
 // Blocks are copied by this much a sample, whatever the format. One-byte formats therefore copy
 // past the block; differential frames are made for formats of four-byte samples.
 constexpr int bytesPerSample = 4;
+// The largest scale at which a block has whole pairs of pixels.
+constexpr std::uint32_t maxDividingScale = 8;
 
 }  // namespace
 
@@ -97,11 +99,17 @@ void CVideoDecoderMJPEGDIFF::DecodeKey(CZTImage& out, const FrameHeader& header,
   const SizeInPixels size = ScaledSize(header, scaleDown);
   ResizeBase(size);
   activeScale = scaleDown;
-  // At a change of scale `out` still has the old size, and holds the smaller picture as one run of
-  // pixels; pairs of pixels then need not lie within a row.
-  if (out.GetDxInPixels() == size.width && out.GetDyInPixels() == size.height)
-    DecodeStream(out, stream);
-  else if (out.GetPixelFormat() == PixelFormat::YUYV || out.GetPixelFormat() == PixelFormat::UYVY)
+  // Where `out` and the coded picture differ in size, at a change of scale or by a header that
+  // lies, it holds that picture as one run of pixels; pairs of pixels then need not lie within a
+  // row.
+  const bool isPairs =
+      out.GetPixelFormat() == PixelFormat::YUYV || out.GetPixelFormat() == PixelFormat::UYVY;
+  const auto fillsOut = [&] {
+    if (out.GetDxInPixels() != size.width || out.GetDyInPixels() != size.height) return false;
+    const JpegSize coded = decoder.ReadHeader(stream);
+    return coded.width == header.width && coded.height == header.height;
+  };
+  if (isPairs && !fillsOut())
     DecodeThroughYuv(out, stream);
   else
     DecodeStream(out, stream);
@@ -119,7 +127,7 @@ void CVideoDecoderMJPEGDIFF::DecodeDifferential(CZTImage& out, const FrameHeader
 
 CVideoDecoderMJPEGDIFF::Plane CVideoDecoderMJPEGDIFF::DecodeStrip(Bytes stream, JpegSize size) {
   const auto scale = static_cast<std::uint32_t>(activeScale);
-  const std::uint32_t width = size.width / scale;
+  std::uint32_t width = size.width / scale;
   // Rows below the blocks are of no use.
   const std::uint32_t height = std::min(size.height, std::uint32_t{blockSide}) / scale;
   if (!CJPEGDecoder::IsTargetFormat(pixelFormat) || width % GetSampleDx(pixelFormat) != 0) {
@@ -128,6 +136,12 @@ CVideoDecoderMJPEGDIFF::Plane CVideoDecoderMJPEGDIFF::DecodeStrip(Bytes stream, 
     return PlaneOf(stripImage);
   }
   const std::uint64_t sampleSize = pixelFormat == PixelFormat::GRAY ? 1 : 4;
+  // Neither are columns behind the last block. One-byte formats copy past their blocks, and so do
+  // scales by which blocks do not divide.
+  if (sampleSize == bytesPerSample && maxDividingScale % scale == 0) {
+    const std::uint64_t listed = std::max<std::uint64_t>(blockList.size(), 1) * blockSide / scale;
+    width = static_cast<std::uint32_t>(std::min<std::uint64_t>(width, listed));
+  }
   const std::uint64_t distance =
       width / static_cast<unsigned>(GetSampleDx(pixelFormat)) * sampleSize;
   stripPixels.resize(std::max<std::size_t>(stripPixels.size(), distance * height));

@@ -69,6 +69,7 @@ void CVideoDecoderMJPEGDIFF_OLD::DecodeDifferential(CZTImage& out, const FrameHe
   stripImage.CreateBySizeInPixels(pixelFormat, static_cast<int>(stripWidth / scale),
                                   static_cast<int>(header.blockSize / scale));
   picture.Draw(stripImage);
-  UnpackBlockList(blockList, list, stripWidth / blockSide);
+  // A strip without rows holds no block, however wide it is.
+  UnpackBlockList(blockList, list, stripImage.GetDy() > 0 ? stripWidth / blockSide : 0);
   ApplyBlocks(out, PlaneOf(stripImage), frameTypePlain);
 }
