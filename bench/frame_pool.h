@@ -16,7 +16,9 @@ namespace bench_frames {
 
 struct Frame {
   std::uint8_t* data;
-  char unread[96];
+  char unread[56];
+  std::int32_t lineSize;
+  char unreadEither[36];
   std::int32_t width;
   std::int32_t height;
   std::vector<std::uint8_t> memory;

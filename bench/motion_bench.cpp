@@ -42,6 +42,7 @@ class Clip {
                       static_cast<std::size_t>(width) / 10);
       }
       frame->data = frame->memory.data();
+      frame->lineSize = width;
       frame->width = width;
       frame->height = height;
       // Never destroyed: frame managers come and go in this program.
@@ -150,7 +151,10 @@ void Register() {
   constexpr struct {
     const char* name;
     int width, height;
-  } sizes[] = {{"160x120", 160, 120}, {"640x480", 640, 480}, {"1920x1080", 1920, 1080}};
+  } sizes[] = {{"160x120", 160, 120},
+               {"640x480", 640, 480},
+               {"854x480", 854, 480},
+               {"1920x1080", 1920, 1080}};
   for (const auto& size : sizes) {
     const std::string name = std::string("motion/") + size.name;
     const int w = size.width;

@@ -320,7 +320,7 @@ CArguments ParseArguments(int count, char** values) {
   motion
       .add_option("--width", motionOptions->width,
                   "Columns at most of the pictures that the detectors get")
-      ->check(CLI::Range(4, maxJpegSide))
+      ->check(CLI::Range(1, maxJpegSide))
       ->capture_default_str();
   motion.add_option("--frames", motionOptions->frames, "Stop after so many frames")
       ->check(CLI::PositiveNumber);

@@ -22,10 +22,11 @@ struct CFrame {
 };
 using FramePtr = std::unique_ptr<CFrame>;
 #endif
-static_assert(offsetof(CFrame, data) == 0 && offsetof(CFrame, width) == 104 &&
-              offsetof(CFrame, height) == 108);
+static_assert(offsetof(CFrame, data) == 0 && offsetof(CFrame, linesize) == 64 &&
+              offsetof(CFrame, width) == 104 && offsetof(CFrame, height) == 108);
 
-// A frame with `rows` rows of `rowBytes` bytes without padding. Null if there is no memory.
+// A frame with `rows` rows of `rowBytes` bytes without padding, which its line size says. Null if
+// there is no memory.
 [[nodiscard]] FramePtr MakeFrame(int width, int height, int pixelFormat, std::size_t rowBytes,
                                  std::size_t rows) noexcept;
 // One of ztlib_pixel_format, of a frame made by MakeFrame.

@@ -9,9 +9,8 @@
 
 namespace {
 
-// The library takes rows of whole groups of four pixels.
-constexpr int widthStep = 4;
-// Its times count from 1601, and one at the start of 1970 stands for none: videos begin in 2000.
+// The library's times count from 1601, and one at the start of 1970 stands for none: videos begin
+// in 2000.
 constexpr std::int64_t startOfTime = 12'591'158'400'000;
 
 constexpr char refusal[] = "the motion detectors refused their configuration";
@@ -30,7 +29,7 @@ CMotionWatch::~CMotionWatch() {
 }
 
 void CMotionWatch::Open(const AVFrame& first) {
-  width = std::max(widthStep, std::min(maxWidth, first.width) / widthStep * widthStep);
+  width = std::min(maxWidth, first.width);
   height = std::max(1, static_cast<int>(av_rescale(first.height, width, first.width)));
   for (const CDetectorSettings& detector : settings.detectors)
     counted.push_back(CountedPixels(detector, width, height));

@@ -18,10 +18,18 @@ inline int framesAlive = 0;
 
 struct Frame {
   std::uint8_t* data;
-  char unread[96];
+  char unread[56];
+  std::int32_t lineSize;
+  char unreadEither[36];
   std::int32_t width;
   std::int32_t height;
   Bytes memory;
+
+  // To memory of exactly that size, so that a sanitizer sees a read behind it.
+  void Resize(std::size_t size) {
+    memory = Bytes(size);
+    data = memory.data();
+  }
 };
 
 inline void* AllocateFrame(int width, int height, int format) {
@@ -30,8 +38,7 @@ inline void* AllocateFrame(int width, int height, int format) {
   if (pixels * frameScale > maxPixels / frameScale) return nullptr;
   ++framesAlive;
   auto* const frame = new Frame{};
-  frame->memory.resize(static_cast<std::size_t>(pixels * halfBytesPerPixel[format] / 2));
-  frame->data = frame->memory.data();
+  frame->Resize(static_cast<std::size_t>(pixels * halfBytesPerPixel[format] / 2));
   frame->width = width;
   frame->height = height;
   return frame;

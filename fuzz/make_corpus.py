@@ -420,7 +420,8 @@ def motion():
     for kind in range(9):
         yield f"kind_{kind}", configure(width=32, height=16) + frames(2, 32, 16, kind) + (
             frames(1, 37, 19, kind))
-    for width, height in ((0, 0), (1, 1), (3, 3), (0, 9), (9, 0), (71, 2)):
+    for width, height in ((0, 0), (1, 1), (3, 3), (0, 9), (9, 0), (71, 2), (38, 39), (50, 21),
+                          (69, 33)):
         yield f"size_{width}_{height}", configure(width=width, height=height) + (
             frames(13, width, height) + frames(2, width, height, seed=240))
     yield "negative", configure(choice=255) + warm

@@ -29,7 +29,14 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
   const int side = format == ZTLIB_GRAY ? 1 : format == ZTLIB_YUV420BLOCK ? 16 : 2;
   width = width / side * side;
   height = height / side * side;
+  // Gray rows are padded to multiples of 4 but for the last one, or dense with a record that says
+  // so.
+  const bool isDense = format == ZTLIB_GRAY && seed % 2 == 1;
+  const int stride = format == ZTLIB_GRAY && !isDense ? (width + 3) / 4 * 4 : width;
   auto* const frame = static_cast<Frame*>(codec_fuzz::AllocateFrame(width, height, format));
+  if (isDense) frame->lineSize = width;
+  if (stride > width && height > 0)
+    frame->Resize(static_cast<std::size_t>((height - 1) * stride + width));
   for (std::size_t i = 0; i < frame->memory.size(); ++i)
     frame->data[i] = static_cast<std::uint8_t>(seed < 200 ? seed : (i * seed) >> 3);
   const codec_fuzz::Image image(format, frame);

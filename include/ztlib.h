@@ -77,7 +77,7 @@ typedef void (*ztlib_exception_handler)(const char* text);
 /**
  * Pixel formats. An image is measured in samples: a sample is one pixel, a pair of pixels
  * (YUYV, UYVY), a 2 by 2 group (YUVBAYERBLOCK) or a 16 by 16 tile (YUV420BLOCK). Rows follow each
- * other without padding.
+ * other without padding; ztlib_ztimage_create_avframe tells the one exception.
  */
 enum ztlib_pixel_format {
   ZTLIB_BOOL8 = 0,         /**< 1 byte, 0 or 1 */
@@ -127,7 +127,8 @@ ZTLIB_API void ztlib_registerExceptionHandler(ztlib_exception_handler handler);
 /**
  * Returns a frame for a picture of `width` by `height` pixels in `pixelFormat`, or null to refuse.
  * A frame is a record laid out as FFmpeg's AVFrame: data[0] at offset 0, width (int32) at 104,
- * height (int32) at 108. data[0] must hold all rows without padding.
+ * height (int32) at 108. data[0] must hold all rows without padding; the library fills it so,
+ * whatever else the record says.
  */
 typedef void* (*ztlib_frame_allocate)(int width, int height, int pixelFormat);
 
@@ -160,6 +161,15 @@ ZTLIB_API void ztlib_ztimage_destroy(void* image);
  * frame: it goes to the manager's release when the last view of it is gone. On failure (null
  * frame, format not 0 to 8, negative size) it returns null and the frame stays the client's.
  * The size in samples is the frame's size divided by the sample size, truncated.
+ *
+ * ATTENTION, ZTLIB_GRAY with a width that is no multiple of 4: ztlib_simplemotion_detect takes the
+ * rows of such a frame to be the width rounded up to a multiple of 4 apart, and reads them in
+ * place. data[0] must hold (width + 3) / 4 * 4 * height    bytes. The library cannot test that:
+ * with less it reads behind the memory. The one exception are frames whose linesize[0] (int32 at
+ * offset 64, as in AVFrame) equals the width: their rows follow each other without padding, and
+ * width * height bytes are enough. linesize[0] is read by this call and for these frames alone, and
+ * every other value, 0 too, means padded rows. All other functions take rows to be without padding,
+ * so a frame without padding that says so is right everywhere.
  */
 ZTLIB_API void* ztlib_ztimage_create_avframe(int32_t format, void* frame);
 
@@ -399,10 +409,12 @@ ZTLIB_API void ztlib_simplemotion_configure(void* context, const ztlib_blob* con
 
 /**
  * Takes in the next picture and returns true while any detector is in signal. The picture is
- * ZTLIB_GRAY, its width a multiple of 4; other pictures are read as bytes of such rows as far as
- * they go. A picture of another size than the one before starts the models again. `timestampMs`
- * counts from 1601-01-01 UTC and may stand still or go back. The result goes to `out` once, also
- * before a configuration; a null `out` is not called.
+ * ZTLIB_GRAY, of any width. MIND THE MEMORY of one that the client has wrapped and whose width is
+ * no multiple of 4: ztlib_ztimage_create_avframe says where its rows must lie and how many bytes it
+ * must have. Pictures of another format are read as bytes, with rows the width rounded up to a
+ * multiple of 4 apart, as far as they go. A picture of another size than the one before starts the
+ * models again. `timestampMs` counts from 1601-01-01 UTC and may stand still or go back. The result
+ * goes to `out` once, also before a configuration; a null `out` is not called.
  */
 ZTLIB_API bool ztlib_simplemotion_detect(void* context, void* user, ztlib_output out,
                                          const void* image, int64_t timestampMs);

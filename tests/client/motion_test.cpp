@@ -10,13 +10,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int side = 64, rows = 48;
+constexpr int side = 62, rows = 48;
 constexpr int boxWidth = 10, boxHeight = 8, boxLeft = 6, boxTop = 20;
 constexpr int first = 40, last = 60, all = 110;  // frames; something moves from first to last
 
 // Ten frames a second of a gray wall; a box crosses the left half of the picture.
 Bytes Clip() {
-  const std::string head = "YUV4MPEG2 W64 H48 F10:1 Ip A1:1 Cmono\n", mark = "FRAME\n";
+  const std::string head = "YUV4MPEG2 W62 H48 F10:1 Ip A1:1 Cmono\n", mark = "FRAME\n";
   Bytes clip(head.begin(), head.end());
   for (int frame = 0; frame < all; ++frame) {
     Bytes picture(side * rows, 90);
@@ -126,10 +126,11 @@ TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
   // The client counts the same pixels under a crooked mask as the library, at any size.
   const std::string polygons =
       "[100,3000,9000,200,8000,12000,4000,5000,600,11000],[-900,4100,9000,4100,9000,30000,3,7000]";
-  for (const char* width : {"64", "20"}) {
+  for (const char* width : {"62", "20", "33"}) {
     const nlohmann::json result =
         Motion("clip.y4m", configs(masked(polygons + ",[1,1]")), std::string("--width ") + width);
     const int w = result["width"], h = result["height"];
+    EXPECT_EQ(std::to_string(w), width);
     int counted = 0;
     for (const nlohmann::json& frame : result["frames"]) {
       int pixels = 0;
@@ -152,7 +153,7 @@ TEST_F(MotionClientTest, ErrorsAreOneLine) {
   ExpectErrors({{"motion @missing.avi", "missing.avi: cannot open"},
                 {"motion @missing.zts", "missing.zts: cannot read"},
                 {"motion @cut.zts", "cut.zts: offset "},
-                {"motion @clip.y4m --width 3", "--width"},
+                {"motion @clip.y4m --width 0", "--width"},
                 {"motion @clip.y4m --json @no/a.json", "no/a.json: cannot write"},
                 {"motion @clip.y4m --config @no.json", "no.json: cannot read"},
                 {"motion @clip.y4m --config @bad.json", "bad.json: no JSON"},

@@ -15,8 +15,8 @@ constexpr int width = 96, height = 80;
 
 using codec_client::Image;
 
-Image NewImage(int format, const Bytes& content) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, format));
+Image NewImage(int format, const Bytes& content, int columns = width) {
+  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
   const std::span<std::uint8_t> picture = frame->Picture();
   for (std::size_t i = 0; i < picture.size(); ++i)
     picture[i] = content[i % content.size()];
@@ -220,22 +220,25 @@ void Arithmetic() {
 }
 
 void Motion() {
-  Step("motion", [] {
-    void* const context = ztlib_simplemotion_create();
-    CodecConfig().Apply(ztlib_simplemotion_configure, context, width, height);
-    for (int moment = 0; moment < 60; ++moment) {
-      Bytes picture = Noise(std::size_t{width} * height, static_cast<std::uint32_t>(moment));
-      for (std::uint8_t& pixel : picture)
-        pixel = static_cast<std::uint8_t>(100 + pixel % 8);
-      // Something bright comes once the model has learned.
-      for (int y = 10; moment >= 45 && y < 40; ++y)
-        std::fill_n(&picture[static_cast<std::size_t>(y * width + moment)], 30, 230);
-      const Image image = NewImage(ZTLIB_GRAY, picture);
-      Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
-                                    13'000'000'000'000 + 100 * moment));
-    }
-    ztlib_simplemotion_destroy(context);
-  });
+  // Also a width that is no multiple of 4.
+  for (const int columns : {width, width - 3})
+    Step(columns == width ? "motion" : "motion of odd width", [&] {
+      void* const context = ztlib_simplemotion_create();
+      CodecConfig().Apply(ztlib_simplemotion_configure, context, columns, height);
+      for (int moment = 0; moment < 60; ++moment) {
+        Bytes picture =
+            Noise(static_cast<std::size_t>(columns * height), static_cast<std::uint32_t>(moment));
+        for (std::uint8_t& pixel : picture)
+          pixel = static_cast<std::uint8_t>(100 + pixel % 8);
+        // Something bright comes once the model has learned.
+        for (int y = 10; moment >= 45 && y < 40; ++y)
+          std::fill_n(&picture[static_cast<std::size_t>(y * columns + moment)], 30, 230);
+        const Image image = NewImage(ZTLIB_GRAY, picture, columns);
+        Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
+                                      13'000'000'000'000 + 100 * moment));
+      }
+      ztlib_simplemotion_destroy(context);
+    });
 }
 
 // Values are exact, as exceptions are unmasked here.

@@ -57,7 +57,9 @@ inline std::size_t PictureSize(int width, int height, int pixelFormat) {
 // The client's frames; pictures start as zeros, so that bytes that stay unwritten are equal too.
 struct Frame {
   std::uint8_t* data;
-  char unread[96];
+  char unread[56];
+  std::int32_t lineSize;
+  char unreadEither[36];
   std::int32_t width, height, format;
 
   [[nodiscard]] std::span<std::uint8_t> Picture() const {
@@ -66,7 +68,7 @@ struct Frame {
   static void* Allocate(int width, int height, int format) {
     auto* const memory =
         static_cast<std::uint8_t*>(std::calloc(PictureSize(width, height, format) + 1, 1));
-    return new Frame{memory, {}, width, height, format};
+    return new Frame{memory, {}, width, {}, width, height, format};
   }
   static void Release(void* frame) {
     std::free(static_cast<Frame*>(frame)->data);

@@ -1,5 +1,7 @@
 #include "tests/support/codec_config.h"
 #include "tests/support/export_fixture.h"
+#include "tests/support/guarded_memory.h"
+#include "tests/support/jpeg_reference.h"
 
 namespace {
 
@@ -74,7 +76,8 @@ TEST_F(MotionExports, NullArguments) {
   ExpectNoFailure();
 }
 
-// Rows are read at multiples of 4 as far as the picture has bytes, whatever its samples are.
+// Rows of anything but gray are read at multiples of 4 as far as the picture has bytes, whatever
+// its samples are.
 TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
   for (int format = 0; format <= 8; ++format)
     for (const int width : {16, 48, 49, 50, 51}) {
@@ -92,7 +95,7 @@ TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
   // All bytes of a picture without padding count, row ends or not; those behind are black.
   const Context context;
   context.Configure(5, 9);
-  const Image still = NewImage(ZTLIB_GRAY, 5, 9, {0}), moving = NewImage(ZTLIB_GRAY, 5, 9, {200});
+  const Image still = NewImage(ZTLIB_BOOL8, 5, 9, {0}), moving = NewImage(ZTLIB_BOOL8, 5, 9, {200});
   const Bytes result = Run(context, still, moving);
   const std::string name = "DetectPercent";
   const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
@@ -100,6 +103,85 @@ TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
   // 45 bytes are five rows of eight, five of each in the picture, and one of five.
   const auto at = static_cast<std::size_t>(found - result.begin()) + name.size() + 4;
   EXPECT_EQ(Get<double>(result, at), 3000.0F / 32);
+  ExpectNoFailure();
+}
+
+// A gray picture in memory of its own that ends where nothing may be read; `noise` lies between the
+// rows.
+struct WrappedGray {
+  WrappedGray(const GuardedMemory& memory, const Bytes& pixels, int width, int stride, int lineSize,
+              std::uint8_t noise)
+      : frame(CTestFrames::Make(width, static_cast<int>(pixels.size()) / width, ZTLIB_GRAY)) {
+    std::free(frame->data);
+    const int size = (frame->height - 1) * stride + width;
+    frame->data = memory.Room(static_cast<std::size_t>(size), 0, true);
+    frame->lineSize = lineSize;
+    std::memset(frame->data, noise, static_cast<std::size_t>(size));
+    for (int y = 0; y < frame->height; ++y)
+      std::memcpy(frame->data + y * stride, &pixels[static_cast<std::size_t>(y * width)],
+                  static_cast<std::size_t>(width));
+    image.reset(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame));
+  }
+  ~WrappedGray() { frame->data = nullptr; }
+  WrappedGray(const WrappedGray&) = delete;
+  WrappedGray& operator=(const WrappedGray&) = delete;
+
+  CTestFrames::Frame* frame;
+  codec_client::Image image;
+};
+
+// A picture that the library fills has rows without padding, whatever its frame or the one before
+// it says; rows that a client wraps are padded unless the frame says that they are dense.
+TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
+  const GuardedMemory first(856 * 480), second(856 * 480);
+  for (const auto& [width, height] : {std::pair{90, 72}, {854, 480}, {38, 40}, {3, 3}}) {
+    const int w = width, h = height;
+    const auto run = [&](const Image& still, const Image& moving) {
+      const Context context;
+      context.Configure(w, h);
+      return Run(context, still, moving);
+    };
+    const auto padded = [&] {
+      return Image(ztlib_ztimage_create_avframe(ZTLIB_GRAY, CTestFrames::Make(w, h, ZTLIB_GRAY)));
+    };
+    const auto decoded = [&](bool moves) {
+      Bytes ycc(static_cast<std::size_t>(3 * w * h), 90);
+      for (int x = 0; x < 3 * w && moves; ++x)
+        ycc[static_cast<std::size_t>(x)] = ycc[static_cast<std::size_t>(3 * w * (h - 1) + x)] = 200;
+      const Bytes stream = jpeg_reference::Encode(ycc, w, h, {.quality = 100});
+      Output frame;
+      ztlib_copyAndAddHeader(&frame, Output::Receive, stream.data(),
+                             static_cast<std::uint32_t>(stream.size()));
+      Image image = padded();
+      codec_client::Decoder(ZTLIB_GRAY).Process(image.get(), frame.bytes);
+      return image;
+    };
+    const auto loaded = [&](const Image& from) {
+      Output saved;
+      ztlib_ztimage_saveToZTMem(from.get(), &saved, Output::Receive);
+      const ztlib_blob memory{saved.bytes.data(), saved.bytes.size()};
+      Image image = padded();
+      EXPECT_TRUE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
+      return image;
+    };
+
+    const Image still = decoded(false), moving = decoded(true);
+    const Bytes expected = run(still, moving);
+    const Bytes head = Words(32, {1, w * h / 8 + 48, 0, 0, 0, w, h});
+    const auto bitmap = std::search(expected.begin(), expected.end(), head.begin(), head.end());
+    ASSERT_NE(bitmap, expected.end());
+    for (int i = 0; i < w * h; ++i)
+      ASSERT_EQ(bitmap[32 + i / 8] >> i % 8 & 1, i < w || i >= w * (h - 1)) << w << ": " << i;
+
+    EXPECT_TRUE(run(loaded(still), loaded(moving)) == expected) << w;
+    const int rounded = (w + 3) / 4 * 4;
+    for (const auto& [stride, lineSize] :
+         {std::pair{rounded, 0}, {rounded, rounded}, {rounded, 1024}, {w, w}}) {
+      const WrappedGray a(first, BytesOf(still), w, stride, lineSize, 0);
+      const WrappedGray b(second, BytesOf(moving), w, stride, lineSize, 255);
+      EXPECT_TRUE(run(a.image, b.image) == expected) << w << ": " << stride << ", " << lineSize;
+    }
+  }
   ExpectNoFailure();
 }
 

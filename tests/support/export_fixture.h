@@ -65,6 +65,7 @@ class ExportTest : public testing::Test {
   // An image around a frame whose bytes are `content`, repeated.
   static Image NewImage(int format, int width, int height, const Bytes& content) {
     CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
+    if (format == ZTLIB_GRAY) frame->lineSize = width;
     const std::size_t size = CTestFrames::PictureSize(width, height, format);
     for (std::size_t i = 0; i < size && !content.empty(); ++i)
       frame->data[i] = content[i % content.size()];

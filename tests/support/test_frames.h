@@ -15,12 +15,15 @@ class CTestFrames {
  public:
   struct Frame {
     std::uint8_t* data;
-    char unread[96];
+    char unread[56];
+    std::int32_t lineSize;  // 0 unless a test sets it
+    char unreadEither[36];
     std::int32_t width;
     std::int32_t height;
     std::int32_t format;
   };
-  static_assert(offsetof(Frame, width) == 104 && offsetof(Frame, height) == 108);
+  static_assert(offsetof(Frame, lineSize) == 64 && offsetof(Frame, width) == 104 &&
+                offsetof(Frame, height) == 108);
 
   // `registerManager` is either form of the registration: of the library's inside or of its export.
   template <class Register>

@@ -272,11 +272,12 @@ TEST_F(Allocation, CodecsThatCannotBeMadeLeaveNothing) {
 
 // The bitmap is all of its size that a frame takes; all else is the small change of a tree.
 TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
-  for (const int columns : {width, width - 3}) {
+  for (const int format : {ZTLIB_GRAY, ZTLIB_BOOL8}) {
+    constexpr int columns = width - 3;
     const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
                                                          ztlib_simplemotion_destroy};
     CodecConfig().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
-    const Image image = Picture(ZTLIB_GRAY, columns, 0, [](int) { return 0; });
+    const Image image = Picture(format, columns, 0, [](int) { return 0; });
     std::int64_t time = 0;
     const auto detect = [&] {
       ztlib_simplemotion_detect(

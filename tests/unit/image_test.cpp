@@ -62,6 +62,13 @@ TEST_F(Images, APictureThatIsStillViewedKeepsItsFrame) {
   view.Create(8, 8);
   view.Create(8, 8);
   EXPECT_EQ(CTestFrames::allocated, 3) << "alone, the buffer is used again";
+  auto* const padded = CTestFrames::Make(7, 4, static_cast<int>(PixelFormat::GRAY));
+  view.Wrap(7, 4, {padded, padded->data}, 8);
+  EXPECT_EQ(TCImageView<Gray>(view).PlaneStride(), 8);
+  EXPECT_EQ(TCImageView<Gray>::MapOf(view, {1, 1, 3, 3}).PlaneStride(), 7);
+  view.Create(7, 4);
+  EXPECT_EQ(view.data, reinterpret_cast<Gray*>(padded->data));
+  EXPECT_EQ(view.PlaneStride(), 7) << "what is written into it now has no padding";
   EXPECT_TRUE(TCImageView<Gray>::MapOf(TCImageView<Gray>(), {0, 0, 1, 1}).IsEmpty());
 }
 

@@ -48,6 +48,9 @@ void frame_manager::Release(void* frame) {
 void* frame_manager::FirstPointer(const void* frame) noexcept {
   return FieldAt<void*>(frame, 0);
 }
+int frame_manager::LineSize(const void* frame) noexcept {
+  return FieldAt<std::int32_t>(frame, 64);
+}
 int frame_manager::Width(const void* frame) noexcept {
   return FieldAt<std::int32_t>(frame, 104);
 }

@@ -18,8 +18,10 @@ void* Allocate(int width, int height, int pixelFormat);
 // Gives a frame back to the manager of this moment, if it has a release function.
 void Release(void* frame);
 
-// The fields of a frame that this library reads: those of FFmpeg's AVFrame.
+// The fields of a frame that this library reads: those of FFmpeg's AVFrame. LineSize is that of the
+// first plane.
 void* FirstPointer(const void* frame) noexcept;
+int LineSize(const void* frame) noexcept;
 int Width(const void* frame) noexcept;
 int Height(const void* frame) noexcept;
 

@@ -56,6 +56,7 @@ void TCImageView<T>::TakeFromOwner() {
   dx = owner->dx;
   dy = owner->dy;
   originX = originY = 0;
+  planeStride = 0;
 }
 
 template <class T>
@@ -80,9 +81,11 @@ void TCImageView<T>::Recreate(std::int32_t newDx, std::int32_t newDy) {
 }
 
 template <class T>
-void TCImageView<T>::Wrap(std::int32_t newDx, std::int32_t newDy, ClientFrame client) {
+void TCImageView<T>::Wrap(std::int32_t newDx, std::int32_t newDy, ClientFrame client,
+                          std::int64_t newPlaneStride) {
   owner = std::make_shared<TCSharedImage<T>>(newDx, newDy, client);
   TakeFromOwner();
+  planeStride = newPlaneStride;
 }
 
 template <class T>
@@ -138,19 +141,20 @@ void TCImageX<T, Index>::Allocate() {
 }
 
 template <class T, class Index>
-void TCImageX<T, Index>::Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory) {
-  constexpr Index mask = 3;
-  if (newDx > std::numeric_limits<Index>::max() - mask) throw std::bad_alloc();
+void TCImageX<T, Index>::Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory,
+                              Index newScanline) {
   data = std::move(memory);
   dx = newDx;
   dy = newDy;
-  scanline = (newDx + mask) & ~mask;
+  scanline = newScanline;
   copyOnWrite = false;
 }
 
 template <class T, class Index>
 void TCImageX<T, Index>::Create(Index newDx, Index newDy) {
-  Wrap(newDx, newDy, nullptr);
+  constexpr Index mask = 3;
+  if (newDx > std::numeric_limits<Index>::max() - mask) throw std::bad_alloc();
+  Wrap(newDx, newDy, nullptr, (newDx + mask) & ~mask);
   Allocate();
 }
 

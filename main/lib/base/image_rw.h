@@ -85,8 +85,10 @@ class TCImageView {
   // The same, but the old buffer is given back first and never kept. Empty after a failure.
   void Recreate(std::int32_t newDx, std::int32_t newDy);
 
-  // Wraps a client frame of `newDx` by `newDy` samples and takes ownership of it.
-  void Wrap(std::int32_t newDx, std::int32_t newDy, ClientFrame client);
+  // Wraps a client frame of `newDx` by `newDy` samples and takes ownership of it. `newPlaneStride`
+  // tells of rows that lie elsewhere than `newDx` samples apart.
+  void Wrap(std::int32_t newDx, std::int32_t newDy, ClientFrame client,
+            std::int64_t newPlaneStride = 0);
 
   // A view of a part of `parent`, sharing its buffer; empty if the parent is. Nothing clips.
   [[nodiscard]] static TCImageView MapOf(const TCImageView& parent, const Rect& rect);
@@ -94,6 +96,10 @@ class TCImageView {
   void Reset() { *this = TCImageView(); }
   [[nodiscard]] bool IsEmpty() const { return !data || !owner; }
   [[nodiscard]] bool Assigned() const { return data != nullptr; }
+  // Bytes from row to row for those who analyse the picture as a plane.
+  [[nodiscard]] std::int64_t PlaneStride() const {
+    return planeStride != 0 ? planeStride : std::int64_t{scanline} * std::int64_t{sizeof(T)};
+  }
 
   // 32-bit offsets: CheckImageSize keeps all of an image within them.
   [[nodiscard]] T* PtrAt(std::int32_t x, std::int32_t y) const { return data + (y * scanline + x); }
@@ -111,6 +117,10 @@ class TCImageView {
 
  private:
   void TakeFromOwner();
+
+  // Where a client laid out the rows, else 0: what this library fills has no padding. Only planes
+  // are read so; everything else goes by the scanline.
+  std::int64_t planeStride = 0;
 };
 
 // Working buffer with its own heap memory. Rows are padded to a multiple of 4 samples. Copies share
@@ -128,8 +138,8 @@ class TCImageX {
   // Content is not initialised; a size of zero allocates nothing. Throws std::bad_alloc.
   void Create(Index newDx, Index newDy);
 
-  // Takes rows that lie in memory of somebody else, padded as those of Create.
-  void Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory);
+  // Takes rows that lie `newScanline` samples apart in memory of somebody else.
+  void Wrap(Index newDx, Index newDy, std::shared_ptr<T> memory, Index newScanline);
 
   [[nodiscard]] bool Assigned() const { return data != nullptr; }
   [[nodiscard]] Index GetDx() const { return dx; }

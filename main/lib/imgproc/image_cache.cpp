@@ -14,6 +14,9 @@ constexpr int levelLine = 184;
 std::int64_t StrideOf(std::int64_t width) {
   return static_cast<std::int64_t>((static_cast<std::uint64_t>(width) + 3) & ~std::uint64_t{3});
 }
+std::int64_t LumaStrideOf(const FrameRecord& frame) {
+  return frame.lumaStride != 0 ? frame.lumaStride : StrideOf(frame.width);
+}
 
 // Half the lines of interleaved pairs fill the front of a plane of full size, densely; the rest is
 // zero.
@@ -59,7 +62,7 @@ GrayView CImageDataCache::GetPlaneView(int level, int plane) const {
   const FrameRecord& record = LevelOf(level);
   switch (plane) {
     case planeY:
-      return {record.width, record.height, record.luma, StrideOf(record.width)};
+      return {record.width, record.height, record.luma, LumaStrideOf(record)};
     case planeUV:
       return {record.width, record.height / 2, record.chroma, StrideOf(record.width)};
     default:
@@ -116,7 +119,7 @@ std::shared_ptr<CCachedImage> CImageDataCache::GetImage(int _level, int _plane) 
     unsigned char* const luma =
         _plane == planeY ? const_cast<unsigned char*>(record.luma) : nullptr;
     cached->image.Wrap(record.width, record.height,
-                       std::shared_ptr<unsigned char>(record.owner, luma));
+                       std::shared_ptr<unsigned char>(record.owner, luma), LumaStrideOf(record));
     cached->owner = record.owner;
   }
   images.emplace(key, cached);

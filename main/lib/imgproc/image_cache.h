@@ -16,8 +16,8 @@ struct FrameTime {
   std::int64_t timestampMs = 0;  // since 1970-01-01 UTC
 };
 
-// A frame as it is handed to those who analyse it. Rows of all planes are as far apart as the width
-// rounded up to a multiple of 4.
+// A frame as it is handed to those who analyse it. Rows are as far apart as the width rounded up to
+// a multiple of 4, unless lumaStride says otherwise of the luma plane.
 struct FrameRecord {
   FrameTime time;
   std::int32_t kind = 0;
@@ -26,6 +26,7 @@ struct FrameRecord {
   const std::uint8_t* luma = nullptr;
   const std::uint8_t* chroma = nullptr;  // pairs of bytes, half the height; may be null
   std::shared_ptr<const void> owner;     // keeps the planes alive, if set
+  std::int64_t lumaStride = 0;           // bytes from row to row; 0 for the width rounded up
 };
 
 enum : int { planeY = 0, planeU = 1, planeV = 2, planeUV = 3 };

@@ -14,13 +14,13 @@ class CSimpleMotionContext::FrameInCache {
   FrameInCache(CSimpleMotionContext& context, const CZTImage& image, std::int64_t msSince1601)
       : cache(context.imageCache) {
     (void)Get<CTimestamper>();  // counts among the components that are in use
+    const GrayView plane = context.PlaneOf(image);
     FrameRecord record;
     record.time = CTimestamper::FromClientTime(msSince1601);
-    record.width = image.GetDx();
-    record.height = image.GetDy();
-    if (record.width < 0 || record.height < 0)
-      ZT_THROW(CException, "Invalid range", "Feed", source, __LINE__);
-    if (record.width > 0 && record.height > 0) record.luma = context.PlaneOf(image);
+    record.width = plane.width;
+    record.height = plane.height;
+    record.luma = plane.data;
+    record.lumaStride = plane.stride;
     cache.SetFrame(record);
   }
   ~FrameInCache() { cache.DropFrame(); }
@@ -54,17 +54,26 @@ CResultRecord CSimpleMotionContext::VirtualConfigure() {
   return {};
 }
 
-const std::uint8_t* CSimpleMotionContext::PlaneOf(const CZTImage& image) {
-  const auto* const bytes = image.GetPtrAs<std::uint8_t>();
-  if (!bytes) ZT_THROW(CException, "Using null-pointer", "Feed", source, __LINE__);
-  const std::int64_t width = image.GetDx();
-  const std::int64_t lastRow = image.GetDy() - 1;
-  const std::int64_t need = lastRow * ((width + 3) / 4 * 4) + width;
-  const std::int64_t have = lastRow * image.GetScanlineSize() + width * image.GetSampleSize();
-  if (need <= have) return bytes;
+GrayView CSimpleMotionContext::PlaneOf(const CZTImage& image) {
+  GrayView plane{image.GetDx(), image.GetDy()};
+  if (plane.width < 0 || plane.height < 0)
+    ZT_THROW(CException, "Invalid range", "Feed", source, __LINE__);
+  if (plane.width == 0 || plane.height == 0) return plane;
+  plane.data = image.GetPtrAs<std::uint8_t>();
+  if (!plane.data) ZT_THROW(CException, "Using null-pointer", "Feed", source, __LINE__);
+  if (image.GetPixelFormat() == PixelFormat::GRAY) {
+    plane.stride = image.GetView<TTGray<unsigned char>>().PlaneStride();
+    return plane;
+  }
+  plane.stride = (plane.width + 3) / 4 * 4;
+  const std::int64_t lastRow = plane.height - 1;
+  const std::int64_t need = lastRow * plane.stride + plane.width;
+  const std::int64_t have = lastRow * image.GetScanlineSize() + plane.width * image.GetSampleSize();
+  if (need <= have) return plane;
   staging.resize(static_cast<std::size_t>(need));
-  std::fill(std::copy_n(bytes, have, staging.begin()), staging.end(), std::uint8_t{0});
-  return staging.data();
+  std::fill(std::copy_n(plane.data, have, staging.begin()), staging.end(), std::uint8_t{0});
+  plane.data = staging.data();
+  return plane;
 }
 
 std::span<const std::uint8_t> CSimpleMotionContext::Write(const CData& tree) {

@@ -24,8 +24,8 @@ class CSimpleMotionContext : public AAlarmDetectorVideo, public IAlarmNotifyRece
     bool signal;
     std::span<const std::uint8_t> result;  // tagged form; until the next call
   };
-  // Samples of an image are taken as bytes of gray, rows a multiple of 4 of them apart. Throws
-  // "Using null-pointer" for an empty image.
+  // Samples of an image that is not gray are taken as bytes of gray, rows a multiple of 4 of them
+  // apart. Throws "Using null-pointer" for an empty image.
   Found Detect(const CZTImage& image, std::int64_t msSince1601);
 
   CResultRecord VirtualConfigure() override;
@@ -37,8 +37,9 @@ class CSimpleMotionContext : public AAlarmDetectorVideo, public IAlarmNotifyRece
 
  private:
   class FrameInCache;
-  // The first byte of the image, or of a copy that reaches as far as the cache will read.
-  [[nodiscard]] const std::uint8_t* PlaneOf(const CZTImage& image);
+  // The image where it lies or, if it is not gray and too short, a copy that reaches as far as the
+  // rows do.
+  [[nodiscard]] GrayView PlaneOf(const CZTImage& image);
   [[nodiscard]] std::span<const std::uint8_t> Write(const CData& tree);
 
   CImageDataCache imageCache;

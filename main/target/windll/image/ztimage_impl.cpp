@@ -13,6 +13,13 @@ void CheckNotEmpty(const TCImageView<T>& view, const char* function, int line) {
   if (view.IsEmpty()) ZT_THROW(CException, "Using null-pointer", function, source, line);
 }
 
+// Rows of a gray frame are padded to a multiple of 4 for those who analyse it, unless the frame
+// tells that they are as long as the picture is wide. 0 where both are the same.
+std::int64_t PlaneStrideOf(const void* frame, std::int32_t width) {
+  if (width % 4 == 0 || frame_manager::LineSize(frame) == width) return 0;
+  return (std::int64_t{width} + 3) / 4 * 4;
+}
+
 template <class T>
 TCImageView<T> WrapFrame(void* frame) {
   using Traits = PixelTraits<T>;
@@ -28,7 +35,8 @@ TCImageView<T> WrapFrame(void* frame) {
   if (!data && dx > 0 && dy > 0)
     ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, __LINE__);
   TCImageView<T> view;
-  view.Wrap(dx, dy, {frame, data});
+  view.Wrap(dx, dy, {frame, data},
+            Traits::format == PixelFormat::GRAY ? PlaneStrideOf(frame, dx) : 0);
   return view;
 }
 
