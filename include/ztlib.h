@@ -164,7 +164,7 @@ ZTLIB_API void ztlib_ztimage_destroy(void* image);
  *
  * ATTENTION, ZTLIB_GRAY with a width that is no multiple of 4: ztlib_simplemotion_detect takes the
  * rows of such a frame to be the width rounded up to a multiple of 4 apart, and reads them in
- * place. data[0] must hold (width + 3) / 4 * 4 * height    bytes. The library cannot test that:
+ * place. data[0] must hold (width + 3) / 4 * 4 * height bytes. The library cannot test that:
  * with less it reads behind the memory. The one exception are frames whose linesize[0] (int32 at
  * offset 64, as in AVFrame) equals the width: their rows follow each other without padding, and
  * width * height bytes are enough. linesize[0] is read by this call and for these frames alone, and
