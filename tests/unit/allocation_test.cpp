@@ -193,6 +193,17 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   }
 }
 
+// Sizes that no picture has are refused or cheap: they come from outside.
+TEST_F(Allocation, EncodersKeepNothingForSizesWithoutPixels) {
+  for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF})
+    for (const auto& [w, h] : {std::pair(-1, 0), {0, -1}, {-1, 1}, {1, -1}, {-1, -1}}) {
+      Encoder encoder(width, height, video);
+      largestBlock = 0;
+      encoder.Configure(CodecConfig().Int("Width", w).Int("Height", h));
+      EXPECT_LT(largestBlock, std::size_t{1} << 20) << w << ", " << h;
+    }
+}
+
 TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
   CCalibrator3D calibrator;
   calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));
