@@ -193,6 +193,24 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   }
 }
 
+TEST_F(Allocation, DetectorsBehindTheEighthTakeNothing) {
+  const auto callsWith = [](int count) {
+    CData tree;
+    CData& configs = tree.AddChild(Tok::Configs);
+    for (int i = 0; i < count; ++i)
+      configs.AddChild(Tok::Empty);
+    const CBinData bytes = ToTagged(tree);
+    const ztlib_blob block{bytes.Data(), bytes.Size()};
+    const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
+                                                         ztlib_simplemotion_destroy};
+    const int before = heapCalls;
+    ztlib_simplemotion_configure(context.get(), &block, 64, 48);
+    return heapCalls - before;
+  };
+  EXPECT_GT(callsWith(8), callsWith(7));
+  EXPECT_EQ(callsWith(10000), callsWith(8));
+}
+
 // Sizes that no picture has are refused or cheap: they come from outside.
 TEST_F(Allocation, EncodersKeepNothingForSizesWithoutPixels) {
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF})

@@ -10,7 +10,6 @@ namespace {
 constexpr char source[] = "main/lib/vca/old_vca_utils/simple_motion";
 
 constexpr int preferredWidth = 160;
-constexpr std::uint64_t mostDetectors = 8;
 constexpr long long fixedRestoreDelayMs = 3000;
 constexpr std::int32_t resultVersion = 0x20000;
 constexpr std::int32_t oldestVersion = 0x10000;  // exclusive
@@ -59,7 +58,7 @@ int CVCASimpleMotion::ChooseResolutionLevel(int current) const {
 CData CVCASimpleMotion::DetectorItems() const {
   CData items;
   for (const CDataElement& element : configuration.configs.Get().Elements()) {
-    if (items.Count() == mostDetectors) break;
+    if (items.Count() == listLimit.mostNodes) break;
     if (const CData* const node = element.value.GetNode()) items.AddChild(Tok::Empty, CData(*node));
   }
   if (items.Count() == 0) items.AddChild(Tok::Empty);
