@@ -85,11 +85,11 @@ CResultRecord CVCASimpleMotion::VirtualConfigure() {
   if (configuration.restoreDelayMs.Contains(fixedRestoreDelayMs))
     configuration.restoreDelayMs.Set(fixedRestoreDelayMs);
 
-  const CData items = DetectorItems();
+  CData items = DetectorItems();
   const Size size = imageCache->GetSize(resolutionLevel);
-  for (const CDataElement& item : items.Elements()) {
+  for (std::uint64_t i = 0; i < items.Count(); ++i) {
     detectors.push_back(std::make_unique<CSingleSimpleMotion>());
-    if (!detectors.back()->Configure(*item.value.GetNode(), size)) {
+    if (!detectors.back()->Configure(std::move(*items.At(i).value.GetNode()), size)) {
       ZT_LOG(4, source, __LINE__,
              "Error during simple motion configuration: no suitable resolution!");
       return {resultFailure, "", "Error during simple motion configuration"};
