@@ -1,6 +1,7 @@
 #include "bench/frame_pool.h"
 #include "include/ztlib.h"
 #include "main/lib/base/cdata/HAData.h"
+#include "main/lib/imgproc/mask.h"
 
 #include <cstdint>
 #include <cstring>
@@ -13,11 +14,13 @@
 
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 #include <opencv2/video/background_segm.hpp>
 
 // Motion detection from the picture to the result block, beside OpenCV's background subtractors on
 // one thread and the same planes, which end at the foreground plane, and beside a copy of as many
-// bytes as a model has to touch; two threads with a context each beside one.
+// bytes as a model has to touch; two threads with a context each beside one. And the filling of a
+// mask of many triangles, beside OpenCV's filling of each.
 
 namespace {
 
@@ -147,7 +150,52 @@ void Copy(benchmark::State& state, int width, int height) {
   }
 }
 
+constexpr int maskWidth = 1920;
+constexpr int maskHeight = 1080;
+
+// 10,000 triangles somewhere in the picture, or one as often.
+PolygonList Triangles(bool repeated) {
+  std::mt19937 random(3);
+  PolygonList polygons;
+  for (int number = 0; number < 10000; ++number) {
+    CMaskPolygon triangle(3);
+    for (CMaskPoint& point : triangle)
+      point = {static_cast<std::int64_t>(random() % maskWidth),
+               static_cast<std::int64_t>(random() % maskHeight)};
+    polygons.push_back(repeated && number > 0 ? polygons.front() : triangle);
+  }
+  return polygons;
+}
+
+void FillMask(benchmark::State& state, bool repeated) {
+  const PolygonList polygons = Triangles(repeated);
+  CMask mask;
+  for (auto _ : state)
+    mask.SetPolygons(maskWidth, maskHeight, polygons);
+}
+
+void FillPeer(benchmark::State& state, bool repeated) {
+  cv::setNumThreads(1);
+  std::vector<std::vector<cv::Point>> triangles;
+  for (const CMaskPolygon& polygon : Triangles(repeated))
+    for (auto* triangle = &triangles.emplace_back(); const CMaskPoint& point : polygon)
+      triangle->emplace_back(static_cast<int>(point.x), static_cast<int>(point.y));
+  cv::Mat mask(maskHeight, maskWidth, CV_8UC1);
+  for (auto _ : state) {
+    mask.setTo(0);
+    for (const auto& triangle : triangles)
+      cv::fillConvexPoly(mask, triangle, 255);
+  }
+}
+
 void Register() {
+  for (const auto& [variant, repeated] : {std::pair{"random", false}, {"repeated", true}}) {
+    const std::string name = std::string("mask/") + variant + "_triangles";
+    benchmark::RegisterBenchmark((name + "/ztlib").c_str(), FillMask, repeated)
+        ->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark((name + "/fillConvexPoly").c_str(), FillPeer, repeated)
+        ->Unit(benchmark::kMicrosecond);
+  }
   constexpr struct {
     const char* name;
     int width, height;

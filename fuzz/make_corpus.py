@@ -313,6 +313,8 @@ def mask():
     yield "star", polygons(64, 48, star)
     yield "several", polygons(2047, 511, star, frame, (0, 0, 2046, 510, 1, 509), (5, 5), ())
     yield "touching", polygons(200, 20, (0, 0, 64, 0, 64, 19, 0, 19), (64, 0, 128, 0, 128, 19))
+    yield "repeated", polygons(300, 100, star, *[frame, star] * 9)
+    yield "edges_twice", polygons(300, 100, star * 2, star[:4] * 5, (9, 0, 9, 99, 90, 50) * 3)
     yield "negative", polygons(127, 100, (-32768, -32768, 32767, -5, 0, 32767, -9000, 70))
     for width, height in ((1, 1), (0, 9), (9, 0), (-3, -3), (63, 2), (64, 2), (65, 2)):
         yield f"size_{width}_{height}", polygons(width, height, star, (0, 0, 99, 0, 99, 99))

@@ -367,6 +367,13 @@ ZTLIB_API void idct8x8_mmx(int16_t block[64]);
  * model of its own. A model learns for 32 frames, and for the first 3.1 seconds of frame time a
  * detector finds nothing.
  *
+ * Memory follows the picture, not the block that asks for it: a model takes 9 bytes a pixel of rows
+ * whose width is rounded up to a multiple of 4, so a context with n detectors keeps
+ *   n * 9 * ((width + 3) / 4 * 4) * height
+ * bytes (75 MB a detector at 3840 by 2160), and as if for one more while the size of the pictures
+ * changes. Polygons add a mask to each detector, of at most 4 bytes a pixel and 64 a row, however
+ * many they are. A client that takes blocks from others shows smaller pictures if that is too much.
+ *
  * The configuration is a tree in the tagged form. Keys that are absent keep the present value, keys
  * of another kind are read if the value converts.
  *   ViolationTimeMs   long long, 0 to 100000, default 0: how long the scene moves before the signal

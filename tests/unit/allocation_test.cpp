@@ -292,6 +292,35 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   }
 }
 
+TEST_F(Allocation, DetectorsBehindTheEighthTakeNothing) {
+  const auto callsWith = [](int count) {
+    CData tree;
+    CData& configs = tree.AddChild(Tok::Configs);
+    for (int i = 0; i < count; ++i)
+      configs.AddChild(Tok::Empty);
+    const CBinData bytes = ToTagged(tree);
+    const ztlib_blob block{bytes.Data(), bytes.Size()};
+    const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
+                                                         ztlib_simplemotion_destroy};
+    const int before = heapCalls;
+    ztlib_simplemotion_configure(context.get(), &block, 64, 48);
+    return heapCalls - before;
+  };
+  EXPECT_GT(callsWith(8), callsWith(7));
+  EXPECT_EQ(callsWith(10000), callsWith(8));
+}
+
+// Sizes that no picture has are refused or cheap: they come from outside.
+TEST_F(Allocation, EncodersKeepNothingForSizesWithoutPixels) {
+  for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF})
+    for (const auto& [w, h] : {std::pair(-1, 0), {0, -1}, {-1, 1}, {1, -1}, {-1, -1}}) {
+      Encoder encoder(width, height, video);
+      largestBlock = 0;
+      encoder.Configure(CodecConfig().Int("Width", w).Int("Height", h));
+      EXPECT_LT(largestBlock, std::size_t{1} << 20) << w << ", " << h;
+    }
+}
+
 TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
   CCalibrator3D calibrator;
   calibrator.Configure(MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}));

@@ -164,6 +164,31 @@ TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
   EXPECT_EQ(empty.Count(), 0u);
 }
 
+TEST(TaggedForm, ALimitedListEndsBehindItsLastAllowedNode) {
+  const auto list = [](int nodes) {
+    CData list;
+    for (int i = 0; i < nodes; ++i) {
+      list.AddInt(Tok::Empty, i);
+      list.AddChild(Tok::Bits);
+    }
+    return list;
+  };
+  const auto tree = [&](int nodes) {
+    CData tree = list(3);
+    tree.AddChild(Tok::Config, list(nodes)).AddChild(Tok::Config, list(3));
+    tree.AddChild(Tok::Empty, list(3));
+    tree.AddChild(Tok::Config, list(nodes));
+    return tree;
+  };
+  CData whole = tree(2);
+  whole.At(6).value.GetNode()->RemoveAll(Tok::Config);  // a third node of its list
+  const Block bytes = Tagged(tree(2));
+  const CDataListLimit limit{Tok::Config, 2};
+  CData read;
+  EXPECT_TRUE(ParseTagged(read, bytes.data(), bytes.size(), 0, &limit));
+  EXPECT_EQ(Tagged(read), Tagged(whole));
+}
+
 TEST(TaggedForm, ValuesAbove16MiBAreInvalidButForNodesAndBinaries) {
   for (const auto& [tag, size, read] : {std::tuple('S', 0x1000000U, 1U),
                                         {'S', 0x1000001, 0},

@@ -2,6 +2,7 @@
 
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
+#include "main/lib/imgproc/polygon_filler.h"
 #include "tests/support/common.h"
 #include "tests/support/test_frames.h"
 
@@ -83,11 +84,16 @@ TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
   std::mt19937 random{7};
   const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
   for (int round = 0; round < 5000; ++round) {
-    const int width = 1 + below(round % 8 ? 40 : 300), height = 1 + below(40);
-    PolygonList polygons(1 + below(3));
-    for (CMaskPolygon& polygon : polygons)
+    const int width = 1 + below(round % 8 ? 40 : 300), height = 1 + below(100);
+    PolygonList polygons(1 + below(5));
+    for (CMaskPolygon& polygon : polygons) {
       for (int count = below(9); count > 0; --count)
         polygon.push_back({below(width + 20) - 10, below(height + 20) - 10});
+      // Edges there and back, and the polygon before it once more.
+      for (int count = below(4); count > 0 && !polygon.empty(); --count)
+        polygon.push_back(polygon[polygon.size() - std::min<std::size_t>(2, polygon.size())]);
+      if (below(4) == 0) polygon = polygons.front();
+    }
     ASSERT_EQ(PixelsOf(MaskOf(width, height, polygons)), Rasterise(width, height, polygons));
     ASSERT_FALSE(HasFailure()) << round;
   }
@@ -96,6 +102,45 @@ TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
   const PolygonList wide = {{{1, 0}, {16777218, 1}, {20000001, 2}, {3, 2}, {16777219, 0}},
                             {{-far, -far}, {far, -far}, {far, far}}};
   EXPECT_TRUE(PixelsOf(MaskOf(20000003, 3, wide)) == Rasterise(20000003, 3, wide));
+}
+
+TEST(Mask, WorkFollowsWhatPolygonsAdd) {
+  constexpr int width = 320, height = 240;
+  const auto crossings = [&](const PolygonList& polygons) {
+    EXPECT_EQ(PixelsOf(MaskOf(width, height, polygons)), Rasterise(width, height, polygons));
+    CPolygonFiller filler(width, height);
+    filler.Fill(polygons);
+    return filler.GetCrossingCount();
+  };
+  const CMaskPolygon triangle = {{0, 0}, {300, 20}, {100, 239}};
+  EXPECT_EQ(crossings({triangle}), 2U * 239);
+  EXPECT_EQ(crossings(PolygonList(500, triangle)), 2U * 239);
+  EXPECT_EQ(
+      crossings({triangle, {{100, 239}, {300, 20}, {0, 0}}, {{-9, 0}, {300, 20}, {100, 999}}}),
+      2U * 239);
+  // An edge that is passed an even number of times does nothing.
+  CMaskPolygon rounds;
+  for (int round = 1; round <= 101; ++round) {
+    rounds.insert(rounds.end(), triangle.begin(), triangle.end());
+    if (round >= 100) {
+      EXPECT_EQ(crossings({rounds}), round % 2 * 2U * 239);
+    }
+  }
+
+  // Of polygons everywhere, nearly all lie where those before them have been.
+  std::mt19937 random{7};
+  PolygonList scattered;
+  std::uint64_t rows = 0;
+  for (int count = 0; count < 2000; ++count) {
+    CMaskPolygon& polygon = scattered.emplace_back();
+    for (int corner = 0; corner < 3; ++corner)
+      polygon.push_back({static_cast<int>(random() % width), static_cast<int>(random() % height)});
+    const auto [low, high] = std::minmax({polygon[0].y, polygon[1].y, polygon[2].y});
+    rows += 2 * static_cast<std::uint64_t>(high - low);
+  }
+  EXPECT_LT(crossings(scattered), rows / 4);
+  scattered.push_front({{0, 0}, {319, 0}, {319, 239}, {0, 239}});
+  EXPECT_LT(crossings(scattered), rows / 10);
 }
 
 TEST(Mask, TreesHoldVirtualCoordinates) {

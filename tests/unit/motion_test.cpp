@@ -240,6 +240,7 @@ TEST_F(MotionContext, ResultTree) {
   tree.AddLongLong(Tok::ViolationTimeMs, 1000);
   CData& configs = tree.AddChild(Tok::Configs);
   for (int i = 0; i < 9; ++i) {
+    configs.AddInt(Tok::Empty, i);  // no detector
     CData& item = configs.AddChild(Tok::Empty);
     item.AddDouble(Tok::MotionPercent, i);
     item.AddLongLong(Tok::ViolationTimeMs, 77);

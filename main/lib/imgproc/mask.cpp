@@ -1,10 +1,10 @@
 #include "main/lib/imgproc/mask.h"
 
 #include "main/lib/base/debug.h"
+#include "main/lib/imgproc/polygon_filler.h"
 #include "main/lib/imgproc/virtual_coordinates.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <limits>
 #include <new>
@@ -13,107 +13,6 @@
 namespace {
 
 constexpr char source[] = "main/lib/imgproc/mask";
-
-// A picture of bits with one column more than the mask has, for the ends of runs. Where an edge of
-// a polygon crosses a row, a bit is toggled; every pixel behind an odd number of toggles is inside.
-class CPolygonFiller {
- public:
-  CPolygonFiller(std::int32_t width, std::int32_t height)
-      : width(width),
-        height(height),
-        rowWords(static_cast<std::size_t>(width) / wordBits + 1),
-        toggles(rowWords * static_cast<std::size_t>(height)),
-        inside(toggles.size()) {}
-
-  // Adds the pixels of a polygon whose points are moved to the nearest pixel. Filling a fan of
-  // triangles around the first point gives the same: its inner edges are crossed twice.
-  void Fill(const CMaskPolygon& polygon) {
-    if (polygon.size() < 3) return;
-    firstRow = firstWord = std::numeric_limits<std::size_t>::max();
-    endRow = endWord = 0;
-    CMaskPoint previous = Clamp(polygon.back());
-    for (const CMaskPoint& point : polygon) {
-      const CMaskPoint current = Clamp(point);
-      ToggleEdge(previous, current);
-      previous = current;
-    }
-    for (std::size_t row = firstRow; row < endRow; ++row)
-      UniteRow(row);
-  }
-
-  [[nodiscard]] CMask::Row RunsOf(std::size_t y) const {
-    CMask::Row runs;
-    CMaskRun run{};
-    bool open = false;
-    Word carry = 0;
-    for (std::size_t i = 0; i < rowWords; ++i) {
-      const Word word = inside[y * rowWords + i];
-      for (Word changes = word ^ (word << 1 | carry); changes != 0; changes &= changes - 1) {
-        const auto x = static_cast<std::int32_t>(i * wordBits) + std::countr_zero(changes);
-        open = !open;
-        (open ? run.start : run.end) = x;
-        if (!open) runs.push_back(run);
-      }
-      carry = word >> (wordBits - 1);
-    }
-    return runs;
-  }
-
- private:
-  using Word = std::uint64_t;
-  static constexpr int wordBits = 64;
-
-  [[nodiscard]] CMaskPoint Clamp(const CMaskPoint& point) const {
-    return {std::clamp<std::int64_t>(point.x, 0, width - 1),
-            std::clamp<std::int64_t>(point.y, 0, height - 1)};
-  }
-
-  void ToggleEdge(const CMaskPoint& a, const CMaskPoint& b) {
-    const std::int64_t top = std::min(a.y, b.y);
-    const std::int64_t count = std::max(a.y, b.y) - top;
-    if (count == 0) return;
-    const float slope = static_cast<float>(a.x - b.x) / static_cast<float>(a.y - b.y);
-    const auto start = static_cast<float>(slope > 0 ? std::min(a.x, b.x) : std::max(a.x, b.x));
-    // The line in float, its rounding in double. From 2^24 columns on, the float may lie outside.
-    const auto crossing = [&](std::int64_t i) {
-      const double x = static_cast<double>(static_cast<float>(i) * slope + start) + 0.5;
-      return static_cast<std::size_t>(
-          std::clamp<std::int64_t>(static_cast<std::int64_t>(x), 0, width));
-    };
-    Word* row = &toggles[static_cast<std::size_t>(top) * rowWords];
-    for (std::int64_t i = 0; i < count; ++i, row += rowWords) {
-      const std::size_t x = crossing(i);
-      row[x / wordBits] ^= Word{1} << (x % wordBits);
-    }
-    // The crossings of an edge go one way, so its first and last one bound them all.
-    const std::size_t first = crossing(0) / wordBits, last = crossing(count - 1) / wordBits;
-    firstWord = std::min({firstWord, first, last});
-    endWord = std::max({endWord, first + 1, last + 1});
-    firstRow = std::min(firstRow, static_cast<std::size_t>(top));
-    endRow = std::max(endRow, static_cast<std::size_t>(top + count));
-  }
-
-  // A polygon is closed: each row has an even number of toggles, and leaves none behind.
-  void UniteRow(std::size_t row) {
-    Word carry = 0;
-    for (std::size_t i = row * rowWords + firstWord; i < row * rowWords + endWord; ++i) {
-      Word word = std::exchange(toggles[i], 0);
-      for (int shift = 1; shift < wordBits; shift *= 2)
-        word ^= word << shift;
-      word ^= carry;
-      inside[i] |= word;
-      carry = Word{0} - (word >> (wordBits - 1));
-    }
-  }
-
-  std::int64_t width;
-  std::int64_t height;
-  std::size_t rowWords;
-  std::vector<Word> toggles;
-  std::vector<Word> inside;
-  // What the edges of the present polygon touch.
-  std::size_t firstRow = 0, endRow = 0, firstWord = 0, endWord = 0;
-};
 
 template <class F>
 void ForEachGap(const CMask::Row& runs, std::int32_t width, F&& visit) {
@@ -262,8 +161,7 @@ void CMask::SetPolygons(int newWidth, int newHeight, const PolygonList& polygons
     std::fill(built.rows.begin(), built.rows.end(), Row{{0, newWidth}});
   } else if (!built.rows.empty()) {
     CPolygonFiller filler(newWidth, newHeight);
-    for (const CMaskPolygon& polygon : polygons)
-      filler.Fill(polygon);
+    filler.Fill(polygons);
     for (std::size_t y = 0; y < built.rows.size(); ++y)
       built.rows[y] = filler.RunsOf(y);
   }

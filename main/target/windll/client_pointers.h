@@ -36,9 +36,10 @@ inline Bytes BytesOf(const ztlib_blob* blob, const ExportSite& site) {
   return BytesAt(blob->data, blob->size, site);
 }
 
-inline CData ParseConfig(const ztlib_blob* blob, const ExportSite& site) {
+inline CData ParseConfig(const ztlib_blob* blob, const ExportSite& site,
+                         const CDataListLimit* limit = nullptr) {
   const Bytes bytes = BytesOf(blob, site);
   CData config;
-  ParseTagged(config, bytes.data(), bytes.size());
+  ParseTagged(config, bytes.data(), bytes.size(), 0, limit);
   return config;
 }

@@ -22,7 +22,7 @@ void ztlib_simplemotion_configure(void* context, const ztlib_blob* config, std::
   constexpr ExportSite site{"ztlib_simplemotion_configure", source, 97};
   GuardedCall(site, [&] {
     auto& object = Deref<CSimpleMotionContext>(context, site);
-    object.ConfigureFor(ParseConfig(config, site), width, height);
+    object.ConfigureFor(ParseConfig(config, site, &CVCASimpleMotion::listLimit), width, height);
   });
 }
 

@@ -289,9 +289,16 @@ class CData {
 std::uint8_t* WriteTagged(const CData& data, std::uint8_t* out);
 // Measured, allocated once and written; zeros behind a form that had to stop early.
 [[nodiscard]] CBinData ToTagged(const CData& data);
+// Of a list whose user looks at its first nodes only.
+struct CDataListLimit {
+  Token list;
+  std::uint64_t mostNodes;  // at least 1
+};
 // Clears the target, reads as far as the bytes make sense, keeps that, and is always true. Elements
-// of the root whose kind is in the mask are passed over.
-bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask = 0);
+// of the root whose kind is in the mask are passed over; children of the root with the limit's name
+// end behind their last allowed node, and what follows in them costs nothing.
+bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask = 0,
+                 const CDataListLimit* limit = nullptr);
 
 // The counted form, for files of bool, int, double, string, byte array and node. Elements of other
 // kinds are counted but not written, so what follows them is lost to a reader. Sizes and writing

@@ -186,10 +186,18 @@ Units ReadUnits(std::span<const std::uint8_t> bytes) {
   return units;
 }
 
-void ParseNode(CData& node, ByteReader in, std::uint16_t skipMask, int depth);
+// What of a node is left out.
+struct Omission {
+  std::uint16_t skipMask = 0;
+  std::uint64_t mostNodes = std::numeric_limits<std::uint64_t>::max();  // at least 1
+  const CDataListLimit* limit = nullptr;                                // of a child
+};
+
+void ParseNode(CData& node, ByteReader in, int depth, Omission omission);
 
 // The empty value when the bytes are invalid. A fixed size has been checked.
-CDataValue ParseValue(std::uint16_t kind, std::span<const std::uint8_t> bytes, int depth) {
+CDataValue ParseValue(std::uint16_t kind, std::span<const std::uint8_t> bytes, int depth,
+                      Omission ofChild) {
   switch (kind) {
     case cdBool:
       return CDataValue::OfBool(bytes[0]);
@@ -228,7 +236,7 @@ CDataValue ParseValue(std::uint16_t kind, std::span<const std::uint8_t> bytes, i
     case cdNode: {
       if (depth == cdDeepestNode) return {};
       auto child = std::make_unique<CData>();
-      ParseNode(*child, ByteReader(bytes), 0, depth + 1);
+      ParseNode(*child, ByteReader(bytes), depth + 1, ofChild);
       return CDataValue::OfNode(std::move(child));
     }
     default:
@@ -237,7 +245,7 @@ CDataValue ParseValue(std::uint16_t kind, std::span<const std::uint8_t> bytes, i
 }
 
 // Ends at the first element that is no element or that does not lie wholly inside the node.
-void ParseNode(CData& node, ByteReader in, std::uint16_t skipMask, int depth) {
+void ParseNode(CData& node, ByteReader in, int depth, Omission omission) {
   node.Reserve(std::min<std::uint64_t>(16, in.Remaining() / smallestElement));
   for (;;) {
     std::uint8_t tag;
@@ -257,10 +265,15 @@ void ParseNode(CData& node, ByteReader in, std::uint16_t skipMask, int depth) {
       kind = bytes[0] == byteSubtype ? cdByteArray : cdShortArray;
       bytes = bytes.subspan(1);
     }
-    if ((skipMask & kind) != 0) continue;
-    CDataValue value = ParseValue(kind, bytes, depth);
+    if ((omission.skipMask & kind) != 0) continue;
+    const std::string_view text{reinterpret_cast<const char*>(name.data()), name.size()};
+    Omission ofChild;
+    if (omission.limit && TokenOf(text) == omission.limit->list)
+      ofChild.mostNodes = omission.limit->mostNodes;
+    CDataValue value = ParseValue(kind, bytes, depth, ofChild);
     if (value.GetKind() == cdEmpty) return;
-    node.Append({reinterpret_cast<const char*>(name.data()), name.size()}, std::move(value));
+    node.Append(text, std::move(value));
+    if (kind == cdNode && --omission.mostNodes == 0) return;
   }
 }
 
@@ -286,8 +299,9 @@ CBinData ToTagged(const CData& data) {
   return bytes;
 }
 
-bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask) {
+bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask,
+                 const CDataListLimit* limit) {
   data.Clear();
-  ParseNode(data, ByteReader(bytes, size), skipMask, 0);
+  ParseNode(data, ByteReader(bytes, size), 0, {.skipMask = skipMask, .limit = limit});
   return true;
 }

@@ -10,7 +10,6 @@ namespace {
 constexpr char source[] = "main/lib/vca/old_vca_utils/simple_motion";
 
 constexpr int preferredWidth = 160;
-constexpr std::uint64_t mostDetectors = 8;
 constexpr long long fixedRestoreDelayMs = 3000;
 constexpr std::int32_t resultVersion = 0x20000;
 constexpr std::int32_t oldestVersion = 0x10000;  // exclusive
@@ -59,7 +58,7 @@ int CVCASimpleMotion::ChooseResolutionLevel(int current) const {
 CData CVCASimpleMotion::DetectorItems() const {
   CData items;
   for (const CDataElement& element : configuration.configs.Get().Elements()) {
-    if (items.Count() == mostDetectors) break;
+    if (items.Count() == listLimit.mostNodes) break;
     if (const CData* const node = element.value.GetNode()) items.AddChild(Tok::Empty, CData(*node));
   }
   if (items.Count() == 0) items.AddChild(Tok::Empty);
@@ -86,11 +85,11 @@ CResultRecord CVCASimpleMotion::VirtualConfigure() {
   if (configuration.restoreDelayMs.Contains(fixedRestoreDelayMs))
     configuration.restoreDelayMs.Set(fixedRestoreDelayMs);
 
-  const CData items = DetectorItems();
+  CData items = DetectorItems();
   const Size size = imageCache->GetSize(resolutionLevel);
-  for (const CDataElement& item : items.Elements()) {
+  for (std::uint64_t i = 0; i < items.Count(); ++i) {
     detectors.push_back(std::make_unique<CSingleSimpleMotion>());
-    if (!detectors.back()->Configure(*item.value.GetNode(), size)) {
+    if (!detectors.back()->Configure(std::move(*items.At(i).value.GetNode()), size)) {
       ZT_LOG(4, source, __LINE__,
              "Error during simple motion configuration: no suitable resolution!");
       return {resultFailure, "", "Error during simple motion configuration"};

@@ -34,6 +34,9 @@ class CVCASimpleMotion : public AVCABase {
   // Starts anew with the configuration that was applied last.
   void Reset();
 
+  // Of the list of detectors in a tree that comes from outside.
+  static constexpr CDataListLimit listLimit{Tok::Configs, 8};
+
   bool anySignal = false;  // on the last frame
 
   [[nodiscard]] std::size_t GetDetectorCount() const { return detectors.size(); }

@@ -4,6 +4,7 @@
 #include "main/lib/vca/old_vca_utils/motion_blob.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -34,8 +35,8 @@ const CData* NodeOf(const CData& tree, Token token) {
 
 CSingleSimpleMotion::CSingleSimpleMotion() = default;
 
-bool CSingleSimpleMotion::Configure(const CData& item, const Size& size) {
-  configuration = item;
+bool CSingleSimpleMotion::Configure(CData item, const Size& size) {
+  configuration = std::move(item);
   state = warmingUp;
   firstFrameTime = {};
   signalSinceMs = restoreSinceMs = notRunning;

@@ -16,7 +16,7 @@ class CSingleSimpleMotion : public CMotionBackground {
   // Takes the settings of a detector for planes of that size and starts anew. A threshold that no
   // frame can reach is only logged. Throws what building the mask throws, and std::bad_alloc; the
   // detector then runs on, but finds nothing.
-  bool Configure(const CData& item, const Size& size);
+  bool Configure(CData item, const Size& size);
 
   // From pixels. Returns the percentage, 0 during the warm-up. If asked for metadata, `result` is
   // emptied and gets "Motion", "Masks" and "DetectPercent".

@@ -13,6 +13,8 @@ namespace {
 
 constexpr char source[] = "main/target/windll/codec/videoencoder_mjpeg";
 
+constexpr std::uint64_t mostPixels = std::uint64_t{JPEG_MAX_DIMENSION} * JPEG_MAX_DIMENSION;
+
 std::uint64_t Area(std::uint32_t width, std::uint32_t height) {
   return std::uint64_t{width} * height;
 }
@@ -38,7 +40,8 @@ CVideoEncoderMJPEG::Setup CVideoEncoderMJPEG::Prepare(const CData& config,
               .buffer = nullptr,
               .bufferSize = 0};
   const std::uint64_t pixels = Area(setup.width, setup.height);
-  if (pixels > (PTRDIFF_MAX - FrameHeader::size - listRoom) / 2) throw std::bad_alloc();
+  // What no JPEG picture holds would be memory that is never written.
+  if (pixels > mostPixels) throw std::bad_alloc();
   setup.bufferSize = FrameHeader::size + listRoom + pixels * 2;
   setup.buffer = std::make_unique_for_overwrite<std::uint8_t[]>(setup.bufferSize);
   setup.encoder->Init(setup.width, setup.height, setup.quality);

@@ -39,8 +39,10 @@ int ThumbnailSizeOf(int size) {
 }  // namespace
 
 void CVideoEncoderMJPEGDIFF::BlockMap::Resize(std::size_t newColumns, std::size_t newRows) {
-  columns = newColumns;
-  rows = newRows;
+  // A size without a block has no border either: its other side may be anything.
+  const bool empty = newColumns == 0 || newRows == 0;
+  columns = empty ? 0 : newColumns;
+  rows = empty ? 0 : newRows;
   marks.assign((columns + 2) * (rows + 2), 0);
   rowIsMarked.assign(rows + 2, 0);
 }
@@ -78,7 +80,7 @@ void CVideoEncoderMJPEGDIFF::Configure(const CData& config) {
   std::vector<std::uint8_t> newStrip;
   newStrip.reserve(std::min<std::uint64_t>(mostChanged, maxStripBlocks) * blockSide * blockRowSize);
   std::vector<std::uint32_t> newList;
-  newList.reserve(blocks);
+  newList.reserve(newMap.columns * newMap.rows);
 
   Commit(std::move(setup));
   maxChangedBlocks = static_cast<std::uint32_t>(mostChanged);
