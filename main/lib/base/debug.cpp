@@ -21,9 +21,8 @@ CDebugScope::CDebugScope(const char* name) : name(name) {
 CDebugScope::~CDebugScope() noexcept(false) {
   try {
     ZT_LOG(2, source, 67, "ctx exit: %s", name);
-  }
-  ZT_PASS_FORCED_UNWIND
-  catch (...) {
+  } catch (...) {
+    PassForcedUnwind();
     // The scope may be on its way out of another exception.
   }
 }

@@ -4,6 +4,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#elif defined(__GLIBCXX__)
+#include <cxxabi.h>
 #endif
 
 namespace {
@@ -50,6 +52,21 @@ FloatingPointGuard::~FloatingPointGuard() {
   if (((presentX87 ^ savedX87) & x87Bits) != 0)
     WriteX87Control(static_cast<std::uint16_t>((presentX87 & ~x87Bits) | (savedX87 & x87Bits)));
 }
+
+#if defined(__GLIBCXX__) && !defined(_WIN32)
+// The reference is null: there is no object of C++ behind it.
+__attribute__((no_sanitize("null"))) void PassForcedUnwind() {
+  try {
+    throw;
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    // The caller's handler has it.
+  }
+}
+#else
+void PassForcedUnwind() {}
+#endif
 
 namespace {
 void (*unloadHandler)() = nullptr;

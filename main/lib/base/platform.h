@@ -6,10 +6,6 @@
 #include <pthread.h>
 #endif
 
-#if defined(__GLIBCXX__) && !defined(_WIN32)
-#include <cxxabi.h>
-#endif
-
 // All that differs between operating systems, except the export macro of the public header.
 
 // Masks all six floating-point exceptions for a scope, so that float work cannot trap in a client
@@ -28,18 +24,11 @@ class FloatingPointGuard {
   std::uint16_t savedX87;
 };
 
-// On Linux a cancelled thread unwinds its stack by an exception that must not end on its way. This
-// clause stands before every `catch (...)` that does not throw again and that a callback of the
-// client runs under. No such callback may run inside a handler: the runtime library cannot catch
-// this exception while another one is being handled.
-#if defined(__GLIBCXX__) && !defined(_WIN32)
-#define ZT_PASS_FORCED_UNWIND           \
-  catch (const abi::__forced_unwind&) { \
-    throw;                              \
-  }
-#else
-#define ZT_PASS_FORCED_UNWIND
-#endif
+// Comes first in every `catch (...)` that does not throw again and that a callback of the client
+// runs under. On Linux a cancelled thread unwinds its stack by an exception that must not end on
+// its way; it goes on here. No such callback may run inside a handler: the runtime library cannot
+// catch this exception while another one is being handled.
+void PassForcedUnwind();
 
 // While it lives a request to cancel the thread waits: for what runs in destructors, which such an
 // exception cannot leave.

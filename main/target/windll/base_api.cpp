@@ -44,9 +44,8 @@ void ztlib_context_destroy(void) {
   if (!contextToken) return;
   try {
     CComponentRepository::Instance().DeleteAll();
-  }
-  ZT_PASS_FORCED_UNWIND
-  catch (...) {
+  } catch (...) {
+    PassForcedUnwind();
     std::terminate();
   }
   FreeContextByte();

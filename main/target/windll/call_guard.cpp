@@ -52,9 +52,8 @@ class CCaughtException {
   void Log(const ExportSite& site, const char* text) const {
     try {
       Logger().Log(1, site.source, site.line, format, site.name, text);
-    }
-    ZT_PASS_FORCED_UNWIND
-    catch (...) {
+    } catch (...) {
+      PassForcedUnwind();
       // Neither a throwing log callback nor a failed logger may hide the failure from the handler.
     }
   }
@@ -64,9 +63,8 @@ class CCaughtException {
     if (!handler) return;
     try {
       handler(text);
-    }
-    ZT_PASS_FORCED_UNWIND
-    catch (...) {
+    } catch (...) {
+      PassForcedUnwind();
       // The client cannot receive exceptions, not even its own.
     }
   }
@@ -88,9 +86,8 @@ void RunGuarded(const ExportSite& site, void (*body)(void* context), void* conte
   try {
     const FloatingPointGuard guard;
     body(context);
-  }
-  ZT_PASS_FORCED_UNWIND
-  catch (...) {
+  } catch (...) {
+    PassForcedUnwind();
     caught.emplace();
   }
   if (caught) caught->Report(site);

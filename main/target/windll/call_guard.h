@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <type_traits>
-#include <utility>
 
 // The frame of every guarded export: floating-point exceptions are masked while the body runs, and
 // whatever it throws becomes a log line of level 1, a call of the client's handler and the default
