@@ -15,18 +15,63 @@
  *   There are no error codes. A guarded call that fails writes one line of level 1 to the logger,
  *   then calls the exception handler with the text, then returns its default value (null, false or
  *   0; nothing for void) and leaves output arguments as they were. All calls are guarded unless
- *   their comment says "not guarded"; those cannot fail. A null handle, image, block or callback,
- *   and null data with a size, is such a failure ("Using null-pointer") unless a comment allows it.
+ *   their comment says "not guarded"; those can fail for want of memory at most. A null handle,
+ *   image, block or callback, and null data with a size, is such a failure ("Using null-pointer")
+ *   unless a comment allows it.
+ *
+ * Want of memory
+ *   A guarded call fails with "std::bad_alloc"; if there is no memory for the logger either, the
+ *   line is lost, and the handler is called all the same. Whatever failed can be tried again. Of
+ *   the calls that are not guarded
+ *   - ztlib_context_create and ztlib_registerLogger let the C++ exception std::bad_alloc out, which
+ *     ends a process that does not catch it, so every one in C; nothing has been created or
+ *     registered then,
+ *   - ztlib_triangulation_create returns null,
+ *   - ztlib_context_destroy, ztlib_registerExceptionHandler, ztlib_registerAVFrameMgr,
+ *     ztlib_ztimage_destroy, ztlib_decoder_destroy, ztlib_encoder_destroy,
+ *     ztlib_simplemotion_destroy, ztlib_triangulation_destroy, ztlib_getPixelXByVirtualX,
+ *     ztlib_getPixelYByVirtualY, ztlib_getVirtualXByPixelX, ztlib_getVirtualYByPixelY,
+ *     ztlib_getScaleDownByPixel1, ztlib_getVideoFormat, ztlib_getLayerCount, ztlib_getLayerSizes
+ *     and idct8x8_mmx take none.
+ *
+ * What ends the process on purpose
+ *   - ztlib_decoder_process with a null handle and a frame of an unknown video format. The client
+ *     creates a decoder first.
+ *   - ztlib_encoder_process of differential video with a picture of another size than configured,
+ *     and with any picture if the configured size is no multiple of 8, such as 1366 by 768. The
+ *     client compares the sizes before the call.
+ *   - A frame of another format inside a decoder of differential video. ztlib_decoder_process
+ *     chooses the decoder by the frame, so this takes a client that changes the frame meanwhile.
+ *
+ * Callbacks
+ *   All run on the thread of the call, and none is called after the call. A callback may call the
+ *   library, but not ztlib_context_destroy, and it must not destroy, configure or use a handle that
+ *   a call around it works with. One such use does no harm: an image that is only read may get
+ *   another picture, and the call goes on with the one that it began with.
+ *   A C++ exception that leaves a callback is a failure of the guarded call. It is dropped if it
+ *   leaves `release`, the exception handler, or a logger that is being told of a failure.
  *
  * Threads
  *   Different handles may be used on different threads at once. One encoder serialises its own
- *   calls. A decoder, a motion context and an image belong to one thread at a
- *   time. The logger, the exception handler
- *   and the frame manager may be called on every thread that calls the library.
+ *   calls. A decoder, a motion context and an image belong to one thread at a time. The logger, the
+ *   exception handler and the frame manager may be called on every thread that calls the library.
+ *   On Linux a thread may be cancelled (deferred, as it is by default) or may end itself in every
+ *   callback but `release`: its stack unwinds through the call, no lock stays behind, and handles
+ *   are as after a failure. During `release` a cancellation waits, and pthread_exit must not be
+ *   called. Such a thread must not call the library from within a C++ `catch` block.
+ *   After fork, locks that other threads held in the library stay taken in the child: it may call
+ *   the library only if no other thread was in a call at that moment.
  *
  * Floating point
  *   Nearly all calls mask the floating-point exceptions while they run and put the caller's mask
- *   back before they return.
+ *   back before they return, whatever a callback has made of it. A failure is reported under the
+ *   caller's mask.
+ *
+ * Standard streams
+ *   ztlib_context_destroy, and a decoder of differential video whose picture changes its size,
+ *   write to standard output. The first damage that a JPEG stream can be decoded with is one line
+ *   on standard error, and the picture counts as one. Where these streams are pipes that nobody
+ *   reads any more, the system ends the process by SIGPIPE unless the client ignores that.
  */
 #ifndef ZTLIB_H
 #define ZTLIB_H
@@ -68,7 +113,13 @@ typedef struct {
  */
 typedef void (*ztlib_output)(void* user, const void* data, uint32_t size);
 
-/** Receives log lines, levels 0 to 4, without a newline. Runs under the logger's lock. */
+/**
+ * Receives log lines, levels 0 to 4, without a newline. Runs under the logger's lock, so log lines
+ * of other threads wait for it, and it must not wait for a thread that may log. It may call what
+ * every callback may. A call of its own that fails or logs calls it again before it returns, so it
+ * must not make such a call for every line. It may register loggers, which get the lines after the
+ * present one.
+ */
 typedef void (*ztlib_logger)(int level, const char* text);
 
 /** Receives the text of an exception that a guarded call has caught. */
@@ -103,17 +154,26 @@ enum ztlib_video_format {
  * Context and registration
  * --------------------------------------------------------------------------------------------- */
 
-/** Marks the start of the client's use of the library. Not guarded. Returns a token. */
+/**
+ * Marks the start of the client's use of the library. Returns a token. Not guarded: see "Want of
+ * memory".
+ */
 ZTLIB_API void* ztlib_context_create(void);
 
 /**
  * Deletes the library's services in reverse order of their creation, the logger with its
  * callbacks among them, and reports that on standard output. Does nothing without a create.
- * Call it last and once. Not guarded.
+ * Call it last and once, with no other thread in the library. A call that comes later works: it
+ * makes the services that it needs anew, a logger without callbacks for one, while frame manager
+ * and exception handler stay. Only another destroy deletes those, and it reports the deleted ones
+ * once more. A library that is unloaded gives back what is left. Not guarded.
  */
 ZTLIB_API void ztlib_context_destroy(void);
 
-/** Adds a log callback. It cannot be removed; registered twice it is called twice. Not guarded. */
+/**
+ * Adds a log callback. It cannot be removed; registered twice it is called twice. Not guarded: see
+ * "Want of memory".
+ */
 ZTLIB_API void ztlib_registerLogger(ztlib_logger callback);
 
 /** Replaces the exception handler; null switches it off. Set it before threads start. Not guarded.
@@ -129,10 +189,15 @@ ZTLIB_API void ztlib_registerExceptionHandler(ztlib_exception_handler handler);
  * A frame is a record laid out as FFmpeg's AVFrame: data[0] at offset 0, width (int32) at 104,
  * height (int32) at 108. data[0] must hold all rows without padding; the library fills it so,
  * whatever else the record says.
+ *
+ * Pixels that a damaged frame does not cover keep what they held here. So a pool that serves
+ * several cameras hands out cleared frames, or pictures of one show up in those of another.
  */
 typedef void* (*ztlib_frame_allocate)(int width, int height, int pixelFormat);
 
-/** Takes a frame back, once, when the last image that shows it is gone. */
+/**
+ * Takes a frame back, once, when the last image that shows it is gone. What it throws is dropped.
+ */
 typedef void (*ztlib_frame_release)(void* frame);
 
 /** Stored and never called. */
@@ -158,8 +223,10 @@ ZTLIB_API void ztlib_ztimage_destroy(void* image);
 
 /**
  * Wraps a client frame as an image of `format` without copying. On success the image owns the
- * frame: it goes to the manager's release when the last view of it is gone. On failure (null
- * frame, format not 0 to 8, negative size) it returns null and the frame stays the client's.
+ * frame: it goes to the manager's release when the last view of it is gone. On failure it returns
+ * null and the frame stays the client's. Refused are a null frame, and null data[0] where there are
+ * samples ("Using null-pointer"), a format not 0 to 8 ("Wrong format"), and a negative size or one
+ * of more than 2^31 - 1 samples ("Invalid range").
  * The size in samples is the frame's size divided by the sample size, truncated.
  *
  * ATTENTION, ZTLIB_GRAY with a width that is no multiple of 4: ztlib_simplemotion_detect takes the
@@ -185,6 +252,8 @@ ZTLIB_API void ztlib_ztimage_saveToZTMem(const void* image, void* user, ztlib_ou
 /**
  * Replaces the image by the one in a block of ztlib_ztimage_saveToZTMem. Returns true after a
  * load; after a failure the image keeps its old content. The lower 32 bits of the size count.
+ * Null data, and a block too small for its header or its pixels, fail with
+ * "Invalid or nullptr memory!".
  */
 ZTLIB_API bool ztlib_ztimage_loadFromZTMem(void* image, const ztlib_blob* memory);
 
@@ -257,7 +326,10 @@ ZTLIB_API int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int
 /** Returns a decoder for a video format; null, with a log line, for an unknown one. */
 ZTLIB_API void* ztlib_decoder_create(int32_t format);
 
-/** Destroys the decoder and sets the handle to null. Null address and null handle are allowed. */
+/**
+ * Destroys the decoder and sets the handle to null. Null address and null handle are allowed. Not
+ * guarded.
+ */
 ZTLIB_API void ztlib_decoder_destroy(void** decoder);
 
 /** Configures a decoder. The default PixelFormat is ZTLIB_BOOL8, which no frame decodes to. */
@@ -267,7 +339,9 @@ ZTLIB_API void ztlib_decoder_config(void* decoder, const ztlib_blob* config);
  * Decodes one frame into `image`, whose old picture is dropped. If the frame has another video
  * format than the decoder, the decoder behind the handle is replaced by one with default
  * configuration. A frame of an unknown format is logged and leaves all as it is; with a null
- * handle it ends the process. The bytes are not copied. After a failure the handle stays usable.
+ * handle it ends the process. The bytes are not copied, and those of differential video (format 7)
+ * are written to: a frame that names no type gets one. So they must not lie in read-only memory,
+ * nor be given to two decoders at once. After a failure the handle stays usable.
  *
  * A progressive picture is a failure if it has more blocks of 8 by 8 samples than its stream has
  * bits, or if its scans pass over the blocks of the picture that is asked for more than 64 times.
@@ -284,7 +358,10 @@ ZTLIB_API void ztlib_decoder_setBaseImage(void* decoder, const void* image);
 /** Returns an encoder for a video format; null, with a log line, for an unknown one. */
 ZTLIB_API void* ztlib_encoder_create(int32_t format);
 
-/** Destroys the encoder and sets the handle to null. Null address and null handle are allowed. */
+/**
+ * Destroys the encoder and sets the handle to null. Null address and null handle are allowed. Not
+ * guarded.
+ */
 ZTLIB_API void ztlib_encoder_destroy(void** encoder);
 
 /** Configures an encoder; required before the first picture. After a failure the old one holds. */
@@ -293,7 +370,8 @@ ZTLIB_API void ztlib_encoder_config(void* encoder, const ztlib_blob* config);
 /**
  * Encodes a picture of any format that converts to ZTLIB_YUV and hands the coded frame to `out`
  * once. The picture should have the configured size; a smaller one is a failure of plain video, and
- * any other size ends the process in differential video, after a log line. A coded picture has at
+ * any other size ends the process in differential video, after a log line, and so does every size
+ * if the configured one is no multiple of 8: compare them before the call. A coded picture has at
  * most width * height * 2 bytes, which noise at tiny sizes can exceed (a failure).
  * `key` other than 0 forces a key frame.
  */
@@ -441,7 +519,10 @@ ZTLIB_API bool ztlib_simplemotion_detect(void* context, void* user, ztlib_output
  * A handle belongs to one thread at a time. A null handle is a failure: "Using null-pointer".
  * --------------------------------------------------------------------------------------------- */
 
-/** Returns a new triangulation, for which all but init does nothing; null without memory. */
+/**
+ * Returns a new triangulation, for which all but init does nothing; null without memory, and
+ * nothing is reported then. Not guarded.
+ */
 ZTLIB_API void* ztlib_triangulation_create(void);
 
 /** Destroys a triangulation; null is allowed. Not guarded. */

@@ -128,6 +128,8 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   Encoder encoder;
   EXPECT_EQ(encoder.Process(image.get()), Bytes());
   ExpectFailure(encode, encoderSource, "Using null-pointer");
+  EXPECT_EQ(Encoder(ZTLIB_VIDEO_MJPEGDIFF).Process(image.get()), Bytes());
+  ExpectFailure(encode, encoderSource + std::string("_diff"), "Using null-pointer");
 
   encoder.Configure(CodecConfig().Int("Width", 64).Int("Height", 64));
   const Bytes frame = encoder.Process(image.get());

@@ -54,19 +54,61 @@ TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
   ztlib_registerLogger([](int level, const char* text) { lines.emplace_back(level, text); });
 }
 
-TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
-  const unsigned before = _mm_getcsr();
-  const auto image = NewImage();
-  unsigned after = 0;
-  _mm_setcsr(before & ~0x1F80U);  // all exceptions trap
-  for (void* which : {image.get(), static_cast<void*>(nullptr)}) {
-    ztlib_ztimage_get_avframe(which);
-    after |= _mm_getcsr();
+// The mask bits of both floating-point units, one word each.
+constexpr unsigned vectorMask = 0x1F80;
+constexpr std::uint16_t x87Mask = 0x3F;
+struct Masks {
+  bool vector, x87;  // whether all exceptions are masked
+  static Masks Present() {
+    std::uint16_t word = 0;
+    asm volatile("fnstcw %0" : "=m"(word));
+    return {(_mm_getcsr() & vectorMask) != 0, (word & x87Mask) != 0};
   }
-  ztlib_getScaleDownByPixel1(320, 640, 480);
-  after |= _mm_getcsr();
-  _mm_setcsr(before);
-  EXPECT_EQ(after & 0x1F80U, 0U);
+  void Set() const {
+    _mm_setcsr(vector ? _mm_getcsr() | vectorMask : _mm_getcsr() & ~vectorMask);
+    std::uint16_t word = 0;
+    asm volatile("fnstcw %0" : "=m"(word));
+    word = static_cast<std::uint16_t>(x87 ? word | x87Mask : word & ~x87Mask);
+    asm volatile("fldcw %0" : : "m"(word));
+  }
+  bool operator==(const Masks&) const = default;
+};
+
+TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
+  const auto image = NewImage(ZTLIB_GRAY, 2, 2, {9});
+  static constexpr Masks trapping{false, false}, masked{true, true};
+  static Masks inside, set;
+  const auto save = [&] {
+    ztlib_ztimage_saveToZTMem(image.get(), nullptr, [](void*, const void*, std::uint32_t) {
+      inside = Masks::Present();
+      set.Set();
+    });
+  };
+  const auto after = [](const Masks& client, auto call) {
+    client.Set();
+    call();
+    const Masks present = Masks::Present();
+    masked.Set();
+    return present;
+  };
+  for (void* which : {image.get(), static_cast<void*>(nullptr)})
+    EXPECT_EQ(after(trapping, [&] { ztlib_ztimage_get_avframe(which); }), trapping);
+  EXPECT_EQ(after(trapping, [] { ztlib_getScaleDownByPixel1(320, 640, 480); }), trapping);
+  // Whatever a callback does to it.
+  for (const Masks& client : {trapping, masked, Masks{true, false}, Masks{false, true}})
+    for (const Masks& other : {trapping, masked, Masks{true, false}, Masks{false, true}}) {
+      set = other;
+      EXPECT_EQ(after(client, save), client);
+      EXPECT_EQ(inside, masked);
+    }
+  // What the library leaves in the x87 unit must not trap in the client.
+  const auto divide = [&] {
+    ztlib_ztimage_saveToZTMem(image.get(), nullptr, [](void*, const void*, std::uint32_t) {
+      volatile long double zero = 0;
+      zero = 1 / zero;
+    });
+  };
+  EXPECT_EQ(after(trapping, divide), trapping);
 }
 
 TEST_F(Context, VirtualCoordinatesRoundAndNeverClamp) {

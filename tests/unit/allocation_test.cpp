@@ -5,6 +5,9 @@
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
 
+#include <dlfcn.h>
+#include <malloc.h>
+
 // The heap of this program, libjpeg's use of it included, counts its calls. A program of its own,
 // because it takes the place of the C library's functions.
 extern "C" {
@@ -334,6 +337,98 @@ TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
                 calibrator.Head({7000, 7000}, meters, point));
   });
   EXPECT_EQ(calls, 0);
+}
+
+// One call of the heap fails when somebody asks for the logger for the first time.
+TEST_F(Allocation, TheLoggerCanBeAskedForAgainWhenMemoryIsThere) {
+  static int lines;
+  const auto listen = [] { ztlib_registerLogger([](int, const char*) { ++lines; }); };
+  const auto log = [] { EXPECT_EQ(ztlib_decoder_create(99), nullptr); };
+  const std::function<void()> firstUses[] = {listen, log};
+  for (const auto& use : firstUses) {
+    int n = 0;
+    for (bool failed = true; failed; ++n) {
+      testing::internal::CaptureStdout();
+      ztlib_context_create();
+      ztlib_context_destroy();  // the logger and its listeners
+      testing::internal::GetCapturedStdout();
+      callsToFailure = n + 1;
+      try {
+        use();
+      } catch (const std::bad_alloc&) {
+        EXPECT_EQ(&use, &firstUses[0]) << "only that call is without guard";
+      }
+      failed = callsToFailure.exchange(0) == 0;
+      listen();
+      lines = 0;
+      log();
+      EXPECT_GE(lines, 1) << n;
+    }
+    EXPECT_GT(n, 3);
+  }
+}
+
+// So they have nothing to fail of.
+TEST_F(Allocation, CallsWithoutGuardTakeNoMemory) {
+  CLayeredEncoder layered{CLayeredSettings()};
+  const Bytes scene = jpeg_reference::Scene(64, 64);
+  const Bytes frame = layered.Encode(CLayeredPlanes(scene.data(), 128, 64, 64).Picture());
+  const ztlib_blob blob{frame.data(), frame.size()};
+  Image image = Picture(ZTLIB_GRAY, width, 0, [](int) { return 0; });
+  Decoder decoder(ZTLIB_RGB);
+  Encoder encoder(64, 64, ZTLIB_VIDEO_MJPEGDIFF);
+  void* const motion = ztlib_simplemotion_create();
+  CodecConfig().Apply(ztlib_simplemotion_configure, motion, width, height);
+  void* const mesh = ztlib_triangulation_create();
+  ztlib_triangulation_init(mesh, 0, 0, 9, 9, 1);
+  std::uint32_t sizes[4] = {};
+  std::int16_t block[64] = {};
+  const int before = heapCalls;
+  EXPECT_EQ(ztlib_getVideoFormat(&blob) + ztlib_getLayerCount(&blob), 4);
+  ztlib_getLayerSizes(&blob, sizes);
+  EXPECT_GT(sizes[3], 0U);
+  idct8x8_mmx(block);
+  ztlib_getScaleDownByPixel1(320, 640, 480);
+  ztlib_getPixelXByVirtualX(5, 640);
+  ztlib_registerExceptionHandler(nullptr);
+  ztlib_registerAVFrameMgr(nullptr, nullptr, nullptr, 1);
+  ztlib_ztimage_destroy(image.release());
+  ztlib_decoder_destroy(&decoder.object);
+  ztlib_encoder_destroy(&encoder.object);
+  ztlib_simplemotion_destroy(motion);
+  ztlib_triangulation_destroy(mesh);
+  EXPECT_EQ(heapCalls, before);
+}
+
+TEST_F(Allocation, UnloadingGivesAllMemoryBack) {
+  const auto cycle = [](bool isDestroyed) {
+    void* const library = dlopen(ZTLIB_SHARED, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto call = [&]<class Function, class... Arguments>(Function*, const char* name,
+                                                              Arguments... arguments) {
+      return reinterpret_cast<Function*>(dlsym(library, name))(arguments...);
+    };
+    call(&ztlib_context_create, "ztlib_context_create");
+    call(&ztlib_registerLogger, "ztlib_registerLogger", [](int, const char*) {});
+    call(&ztlib_ztimage_create_avframe, "ztlib_ztimage_create_avframe", 9, nullptr);
+    void* decoder = call(&ztlib_decoder_create, "ztlib_decoder_create", ZTLIB_VIDEO_MJPEG);
+    call(&ztlib_decoder_destroy, "ztlib_decoder_destroy", &decoder);
+    if (isDestroyed) call(&ztlib_context_destroy, "ztlib_context_destroy");
+    dlclose(library);
+  };
+  constexpr int cycles = 64;
+  for (const bool isDestroyed : {true, false}) {
+    std::size_t inUse[2];
+    testing::internal::CaptureStdout();
+    // The loader keeps some kilobytes, once.
+    for (std::size_t& bytes : inUse) {
+      for (int i = 0; i < cycles; ++i)
+        cycle(isDestroyed);
+      bytes = mallinfo2().uordblks;
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_LT(inUse[1], inUse[0] + 8 * cycles);
+  }
 }
 
 }  // namespace

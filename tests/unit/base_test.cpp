@@ -73,7 +73,8 @@ TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   logger.AddStream(new CRecordingStream("a"));
   written.clear();
   logger.Log(1, "x", 1, "outer");
-  EXPECT_EQ(written, (std::vector<std::string>{"a2inner", "late2inner", "a1outer", "late1outer"}));
+  // One that is registered during a line gets the next.
+  EXPECT_EQ(written, (std::vector<std::string>{"a2inner", "late2inner", "a1outer"}));
 }
 
 TEST(Debug, AssertionsPrintAndGoOnAndGuardsLogAndGoOn) {

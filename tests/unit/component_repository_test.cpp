@@ -3,6 +3,8 @@
 #include "main/lib/base/exceptions.h"
 #include "tests/support/common.h"
 
+#include <new>
+
 namespace {
 
 std::vector<std::string> events;
@@ -50,6 +52,29 @@ TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   events.clear();
   Get<IService<1>>();
   EXPECT_EQ(events, std::vector<std::string>{"+1"});
+}
+
+// Fails at first: for want of memory, or for another reason.
+template <int N, class Failure>
+struct CFailing : IService<N> {
+  CFailing() {
+    if (std::exchange(first, false)) throw Failure();
+  }
+  static inline bool first = true;
+};
+
+TEST(ComponentRepository, OnlyWantOfMemoryIsNotFinal) {
+  auto& repository = CComponentRepository::Instance();
+  repository.Register<IService<21>, CFailing<21, std::bad_alloc>>("Memory");
+  repository.Register<IService<22>, CUserOf<22, 21>>("User");
+  repository.Register<IService<23>, CFailing<23, std::exception>>("Other");
+  EXPECT_THROW(Get<IService<22>>(), std::bad_alloc);
+  EXPECT_NE(Get<IService<22>>(), nullptr);
+  EXPECT_THROW(Get<IService<23>>(), std::exception);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(MessageOf([] { Get<IService<23>>(); }), "Cycle in ComponentCreation");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "\n\n -= Cycle in ComponentCreation (Other)! =- \n\n");
 }
 
 TEST(ComponentRepository, ReportsWhatIsMissingTwiceOrCircular) {

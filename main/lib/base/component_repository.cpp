@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <new>
 #include <utility>
 
 namespace {
@@ -25,13 +27,22 @@ component_detail::TypeId component_detail::NextTypeId() {
 }
 
 CComponentRepository::CComponentRepository()
-    : accessorMutex(CMutex::Kind::Recursive), mutex(CMutex::Kind::Recursive) {}
+    : accessorMutex(CMutex::Kind::Recursive), mutex(CMutex::Kind::Recursive) {
+  SetUnloadHandler(Unload);
+}
 
-// Never destroyed: at process exit other static objects may still log, and components belong to
-// DeleteAll alone.
+// Not destroyed at process exit: other static objects may still log, and so may threads.
 CComponentRepository& CComponentRepository::Instance() {
   static CComponentRepository& instance = *new CComponentRepository;
   return instance;
+}
+
+// The end of the code: nobody can ask for a component any more.
+void CComponentRepository::Unload() {
+  CComponentRepository& repository = Instance();
+  for (std::size_t i = repository.creationOrder.size(); i-- > 0;)
+    delete std::exchange(repository.components.at(repository.creationOrder[i]).instance, nullptr);
+  delete &repository;
 }
 
 void CComponentRepository::Register(TypeId id, const char* className, Factory factory,
@@ -57,11 +68,18 @@ IComponent* CComponentRepository::Get(TypeId id) {
       std::fflush(stdout);
       ZT_THROW(CException, "Cycle in ComponentCreation", "Get", source, cycleLine);
     }
-    // A factory that throws leaves its id here: a service that fails at start stays failed.
+    // A factory that throws leaves its id here: a service that fails at start stays failed. Only
+    // memory may be there again the next time.
     creating.push_back(id);
-    entry.instance = entry.factory();
+    try {
+      std::unique_ptr<IComponent> created(entry.factory());
+      creationOrder.push_back(id);
+      entry.instance = created.release();
+    } catch (const std::bad_alloc&) {
+      std::erase(creating, id);
+      throw;
+    }
     creating.pop_back();
-    creationOrder.push_back(id);
   }
   entry.cache->store(entry.instance, std::memory_order_release);
   return entry.instance;

@@ -52,7 +52,8 @@ class CComponentRepository {
   }
 
   // Returns the component, created now if need be. Throws CException "Not registered component!"
-  // or, when factories ask for each other, "Cycle in ComponentCreation".
+  // or, when factories ask for each other, "Cycle in ComponentCreation". A component that could not
+  // be created for want of memory alone can be asked for again.
   IComponent* Get(TypeId id);
 
   // Deletes all components from the last created to the first. Components asked for later are
@@ -68,6 +69,9 @@ class CComponentRepository {
   };
 
   CComponentRepository();
+  ~CComponentRepository() = default;
+  // Gives back all that there is, components without a word, when the library is unloaded.
+  static void Unload();
   void Register(TypeId id, const char* className, Factory factory, std::atomic<IComponent*>& cache);
 
   // Lock order: accessorMutex, then mutex. Both are recursive: a component may fetch others in its

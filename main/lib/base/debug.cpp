@@ -8,7 +8,7 @@ constexpr char source[] = "main/lib/base/debug";
 
 void DebugBreakHook() noexcept {}
 
-void ReportFailedAssertion(const char* site, int line, const char* condition) noexcept {
+void ReportFailedAssertion(const char* site, int line, const char* condition) {
   std::fprintf(stderr, "------------> ASSERTION FAILED at %s:%d : %s is false!\n", site, line,
                condition);
   DebugBreakHook();
@@ -18,6 +18,11 @@ CDebugScope::CDebugScope(const char* name) : name(name) {
   ZT_LOG(2, source, 64, "ctx enter: %s", name);
 }
 
-CDebugScope::~CDebugScope() {
-  ZT_LOG(2, source, 67, "ctx exit: %s", name);
+CDebugScope::~CDebugScope() noexcept(false) {
+  try {
+    ZT_LOG(2, source, 67, "ctx exit: %s", name);
+  } catch (...) {
+    PassForcedUnwind();
+    // The scope may be on its way out of another exception.
+  }
 }

@@ -6,7 +6,7 @@
 // A place for a debugger's breakpoint: called before every throw and after every failed assertion.
 void DebugBreakHook() noexcept;
 
-void ReportFailedAssertion(const char* source, int line, const char* condition) noexcept;
+void ReportFailedAssertion(const char* source, int line, const char* condition);
 
 // Throws after the hook. `function` and `source` name the site as clients and debuggers know it.
 #define ZT_THROW(Type, message, function, source, line) \
@@ -33,11 +33,12 @@ void ReportFailedAssertion(const char* source, int line, const char* condition) 
     }                                                                                            \
   } while (false)
 
-// Logs entry and exit of a scope at level 2.
+// Logs entry and exit of a scope at level 2. What a log callback throws at the exit leaves the
+// scope only if it is the end of a cancelled thread.
 class CDebugScope {
  public:
   explicit CDebugScope(const char* name);
-  ~CDebugScope();
+  ~CDebugScope() noexcept(false);
   CDebugScope(const CDebugScope&) = delete;
   CDebugScope& operator=(const CDebugScope&) = delete;
 

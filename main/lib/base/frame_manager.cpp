@@ -1,5 +1,7 @@
 #include "main/lib/base/frame_manager.h"
 
+#include "main/lib/base/platform.h"
+
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -40,9 +42,15 @@ void* frame_manager::Allocate(int width, int height, int pixelFormat) {
   return allocate ? allocate(width, height, pixelFormat) : nullptr;
 }
 
-void frame_manager::Release(void* frame) {
+void frame_manager::Release(void* frame) noexcept {
   const ReleaseFunction release = releaseFunction.load(std::memory_order_acquire);
-  if (release) release(frame);
+  if (!release) return;
+  const CancellationPause pause;
+  try {
+    release(frame);
+  } catch (...) {
+    // The client cannot receive exceptions, not even its own.
+  }
 }
 
 void* frame_manager::FirstPointer(const void* frame) noexcept {

@@ -15,8 +15,10 @@ void Register(AllocateFunction allocate, ReleaseFunction release, ThirdFunction 
 // Size in pixels. Null if the manager refuses or none is registered.
 void* Allocate(int width, int height, int pixelFormat);
 
-// Gives a frame back to the manager of this moment, if it has a release function.
-void Release(void* frame);
+// Gives a frame back to the manager of this moment, if it has a release function. Frames go back in
+// destructors, so nothing that the function throws leaves this, and its thread is not cancelled
+// meanwhile.
+void Release(void* frame) noexcept;
 
 // The fields of a frame that this library reads: those of FFmpeg's AVFrame. LineSize is that of the
 // first plane.

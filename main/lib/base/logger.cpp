@@ -36,14 +36,17 @@ void CLoggerWin::Log(int level, const char*, int, const char* format, ...) {
   va_start(arguments, format);
   std::vsnprintf(text, buffer.size(), format, arguments);
   va_end(arguments);
-  // By index: a callback may register further streams.
-  for (std::size_t i = 0; i < streams.size(); ++i)
+  // By index: a callback may register further streams. They get the next line first, or a callback
+  // that registers one on every line would make this line endless.
+  const std::size_t count = streams.size();
+  for (std::size_t i = 0; i < count; ++i)
     streams[i]->Write(level, text);
 }
 
 void CLoggerWin::AddStream(ILogStream* stream) {
+  std::unique_ptr<ILogStream> owned(stream);
   const std::lock_guard lock(mutex);
-  streams.emplace_back(stream);
+  streams.push_back(std::move(owned));
 }
 
 ILogger& Logger() {

@@ -7,7 +7,7 @@
 #include <deque>
 #include <memory>
 
-// A sink of log lines. Write runs under the logger's lock and must not throw.
+// A sink of log lines. Write runs under the logger's lock.
 class ILogStream {
  public:
   virtual ~ILogStream() = default;
@@ -49,7 +49,8 @@ class ILogger : public IComponent {
 };
 
 // Formats each line once under a lock and hands it to every stream in the order of registration.
-// A callback may log again on the same thread.
+// A callback may log again on the same thread and register streams, which get the lines after the
+// present one.
 class CLoggerWin : public ILogger {
  public:
   ~CLoggerWin() override;

@@ -9,8 +9,9 @@
 // All that differs between operating systems, except the export macro of the public header.
 
 // Masks all six floating-point exceptions for a scope, so that float work cannot trap in a client
-// that runs with unmasked exceptions. Restores exactly the six mask bits and keeps the sticky
-// flags.
+// that runs with unmasked exceptions. Restores exactly the six mask bits, whatever a callback of
+// the client has made of them meanwhile, and keeps the sticky flags. Both units have such bits: the
+// vector unit, which this library computes with, and the x87 unit, which some runtime libraries do.
 class FloatingPointGuard {
  public:
   FloatingPointGuard() noexcept;
@@ -20,7 +21,42 @@ class FloatingPointGuard {
 
  private:
   std::uint32_t saved;
+  std::uint16_t savedX87;
 };
+
+// Comes first in every `catch (...)` that does not throw again and that a callback of the client
+// runs under. On Linux a cancelled thread unwinds its stack by an exception that must not end on
+// its way; it goes on here. No such callback may run inside a handler: the runtime library cannot
+// catch this exception while another one is being handled.
+void PassForcedUnwind();
+
+// While it lives a request to cancel the thread waits: for what runs in destructors, which such an
+// exception cannot leave.
+class CancellationPause {
+ public:
+#if defined(_WIN32)
+  CancellationPause() {}
+  ~CancellationPause() {}
+#else
+  CancellationPause() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &saved);
+  }
+  ~CancellationPause() {
+    pthread_setcancelstate(saved, nullptr);
+  }
+#endif
+  CancellationPause(const CancellationPause&) = delete;
+  CancellationPause& operator=(const CancellationPause&) = delete;
+
+#if !defined(_WIN32)
+ private:
+  int saved = 0;
+#endif
+};
+
+// Sets what is called when the library is unloaded by a process that goes on. At the end of a
+// process nothing is called: its other threads may still be at work, and its memory goes anyway.
+void SetUnloadHandler(void (*handler)());
 
 // A recursive mutex of the operating system, waited for without time limit.
 class OsMutex {

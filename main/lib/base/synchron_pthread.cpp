@@ -1,6 +1,7 @@
 #include "main/lib/base/synchron_pthread.h"
 
 #include "main/lib/base/debug.h"
+#include "main/lib/base/platform.h"
 
 #include <cerrno>
 #include <chrono>
@@ -12,6 +13,13 @@ constexpr char source[] = "main/lib/base/synchron_pthread";
 
 [[noreturn]] void Fail(const char* message, const char* function, int line) {
   ZT_THROW(CSynchronException, message, function, source, line);
+}
+
+// For destructors, which the end of a cancelled thread cannot leave: printing may be its place.
+template <class... Values>
+void Complain(const char* format, Values... values) {
+  const CancellationPause pause;
+  std::printf(format, values...);
 }
 }  // namespace
 
@@ -25,8 +33,7 @@ CMutex::CMutex(Kind kind) {
 
 CMutex::~CMutex() {
   if (pthread_mutex_destroy(&mutex) != 0)
-    std::printf("ERROR: Mutex still locked in mutex destructor! [0x%16p]\n",
-                static_cast<void*>(this));
+    Complain("ERROR: Mutex still locked in mutex destructor! [0x%16p]\n", static_cast<void*>(this));
 }
 
 void CMutex::Lock() {
@@ -77,7 +84,7 @@ CAutoLock::CAutoLock(CMutex* mutex) : mutex(mutex) {
 
 CAutoLock::~CAutoLock() {
   if (!mutex) {
-    std::printf("ERROR: Uninitialized mutex used for autolock\n");
+    Complain("ERROR: Uninitialized mutex used for autolock\n");
     return;
   }
   mutex->Unlock();
@@ -97,7 +104,7 @@ void CConditionMutex::Init() {
 
 CConditionMutex::~CConditionMutex() {
   if (pthread_cond_destroy(&condition) != 0)
-    std::printf("ERROR: ConditionMutex could not be destroyed, possibly locked & waiting\n");
+    Complain("ERROR: ConditionMutex could not be destroyed, possibly locked & waiting\n");
 }
 
 void CConditionMutex::Wait() {
@@ -141,7 +148,7 @@ void CRWMutex::Init() {
 
 CRWMutex::~CRWMutex() {
   if (pthread_rwlock_destroy(&lock) != 0)
-    std::printf("ERROR: Read/Write lock still locked in destructor\n");
+    Complain("ERROR: Read/Write lock still locked in destructor\n");
 }
 
 void CRWMutex::RLock() {

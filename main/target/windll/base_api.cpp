@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -13,18 +14,23 @@ namespace {
 
 constexpr char source[] = "main/target/windll/base_api";
 
-// What happens when the library is loaded.
+// The token only tells that a create came first. It stays set after the destroy, so that a second
+// destroy tears down again; its byte is freed once.
+char* contextToken = nullptr;
+char* contextByte = nullptr;
+
+void FreeContextByte() {
+  delete std::exchange(contextByte, nullptr);
+}
+
+// What happens when the library is loaded and unloaded.
 const struct Load {
   Load() {
     RegisterDeviceComponents();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
   }
+  ~Load() { FreeContextByte(); }
 } load;
-
-// The token only tells that a create came first. It stays set after the destroy, so that a second
-// destroy tears down again; its byte is freed once.
-char* contextToken = nullptr;
-char* contextByte = nullptr;
 
 }  // namespace
 
@@ -36,9 +42,13 @@ void* ztlib_context_create(void) {
 
 void ztlib_context_destroy(void) {
   if (!contextToken) return;
-  // An exception that leaves the teardown ends the process.
-  []() noexcept { CComponentRepository::Instance().DeleteAll(); }();
-  delete std::exchange(contextByte, nullptr);
+  try {
+    CComponentRepository::Instance().DeleteAll();
+  } catch (...) {
+    PassForcedUnwind();
+    std::terminate();
+  }
+  FreeContextByte();
 }
 
 void ztlib_registerLogger(ztlib_logger callback) {

@@ -63,8 +63,8 @@ void CVideoEncoderMJPEG::Configure(const CData& config) {
   Commit(Prepare(config, 0));
 }
 
-void CVideoEncoderMJPEG::CheckConfigured() const {
-  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", source, __LINE__);
+void CVideoEncoderMJPEG::CheckConfigured(const char* site) const {
+  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", site, __LINE__);
 }
 
 void CVideoEncoderMJPEG::ForwardQuality(int newQuality, const char* site, int line) {
@@ -81,7 +81,7 @@ void CVideoEncoderMJPEG::SetQuality(int newQuality) {
 void CVideoEncoderMJPEG::Encode(CBinData& out, const CZTImage& image,
                                 const EncodeRequest& request) {
   const CAutoLock lock(&mutex);
-  CheckConfigured();
+  CheckConfigured(source);
   CZTImage converted;
   JpegPicture picture{.format = image.GetPixelFormat()};
   if (CJPEGEncoder::IsSourceFormat(picture.format) &&

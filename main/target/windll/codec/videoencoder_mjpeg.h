@@ -34,7 +34,8 @@ class CVideoEncoderMJPEG : public CVideoEncoderBase {
   [[nodiscard]] static std::uint32_t GetUnsigned(const CData& config, Token token,
                                                  std::uint32_t present);
 
-  void CheckConfigured() const;
+  // `site` is the source in whose name it throws.
+  void CheckConfigured(const char* site) const;
   void ForwardQuality(int newQuality, const char* source, int line);
 
   // Codes a picture of the size that `encoder_` is set up for, `listSize` bytes behind the header.

@@ -107,10 +107,11 @@ void CVideoEncoderMJPEGDIFF::Configure(const CData& config) {
 void CVideoEncoderMJPEGDIFF::Encode(CBinData& out, const CZTImage& image,
                                     const EncodeRequest& request) {
   const CAutoLock lock(&mutex);
-  CheckConfigured();
+  CheckConfigured(source);
   CZTImage converted;
-  if (image.GetPixelFormat() != PixelFormat::UYVY) converted.ConvertOrMap(PixelFormat::UYVY, image);
-  const CZTImage& picture = image.GetPixelFormat() == PixelFormat::UYVY ? image : converted;
+  const bool asItIs = image.GetPixelFormat() == PixelFormat::UYVY;
+  if (!asItIs) converted.ConvertOrMap(PixelFormat::UYVY, image);
+  const CZTImage& picture = asItIs ? image : converted;
   CheckSizes(picture, request.thumbnail);
   hasExtraInfo = request.extraInfo != nullptr;
   if (!request.thumbnail) {

@@ -2,8 +2,6 @@
 
 #include "main/lib/base/debug.h"
 
-#include <cstring>
-
 namespace {
 
 constexpr char source[] = "main/target/windll/image/ztimage";
@@ -15,20 +13,6 @@ std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
     ZT_THROW(CException, "Wrong format", "CreateNewImageBase", source, __LINE__);
   return VisitPixelType(format,
                         [&](auto tag) -> std::unique_ptr<CZTImageImplBase> { return f(tag); });
-}
-
-// Copies the rows of an image into one of the same format and size.
-void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from) {
-  const auto rowSize = static_cast<std::size_t>(from.GetRowSize());
-  const auto rows = static_cast<std::size_t>(from.GetDy());
-  if (rowSize == 0 || rows == 0) return;
-  if (from.GetScanlineSize() == from.GetRowSize() &&
-      target.GetScanlineSize() == from.GetRowSize()) {
-    std::memmove(target.GetPtr(), from.GetPtr(), rowSize * rows);
-    return;
-  }
-  for (int y = 0; y < from.GetDy(); ++y)
-    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), rowSize);
 }
 
 }  // namespace
@@ -137,8 +121,7 @@ void CZTImage::ConvertOrCopy(PixelFormat format, const CZTImage& from) {
 void CZTImage::Copy(const CZTImage& from) {
   Reset();
   if (from.IsEmpty()) return;
-  impl = CreateNewImageBase(from.GetPixelFormat(), from.GetDx(), from.GetDy());
-  CopyPixels(*impl, *from.impl);
+  impl = from.impl->CreateCopy();
 }
 
 void CZTImage::OverWrite(const CZTImage& from) {

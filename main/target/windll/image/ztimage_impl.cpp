@@ -4,6 +4,8 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image_convert/image_convert.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr char source[] = "main/target/windll/image/ztimage_impl";
@@ -42,6 +44,19 @@ TCImageView<T> WrapFrame(void* frame) {
 
 }  // namespace
 
+void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from) {
+  const auto rowSize = static_cast<std::size_t>(from.GetRowSize());
+  const auto rows = static_cast<std::size_t>(from.GetDy());
+  if (rowSize == 0 || rows == 0) return;
+  if (from.GetScanlineSize() == from.GetRowSize() &&
+      target.GetScanlineSize() == from.GetRowSize()) {
+    std::memmove(target.GetPtr(), from.GetPtr(), rowSize * rows);
+    return;
+  }
+  for (int y = 0; y < from.GetDy(); ++y)
+    std::memmove(target.GetPtrAt(0, y), from.GetPtrAt(0, y), rowSize);
+}
+
 template <class T>
 TCZTImageImpl<T>::TCZTImageImpl(void* frame) : view(WrapFrame<T>(frame)) {}
 
@@ -65,6 +80,8 @@ std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateSameSize(PixelFormat f
 
 template <class T>
 std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::ConvertToNew(PixelFormat format) const {
+  // The client's functions for frames may give this image another picture, and so end this object.
+  const TCImageView<T> from = view;
   int dx = 0;
   int dy = 0;
   GetSizeInFormat(&dx, &dy, format);
@@ -74,10 +91,19 @@ std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::ConvertToNew(PixelFormat for
       RefuseConversion(Traits::format, format);
     } else {
       auto result = std::make_unique<TCZTImageImpl<Target>>(dx, dy);
-      Convert(result->View(), view);
+      Convert(result->View(), from);
       return result;
     }
   });
+}
+
+// The same holds for its pixels here.
+template <class T>
+std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateCopy() const {
+  const TCZTImageImpl from(view);
+  auto result = std::make_unique<TCZTImageImpl>(from.GetDx(), from.GetDy());
+  CopyPixels(*result, from);
+  return result;
 }
 
 template <class T>

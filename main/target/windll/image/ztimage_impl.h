@@ -40,6 +40,8 @@ class CZTImageImplBase {
   // A new image of `format` by the conversion matrix. "Wrong format" if the pair has no conversion.
   [[nodiscard]] virtual std::unique_ptr<CZTImageImplBase> ConvertToNew(
       PixelFormat format) const = 0;
+  // A new image of the same format with the same pixels.
+  [[nodiscard]] virtual std::unique_ptr<CZTImageImplBase> CreateCopy() const = 0;
   // Views that share the buffer. Nothing tests the rectangle against the image.
   [[nodiscard]] virtual std::unique_ptr<CZTImageImplBase> CreateMap() const = 0;
   [[nodiscard]] virtual std::unique_ptr<CZTImageImplBase> CreateMapOfCorners(
@@ -95,6 +97,7 @@ class TCZTImageImpl final : public CZTImageImplBase {
   const void* GetImage() const override { return &view; }
   PixelFormat GetPixelFormat() const override { return Traits::format; }
   std::unique_ptr<CZTImageImplBase> ConvertToNew(PixelFormat format) const override;
+  std::unique_ptr<CZTImageImplBase> CreateCopy() const override;
   std::unique_ptr<CZTImageImplBase> CreateMap() const override;
   std::unique_ptr<CZTImageImplBase> CreateMapOfCorners(const Rect& corners) const override;
   std::unique_ptr<CZTImageImplBase> CreateMapOfRect(const Rect& rect) const override;
@@ -110,6 +113,9 @@ class TCZTImageImpl final : public CZTImageImplBase {
 
   TCImageView<T> view;
 };
+
+// Copies the rows of an image into one of the same format and size.
+void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from);
 
 // Build the implementation of a format: without buffer, with a new buffer of that size in samples,
 // around a client frame. A format outside 0 to 8 throws "Wrong format".
