@@ -1,10 +1,12 @@
 #include "client/media_input.h"
 #include "client/picture_io.h"
+#include "client/platform.h"
 #include "client/scaler.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
+#include <string_view>
 
 namespace {
 
@@ -22,6 +24,24 @@ void AddSeries(const std::string& pattern, std::vector<std::string>& files) {
   }
 }
 
+// The other kind of series: what a shell takes for a pattern counts behind a percent sign.
+std::string ShellPattern(const std::string& name) {
+  constexpr std::string_view special = "*?[]{}";
+  std::string pattern;
+  bool isPattern = false;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const bool isMarked =
+        name[i] == '%' && i + 1 < name.size() && special.find(name[i + 1]) != special.npos;
+    if (isMarked)
+      ++i;
+    else if (name[i] == '\\' || special.find(name[i]) != special.npos)
+      pattern += '\\';
+    isPattern |= isMarked;
+    pattern += name[i];
+  }
+  return isPattern ? pattern : "";
+}
+
 }  // namespace
 
 std::vector<std::string> FilesOf(const std::string& name) {
@@ -36,6 +56,9 @@ std::vector<std::string> FilesOf(const std::string& name) {
         files.push_back(std::move(file));
   }
   AddSeries(name, files);
+  if (const std::string pattern = ShellPattern(name); !pattern.empty())
+    for (std::string& file : FilesLike(pattern))
+      files.push_back(std::move(file));
   return files;
 }
 

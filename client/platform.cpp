@@ -7,7 +7,6 @@
 #if defined(_WIN32)
 #include <algorithm>
 #include <cwctype>
-#include <vector>
 
 #include <fcntl.h>
 #include <io.h>
@@ -16,6 +15,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <glob.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -158,6 +158,10 @@ std::int64_t PositionOf(std::FILE* file) {
   return _ftelli64(file);
 }
 
+std::vector<std::string> FilesLike(const std::string&) {
+  return {};
+}
+
 std::FILE* BinaryCopyOf(std::FILE* file) {
   const int copy = _dup(_fileno(file));
   // Without this a video would get a carriage return before each byte that looks like a newline.
@@ -295,6 +299,15 @@ bool SeekTo(std::FILE* file, std::int64_t offset, int whence) {
 
 std::int64_t PositionOf(std::FILE* file) {
   return ftello(file);
+}
+
+std::vector<std::string> FilesLike(const std::string& pattern) {
+  glob_t found{};
+  std::vector<std::string> files;
+  if (glob(pattern.c_str(), GLOB_BRACE | GLOB_NOSORT, nullptr, &found) == 0)
+    files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  return files;
 }
 
 std::FILE* BinaryCopyOf(std::FILE* file) {

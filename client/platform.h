@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 // What the systems that the client runs on do each in its own way.
 
@@ -35,6 +37,10 @@ enum class EFileKind { missing, regular, folder, special };
 [[nodiscard]] bool IsWritable(const std::filesystem::path& path);
 [[nodiscard]] bool SeekTo(std::FILE* file, std::int64_t offset, int whence);
 [[nodiscard]] std::int64_t PositionOf(std::FILE* file);
+
+// The files that a shell would name for a pattern, where programs that take patterns ask the system
+// for them.
+[[nodiscard]] std::vector<std::string> FilesLike(const std::string& pattern);
 
 // A copy of a stream that writes bytes as they are, and where to send what nobody reads.
 [[nodiscard]] std::FILE* BinaryCopyOf(std::FILE* file);
