@@ -14,8 +14,5 @@ void SplitOutput();
 void Print(std::FILE* file, const std::string& text);
 void Flush(std::FILE* file);
 
-// Whether standard error is a terminal that understands the codes which rewrite a line.
-[[nodiscard]] bool IsErrorTerminal();
-
 // One line on standard error: "ztclient: <text>".
 void Complain(const std::string& text);

@@ -3,7 +3,6 @@
 #include "client/frame_pool.h"
 #include "client/inside/conversion.h"
 #include "client/picture_io.h"
-#include "client/whole_file.h"
 
 #include <array>
 #include <cerrno>
@@ -95,6 +94,9 @@ std::string OutputName(const CConvertOptions& options) {
 }  // namespace
 
 int Convert(const CConvertOptions& options) {
+  const std::string output = OutputName(options);
+  COutputs outputs(IsPng(options.input) ? FilesOf(options.input) : std::vector{options.input},
+                   {output});
   const CConvertible source(IsPng(options.input) ? ReadPng(options) : ReadRaw(options),
                             options.from);
   const CConvertible converted = ConvertFor(source, options);
@@ -102,14 +104,14 @@ int Convert(const CConvertOptions& options) {
   if (!frame)
     throw CError(
         Text("%s: too small for a sample of %s", options.input.c_str(), NameOf(options.to)));
-  const std::string output = OutputName(options);
   if (IsPng(output)) {
     const int shown = ShownFormat(options.to);
     const CConvertible picture = converted.ConvertedTo(shown);
-    WritePng(output, *picture.Frame(), *NewPngCoder());
+    WritePng(outputs, output, *picture.Frame(), *NewPngCoder());
   } else {
-    WriteWholeFile(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
+    outputs.Write(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
   }
+  outputs.Publish();
   const CFrame& before = *source.Frame();
   Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
                        NameOf(options.from), before.width, before.height, output.c_str(),

@@ -7,10 +7,10 @@
 #include "client/media_input.h"
 #include "client/moment.h"
 #include "client/motion_view.h"
+#include "client/picture_io.h"
 #include "client/progress_bar.h"
 #include "client/scene_ground.h"
 #include "client/synthetic_scene.h"
-#include "client/whole_file.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -45,7 +45,8 @@ CMotionReport WatchScene(CMomentMaker& momentMaker, const CEncoderSettings& code
   CMotionView view(momentMaker, SceneMotion(coded.width, coded.height), "A quiet street");
   CProgressBar progress("motion");
   const FramePtr picture = NewFrame();
-  for (std::int64_t i = 1; scene.Next(*picture); ++i) {
+  // The report needs one picture at least.
+  for (std::int64_t i = 1; (i == 1 || !Interrupted()) && scene.Next(*picture); ++i) {
     view.Add(*picture, scene.TimeMs());
     progress.Show(i, double(i) / double(scene.Count()));
   }
@@ -71,7 +72,8 @@ bool IsShown(std::int64_t index, std::int64_t expected) {
 // One coding of the clip, written to a file and played back.
 class CPlayback {
  public:
-  CPlayback(const std::string& name, const std::filesystem::path& path) : file(path.string()) {
+  CPlayback(COutputs& outputs, const std::string& name, const std::string& path)
+      : file(outputs, path) {
     coding.name = name;
   }
 
@@ -110,8 +112,15 @@ class CPlayback {
 }  // namespace
 
 int Demo(const CDemoOptions& options) {
-  const std::unique_ptr<IPictureSource> source = OpenSource(options);
   const std::filesystem::path folder = options.folder;
+  const std::string plainFile = (folder / "demo.zts").string(),
+                    differentialFile = (folder / "demo-diff.zts").string(),
+                    layeredFile = (folder / "demo-layered.zts").string(),
+                    page = (folder / "report.html").string();
+  std::vector<std::string> inputs = FilesOf(options.input);
+  inputs.push_back(options.motionConfig);
+  COutputs outputs(inputs, {plainFile, differentialFile, layeredFile, page});
+  const std::unique_ptr<IPictureSource> source = OpenSource(options);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
@@ -121,8 +130,8 @@ int Demo(const CDemoOptions& options) {
   settings.videoFormat = ZTLIB_VIDEO_MJPEGDIFF;
   CRecorder recorder(*source, settings);
   std::optional<CCoder> plainCoder;
-  CPlayback plain("MJPEG", folder / "demo.zts");
-  CPlayback differential("Differential", folder / "demo-diff.zts");
+  CPlayback plain(outputs, "MJPEG", plainFile);
+  CPlayback differential(outputs, "Differential", differentialFile);
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::optional<CLayerView> layerView;
@@ -143,7 +152,7 @@ int Demo(const CDemoOptions& options) {
         CEncoderSettings plainSettings = coder.Settings();
         plainSettings.videoFormat = ZTLIB_VIDEO_MJPEG;
         plainCoder.emplace(plainSettings, coder.Scaled());
-        layerView.emplace(momentMaker, (folder / "demo-layered.zts").string(), coder);
+        layerView.emplace(momentMaker, outputs, layeredFile, coder);
       }
       plainCoder->Code(recorder.Source());
       plain.Add(plainCoder->Coded(), plainCoder->Input());
@@ -160,7 +169,10 @@ int Demo(const CDemoOptions& options) {
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
-  if (recorder.Frames() == 0) throw CError(source->Name() + ": no picture in it");
+  if (recorder.Frames() == 0) {
+    ThrowIfInterrupted();
+    throw CError(source->Name() + ": no picture in it");
+  }
   if (moments.size() > momentCount) moments.erase(moments.begin());
   const CEncoderSettings& coded = recorder.Coder().Settings();
   const CReport report{
@@ -176,8 +188,9 @@ int Demo(const CDemoOptions& options) {
       std::move(ground),
       layerView->Finish(),
       motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
-  const std::filesystem::path page = folder / "report.html";
-  WriteWholeFile(page, HtmlReport(report));
-  Print(Output(), ReportSummary(report) + "\n" + page.string() + "\n");
+  const std::string html = HtmlReport(report);
+  outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
+  outputs.Publish();
+  Print(Output(), ReportSummary(report) + "\n" + page + "\n");
   return 0;
 }

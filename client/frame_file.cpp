@@ -9,23 +9,6 @@
 #include <cstring>
 #include <filesystem>
 
-CFrameFileWriter::CFrameFileWriter(const std::string& name) : path(name) {
-  file.open(path, std::ios::binary | std::ios::trunc);
-  if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
-}
-
-void CFrameFileWriter::Write(std::span<const std::uint8_t> frame) {
-  if (!file.write(reinterpret_cast<const char*>(frame.data()),
-                  static_cast<std::streamsize>(frame.size())))
-    throw CError(path + ": cannot write: " + std::strerror(errno));
-  bytes += frame.size();
-}
-
-void CFrameFileWriter::Close() {
-  file.close();
-  if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
-}
-
 CFrameFileReader::CFrameFileReader(const std::string& name, std::uint32_t shortest)
     : path(name), minSize(shortest) {
   std::error_code error;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/frame_header.h"
+#include "client/output_file.h"
 
 #include <cstdint>
 #include <fstream>
@@ -14,17 +15,19 @@
 // Writes one. Failures throw CError.
 class CFrameFileWriter {
  public:
-  explicit CFrameFileWriter(const std::string& path);
+  CFrameFileWriter(COutputs& outputs, const std::string& path,
+                   EUnfinished unfinished = EUnfinished::dropped)
+      : file(outputs.Open(path, unfinished)) {}
 
-  void Write(std::span<const std::uint8_t> frame);
-  // Makes sure that all is on its way to the disk; a writer that is dropped without it keeps what
-  // was written so far.
-  void Close();
+  void Write(std::span<const std::uint8_t> frame) {
+    file->Write(frame);
+    bytes += frame.size();
+  }
+  void Close() { file->Close(); }
   [[nodiscard]] std::uint64_t Bytes() const { return bytes; }
 
  private:
-  std::string path;
-  std::ofstream file;
+  std::shared_ptr<COutputFile> file;
   std::uint64_t bytes = 0;
 };
 

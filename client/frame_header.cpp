@@ -16,7 +16,8 @@ struct CName {
 
 constexpr CName formats[] = {{0, "layered"}, {3, "mjpeg"}, {4, "layereddiff"}, {7, "mjpegdiff"}};
 // Who wrote the header: the layer splitter, the wrapping of a JPEG file, an encoder.
-constexpr CName kinds[] = {{1, "layer"}, {2, "wrapped"}, {3, "encoder"}};
+constexpr std::uint32_t kindLayer = 1;
+constexpr CName kinds[] = {{kindLayer, "layer"}, {2, "wrapped"}, {3, "encoder"}};
 constexpr CName types[] = {{frameTypeKey, "key"},
                            {frameTypeUntold, "diff"},
                            {frameTypePlain, "plain"},
@@ -64,6 +65,7 @@ CFrameHeader ReadFrameHeader(std::span<const std::uint8_t> frame) {
   const CFrameStart start = ReadFrameStart(frame.first<8>());
   header.kind = start.kind;
   header.totalSize = start.totalSize;
+  if (header.IsLoneLayer()) header.width = header.height = 0;
   if (header.IsDifferential() && frame.size() >= headerSize) {
     header.blockCount = LittleEndian(frame.subspan<blockCountAt, 4>());
     header.listSize = LittleEndian(frame.subspan<listSizeAt, 4>());
@@ -84,7 +86,17 @@ CDifferentialParts PartsOf(std::span<const std::uint8_t> frame) {
 
 bool CFrameHeader::IsDifferential() const {
   return (videoFormat == ZTLIB_VIDEO_MJPEGDIFF || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) &&
-         frameType != frameTypeKey;
+         frameType != frameTypeKey && !IsLoneLayer();
+}
+
+bool CFrameHeader::IsLoneLayer() const {
+  return kind == kindLayer &&
+         (videoFormat == ZTLIB_VIDEO_LAYERED || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF);
+}
+
+std::string CFrameHeader::Fault() const {
+  if (IsLoneLayer()) return "one layer of a picture, the others are missing";
+  return IsVideoFormat(videoFormat) ? "" : Text("unknown video format %d", videoFormat);
 }
 
 std::string CFrameHeader::FormatName() const {

@@ -26,6 +26,10 @@ struct CFrameHeader {
 
   // Whether it needs frames before it.
   [[nodiscard]] bool IsDifferential() const;
+  // One layer of a layered picture, in a file without the others; it has no size.
+  [[nodiscard]] bool IsLoneLayer() const;
+  // Why no decoder takes it, empty if one does as far as the header tells.
+  [[nodiscard]] std::string Fault() const;
   [[nodiscard]] std::string FormatName() const;
   [[nodiscard]] std::string KindName() const;
   [[nodiscard]] std::string TypeName() const;

@@ -2,6 +2,7 @@
 #include "client/console.h"
 #include "client/frame_file.h"
 #include "client/frame_header.h"
+#include "client/interrupt.h"
 
 #include <cinttypes>
 #include <map>
@@ -34,8 +35,12 @@ struct CTotals {
 struct CSummary {
   CTotals all;
   std::map<std::int32_t, std::pair<std::string, CTotals>> types;
+  std::string fault;  // of the first frame that does not play
+  std::int64_t faults = 0;
 
-  void Add(const CFrameHeader& header) {
+  void Add(const CCodedFrame& frame, const CFrameHeader& header) {
+    if (const std::string reason = header.Fault(); !reason.empty() && ++faults == 1)
+      fault = Text("frame %" PRId64 " at offset %" PRIu64 ": ", frame.index, frame.offset) + reason;
     all.Add(header);
     auto& [name, totals] = types[header.frameType];
     name = header.TypeName();
@@ -43,31 +48,37 @@ struct CSummary {
   }
 };
 
-void ShowTable(CFrameFileReader& reader) {
+std::optional<CCodedFrame> NextFrame(CFrameFileReader& reader) {
+  return Interrupted() ? std::nullopt : reader.Next();
+}
+
+CSummary ShowTable(CFrameFileReader& reader) {
   CSummary summary;
   const CTotals& totals = summary.all;
-  Print(Output(),
-        "    frame        offset  format       kind         size  type            bytes"
-        "  blocks    list     strip\n");
-  while (const std::optional<CCodedFrame> frame = reader.Next()) {
+  while (const std::optional<CCodedFrame> frame = NextFrame(reader)) {
+    if (totals.frames == 0)
+      Print(Output(),
+            "    frame        offset  format       kind         size  type            bytes"
+            "  blocks    list     strip\n");
     const CFrameHeader header = ReadFrameHeader(frame->bytes);
-    summary.Add(header);
+    summary.Add(*frame, header);
     std::string line =
         Text("%9" PRId64 "  %12" PRIu64 "  %-11s  %-8s%9s  %-10s  %9" PRIu32, frame->index,
              frame->offset, header.FormatName().c_str(), header.KindName().c_str(),
-             Text("%dx%d", header.width, header.height).c_str(), header.TypeName().c_str(),
-             header.totalSize);
+             header.IsLoneLayer() ? "-" : Text("%dx%d", header.width, header.height).c_str(),
+             header.TypeName().c_str(), header.totalSize);
     if (header.IsDifferential())
       line += Text("  %6" PRIu32 "  %6" PRIu32 "  %8" PRIu32, header.blockCount, header.listSize,
                    header.stripSize);
     Print(Output(), line + "\n");
   }
+  if (totals.frames == 0) return summary;
   Print(Output(),
         Text("%s, %s (headers %s), per frame %" PRIu32 " to %" PRIu32 ", mean %.0f bytes\n",
              CountText(totals.frames, "frame").c_str(), ByteText(totals.bytes).c_str(),
              ByteText(totals.bytes - totals.payload).c_str(), totals.Smallest(), totals.largest,
              totals.Mean()));
-  if (summary.types.size() == 1) return;
+  if (summary.types.size() == 1) return summary;
   for (const auto& [type, named] : summary.types) {
     const auto& [name, part] = named;
     std::string line =
@@ -80,6 +91,7 @@ void ShowTable(CFrameFileReader& reader) {
                double(part.strip) / double(part.frames));
     Print(Output(), line + "\n");
   }
+  return summary;
 }
 
 nlohmann::ordered_json Json(const CTotals& totals) {
@@ -90,12 +102,12 @@ nlohmann::ordered_json Json(const CTotals& totals) {
           {"stripBytes", totals.strip}};
 }
 
-void ShowJson(CFrameFileReader& reader, const std::string& path) {
+CSummary ShowJson(CFrameFileReader& reader, const std::string& path) {
   CSummary summary;
   nlohmann::ordered_json frames = nlohmann::ordered_json::array();
-  while (const std::optional<CCodedFrame> frame = reader.Next()) {
+  while (const std::optional<CCodedFrame> frame = NextFrame(reader)) {
     const CFrameHeader header = ReadFrameHeader(frame->bytes);
-    summary.Add(header);
+    summary.Add(*frame, header);
     frames.push_back({{"offset", frame->offset},
                       {"format", header.videoFormat},
                       {"formatName", header.FormatName()},
@@ -127,18 +139,23 @@ void ShowJson(CFrameFileReader& reader, const std::string& path) {
   // A file name need not be UTF-8.
   Print(Output(),
         result.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+  return summary;
 }
 
 }  // namespace
 
 int Info(const CInfoOptions& options) {
   CFrameFileReader reader(options.input);
-  if (options.isJson)
-    ShowJson(reader, options.input);
-  else
-    ShowTable(reader);
-  if (!reader.Damage()) return 0;
-  Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
-                reader.Damage()->text.c_str()));
-  return 1;
+  const CSummary summary = options.isJson ? ShowJson(reader, options.input) : ShowTable(reader);
+  if (summary.faults > 0)
+    Complain(options.input + ": " + summary.fault +
+             (summary.faults > 1 ? Text(", and %s that cannot be played",
+                                        CountText(summary.faults - 1, "more frame").c_str())
+                                 : ""));
+  if (reader.Damage())
+    Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
+                  reader.Damage()->text.c_str()));
+  else if (summary.all.frames == 0 && !Interrupted())
+    throw CError(options.input + ": no frame in it");
+  return reader.Damage() || summary.faults > 0 ? 1 : 0;
 }

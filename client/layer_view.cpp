@@ -1,7 +1,8 @@
 #include "client/layer_view.h"
 
-CLayerView::CLayerView(CMomentMaker& momentMaker, const std::string& path, const CCoder& coder)
-    : pictures(momentMaker), file(path) {
+CLayerView::CLayerView(CMomentMaker& momentMaker, COutputs& outputs, const std::string& path,
+                       const CCoder& coder)
+    : pictures(momentMaker), file(outputs, path) {
   CEncoderSettings settings = coder.Settings();
   settings.videoFormat = ZTLIB_VIDEO_LAYERED;
   const CSize step = StepsOf(settings.videoFormat);

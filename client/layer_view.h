@@ -15,7 +15,8 @@ class CLayerView {
  public:
   // The file gets what is recorded. `coder` is that of another video format, with whole steps of
   // it.
-  CLayerView(CMomentMaker& momentMaker, const std::string& path, const CCoder& coder);
+  CLayerView(CMomentMaker& momentMaker, COutputs& outputs, const std::string& path,
+             const CCoder& coder);
 
   // With `isShown` the picture takes the place of the one that was to be shown.
   void Add(std::int64_t index, const AVFrame& picture, bool isShown);

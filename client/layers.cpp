@@ -21,7 +21,9 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
   CFrameFileReader reader(path, minSize);
   CProgressBar progress(label);
   std::int64_t frames = 0;
-  while (const std::optional<CCodedFrame> frame = reader.Next()) {
+  while (!Interrupted()) {
+    const std::optional<CCodedFrame> frame = reader.Next();
+    if (!frame) break;
     try {
       work(*frame);
     } catch (const CLibraryError& error) {
@@ -33,13 +35,17 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
   if (reader.Damage())
     throw CError(Text("%s: offset %" PRIu64 ": %s", path.c_str(), reader.Damage()->offset,
                       reader.Damage()->text.c_str()));
-  if (frames == 0) throw CError(path + ": no frame in it");
-  return frames;
+  if (frames > 0) return frames;
+  ThrowIfInterrupted();
+  throw CError(path + ": no frame in it");
 }
 
-void CheckNotInput(const std::string& output, const std::string& input) {
-  std::error_code error;
-  if (std::filesystem::equivalent(output, input, error)) throw CError(output + ": is the input");
+// Of all layers, whether they are there or not.
+std::vector<std::string> LayerPaths(const std::string& folder) {
+  std::vector<std::string> paths;
+  for (std::size_t i = 0; i < layerCount; ++i)
+    paths.push_back(LayerPath(folder, i));
+  return paths;
 }
 
 }  // namespace
@@ -75,17 +81,16 @@ int ShowLayerSizes(const CLayersOptions& options) {
 }
 
 int SplitRecording(const CLayersOptions& options) {
+  COutputs outputs({options.input}, LayerPaths(options.folder));
   std::error_code error;
   std::filesystem::create_directories(options.folder, error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
-  for (std::size_t i = 0; i < layerCount; ++i)
-    CheckNotInput(LayerPath(options.folder, i), options.input);
   std::array<std::optional<CFrameFileWriter>, layerCount> files;
   const std::int64_t frames =
       ForEachFrame(options.input, minFrameSize, "split", [&](const CCodedFrame& frame) {
         const auto records = SplitLayers(frame.bytes);
         for (std::size_t i = 0; i < layerCount; ++i) {
-          if (!files[i]) files[i].emplace(LayerPath(options.folder, i));
+          if (!files[i]) files[i].emplace(outputs, LayerPath(options.folder, i));
           files[i]->Write(records[i]);
         }
       });
@@ -94,13 +99,13 @@ int SplitRecording(const CLayersOptions& options) {
     file->Close();
     summary += " " + ByteText(file->Bytes()) + (&file == &files.back() ? "" : ",");
   }
+  outputs.Publish();
   Print(Output(), summary + "\n");
   return 0;
 }
 
 int JoinRecording(const CLayersOptions& options) {
-  for (std::size_t i = 0; i < layerCount; ++i)
-    CheckNotInput(options.output, LayerPath(options.folder, i));
+  COutputs outputs(LayerPaths(options.folder), {options.output});
   std::vector<CFrameFileReader> others;
   for (std::size_t i = 1; i < static_cast<std::size_t>(options.layers); ++i) {
     const std::string path = LayerPath(options.folder, i);
@@ -119,13 +124,14 @@ int JoinRecording(const CLayersOptions& options) {
           records.emplace_back(record->bytes.begin(), record->bytes.end());
         }
         const std::vector<std::uint8_t> joined = JoinLayers(records);
-        if (!file) file.emplace(options.output);
+        if (!file) file.emplace(outputs, options.output);
         file->Write(joined);
       });
   for (std::size_t i = 0; i < others.size(); ++i)
-    if (others[i].Position() != others[i].FileSize())
+    if (!Interrupted() && others[i].Position() != others[i].FileSize())
       throw CError(LayerPath(options.folder, i + 1) + ": more frames than in layer 0");
   file->Close();
+  outputs.Publish();
   Print(Output(),
         Text("%s: %s of %s, %s\n", options.output.c_str(), CountText(frames, "frame").c_str(),
              CountText(static_cast<std::int64_t>(others.size()) + 1, "layer").c_str(),

@@ -130,6 +130,9 @@ void CDecoder::Select(int videoFormat) {
 }
 
 const CFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
+  const CFrameHeader header = ReadFrameHeader(frame);
+  // The library would make a picture of whatever lies where a frame has its size.
+  if (header.IsLoneLayer()) throw CLibraryError(header.Fault());
   ClearFailure();
   // The library would put a decoder of the frame's format behind the handle by itself, but one
   // without our configuration.
@@ -140,7 +143,6 @@ const CFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
     Process(frame);
     return FrameOf(picture);
   }
-  const CFrameHeader header = ReadFrameHeader(frame);
   if (!Accepts(header)) throw CLibraryError("a differential frame without its key frame");
   // A decoder of differential MJPEG is at the new scale only behind its first key frame.
   if (videoFormat == ZTLIB_VIDEO_MJPEGDIFF && scaleDown > 1 && baseWidth == 0) Process(frame);

@@ -1,6 +1,8 @@
 #include "client/arguments.h"
 #include "client/console.h"
+#include "client/interrupt.h"
 #include "client/library.h"
+#include "client/output_file.h"
 
 #include <exception>
 #include <new>
@@ -9,6 +11,7 @@ int main(int count, char** values) {
   try {
     const CArguments arguments = ParseArguments(count, values);
     if (!arguments.run) return arguments.status;
+    WatchInterrupts();
     SplitOutput();
 #if defined(ZTCLIENT_FFMPEG)
     av_log_set_level(AV_LOG_QUIET);
@@ -16,11 +19,13 @@ int main(int count, char** values) {
     const CSession session(arguments.isVerbose);
     const int status = arguments.run();
     Flush(Output());
-    return status;
+    return Interrupted() ? interruptedStatus : status;
+  } catch (const CInterrupted&) {
+    return interruptedStatus;
   } catch (const std::bad_alloc&) {
-    Complain("out of memory");
+    Complain("out of memory" + KeptRecordings());
   } catch (const std::exception& error) {
-    Complain(error.what());
+    Complain(error.what() + KeptRecordings());
   }
   return 1;
 }

@@ -1,10 +1,21 @@
 #include "client/media_input.h"
 
+#include "client/interrupt.h"
+#include "client/platform.h"
+
+#include <new>
+
 CMediaInput::CMediaInput(const std::string& path) : name(path) {
-  AVFormatContext* opened = nullptr;
-  AvCheck(avformat_open_input(&opened, name.c_str(), nullptr, nullptr), name + ": cannot open");
+  AVFormatContext* opened = avformat_alloc_context();
+  if (!opened) throw std::bad_alloc();
+  opened->interrupt_callback.callback = [](void*) { return Interrupted() ? 1 : 0; };
+  const CInterruptibleWait wait;
+  const int opening = avformat_open_input(&opened, name.c_str(), nullptr, nullptr);
   input.reset(opened);
-  AvCheck(avformat_find_stream_info(opened, nullptr), name + ": cannot read");
+  const int finding = opening < 0 ? opening : avformat_find_stream_info(opened, nullptr);
+  if (finding < 0) ThrowIfInterrupted();
+  AvCheck(opening, name + ": cannot open");
+  AvCheck(finding, name + ": cannot read");
   const AVCodec* decoder = nullptr;
   stream = AvCheck(av_find_best_stream(opened, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0),
                    name + ": no video in it");
@@ -56,8 +67,10 @@ std::string CMediaInput::Damage() const {
 void CMediaInput::Feed() {
   do {
     av_packet_unref(packet.get());
+    const CInterruptibleWait wait;
     const int result = av_read_frame(input.get(), packet.get());
-    if (result == AVERROR_EOF) {
+    // The user wants no more of it.
+    if (result == AVERROR_EOF || Interrupted()) {
       AvCheck(avcodec_send_packet(codec.get(), nullptr), name + ": cannot decode");
       return;
     }

@@ -5,14 +5,12 @@
 #include "client/motion_events.h"
 #include "client/motion_overlay.h"
 #include "client/motion_watch.h"
+#include "client/picture_io.h"
 #include "client/picture_sink.h"
 #include "client/tree_json.h"
 
-#include <cerrno>
 #include <cinttypes>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -64,10 +62,7 @@ Json EventJson(const CMotionEvent& event) {
 // Written frame by frame: a camera may run for days.
 class CJsonOutput {
  public:
-  explicit CJsonOutput(const std::string& target)
-      : path(target), file(target, std::ios::binary | std::ios::trunc) {
-    Check();
-  }
+  explicit CJsonOutput(std::shared_ptr<COutputFile> output) : file(std::move(output)) {}
 
   void Begin(const CMotionOptions& options, const CMotionWatch& watch) {
     Json detectors = Json::array();
@@ -80,7 +75,7 @@ class CJsonOutput {
     Field("height", watch.Height());
     Field("violationTimeMs", watch.Settings().violationMs);
     Field("detectors", detectors);
-    file << ",\n\"frames\": [";
+    file->Write(",\n\"frames\": [");
   }
 
   void Add(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
@@ -103,34 +98,28 @@ class CJsonOutput {
                              {"blobs", std::move(areas)}});
       }
     }
-    file << (isFirstFrame ? "\n" : ",\n") << frame.dump();
+    file->Write((isFirstFrame ? "\n" : ",\n") + frame.dump());
     isFirstFrame = false;
-    Check();
   }
 
   void End(const CMotionEvents& events) {
     Json list = Json::array();
     for (const CMotionEvent& event : events.Events())
       list.push_back(EventJson(event));
-    file << "\n]";
+    file->Write("\n]");
     Field("events", list);
-    file << "\n}\n";
-    file.close();
-    Check();
+    file->Write("\n}\n");
+    file->Close();
   }
 
  private:
   void Field(const char* name, const Json& value) {
-    file << (isFirstField ? "{\n\"" : ",\n\"") << name
-         << "\": " << value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    file->Write((isFirstField ? "{\n\"" : ",\n\"") + std::string(name) +
+                "\": " + value.dump(-1, ' ', false, Json::error_handler_t::replace));
     isFirstField = false;
   }
-  void Check() const {
-    if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
-  }
 
-  std::string path;
-  std::ofstream file;
+  std::shared_ptr<COutputFile> file;
   bool isFirstField = true, isFirstFrame = true;
 };
 
@@ -149,20 +138,25 @@ std::string Summary(const CMotionEvents& events) {
 }  // namespace
 
 int Motion(const CMotionOptions& options) {
+  std::vector<std::string> inputs = FilesOf(options.input);
+  inputs.push_back(options.config);
+  COutputs outputs(inputs, {options.video, options.json});
   const std::unique_ptr<IPictureSource> source = OpenSource(options);
   CMotionWatch watch(ReadMotionSettings(options.config), options.width);
   std::vector<std::unique_ptr<IPictureSink>> sinks;
-  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(options.pngFolder));
+  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(outputs, options.pngFolder));
   if (!options.video.empty())
-    sinks.push_back(NewVideoOutput(options.video, av_q2d(source->FrameRate())));
+    sinks.push_back(
+        NewVideoOutput(outputs, options.video, av_q2d(source->FrameRate()), EUnfinished::dropped));
   std::optional<CJsonOutput> json;
-  if (!options.json.empty()) json.emplace(options.json);
+  if (!options.json.empty()) json.emplace(outputs.Open(options.json));
 
   const FramePtr picture = NewFrame();
   CMotionOverlay overlay;
   CMotionEvents events;
   std::int64_t frames = 0;
-  while ((options.frames == 0 || frames < options.frames) && source->Next(*picture)) {
+  while (!Interrupted() && (options.frames == 0 || frames < options.frames) &&
+         source->Next(*picture)) {
     const std::int64_t timeMs = source->TimeMs();
     const CMotionResult& result = watch.Look(*picture, timeMs);
     const auto blobs = BlobsOf(result, watch);
@@ -181,11 +175,14 @@ int Motion(const CMotionOptions& options) {
     ++frames;
   }
   const std::string damage = source->Damage();
-  if (frames == 0)
+  if (frames == 0) {
+    ThrowIfInterrupted();
     throw CError(options.input + ": " + (damage.empty() ? "no picture in it" : damage));
+  }
   for (const auto& sink : sinks)
     sink->Close();
   if (json) json->End(events);
+  outputs.Publish();
   Print(Output(),
         Summary(events) +
             Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",

@@ -189,6 +189,7 @@ std::unique_ptr<IPlaneMaker> NewPlaneMaker(const CFrame& first) {
   return std::make_unique<CPlaneMaker>(first);
 }
 
-std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path, double) {
+std::unique_ptr<IPictureSink> NewVideoOutput(COutputs&, const std::string& path, double,
+                                             EUnfinished) {
   throw CError(path + ": videos are written by FFmpeg, which this ztclient was built without");
 }

@@ -1,15 +1,13 @@
 #include "client/picture_io.h"
 
-#include "client/whole_file.h"
-
 #include <algorithm>
 
 CError ColourError(const std::string& path) {
   return CError(path + ": a picture in colour has no single value for a pixel; it is rgb");
 }
 
-void WritePng(const std::string& path, const CFrame& picture, IPngCoder& coder) {
-  WriteWholeFile(path, coder.Code(picture));
+void WritePng(COutputs& outputs, const std::string& path, const CFrame& picture, IPngCoder& coder) {
+  outputs.Write(path, coder.Code(picture));
 }
 
 CCanvas CanvasOf(const CFrame& picture) {

@@ -2,9 +2,11 @@
 
 #include "client/canvas.h"
 #include "client/library.h"
+#include "client/output_file.h"
 #include "client/picture_forms.h"
 
 #include <string>
+#include <vector>
 
 // Single pictures, for commands that look at one and paint one.
 
@@ -18,7 +20,11 @@ enum class EColour { becomesGray, refused };
 // What to throw where it is refused.
 [[nodiscard]] CError ColourError(const std::string& path);
 
-void WritePng(const std::string& path, const CFrame& picture, IPngCoder& coder);
+void WritePng(COutputs& outputs, const std::string& path, const CFrame& picture, IPngCoder& coder);
+
+// The files that are read for a picture or a video of that name, as far as the name tells: a
+// numbered series has many, and none is what comes over a network.
+[[nodiscard]] std::vector<std::string> FilesOf(const std::string& name);
 
 // Between ZTLIB_RGB and daylight colours of 0 to 255.
 [[nodiscard]] CCanvas CanvasOf(const CFrame& picture);

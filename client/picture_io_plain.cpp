@@ -151,6 +151,10 @@ class CPngReader {
 
 }  // namespace
 
+std::vector<std::string> FilesOf(const std::string& name) {
+  return {name};
+}
+
 PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
   const std::string file = ReadWholeFile(path);
   CPngReader png;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/frame.h"
+#include "client/output_file.h"
 
 #include <cstdint>
 #include <memory>
@@ -13,20 +14,23 @@ class IPictureSink {
   virtual ~IPictureSink() = default;
 
   virtual void Write(const CFrame& picture, std::int64_t index) = 0;
-  // Completes the output; what was written before stays usable without it as far as its format
-  // allows.
+  // Completes the output, which then takes its place with the others of the command.
   virtual void Close() = 0;
 };
 
-// Numbered PNG files in a folder, which is made if missing.
-[[nodiscard]] std::unique_ptr<IPictureSink> NewPngOutput(const std::string& folder);
+// Numbered PNG files in a folder, which is made if missing. Each takes its place when it is
+// written.
+[[nodiscard]] std::unique_ptr<IPictureSink> NewPngOutput(COutputs& outputs,
+                                                         const std::string& folder);
 
 // A YUV4MPEG2 stream; "-" is the standard output. Planes are those of the pictures where the
 // stream has such a layout; RGB becomes 4:2:0.
-[[nodiscard]] std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path,
+[[nodiscard]] std::unique_ptr<IPictureSink> NewY4mOutput(COutputs& outputs, const std::string& path,
                                                          double framesPerSecond);
 
 // A video file in the container that its name says. Containers that can hold it get FFV1, so that
 // nothing is lost, others their usual codec.
-[[nodiscard]] std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path,
-                                                           double framesPerSecond);
+[[nodiscard]] std::unique_ptr<IPictureSink> NewVideoOutput(COutputs& outputs,
+                                                           const std::string& path,
+                                                           double framesPerSecond,
+                                                           EUnfinished unfinished);

@@ -12,12 +12,13 @@ namespace {
 
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
-std::vector<SinkPtr> OpenSinks(const CPlayOptions& options) {
+std::vector<SinkPtr> OpenSinks(COutputs& outputs, const CPlayOptions& options) {
   const double rate = options.framesPerSecond;
   std::vector<SinkPtr> sinks;
-  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(options.pngFolder));
-  if (!options.y4m.empty()) sinks.push_back(NewY4mOutput(options.y4m, rate));
-  if (!options.video.empty()) sinks.push_back(NewVideoOutput(options.video, rate));
+  if (!options.pngFolder.empty()) sinks.push_back(NewPngOutput(outputs, options.pngFolder));
+  if (!options.y4m.empty()) sinks.push_back(NewY4mOutput(outputs, options.y4m, rate));
+  if (!options.video.empty())
+    sinks.push_back(NewVideoOutput(outputs, options.video, rate, EUnfinished::kept));
   return sinks;
 }
 
@@ -76,8 +77,10 @@ std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, con
 }  // namespace
 
 int Play(const CPlayOptions& options) {
+  const bool isStandard = options.y4m == "-";
   CFrameFileReader reader(options.input);
-  const std::vector<SinkPtr> sinks = OpenSinks(options);
+  COutputs outputs({options.input}, {isStandard ? "" : options.y4m, options.video});
+  const std::vector<SinkPtr> sinks = OpenSinks(outputs, options);
   CDecoder decoder(options.scale, options.pixels);
   CStage decode("decode");
   CDamageReport damaged(options.input);
@@ -86,7 +89,9 @@ int Play(const CPlayOptions& options) {
   int width = 0, height = 0;
   {
     CProgressBar progress("play");
-    while (const std::optional<CCodedFrame> frame = reader.Next()) {
+    while (!Interrupted()) {
+      const std::optional<CCodedFrame> frame = reader.Next();
+      if (!frame) break;
       ++frames;
       progress.Show(frames, double(reader.Position()) / double(reader.FileSize()));
       const CFrameHeader header = ReadFrameHeader(frame->bytes);
@@ -123,13 +128,17 @@ int Play(const CPlayOptions& options) {
   if (reader.Damage())
     Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
                   reader.Damage()->text.c_str()));
-  else if (frames == 0)
+  else if (frames == 0 && !Interrupted())
     throw CError(options.input + ": no frame in it");
-  for (const SinkPtr& sink : sinks)
-    sink->Close();
+  // Without a picture nothing takes the place of what is there.
+  if (played > 0) {
+    for (const SinkPtr& sink : sinks)
+      sink->Close();
+    outputs.Publish();
+  }
 
   // A video on the standard output stays alone there.
-  std::FILE* target = options.y4m == "-" ? stderr : Output();
+  std::FILE* target = isStandard ? stderr : Output();
   std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
   if (played > 0)
     summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());

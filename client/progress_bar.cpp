@@ -1,6 +1,6 @@
 #include "client/progress_bar.h"
 
-#include "client/console.h"
+#include "client/platform.h"
 #include "client/text.h"
 
 #include <algorithm>

@@ -2,10 +2,9 @@
 #include "client/console.h"
 #include "client/frame_file.h"
 #include "client/media_input.h"
+#include "client/picture_io.h"
 #include "client/progress_bar.h"
 #include "client/recorder.h"
-
-#include <filesystem>
 
 namespace {
 
@@ -34,9 +33,7 @@ class CQualityMeter {
 }  // namespace
 
 int Record(const CRecordOptions& options) {
-  std::error_code error;
-  if (std::filesystem::equivalent(options.input, options.output, error))
-    throw CError(options.output + ": is the input");
+  COutputs outputs(FilesOf(options.input), {options.output});
   CMediaInput input(options.input);
   CRecorder recorder(input, options.settings);
   std::optional<CFrameFileWriter> file;
@@ -45,14 +42,18 @@ int Record(const CRecordOptions& options) {
   {
     CProgressBar progress("record");
     while (recorder.Step()) {
-      if (!file) file.emplace(options.output);
+      if (!file) file.emplace(outputs, options.output, EUnfinished::kept);
       file->Write(recorder.Coder().Coded());
       if (meter) meter->Add(recorder);
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
-  if (!file) throw CError(options.input + ": no picture in it");
+  if (!file) {
+    ThrowIfInterrupted();
+    throw CError(options.input + ": no picture in it");
+  }
   file->Close();
+  outputs.Publish();
   if (const std::string damage = input.Damage(); !damage.empty())
     Complain(options.input + ": " + damage);
 

@@ -1,6 +1,7 @@
 #include "client/recorder.h"
 
 #include "client/console.h"
+#include "client/interrupt.h"
 #include "client/layered_recording.h"
 #include "client/yuv_packing.h"
 
@@ -70,7 +71,7 @@ void CRecorder::Open() {
 }
 
 bool CRecorder::Step() {
-  if (settings.frames > 0 && frames == settings.frames) return false;
+  if (Interrupted() || (settings.frames > 0 && frames == settings.frames)) return false;
   if (!decodeInput.Run([&] { return source.Next(*picture); })) return false;
   try {
     if (!coder) Open();

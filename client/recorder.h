@@ -64,7 +64,7 @@ class CRecorder {
   CRecorder(IPictureSource& pictureSource, const CRecordSettings& recordSettings)
       : source(pictureSource), settings(recordSettings) {}
 
-  // Codes the next picture; false at the end.
+  // Codes the next picture; false at the end, and when the user wants it to end.
   bool Step();
 
   // Of the last step.

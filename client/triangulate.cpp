@@ -126,9 +126,12 @@ class CHeatMap {
     factor = std::max(1, comfortableSide / std::max(columns, rows));
     field.resize(std::size_t(columns) * std::size_t(rows));
     float* value = field.data();
-    for (int y = 0; y < rows; ++y)
+    for (int y = 0; y < rows; ++y) {
+      // A map with half of its estimates would show a wrong field.
+      ThrowIfInterrupted();
       for (int x = 0; x < columns; ++x)
         triangulator.Estimate(frame[0] + x, frame[1] + y, {value++, 1});
+    }
     for (const float estimate : field)
       if (std::isfinite(estimate)) {
         least = std::min(least, estimate);
@@ -187,6 +190,7 @@ class CHeatMap {
 }  // namespace
 
 int Triangulate(const CTriangulateOptions& options) {
+  COutputs outputs({options.points}, {options.png});
   const std::vector<CScatteredPoint> points = ReadPoints(options.points);
   const CTriangulator triangulator(options.frame, points);
   for (const auto& [x, y] : options.places)
@@ -196,7 +200,8 @@ int Triangulate(const CTriangulateOptions& options) {
       PrintEstimate(triangulator, point.x, point.y);
   if (!options.png.empty()) {
     const CHeatMap map(options.frame, triangulator);
-    WritePng(options.png, *PictureOf(map.Paint(points)), *NewPngCoder());
+    WritePng(outputs, options.png, *PictureOf(map.Paint(points)), *NewPngCoder());
+    outputs.Publish();
     Print(Output(), options.png + ": " + map.Range() + "\n");
   }
   return 0;

@@ -1,3 +1,4 @@
+#include "client/av_output.h"
 #include "client/picture_sink.h"
 #include "client/scaler.h"
 #include "client/yuv_packing.h"
@@ -6,8 +7,12 @@ namespace {
 
 class CVideoOutput : public IPictureSink {
  public:
-  CVideoOutput(const std::string& target, double framesPerSecond)
-      : path(target), frameRate(av_d2q(framesPerSecond, 100000)) {
+  CVideoOutput(COutputs& outputs, const std::string& target, double framesPerSecond,
+               EUnfinished unfinishedFile)
+      : path(target),
+        frameRate(av_d2q(framesPerSecond, 100000)),
+        unfinished(unfinishedFile),
+        io(outputs) {
     AVFormatContext* made = nullptr;
     avformat_alloc_output_context2(&made, nullptr, nullptr, path.c_str());
     if (!made) throw CError(path + ": no container for that file name, try .mkv");
@@ -15,8 +20,16 @@ class CVideoOutput : public IPictureSink {
     const bool isLossless = avformat_query_codec(made->oformat, AV_CODEC_ID_FFV1, 0) == 1;
     encoder = avcodec_find_encoder(isLossless ? AV_CODEC_ID_FFV1 : made->oformat->video_codec);
     if (!encoder) throw CError(path + ": FFmpeg has no encoder for that container");
-    if (!(made->oformat->flags & AVFMT_NOFILE))
-      AvCheck(avio_open(&made->pb, path.c_str(), AVIO_FLAG_WRITE), path + ": cannot write");
+    io.Open(*made, path, unfinished);
+  }
+
+  ~CVideoOutput() override {
+    // Many a container is of no use without its end.
+    if (isOpen && unfinished == EUnfinished::kept) try {
+        End();
+      } catch (const std::exception&) {
+        // The reason why it ends is on its way to the user.
+      }
   }
 
   void Write(const AVFrame& packed, std::int64_t index) override {
@@ -32,18 +45,14 @@ class CVideoOutput : public IPictureSink {
   }
 
   void Close() override {
-    if (!codec) return;
-    Encode(nullptr);
-    AvCheck(av_write_trailer(output.get()), path + ": cannot write");
-    if (output->pb) AvCheck(avio_closep(&output->pb), path + ": cannot write");
+    if (!isOpen) return;
+    End();
+    io.Close(*output, path);
   }
 
  private:
   struct CFree {
-    void operator()(AVFormatContext* context) const {
-      if (context->pb) avio_closep(&context->pb);
-      avformat_free_context(context);
-    }
+    void operator()(AVFormatContext* context) const { avformat_free_context(context); }
   };
 
   // With the size and, as near as the codec has it, the pixel format of the first picture.
@@ -71,7 +80,14 @@ class CVideoOutput : public IPictureSink {
     stream->time_base = codec->time_base;
     stream->avg_frame_rate = frameRate;
     AvCheck(avcodec_parameters_from_context(stream->codecpar, codec.get()), path + ": cannot code");
-    AvCheck(avformat_write_header(output.get(), nullptr), path + ": cannot write");
+    io.Check(avformat_write_header(output.get(), nullptr), path + ": cannot write");
+    isOpen = true;
+  }
+
+  void End() {
+    isOpen = false;
+    Encode(nullptr);
+    io.Check(av_write_trailer(output.get()), path + ": cannot write");
   }
 
   // Null ends the stream.
@@ -83,12 +99,14 @@ class CVideoOutput : public IPictureSink {
       AvCheck(result, path + ": cannot code");
       packet->duration = 1;
       av_packet_rescale_ts(packet.get(), codec->time_base, output->streams[0]->time_base);
-      AvCheck(av_interleaved_write_frame(output.get(), packet.get()), path + ": cannot write");
+      io.Check(av_interleaved_write_frame(output.get(), packet.get()), path + ": cannot write");
     }
   }
 
   std::string path;
   AVRational frameRate;
+  EUnfinished unfinished;
+  CAvOutput io;
   std::unique_ptr<AVFormatContext, CFree> output;
   const AVCodec* encoder = nullptr;
   CodecPtr codec;
@@ -96,10 +114,12 @@ class CVideoOutput : public IPictureSink {
   AVPixelFormat planes = AV_PIX_FMT_NONE;
   CUnpacker unpacker;
   CScaler scaler;
+  bool isOpen = false;  // the header is written, the trailer is not
 };
 
 }  // namespace
 
-std::unique_ptr<IPictureSink> NewVideoOutput(const std::string& path, double framesPerSecond) {
-  return std::make_unique<CVideoOutput>(path, framesPerSecond);
+std::unique_ptr<IPictureSink> NewVideoOutput(COutputs& outputs, const std::string& path,
+                                             double framesPerSecond, EUnfinished unfinished) {
+  return std::make_unique<CVideoOutput>(outputs, path, framesPerSecond, unfinished);
 }

@@ -15,15 +15,3 @@ std::string ReadWholeFile(const std::filesystem::path& path) {
   if (!file || !text) throw CError(path.string() + ": cannot read: " + std::strerror(errno));
   return std::move(text).str();
 }
-
-void WriteWholeFile(const std::filesystem::path& path, const std::string& text) {
-  WriteWholeFile(path, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
-}
-
-void WriteWholeFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (!file) throw CError(path.string() + ": cannot write: " + std::strerror(errno));
-}

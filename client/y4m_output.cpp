@@ -1,12 +1,8 @@
-#include "client/console.h"
 #include "client/picture_forms.h"
 #include "client/picture_sink.h"
 #include "client/text.h"
 
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -24,54 +20,36 @@ std::string RateText(double framesPerSecond) {
 
 class CY4mOutput : public IPictureSink {
  public:
-  CY4mOutput(const std::string& target, double framesPerSecond)
-      : path(target), rate(RateText(framesPerSecond)) {
-    if (path == "-") {
-      file = Output();
-      return;
-    }
-    own.reset(std::fopen(path.c_str(), "wb"));
-    file = own.get();
-    if (!file) throw CError(path + ": cannot write: " + std::strerror(errno));
-  }
+  CY4mOutput(COutputs& outputs, const std::string& path, double framesPerSecond)
+      : rate(RateText(framesPerSecond)),
+        file(path == "-" ? outputs.OpenStandardOutput(path) : outputs.Open(path)) {}
 
   void Write(const CFrame& picture, std::int64_t) override {
     if (!maker) {
       maker = NewPlaneMaker(picture);
       const std::string header = Text("YUV4MPEG2 W%d H%d F%s Ip A1:1 C%s XCOLORRANGE=FULL\n",
                                       picture.width, picture.height, rate.c_str(), maker->Layout());
-      Put(header.data(), header.size());
+      file->Write(header);
     }
     const std::span<const CPlane> planes = maker->Make(picture);
-    Put("FRAME\n", 6);
+    file->Write("FRAME\n");
     for (const CPlane& plane : planes)
       for (int y = 0; y < plane.rows; ++y)
-        Put(plane.data + y * plane.stride, static_cast<std::size_t>(plane.columns));
+        file->Write(
+            std::span(plane.data + y * plane.stride, static_cast<std::size_t>(plane.columns)));
   }
 
-  void Close() override {
-    if (std::fflush(file) != 0) throw CError(path + ": cannot write: " + std::strerror(errno));
-  }
+  void Close() override { file->Close(); }
 
  private:
-  struct CClose {
-    void operator()(std::FILE* opened) const { std::fclose(opened); }
-  };
-
-  void Put(const void* bytes, std::size_t size) {
-    if (std::fwrite(bytes, 1, size, file) != size)
-      throw CError(path + ": cannot write: " + std::strerror(errno));
-  }
-
-  std::string path;
   std::string rate;
-  std::unique_ptr<std::FILE, CClose> own;
-  std::FILE* file = nullptr;
+  std::shared_ptr<COutputFile> file;
   std::unique_ptr<IPlaneMaker> maker;
 };
 
 }  // namespace
 
-std::unique_ptr<IPictureSink> NewY4mOutput(const std::string& path, double framesPerSecond) {
-  return std::make_unique<CY4mOutput>(path, framesPerSecond);
+std::unique_ptr<IPictureSink> NewY4mOutput(COutputs& outputs, const std::string& path,
+                                           double framesPerSecond) {
+  return std::make_unique<CY4mOutput>(outputs, path, framesPerSecond);
 }

@@ -5,6 +5,9 @@
 #include "client/whole_file.h"
 
 int Calibrate(const CCalibrateOptions& options) {
+  std::vector<std::string> inputs = FilesOf(options.picture);
+  inputs.push_back(options.configuration);
+  COutputs outputs(inputs, {options.picturePng});
   const Json json = ParseJson(ReadWholeFile(options.configuration), options.configuration);
   const PoolFramePtr picture = ReadPicture(options.picture, ZTLIB_RGB);
   CCanvas canvas = CanvasOf(*picture);
@@ -18,7 +21,8 @@ int Calibrate(const CCalibrateOptions& options) {
   for (const std::string& line : view.Log())
     if (line.starts_with("CCalibrator3D:")) Complain(options.configuration + ": " + line);
   view.Draw(canvas);
-  WritePng(options.picturePng, *PictureOf(canvas), *NewPngCoder());
+  WritePng(outputs, options.picturePng, *PictureOf(canvas), *NewPngCoder());
+  outputs.Publish();
   Print(Output(),
         options.picturePng +
             ": ground grid yellow and, around, gray; horizon red; squares of 1 m green; " +

@@ -50,7 +50,7 @@ ByteImage PlaneOf(const CFrame& picture) {
   return plane;
 }
 
-void WritePlot(const std::string& path, const CHistogram& histogram) {
+void WritePlot(COutputs& outputs, const std::string& path, const CHistogram& histogram) {
   ByteImage plot(plotWidth, plotHeight);
   std::uint8_t* const pixels = plot.GetWritePtr();
   std::fill_n(pixels, plotWidth * plotHeight, std::uint8_t{255});
@@ -59,7 +59,7 @@ void WritePlot(const std::string& path, const CHistogram& histogram) {
   for (int y = 0; y < plotHeight; ++y)
     std::copy_n(pixels + y * plot.GetScanline(), plotWidth,
                 picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);
-  WritePng(path, *picture, *NewPngCoder());
+  WritePng(outputs, path, *picture, *NewPngCoder());
 }
 
 // A bar for every eight gray values.
@@ -82,6 +82,9 @@ std::string Bars(const CHistogram& histogram) {
 }  // namespace
 
 int Histogram(const CHistogramOptions& options) {
+  std::vector<std::string> inputs = FilesOf(options.picture);
+  inputs.push_back(options.mask);
+  COutputs outputs(inputs, {options.png});
   const PoolFramePtr picture = ReadPicture(options.picture, ZTLIB_GRAY);
   const ByteImage plane = PlaneOf(*picture);
   CHistogram histogram;
@@ -89,7 +92,8 @@ int Histogram(const CHistogramOptions& options) {
     histogram.Make(plane);
   else
     histogram.Make(plane, ReadMask(options.mask, {plane.GetDx(), plane.GetDy()}));
-  if (!options.png.empty()) WritePlot(options.png, histogram);
+  if (!options.png.empty()) WritePlot(outputs, options.png, histogram);
+  outputs.Publish();
 
   int low = 0, high = 0, mean = 0;
   constexpr int eightyPercent = 80;  // in steps of 5/1024 on either side

@@ -230,6 +230,9 @@ TEST_F(ClientTest, DamageIsNamedAndTheRestIsKept) {
     EXPECT_EQ(ParseY4m(play.output, width * height * 3 / 2).frames.size(), test.played)
         << test.name;
   }
+  std::string unknown = good;
+  WriteText("unknown.zts", unknown.replace(fifth + 24, 1, "\5"));
+  ExpectErrors({{"info @unknown.zts", "unknown.zts: frame 5 at offset "}});
   const CRun verbose = Run("play -v @bad.zts");
   EXPECT_NE(verbose.errors.find("library log, level 1: "), std::string::npos) << verbose.errors;
   WriteText("cut.zts", good.substr(0, all - 5));
@@ -248,6 +251,8 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
       {"play @missing.zts", "missing.zts: cannot read"},
       {"info @.", "cannot read"},
       {"play @empty.zts", "no frame"},
+      {"info @empty.zts", "no frame"},
+      {"info --json @text.txt", "offset 0: frame 0: damaged"},
       {"play @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},
       {"play @demo.zts --pixels cmyk", "--pixels"},

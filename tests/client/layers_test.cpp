@@ -119,6 +119,7 @@ TEST_F(LayersTest, MistakesAreNamed) {
       {"layers split @cut.zts @none", "frame 0 at offset 0: Exception"},
       {"layers split @damaged.zts @more", "frame 11: cut or damaged"},
       {"layers split @l.zts @l.zts", "l.zts: cannot make the folder"},
+      {"info @parts/layer0.zts", "the others are missing, and 11 more frames"},
       {"layers split @parts/layer3.zts @parts", "layer3.zts: is the input"},
       {"layers join @parts @parts/layer1.zts", "layer1.zts: is the input"},
       {"layers join @nothing @a.zts", "layer0.zts: cannot read"},

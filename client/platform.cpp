@@ -1,0 +1,357 @@
+#include "client/platform.h"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#if defined(_WIN32)
+#include <algorithm>
+#include <cwctype>
+
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+#else
+#include <csignal>
+
+#include <fcntl.h>
+#include <glob.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace fs = std::filesystem;
+
+#if defined(_WIN32)
+
+namespace {
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+class CHandle {
+ public:
+  // To look at the file, not into it.
+  explicit CHandle(const fs::path& path)
+      : handle(CreateFileW(path.c_str(), 0, shareAll, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+  ~CHandle() {
+    if (IsOpen()) CloseHandle(handle);
+  }
+  CHandle(const CHandle&) = delete;
+  CHandle& operator=(const CHandle&) = delete;
+
+  [[nodiscard]] bool IsOpen() const { return handle != INVALID_HANDLE_VALUE; }
+  [[nodiscard]] HANDLE Get() const { return handle; }
+
+ private:
+  HANDLE handle;
+};
+
+std::optional<CFileId> IdOf(HANDLE handle) {
+  BY_HANDLE_FILE_INFORMATION information;
+  if (!GetFileInformationByHandle(handle, &information)) return std::nullopt;
+  return CFileId{information.dwVolumeSerialNumber,
+                 std::uint64_t{information.nFileIndexHigh} << 32 | information.nFileIndexLow};
+}
+
+// Looking at a pipe would take its place at the other end.
+bool IsDevicePath(const fs::path& path) {
+  const std::wstring& name = path.native();
+  return name.starts_with(LR"(\\.\)") || name.starts_with(L"//./");
+}
+
+int LastErrno() {
+  switch (GetLastError()) {
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      return EEXIST;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return ENOENT;
+    case ERROR_DISK_FULL:
+      return ENOSPC;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+      return EACCES;
+    default:
+      return EIO;
+  }
+}
+
+void (*onInterrupt)() = nullptr;
+void (*onCleanUp)() = nullptr;
+
+// Runs on a thread of its own.
+BOOL WINAPI HandleConsole(DWORD event) {
+  onInterrupt();
+  if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return TRUE;
+  // The console closes: five seconds after this the system ends the process, and at once when this
+  // returns. The orderly end ends this thread too.
+  Sleep(4500);
+  onCleanUp();
+  EndAtOnce(130);
+}
+
+}  // namespace
+
+std::optional<CFileId> FileIdOf(const fs::path& path) {
+  if (IsDevicePath(path)) return std::nullopt;
+  const CHandle handle(path);
+  return handle.IsOpen() ? IdOf(handle.Get()) : std::nullopt;
+}
+
+EFileKind FileKindOf(const fs::path& path) {
+  if (IsDevicePath(path)) return EFileKind::special;
+  const CHandle handle(path);
+  if (!handle.IsOpen()) return EFileKind::missing;
+  if (GetFileType(handle.Get()) != FILE_TYPE_DISK) return EFileKind::special;
+  BY_HANDLE_FILE_INFORMATION information;
+  const bool isFolder = GetFileInformationByHandle(handle.Get(), &information) &&
+                        information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+  return isFolder ? EFileKind::folder : EFileKind::regular;
+}
+
+std::optional<CFileId> RegularFileIdOf(std::FILE* stream) {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+  return GetFileType(handle) == FILE_TYPE_DISK ? IdOf(handle) : std::nullopt;
+}
+
+fs::path FollowLinks(fs::path path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
+    return path;
+  const CHandle handle(path);
+  std::vector<wchar_t> name(32768);
+  const DWORD size =
+      GetFinalPathNameByHandleW(handle.Get(), name.data(), static_cast<DWORD>(name.size()), 0);
+  return size > 0 && size < name.size() ? fs::path(name.data()) : path;
+}
+
+fs::path ComparableName(const fs::path& name) {
+  std::wstring folded = name.native();
+  std::transform(folded.begin(), folded.end(), folded.begin(),
+                 [](wchar_t letter) { return static_cast<wchar_t>(std::towlower(letter)); });
+  return folded;
+}
+
+std::FILE* CreateNewFile(const fs::path& path, const fs::path&) {
+  // Shared for deletion, so that it can be removed at any time. The system passes permissions on.
+  const HANDLE handle = CreateFileW(path.c_str(), GENERIC_WRITE, shareAll, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    errno = LastErrno();
+    return nullptr;
+  }
+  const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY);
+  return descriptor < 0 ? nullptr : _fdopen(descriptor, "wb");
+}
+
+bool IsWritable(const fs::path& path) {
+  return _waccess(path.c_str(), 2) == 0;
+}
+
+bool SeekTo(std::FILE* file, std::int64_t offset, int whence) {
+  return _fseeki64(file, offset, whence) == 0;
+}
+
+std::int64_t PositionOf(std::FILE* file) {
+  return _ftelli64(file);
+}
+
+std::vector<std::string> FilesLike(const std::string&) {
+  return {};
+}
+
+std::FILE* BinaryCopyOf(std::FILE* file) {
+  const int copy = _dup(_fileno(file));
+  // Without this a video would get a carriage return before each byte that looks like a newline.
+  return copy < 0 || _setmode(copy, _O_BINARY) < 0 ? nullptr : _fdopen(copy, "wb");
+}
+
+const char* const nowhere = "NUL";
+
+bool IsErrorTerminal() {
+  const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
+  DWORD mode = 0;
+  return GetConsoleMode(console, &mode) != 0 &&
+         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
+void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
+  onInterrupt = interrupt;
+  onCleanUp = cleanUp;
+  SetConsoleCtrlHandler(HandleConsole, TRUE);
+}
+
+CInterruptibleWait::CInterruptibleWait() = default;
+CInterruptibleWait::~CInterruptibleWait() = default;
+
+void RemoveAtOnce(const fs::path::value_type* path) noexcept {
+  DeleteFileW(path);
+}
+
+void ComplainAtOnce(const char* text) noexcept {
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(std::strlen(text)), &written,
+            nullptr);
+}
+
+void EndAtOnce(int status) noexcept {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+  std::abort();
+}
+
+#else
+
+namespace {
+
+CFileId IdOf(const struct stat& information) {
+  return {static_cast<std::uint64_t>(information.st_dev),
+          static_cast<std::uint64_t>(information.st_ino)};
+}
+
+void (*onInterrupt)() = nullptr;
+void (*onCleanUp)() = nullptr;
+bool isHangupIgnored = false;
+
+void HandleRequest(int) {
+  const int before = errno;
+  onInterrupt();
+  errno = before;
+}
+
+void HandleEnd(int signal) {
+  onCleanUp();
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+void Install(int signal, void (*handler)(int), int flags) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+}
+
+void InstallRequests(int flags) {
+  if (!onInterrupt) return;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    if (signal != SIGHUP || !isHangupIgnored) Install(signal, HandleRequest, flags);
+}
+
+}  // namespace
+
+std::optional<CFileId> FileIdOf(const fs::path& path) {
+  struct stat information {};
+  if (stat(path.c_str(), &information) != 0) return std::nullopt;
+  return IdOf(information);
+}
+
+EFileKind FileKindOf(const fs::path& path) {
+  struct stat information {};
+  if (stat(path.c_str(), &information) != 0) return EFileKind::missing;
+  if (S_ISDIR(information.st_mode)) return EFileKind::folder;
+  return S_ISREG(information.st_mode) ? EFileKind::regular : EFileKind::special;
+}
+
+std::optional<CFileId> RegularFileIdOf(std::FILE* stream) {
+  struct stat information {};
+  if (fstat(fileno(stream), &information) != 0 || !S_ISREG(information.st_mode))
+    return std::nullopt;
+  return IdOf(information);
+}
+
+fs::path FollowLinks(fs::path path) {
+  // As many as the system follows; a circle then fails where it is opened.
+  for (int links = 0; links < 40; ++links) {
+    std::error_code error;
+    const fs::path next = fs::read_symlink(path, error);
+    if (error) break;
+    path = path.parent_path() / next;
+  }
+  return path;
+}
+
+fs::path ComparableName(const fs::path& name) {
+  return name;
+}
+
+std::FILE* CreateNewFile(const fs::path& path, const fs::path& like) {
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (descriptor < 0) return nullptr;
+  struct stat information {};
+  if (stat(like.c_str(), &information) == 0) {
+    // An owner that may not be given stays the user, who then has the permissions.
+    if (fchown(descriptor, information.st_uid, information.st_gid) != 0) errno = 0;
+    if (fchmod(descriptor, information.st_mode & 0777) != 0) errno = 0;
+  }
+  return fdopen(descriptor, "wb");
+}
+
+bool IsWritable(const fs::path& path) {
+  return access(path.c_str(), W_OK) == 0;
+}
+
+bool SeekTo(std::FILE* file, std::int64_t offset, int whence) {
+  return fseeko(file, offset, whence) == 0;
+}
+
+std::int64_t PositionOf(std::FILE* file) {
+  return ftello(file);
+}
+
+std::vector<std::string> FilesLike(const std::string& pattern) {
+  glob_t found{};
+  std::vector<std::string> files;
+  if (glob(pattern.c_str(), GLOB_BRACE | GLOB_NOSORT, nullptr, &found) == 0)
+    files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  return files;
+}
+
+std::FILE* BinaryCopyOf(std::FILE* file) {
+  const int copy = dup(fileno(file));
+  return copy < 0 ? nullptr : fdopen(copy, "wb");
+}
+
+const char* const nowhere = "/dev/null";
+
+bool IsErrorTerminal() {
+  return isatty(fileno(stderr)) == 1;
+}
+
+void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
+  onInterrupt = interrupt;
+  onCleanUp = cleanUp;
+  struct sigaction hangup {};
+  sigaction(SIGHUP, nullptr, &hangup);
+  isHangupIgnored = hangup.sa_handler == SIG_IGN;
+  InstallRequests(SA_RESTART);
+  for (const int signal : {SIGPIPE, SIGQUIT, SIGABRT})
+    Install(signal, HandleEnd, 0);
+  // A file beyond the limit of its size is a failed write like any other.
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+CInterruptibleWait::CInterruptibleWait() {
+  InstallRequests(0);
+}
+
+CInterruptibleWait::~CInterruptibleWait() {
+  InstallRequests(SA_RESTART);
+}
+
+void RemoveAtOnce(const char* path) noexcept {
+  unlink(path);
+}
+
+void ComplainAtOnce(const char* text) noexcept {
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, std::strlen(text));
+}
+
+void EndAtOnce(int status) noexcept {
+  _exit(status);
+}
+
+#endif

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What the systems that the client runs on do each in its own way.
+
+// One for each file, however many names it has.
+struct CFileId {
+  std::uint64_t volume = 0, file = 0;
+  friend auto operator<=>(const CFileId&, const CFileId&) = default;
+};
+// Links are followed; nothing if there is no such file.
+[[nodiscard]] std::optional<CFileId> FileIdOf(const std::filesystem::path& path);
+
+// Pipes and devices are special.
+enum class EFileKind { missing, regular, folder, special };
+[[nodiscard]] EFileKind FileKindOf(const std::filesystem::path& path);
+// A stream that is a regular file has an id.
+[[nodiscard]] std::optional<CFileId> RegularFileIdOf(std::FILE* stream);
+
+// The file that a chain of symbolic links ends at, which need not be there.
+[[nodiscard]] std::filesystem::path FollowLinks(std::filesystem::path path);
+// How names in a folder are told apart: as they are, or without regard to letter case.
+[[nodiscard]] std::filesystem::path ComparableName(const std::filesystem::path& name);
+
+// Makes a file that was not there and opens it for writing, with the permissions of `like` if that
+// is there. Null with errno set if it fails; EEXIST if there is such a file.
+[[nodiscard]] std::FILE* CreateNewFile(const std::filesystem::path& path,
+                                       const std::filesystem::path& like);
+// A read-only file could be replaced all the same; its owner does not want that.
+[[nodiscard]] bool IsWritable(const std::filesystem::path& path);
+[[nodiscard]] bool SeekTo(std::FILE* file, std::int64_t offset, int whence);
+[[nodiscard]] std::int64_t PositionOf(std::FILE* file);
+
+// The files that a shell would name for a pattern, where programs that take patterns ask the system
+// for them.
+[[nodiscard]] std::vector<std::string> FilesLike(const std::string& pattern);
+
+// A copy of a stream that writes bytes as they are, and where to send what nobody reads.
+[[nodiscard]] std::FILE* BinaryCopyOf(std::FILE* file);
+extern const char* const nowhere;
+// Whether standard error is a terminal that understands the codes which rewrite a line.
+[[nodiscard]] bool IsErrorTerminal();
+
+// Has `interrupt` called when the user or the system asks the program to end, and `cleanUp` before
+// the program ends at once for any other reason. Both run within a signal handler, or on another
+// thread.
+void WatchSignals(void (*interrupt)(), void (*cleanUp)());
+
+// While one lives, a request to end also ends a wait for input, with EINTR. Elsewhere the system
+// goes on with what it was asked for, so that no output is lost.
+class CInterruptibleWait {
+ public:
+  CInterruptibleWait();
+  ~CInterruptibleWait();
+  CInterruptibleWait(const CInterruptibleWait&) = delete;
+  CInterruptibleWait& operator=(const CInterruptibleWait&) = delete;
+};
+
+// For signal handlers.
+void RemoveAtOnce(const std::filesystem::path::value_type* path) noexcept;
+void ComplainAtOnce(const char* text) noexcept;
+[[noreturn]] void EndAtOnce(int status) noexcept;

@@ -1,0 +1,273 @@
+// What the client writes: complete or not at all, and never over what it reads.
+#include "tests/client/client_run.h"
+
+#include <chrono>
+#include <csignal>
+#include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class OutputsTest : public ClientTest {
+ protected:
+  void SetUp() override {
+    ClientTest::SetUp();
+    ASSERT_EQ(Run("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv").status, 0);
+  }
+
+  // All files below the folder but the output of Run.
+  [[nodiscard]] std::set<std::string> Files() const {
+    std::set<std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+      if (entry.path().stem() != "stdout" && entry.path().stem() != "stderr")
+        files.insert(entry.path().string());
+    return files;
+  }
+  // Each "@" stands for the folder, wherever it is.
+  [[nodiscard]] std::string Expand(std::string arguments) const {
+    for (std::size_t at; (at = arguments.find('@')) != std::string::npos;)
+      arguments.replace(at, 1, folder.string() + "/");
+    return arguments;
+  }
+  // Waits for what a process does; a minute is as good as never.
+  template <class Condition>
+  static bool Await(Condition&& condition) {
+    for (int i = 0; i < 6000; ++i) {
+      if (condition()) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+  [[nodiscard]] std::uintmax_t Size(const std::string& name) const {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(Path(name), error);
+    return error ? 0 : size;
+  }
+};
+
+// A client that runs beside the test, started by a shell that it takes the place of.
+class CRunning {
+ public:
+  explicit CRunning(const std::string& arguments) : process(fork()) {
+    const std::string command = std::string("exec '") + ZTCLIENT + "' " + arguments;
+    if (process == 0) {
+      execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+  }
+  ~CRunning() {
+    if (process <= 0) return;
+    Signal(SIGKILL);
+    static_cast<void>(Wait());
+  }
+  CRunning(const CRunning&) = delete;
+  CRunning& operator=(const CRunning&) = delete;
+
+  void Signal(int signal) const { kill(process, signal); }
+  [[nodiscard]] int Wait() {
+    int status = 0;
+    waitpid(std::exchange(process, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  pid_t process;
+};
+
+TEST_F(OutputsTest, NoInputIsWritten) {
+  WriteText("c.json", R"({"X0Virtual": 2000})");
+  WriteText("mask.json", "[[0, 0, 8192, 0, 8192, 16384]]");
+  WriteText("p.csv", "0,0,1\n5,0,2\n0,5,3\n");
+  WriteBytes(Path("s.raw"), Bytes(64, 7));
+  fs::create_directory(Path("linked"));
+  fs::create_symlink("../demo.zts", Path("linked/soft.zts"));
+  fs::create_hard_link(Path("demo.zts"), Path("linked/hard.mkv"));
+  fs::create_symlink("../png/000007.png", Path("linked/000000.png"));
+  ASSERT_EQ(Run("layers split @demo-layered.zts @k").status, 0);
+  fs::copy_file(Path("demo-layered.zts"), Path("k/layer0.zts"),
+                fs::copy_options::overwrite_existing);
+  std::map<std::string, Bytes> before;
+  for (const std::string& file : Files())
+    if (fs::is_regular_file(file)) before[file] = ReadBytes(file);
+  for (const std::string arguments : {
+           "play @demo.zts --y4m @demo.zts",
+           "play @demo.zts --y4m @linked/soft.zts",
+           "play @linked/soft.zts --video @linked/hard.mkv",
+           "play @demo.zts --png @new --y4m @demo.zts",
+           "motion @demo.zts --json @demo.zts",
+           "motion @a.mkv --video @a.mkv",
+           "motion @a.mkv --config @mask.json --json @mask.json",
+           "motion @png/%06d.png --png @png",
+           "motion @png/%06d.png --png @linked",
+           "motion @png/%06d.png --video @png/%06d.png",
+           "motion '@png/%*.png' --json @png/000011.png",
+           "record file:@a.mkv @a.mkv",
+           "record @png/%06d.png @png/000009.png",
+           "histogram @png/000000.png --png @png/000000.png",
+           "histogram @png/000000.png --mask @mask.json --png @mask.json",
+           "convert @s.raw --from gray --to yuv --size 8x8 --out @s.raw",
+           "triangulate @p.csv --rect 0,0,9,9 --png @p.csv",
+           "calibrate @png/000000.png --config @c.json --out @c.json",
+           "calibrate @png/000000.png --config @c.json --out @png/000000.png",
+           "demo @demo.zts --out @.",
+           "layers split @k/layer0.zts @k",
+           "layers join @k @k/layer0.zts",
+       }) {
+    const CRun run = Run(Expand(arguments));
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(run.ErrorLines(), 1U) << arguments << run.errors;
+    EXPECT_NE(run.errors.find("is the input"), std::string::npos) << arguments << run.errors;
+  }
+  for (const auto& [file, bytes] : before)
+    EXPECT_TRUE(ReadBytes(file) == bytes) << file;
+  EXPECT_FALSE(fs::exists(Path("new")));
+  ExpectErrors({{"motion @a.mkv --json @x --video @./x", "is to be written twice"}});
+}
+
+TEST_F(OutputsTest, ALinkStaysAndItsFileIsReplaced) {
+  WriteText("old.json", "old");
+  fs::permissions(Path("old.json"), fs::perms(0640));
+  fs::create_symlink("old.json", Path("link"));
+  ASSERT_EQ(Run("motion @a.mkv --json @link").status, 0);
+  EXPECT_TRUE(fs::is_symlink(Path("link")));
+  EXPECT_EQ(nlohmann::json::parse(ReadText("old.json"))["frames"].size(), frames);
+  EXPECT_EQ(fs::status(Path("old.json")).permissions(), fs::perms(0640));
+  const CRun direct = Run("motion @a.mkv --json /dev/stdout");
+  EXPECT_NE(direct.output.find("\"events\""), std::string::npos);
+}
+
+TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
+  ASSERT_EQ(Run("record @a.mkv @l.zts --format layered --quality 99").status, 0);
+  const struct {
+    const char *arguments, *output, *partial;
+  } cases[] = {
+      {"play @demo.zts --y4m @old.y4m", "old.y4m", nullptr},
+      {"play @demo.zts --video @old.mkv", "old.mkv", "old.partial.mkv"},
+      {"motion @a.mkv --json @old.json --video @old.mkv", "old.json", nullptr},
+      {"record @a.mkv @old.zts", "old.zts", "old.partial.zts"},
+      {"record @a.mkv @old.zts", "old.zts", "old.partial-2.zts"},
+      {"layers split @l.zts @png", "png/layer0.zts", nullptr},
+      {"demo --frames 12 --out @png", "png/report.html", nullptr},
+      {"play @demo.zts --png @png", "png/000000.png", nullptr},
+  };
+  for (const auto& [arguments, output, partial] : cases) {
+    WriteText(output, "old");
+    const std::set<std::string> before = Files();
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{20000, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const CRun run = Run(arguments);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(run.ErrorLines(), 1U) << arguments << run.errors;
+    EXPECT_NE(run.errors.find("cannot write: File too large"), std::string::npos) << run.errors;
+    EXPECT_TRUE(ReadText(output) == "old") << arguments;
+    std::set<std::string> after = before;
+    if (partial) {
+      after.insert(Path(partial));
+      EXPECT_NE(run.errors.find(Path(partial) + " has what"), std::string::npos) << run.errors;
+      EXPECT_GT(Size(partial), 10000U);
+    }
+    EXPECT_EQ(Files(), after) << arguments;
+  }
+  EXPECT_EQ(Info("old.partial.zts")["frames"].size(), 1U);
+}
+
+// An input that goes on, but gives no more pictures for now.
+TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
+  ASSERT_EQ(mkfifo(Path("in.y4m").c_str(), 0600), 0);
+  const std::string video = ReadText("a.y4m");
+  const struct {
+    const char* arguments;
+    int signal;
+    const char* written;  // when so many bytes are there
+    std::uintmax_t bytes;
+  } cases[] = {{"record @in.y4m @out.zts", SIGINT, "out.partial.zts", 150'000},
+               {"motion @in.y4m --json @out.json --video @out.mkv --png @shots", SIGTERM,
+                "shots/000010.png", 1}};
+  for (const auto& [arguments, signal, written, bytes] : cases) {
+    CRunning client(Expand(arguments) + " >" + Path("stdout") + " 2>" + Path("stderr"));
+    const int pipe = open(Path("in.y4m").c_str(), O_WRONLY);
+    ASSERT_GE(pipe, 0);
+    ASSERT_EQ(write(pipe, video.data(), video.size()), static_cast<ssize_t>(video.size()));
+    EXPECT_TRUE(Await([&, name = written, least = bytes] { return Size(name) >= least; }));
+    client.Signal(signal);
+    EXPECT_EQ(client.Wait(), 130) << arguments;
+    close(pipe);
+    EXPECT_EQ(ReadText("stderr"), "") << arguments;
+    EXPECT_NE(ReadText("stdout").find(" frames "), std::string::npos) << arguments;
+  }
+  EXPECT_GE(Info("out.zts")["totals"]["bytes"], 150'000);
+  const std::size_t seen = nlohmann::json::parse(ReadText("out.json"))["frames"].size();
+  EXPECT_GE(seen, 11U);
+  EXPECT_NE(Run("motion @out.mkv").output.find("out.mkv: " + std::to_string(seen) + " frames"),
+            std::string::npos);
+
+  CRunning demo("demo --frames 100000 --size 64x64 --out " + Path("long") + " >/dev/null");
+  ASSERT_TRUE(Await([&] { return Size("long/.ztclient-1.tmp") > 0; }));
+  demo.Signal(SIGINT);
+  EXPECT_EQ(demo.Wait(), 130);
+  for (const char* name : {"long/demo.zts", "long/demo-diff.zts", "long/demo-layered.zts"})
+    EXPECT_GT(Info(name)["frames"].size(), 0U) << name;
+  EXPECT_NE(ReadText("long/report.html").find("</html>"), std::string::npos);
+  for (const std::string& file : Files())
+    EXPECT_TRUE(file.find(".tmp") == file.npos && file.find("partial") == file.npos) << file;
+}
+
+// A pipe that nobody reads on holds the client within a picture: there the first one waits.
+TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
+  for (const char* name : {"pipe.y4m", "pipe.mkv"})
+    ASSERT_EQ(mkfifo(Path(name).c_str(), 0600), 0);
+  for (const char* name : {"old.mkv", "old.json"})
+    WriteText(name, "old");
+  std::set<std::string> files = Files();
+  const struct {
+    std::string arguments, pipe;
+    std::size_t taken;  // from the pipe
+    const char* beside;
+    bool isKept;
+  } cases[] = {
+      // At one picture a second a video goes to its file every five of them.
+      {"play @demo.zts --fps 1 --y4m @pipe.y4m --video @old.mkv", "pipe.y4m",
+       9 * width * height * 3 / 2, "old.partial.mkv", true},
+      {"motion @a.mkv --json @old.json --video @pipe.mkv", "pipe.mkv", 1, ".ztclient-1.tmp", false},
+  };
+  for (const auto& [arguments, pipe, taken, beside, isKept] : cases) {
+    CRunning client(Expand(arguments) + " >/dev/null 2>" + Path("stderr"));
+    const int end = open(Path(pipe).c_str(), O_RDONLY);
+    ASSERT_GE(end, 0);
+    std::vector<char> bytes(taken);
+    for (std::size_t at = 0; at < taken;) {
+      const ssize_t size = read(end, &bytes[at], taken - at);
+      ASSERT_GT(size, 0);
+      at += static_cast<std::size_t>(size);
+    }
+    ASSERT_TRUE(Await([&] { return fs::exists(Path(beside)) && (!isKept || Size(beside) > 0); }));
+    client.Signal(SIGINT);
+    // Requests that come at once count as one.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    client.Signal(SIGINT);
+    EXPECT_EQ(client.Wait(), 130) << arguments;
+    close(end);
+    if (isKept) files.insert(Path(beside));
+    EXPECT_EQ(Files(), files) << arguments;
+    const std::string told = "ztclient: " + Path("old.mkv") + ": interrupted; " + Path(beside) +
+                             " has what was recorded before\n";
+    EXPECT_EQ(ReadText("stderr"), isKept ? told : "") << arguments;
+  }
+  for (const char* name : {"old.mkv", "old.json"})
+    EXPECT_EQ(ReadText(name), "old") << name;
+  const std::string seen = Run("motion @old.partial.mkv").output;
+  EXPECT_NE(seen.find("old.partial.mkv: "), std::string::npos) << seen;
+}
+
+}  // namespace
