@@ -15,7 +15,8 @@ build/release/build.ninja: CMakePresets.json
 	cmake --preset release
 
 # A synthetic street scene goes through encoder and decoder; INPUT=file takes a video of yours.
-demo: all
+demo: build/release/build.ninja
+	cmake --build --preset release -j $(JOBS) --target ztclient
 	build/release/ztclient demo $(INPUT) --out $(OUT)
 
 test: all

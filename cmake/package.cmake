@@ -38,6 +38,8 @@ else()
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libztlib-dev)
   include(${PROJECT_SOURCE_DIR}/cmake/debian.cmake)
 endif()
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${documents} COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+              ${PROJECT_SOURCE_DIR}/LICENSE
+        DESTINATION ${documents} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${documents} COMPONENT development)
 include(CPack)

@@ -81,6 +81,11 @@
 #include <stdbool.h>
 #endif
 
+/** The version of this header. Within a major version newer libraries serve older clients. */
+#define ZTLIB_VERSION_MAJOR 0
+#define ZTLIB_VERSION_MINOR 2
+#define ZTLIB_VERSION_PATCH 0
+
 #if defined(ZTLIB_STATIC)
 #define ZTLIB_API
 #elif defined(_WIN32)
@@ -176,7 +181,8 @@ ZTLIB_API void ztlib_context_destroy(void);
  */
 ZTLIB_API void ztlib_registerLogger(ztlib_logger callback);
 
-/** Replaces the exception handler; null switches it off. Set it before threads start. Not guarded.
+/**
+ * Replaces the exception handler; null switches it off. Set it before threads start. Not guarded.
  */
 ZTLIB_API void ztlib_registerExceptionHandler(ztlib_exception_handler handler);
 
@@ -460,10 +466,13 @@ ZTLIB_API void idct8x8_mmx(int16_t block[64]);
  * Of a detector; a key that is absent or of another kind is the default:
  *   Sensitivity       double, default 70: 0 to 100
  *   MotionPercent     double, default 0.2: moving part of the picture that is a signal
- *   Masks             node with one short array (x, y in turn) for each polygon, 16384 units for
- * the picture's width on both axes; none is all of the picture HighVarianceReduction (true),
- * MeltinReduction (false), AlternativeVarianceHandling (false), ForbidHighSensitivityStart (true),
- * BinaryOutputMode (true): bool
+ *   Masks             node with one short array (x, y in turn) for each polygon, 16384 units for the
+ *                     picture's width on both axes; none is all of the picture
+ *   HighVarianceReduction        bool, default true
+ *   MeltinReduction              bool, default false
+ *   AlternativeVarianceHandling  bool, default false
+ *   ForbidHighSensitivityStart   bool, default true
+ *   BinaryOutputMode             bool, default true
  *
  * A result is a tree in the tagged form:
  *   Motions           node with one child for each detector: Motion (binary: the bitmap of moving

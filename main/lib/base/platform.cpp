@@ -15,7 +15,6 @@ constexpr std::uint32_t exceptionMasks = 0x1F80;
 // The x87 unit: its masks and its flags have the same places.
 constexpr std::uint16_t x87Bits = 0x3F;
 
-#if defined(__GNUC__)
 std::uint16_t ReadX87Control() {
   std::uint16_t word = 0;
   asm volatile("fnstcw %0" : "=m"(word));
@@ -28,13 +27,6 @@ void WriteX87Control(std::uint16_t word) {
   if ((flags & ~word & x87Bits) != 0) asm volatile("fnclex");
   asm volatile("fldcw %0" : : "m"(word));
 }
-#else
-// The compiler's runtime library has no use for that unit.
-std::uint16_t ReadX87Control() {
-  return x87Bits;
-}
-void WriteX87Control(std::uint16_t) {}
-#endif
 
 }  // namespace
 
