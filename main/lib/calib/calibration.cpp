@@ -37,7 +37,8 @@ std::shared_ptr<CCalibrator3D> CCalibration::GetCalibrator() const {
   return calibrator;
 }
 
-// Called also by those who count components: an archive gives a source without callers to nobody.
+// RegisterDeviceComponents calls this too: from a static archive the linker takes only objects that
+// something refers to, and nothing else refers to this one.
 void RegisterCalibration() {
   static const ComponentRegistration<CCalibration, CCalibration> registration("CCalibration");
 }

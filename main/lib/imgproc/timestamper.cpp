@@ -16,7 +16,8 @@ FrameTime CTimestamper::FromClientTime(std::int64_t msSince1601) {
   return {0, 0, static_cast<std::int64_t>(since1970)};
 }
 
-// Called also by those who count components: an archive gives a source without callers to nobody.
+// RegisterDeviceComponents calls this too: from a static archive the linker takes only objects that
+// something refers to, and nothing else refers to this one.
 void RegisterTimestamper() {
   static const ComponentRegistration<CTimestamper, CTimestamper> registration("CTimestamper");
 }

@@ -19,7 +19,8 @@ constexpr std::size_t heightOffset = 24;
 constexpr std::size_t headerSize = 32;
 constexpr std::size_t tailSize = 16;
 
-// With header and tail; all bytes but those of whole eights of pixels are written.
+// A blob for a bitmap of that size. Header and tail are written, and so is the byte of the last
+// pixels if they are fewer than eight; the caller writes the bytes of eight pixels each.
 CBinData StartBlob(const Size& size) {
   const auto wholeBytes = static_cast<std::uint64_t>(size.width * size.height) / 8;
   CBinData blob = CBinData::Uninitialised(headerSize + wholeBytes + tailSize);

@@ -23,7 +23,7 @@ CData& MotionsOf(CData& tree) {
   return found ? *found : tree.AddChild(Tok::Motions);
 }
 
-// What is no number, or below zero, vanishes.
+// `best` begins at 0 and keeps its value if `value` is negative or not a number.
 void KeepLargest(float& best, double value) {
   if (const auto narrowed = static_cast<float>(value); best < narrowed) best = narrowed;
 }

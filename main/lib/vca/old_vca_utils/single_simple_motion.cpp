@@ -145,7 +145,8 @@ bool CSingleSimpleMotion::VirtualProcessAndDecide(CData& result, const CData& it
 
 float CSingleSimpleMotion::ProgressAfter(std::int64_t sinceMs) const {
   if (sinceMs >= violationTimeMs) return 1.0F;
-  // In floats: a clock that goes back meets a violation time of 0.
+  // The division is one of floats because the time to violation may be 0 here: a clock that went
+  // back gives a negative `sinceMs`, which is below it. A division of integers would end the process.
   const auto scaled = static_cast<std::int64_t>(static_cast<std::uint64_t>(sinceMs) * 100U);
   return static_cast<float>(scaled) / static_cast<float>(violationTimeMs);
 }
