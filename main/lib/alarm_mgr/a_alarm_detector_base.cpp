@@ -47,7 +47,7 @@ CData AAlarmDetectorBase::GetStateData() const {
 
 void AAlarmDetectorBase::Hook4() {}
 
-// The second attempt is a call of this very function: an overriding one would start over.
+// The second attempt calls this very function, qualified: an overriding one would start over.
 CResultRecord AAlarmDetectorBase::Configure(const CData& tree, bool isFallback) {
   CData before;
   if (!isFallback) AAlarmDetectorBase::ExportConfiguration(before, Tok::Config);

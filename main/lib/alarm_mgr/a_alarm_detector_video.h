@@ -3,7 +3,7 @@
 #include "main/lib/alarm_mgr/a_alarm_detector_base.h"
 #include "main/lib/vca/a_vca_base.h"
 
-// The same for a detector of pictures, which adds nothing.
+// The interface of detectors of pictures. It adds nothing to that of all detectors.
 class AAlarmDetectorVideoConfiguration : public AAlarmDetectorBaseConfiguration {
  public:
   using AAlarmDetectorBaseConfiguration::AAlarmDetectorBaseConfiguration;
@@ -18,7 +18,7 @@ class AAlarmDetectorVideo : public AAlarmDetectorBase {
                       IAlarmNotifyReceiver* notifySink, AVCABase* analysis);
 
   CResultRecord Configure(const CData& tree, bool isFallback) override;
-  // The detector's elements, then those of the analysis.
+  // Writes the detector's elements, then those of the analysis.
   void ExportConfiguration(CData& tree, Token key) const override;
   CResultRecord VirtualConfigure() override;
   // Runs the analysis; the answer is in what that reports, `*signal` stays false.

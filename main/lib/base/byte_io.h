@@ -16,7 +16,8 @@ static_assert(std::endian::native == std::endian::little, "numbers are copied as
 template <class T>
 concept WireNumber = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 
-// At a place that is known to lie inside: a header whose size has been checked as a whole.
+// These read and write at a place that is known to lie inside of the block, such as a field of a
+// header whose size has been checked as a whole.
 template <WireNumber T>
 [[nodiscard]] T LoadLE(const std::uint8_t* from) {
   T value;
@@ -28,8 +29,8 @@ void StoreLE(std::uint8_t* to, T value) {
   std::memcpy(to, &value, sizeof value);
 }
 
-// For names and the like: some ten bytes, where a call, or the string instruction that compilers
-// take for a known upper bound, costs more than the copy.
+// Copies names and the like. For some ten bytes a call, or the string instruction that compilers
+// take for a known upper bound, costs more than this loop.
 inline void CopyShort(std::uint8_t* to, const void* bytes, std::size_t count) {
   const auto* from = static_cast<const std::uint8_t*>(bytes);
   if (count >= 8) {

@@ -37,7 +37,7 @@ CComponentRepository& CComponentRepository::Instance() {
   return instance;
 }
 
-// The end of the code: nobody can ask for a component any more.
+// The code itself is about to go, so nobody can ask for a component any more.
 void CComponentRepository::Unload() {
   CComponentRepository& repository = Instance();
   for (std::size_t i = repository.creationOrder.size(); i-- > 0;)
@@ -91,7 +91,7 @@ void CComponentRepository::DeleteAll() {
   std::printf("[ComponentRepository] Deleting %zu components (%zu registered)...\n",
               creationOrder.size(), components.size());
   std::fflush(stdout);
-  // By index: a destructor may create a component anew and so append.
+  // The loop goes by index because a destructor may create a component anew and so append one.
   for (std::size_t i = creationOrder.size(); i-- > 0;) {
     Entry& entry = components.at(creationOrder[i]);
     if (entry.instance) {

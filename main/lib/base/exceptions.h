@@ -23,13 +23,13 @@ class CDataException : public CException {
   using CException::CException;
 };
 
-// A lock that is misused or that the system refuses.
+// Misuse of a lock, or a lock that the system refuses.
 class CSynchronException : public CException {
  public:
   using CException::CException;
 };
 
-// A pattern that is none.
+// A regular expression that cannot be parsed.
 class CRegexException : public CException {
  public:
   using CException::CException;

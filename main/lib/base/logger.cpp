@@ -36,8 +36,8 @@ void CLoggerWin::Log(int level, const char*, int, const char* format, ...) {
   va_start(arguments, format);
   std::vsnprintf(text, buffer.size(), format, arguments);
   va_end(arguments);
-  // By index: a callback may register further streams. They get the next line first, or a callback
-  // that registers one on every line would make this line endless.
+  // The loop goes by index because a callback may register further streams. Those get the next line
+  // first; otherwise a callback that registers one on every line would make this line endless.
   const std::size_t count = streams.size();
   for (std::size_t i = 0; i < count; ++i)
     streams[i]->Write(level, text);

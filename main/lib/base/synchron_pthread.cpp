@@ -15,7 +15,8 @@ constexpr char source[] = "main/lib/base/synchron_pthread";
   ZT_THROW(CSynchronException, message, function, source, line);
 }
 
-// For destructors, which the end of a cancelled thread cannot leave: printing may be its place.
+// Prints from a destructor. Printing may be where a thread is cancelled, and the exception by which
+// a cancelled thread ends must not leave a destructor, so cancellation waits meanwhile.
 template <class... Values>
 void Complain(const char* format, Values... values) {
   const CancellationPause pause;

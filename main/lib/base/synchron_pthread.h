@@ -45,7 +45,7 @@ class CConditionMutex : public CMutex {
   explicit CConditionMutex(Kind kind);
   ~CConditionMutex() override;
   void Wait();
-  // True if signalled, false if the time ran out.
+  // Returns true if the condition was signalled, false if the time ran out.
   [[nodiscard]] bool TimedWaitMS(std::uint32_t ms);
   void Signal();
   void Broadcast();

@@ -25,7 +25,8 @@ void CCalibration::Calibrate(const CData& config) {
     const CAutoLock hold(&lock);
     calibrator.swap(calibrated);
   }
-  // The former one may be in use by others; if not, it goes here, outside of the lock.
+  // Other threads may still use the former calibrator. If none does, it is destroyed here, outside
+  // of the lock.
   calibrated.reset();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
   ZT_LOG(3, source, __LINE__, "[CALIB] Calibration finished! (%llds)",

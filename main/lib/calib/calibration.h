@@ -19,5 +19,5 @@ class CCalibration : public IComponent {
   std::shared_ptr<CCalibrator3D> calibrator;
 };
 
-// Makes Get<CCalibration> work; again and again does no harm.
+// Registers the component, so that Get<CCalibration> works. Calling it again does no harm.
 void RegisterCalibration();

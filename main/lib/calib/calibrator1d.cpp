@@ -13,12 +13,12 @@ namespace {
 constexpr char source[] = "main/lib/calib/calibrator1d";
 constexpr float epsilon = 1e-6F;
 
-// Sound quadrilaterals need a depth of about 30 and some 1000 samples. Rounding can keep the
-// branches of the others alive.
+// The subdivision of a sound quadrilateral needs a depth of about 30 and some 1000 samples.
+// Rounding can keep the branches of others alive for ever, so both are limited.
 constexpr int deepestBranch = 64;
 constexpr std::size_t mostSamples = 65536;
 
-// How far in the picture an extension goes beyond the quadrilateral: two widths of it.
+// An extension goes this far beyond the quadrilateral in the picture: two widths of the picture.
 constexpr float reach = 32768;
 
 float Interpolate(const std::vector<float>& from, const std::vector<float>& to, float at) {
@@ -33,12 +33,13 @@ float Interpolate(const std::vector<float>& from, const std::vector<float>& to, 
   return -(line.a * at + line.c) / line.b;
 }
 
-// Through `point` and where lines like `line` meet; parallel to it if they do not.
+// The line through `point` and `meeting`, where lines like `line` meet; parallel to `line` if they do
+// not meet.
 CLine LineToward(const std::optional<CPointF>& meeting, const CLine& line, CPointF point) {
   return meeting ? Through(point, *meeting) : ParallelThrough(line, point);
 }
 
-// Four corners in the order of the table, neither crossed nor dented.
+// Whether four corners, in the order of the table, are a convex quadrilateral.
 bool IsProper(const std::array<CPointF, 4>& p) {
   const bool side = SideOf(p[0], p[1], p[3]);
   return SideOf(p[1], p[3], p[2]) == side && SideOf(p[3], p[2], p[0]) == side &&
@@ -249,7 +250,7 @@ void CMyAssignTable::Append(const CMyAssignTable& other) {
   const float offset = keys.empty() ? 0 : keys.back();
   for (std::size_t i = 0; i < other.keys.size(); ++i) {
     const float key = offset + other.keys[i];
-    // The first sample is the joint, which both tables have.
+    // The first sample is left out: it is the joint, which both tables have.
     if (!keys.empty() && !(key > keys.back())) continue;
     keys.push_back(key);
     values.push_back(other.values[i]);

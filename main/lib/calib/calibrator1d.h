@@ -22,7 +22,7 @@ class CAssignTable {
   float maximumKey = 0;
 };
 
-// Keys increase strictly.
+// The samples, whose keys increase strictly.
 class CMonotonAssignTable : public CAssignTable {};
 
 // Measures length along one direction of a picture in perspective.
@@ -55,7 +55,7 @@ class C1DCalibrator {
     // All points of this line through `point` have the same value.
     [[nodiscard]] CLine LineAcross(CPointF point) const;
 
-    // None if the sides are parallel.
+    // The vanishing point of the sides; nothing if they are parallel.
     [[nodiscard]] const std::optional<CPointF>& VanishingPoint() const { return vanishingPoint; }
     [[nodiscard]] const CLine& SideA() const { return sideA; }
     [[nodiscard]] const CLine& SideB() const { return sideB; }
@@ -74,7 +74,7 @@ class C1DCalibrator {
     void Subdivide(CSubdivision& subdivision, const Corners& corners, float firstValue,
                    float lastValue, int depth) const;
     void Extend(const Corners& corners, float minimumStep, float meterBefore, float meterBehind);
-    // Leaves only what ascends; false if that is no table.
+    // Removes samples whose values do not ascend. Returns false if what is left is no table.
     bool Tidy();
 
     CLine sideA, sideB, axis, nearLine;

@@ -13,7 +13,7 @@ namespace {
 constexpr char source[] = "main/lib/calib/calibrator2d";
 constexpr auto virtualSize = static_cast<float>(virtualUnits);
 constexpr double leastDistance = 1e-6;
-// How many times its length a table goes on beyond both ends.
+// A table goes on beyond both ends by this many times its length.
 constexpr float extension = 10;
 
 using CTable = C1DCalibrator::CMyAssignTable;
@@ -112,7 +112,7 @@ void CCalibrator2D::FindVanishingLine() {
   const std::optional<CPointF>&v3 = tableAlong03.VanishingPoint(),
         &v1 = tableAlong01.VanishingPoint();
   const auto size = [](CPointF p) { return std::abs(p.x) + std::abs(p.y); };
-  // From the nearer point, which keeps more digits of the line's distance.
+  // The distance is measured from the nearer point, which keeps more digits of the line's distance.
   if (v3 && v1)
     vanishingLine = size(*v1) < size(*v3) ? Through(*v1, *v3) : Through(*v3, *v1);
   else if (v3)

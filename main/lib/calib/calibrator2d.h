@@ -59,11 +59,11 @@ class CCalibrator2D : public CMutex {
   bool ImagePosition(float along01, float along03, CPointF& point);
 
  protected:
-  // For a record with further values.
+  // For derived classes, whose record has further values.
   explicit CCalibrator2D(std::unique_ptr<CCalibrator2DConfig> configuration);
 
   [[nodiscard]] CPointI Corner(int index) const;
-  // Not on or beyond the vanishing line.
+  // Whether the point is below the vanishing line, where there is ground.
   [[nodiscard]] bool IsGround(CPointF point) const;
 
   const std::unique_ptr<CCalibrator2DConfig> configuration;

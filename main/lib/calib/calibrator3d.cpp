@@ -22,9 +22,9 @@ CPointF ToFloat(CPointI p) {
   return {static_cast<float>(p.x), static_cast<float>(p.y)};
 }
 
-// Toward zero; nothing outside of 32 bits.
+// Rounds toward zero. Returns nothing for values outside of 32 bits.
 std::optional<CPointI> Truncated(CPointF p) {
-  // 2^31 is a float, 2^31 - 1 is not.
+  // The upper limit is exclusive because 2^31 is a float and 2^31 - 1 is not.
   const auto fits = [](float value) { return value >= -0x1p31F && value < 0x1p31F; };
   if (!fits(p.x) || !fits(p.y)) return std::nullopt;
   return CPointI{static_cast<std::int32_t>(p.x), static_cast<std::int32_t>(p.y)};

@@ -6,7 +6,8 @@ namespace {
 
 constexpr std::size_t cellsPerTriangle = 8, maxCells = 4096, maxEntries = 8;
 
-// Whether a triangle may hold a pixel of the box: not if all corners lie beyond the same side.
+// Whether a triangle may hold a pixel of the box. It cannot if all corners of the box lie beyond
+// the same side.
 bool Reaches(const CTriangleSides& triangle, const CTriangleGrid::CBox& box) {
   bool below[3] = {}, above[3] = {};
   for (const std::int64_t x : {box.left, box.right})
@@ -67,7 +68,7 @@ void CTriangleGrid::Build(const CBox& newFrame, std::span<const CArea> triangles
   const std::size_t wanted = std::min(cellsPerTriangle * triangles.size(), maxCells);
   for (Divide(); columns * rows > wanted; Divide())
     ++(columns > rows ? shiftX : shiftY);
-  // Long triangles reach into many cells: larger cells keep the lists in proportion to the mesh.
+  // Long triangles reach into many cells. Larger cells keep the lists in proportion to the mesh.
   std::size_t count = Count(triangles);
   while (count > maxEntries * (wanted + triangles.size()) && columns * rows > 1) {
     ++(columns > rows ? shiftX : shiftY);

@@ -49,7 +49,7 @@ class CTriangleGrid {
   [[nodiscard]] bool Covers(std::int64_t x, std::int64_t y) const {
     return x >= frame.left && x <= frame.right && y >= frame.top && y <= frame.bottom;
   }
-  // For a covered pixel.
+  // The triangles of the cell that holds a pixel, which must be covered.
   [[nodiscard]] std::span<const std::uint32_t> At(std::int64_t x, std::int64_t y) const {
     const std::size_t cell = CellOf(x, y);
     return std::span(entries).subspan(starts[cell], starts[cell + 1] - starts[cell]);

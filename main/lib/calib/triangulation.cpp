@@ -36,8 +36,8 @@ CEdgeFunction EdgeFunction(const CTriangulation::CVertex& p, const CTriangulatio
   return {py - qy, qx - px, px * qy - qx * py};
 }
 
-// What each vertex counts at a pixel, as a share of `total`: the negated edge functions of the
-// sides opposite of them.
+// The weight of each vertex at a pixel, as a share of `total`: the negated edge functions of the
+// sides opposite of the vertices.
 class CWeights {
  public:
   CWeights(const CTriangleSides& sides, std::int64_t x, std::int64_t y) {
@@ -69,7 +69,7 @@ CTriangulation::CTriangle CTriangulation::MakeTriangle(std::int32_t a, std::int3
   CLine first, second;
   Bisector(first, ToFloat(At(a)), ToFloat(At(b)));
   Bisector(second, ToFloat(At(b)), ToFloat(At(c)));
-  // Without a crossing the centre stays at the origin.
+  // If the bisectors do not cross, the centre stays at the origin.
   CPointF center;
   static_cast<void>(Intersect(center, first, second));
   const float radius = std::sqrt(SquaredDistance(ToFloat(At(a)), center.x, center.y));
@@ -221,7 +221,7 @@ void CTriangulation::BuildGrid() {
   const auto extent = [](std::int64_t first, std::int64_t last) {
     return static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first);
   };
-  // Within these limits no edge function wraps between the frame's corners.
+  // Within these limits no edge function wraps between the corners of the frame.
   constexpr std::uint64_t limit = std::uint64_t{1} << 31;
   const CTriangleGrid::CBox frame{At(0).x, At(0).y, At(2).x, At(2).y};
   const std::uint64_t width = extent(frame.left, frame.right);

@@ -37,7 +37,7 @@ class CTriangulation {
     std::int64_t x, y;
     std::vector<float> values;
   };
-  // The corners first, then the points in the order they came.
+  // The corners of the frame come first, then the points in the order in which they were added.
   [[nodiscard]] const std::vector<CVertex>& GetVertices() const { return vertices; }
 
   struct CTriangle {
@@ -45,7 +45,7 @@ class CTriangulation {
     float centerX, centerY;  // of the circumcircle
     float radiusRoot;        // square root of its radius
   };
-  // In the order they were made, which is the order of all searches.
+  // The triangles in the order in which they were made, which is the order of all searches.
   [[nodiscard]] const std::vector<CTriangle>& GetTriangles() const { return triangles; }
 
  private:
@@ -68,7 +68,7 @@ class CTriangulation {
   void Connect(std::int32_t added);
   [[nodiscard]] bool IsFull(const CVertex& vertex) const;
   [[nodiscard]] bool IsFull(const std::vector<CVertex>& list, const CTriangle& triangle) const;
-  // Null if no triangle has all values.
+  // Returns the nearest triangle that has all values, or null if there is none.
   [[nodiscard]] const CTriangle* FindSource(const std::vector<CVertex>& list,
                                             const CVertex& place) const;
   [[nodiscard]] bool Complete(std::vector<CVertex>& list) const;
@@ -84,7 +84,7 @@ class CTriangulation {
   std::vector<CTriangle> triangles;
   std::vector<CEdge> edges;  // boundary of the hole that a point makes
 
-  // Made by the first estimate after a change.
+  // These are made by the first estimate after a change.
   bool isPrepared = false;
   std::vector<CLookup> lookups;  // in the order of the triangles
   std::vector<float> known;      // complete values, those that Finalize would give included

@@ -146,7 +146,8 @@ float CHistogram::CentralMoment(int order) {
   img_pixel_num_ = Wrap(Sum());
   if (img_pixel_num_ == 0)
     ZT_THROW(CException, "img_pixel_num_ must be non-zero", "CentralMoment", source, __LINE__);
-  // From here on a power of a whole number is 0, 1 or infinite, and only its sign may change.
+  // From this order on the power of a whole number is 0, 1 or infinite, and only its sign may
+  // change.
   constexpr int saturated = 130;
   if (order > saturated) order = saturated + order % 2;
   float sum = 0;
@@ -192,7 +193,7 @@ void CHistogram::GetRange(int& low, int& high, int& mean, int part) const {
                                 static_cast<std::uint32_t>(img_pixel_num_) * std::uint32_t{5});
   const std::int32_t limit = scaled >> 10;
   low = scaled >= 1024 && mean >= 0 ? FindBound(std::min(mean, lastBin), -1, limit) : mean;
-  // Also with a limit of 0: then up to the next bin that is not empty.
+  // This also happens with a limit of 0: the search then goes on to the next bin that is not empty.
   std::int64_t sum = 0;
   for (high = std::clamp(mean, -1, lastBin) + 1; high < lastBin; ++high) {
     sum += bins[high];
@@ -202,7 +203,7 @@ void CHistogram::GetRange(int& low, int& high, int& mean, int part) const {
 }
 
 void CHistogram::Stretch(std::uint8_t lut[256], float percent, int minimum) const {
-  // No number counts as 0.
+  // What is not a number counts as 0.
   percent = percent > 0 ? std::min(percent, 100.0f) : 0;
   minimum = std::clamp(minimum, 1, lastBin - 1);
   const auto occupied = [](std::int32_t bin) { return bin != 0; };

@@ -17,7 +17,7 @@ class CHistogramData {
   CHistogramData& operator=(const CHistogramData& other);
   virtual ~CHistogramData();
 
-  // The bins alone; the number of pixels stays.
+  // Clears the bins alone. The number of pixels stays.
   virtual void Clear();
 
   std::int32_t* bins;
@@ -32,7 +32,7 @@ class CHistogram : public CHistogramData {
 
   // An image without memory is logged and counts nothing.
   void Make(const ByteImage& img);
-  // The pixels inside of the mask, as far as the image reaches.
+  // Counts the pixels inside of the mask, as far as the image reaches.
   void Make(const ByteImage& img, const CMask& mask);
 
   // The first bin up to which half of the pixels lie, 255 if there is none. 0 without pixels, and
@@ -43,8 +43,9 @@ class CHistogram : public CHistogramData {
   // Recounts the pixels first. Throws CException if there are none.
   [[nodiscard]] float CentralMoment(int order);
 
-  // Of this distribution as seen from `other`, in nats. Empty bins are no special case: the result
-  // may be infinite or no number. Throws CException if either has no pixels.
+  // The relative entropy of this distribution as seen from `other`, in nats. Empty bins are no
+  // special case, so the result may be infinite or not a number. Throws CException if either has no
+  // pixels.
   [[nodiscard]] float RelativeEntropy(const CHistogram& other) const;
 
   // The bin at which the sum of the bins, added from `start` in steps of `step`, reaches `goal`;

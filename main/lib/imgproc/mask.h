@@ -77,7 +77,7 @@ class CMask {
  private:
   CMask(std::int32_t width, std::int32_t height);
   void Swap(CMask& other) noexcept;
-  // Area and bounding box from the rows.
+  // Computes area and bounding box from the rows.
   void Measure();
 
   std::vector<Row> rows;  // none at all for a width of 0 or less

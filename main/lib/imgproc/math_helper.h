@@ -30,7 +30,7 @@ void LineParallelThrough(CLine& out, const CLine& source, CPointF p);
 // one column. Leaves `epsilon` alone.
 void Bisector(CLine& out, CPointF p, CPointF q);
 
-// False, with `out` untouched, for lines whose determinant is below `epsilon`.
+// Returns false, and leaves `out` as it was, for lines whose determinant is below `epsilon`.
 [[nodiscard]] bool Intersect(CPointF& out, const CLine& l1, const CLine& l2, float epsilon = 1e-6f);
 
 [[nodiscard]] float DistanceSquared(const CLine& line, float x, float y);

@@ -88,7 +88,8 @@ void CPolygonFiller::FillShape(std::span<const Edge> edges) {
   }
 }
 
-// In float, its rounding in double. From 2^24 columns on, the float may lie outside.
+// The crossing is computed in float and rounded in double. From 2^24 columns on the float may lie
+// outside of the picture, so it is clamped.
 std::int32_t CPolygonFiller::Line::CrossingOf(std::int32_t row, std::int32_t width) const {
   const double x = static_cast<double>(static_cast<float>(row - top) * slope + start) + 0.5;
   return static_cast<std::int32_t>(std::clamp<double>(x, 0, width));

@@ -32,7 +32,7 @@ class CPolygonFiller {
   // Rows that are filled at a time, so that what they take stays in the processor's nearest cache.
   static constexpr std::int64_t bandRows = 32;
 
-  // Crosses the rows from `top` to `bottom` - 1.
+  // An edge of a polygon, which crosses the rows from `top` to `bottom` - 1.
   struct Edge {
     std::int32_t top;
     std::int32_t bottom;
@@ -40,7 +40,8 @@ class CPolygonFiller {
     std::int32_t bottomX;
     auto operator<=>(const Edge&) const = default;
   };
-  // An edge as a line over the rows behind `top`.
+  // The same edge as a line: the column in which it crosses a row, by the row's distance from
+  // `top`.
   struct Line {
     std::int32_t top;
     std::int32_t bottom;

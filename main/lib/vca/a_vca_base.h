@@ -55,7 +55,7 @@ class AVCABase {
   // Adds the present configuration to the child of that name.
   void ExportConfiguration(CData& tree, Token key) const;
   [[nodiscard]] bool IsConfigured() const { return state != notConfigured; }
-  // 1 not configured, 2 configured; more by the derived class.
+  // The state: 1 is not configured, 2 is configured; derived classes have more.
   [[nodiscard]] std::int32_t GetState() const { return state; }
   // The last tree that was applied, well or not.
   [[nodiscard]] const CData& GetConfigurationCopy() const { return configurationCopy; }

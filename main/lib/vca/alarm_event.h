@@ -18,7 +18,7 @@ struct DetectorState {
     dsSignal,
     dsDisabled
   };
-  // Any other value is logged and is "dsError".
+  // The text of a state. A value that is no state is logged and gives "dsError".
   [[nodiscard]] static const char* ToText(std::int32_t value);
 };
 

@@ -199,7 +199,7 @@ std::int64_t CMotionBackground::Classify(const GrayView& image, const MotionStep
     const std::int64_t before = counts.motion;
     classify(means + y * stride, variances + y * stride, bytes + y * stride,
              image.data + y * image.stride, columns, step, counts);
-    // The row before has all its neighbours now, and is still in the cache.
+    // By now all neighbours of the row before are known, and it is still in the cache.
     if (rowBeforeMoves) {
       if (binaryOutputMode && y >= 2)
         cleared += kernels.despeckle(bytes + (y - 1) * stride, stride, columns);

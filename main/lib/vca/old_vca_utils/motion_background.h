@@ -32,7 +32,7 @@ class CMotionBackground {
 
   // The moving pixels of the last frame: 0 for background, else 255 or the grade.
   [[nodiscard]] const ByteImage& GetMotion() const { return motion; }
-  // Sums until learning ends.
+  // The statistics of each pixel; while the model learns, they are sums.
   [[nodiscard]] const FloatImage& GetMean() const { return mean; }
   [[nodiscard]] const FloatImage& GetVariance() const { return variance; }
   // Pixels of the last frame whose variance is more than noise.
