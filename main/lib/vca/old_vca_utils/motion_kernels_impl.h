@@ -1,6 +1,6 @@
 #pragma once
 
-#include "main/lib/vca/old_vca_utils/motion_kernels_variants.h"
+#include "main/lib/vca/old_vca_utils/motion_kernels.h"
 
 #include <cstring>
 

@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/block_kernels_impl.h"
 
-const BlockKernels avx2Blocks = blockKernels;
+const BlockKernels BlockKernels::avx2 = blockKernels;

@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/block_kernels_impl.h"
 
-const BlockKernels baselineBlocks = blockKernels;
+const BlockKernels BlockKernels::baseline = blockKernels;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "main/target/windll/codec/block_kernels_variants.h"
+#include "main/target/windll/codec/block_kernels.h"
 
 #include <cstring>
 

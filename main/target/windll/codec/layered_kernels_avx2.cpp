@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/layered_kernels_impl.h"
 
-const LayeredKernels avx2Layered = layeredKernels;
+const LayeredKernels LayeredKernels::avx2 = layeredKernels;

@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/layered_kernels_impl.h"
 
-const LayeredKernels baselineLayered = layeredKernels;
+const LayeredKernels LayeredKernels::baseline = layeredKernels;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "main/target/windll/codec/idct8x8_transform.h"
-#include "main/target/windll/codec/layered_kernels_variants.h"
+#include "main/target/windll/codec/layered_kernels.h"
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and

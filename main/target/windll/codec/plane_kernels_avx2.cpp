@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/plane_kernels_impl.h"
 
-const PlaneKernels avx2Planes = planeKernels;
+const PlaneKernels PlaneKernels::avx2 = planeKernels;

@@ -1,3 +1,3 @@
 #include "main/target/windll/codec/plane_kernels_impl.h"
 
-const PlaneKernels baselinePlanes = planeKernels;
+const PlaneKernels PlaneKernels::baseline = planeKernels;

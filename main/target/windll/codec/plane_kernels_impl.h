@@ -1,6 +1,6 @@
 #pragma once
 
-#include "main/target/windll/codec/plane_kernels_variants.h"
+#include "main/target/windll/codec/plane_kernels.h"
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and

@@ -2,7 +2,7 @@
 
 #include "main/target/windll/image_convert/bayer_rows.h"
 #include "main/target/windll/image_convert/block_rows.h"
-#include "main/target/windll/image_convert/cell_kernels_variants.h"
+#include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/tile_rows.h"
 
 // Included once by the source of each instruction set, as row_kernels_impl.h is.

@@ -24,8 +24,8 @@ void Convert(RgbImageView& target, const BayerImageView& source) {
   const std::int32_t bottom = std::min(source.dy - 1, target.dy);
   if (width < 3) return;
   for (std::int32_t y = 1; y < bottom; ++y)
-    Cells().bayerToRgb[y % 2](target.RowBytes(y), RowsAround(source, y),
-                              static_cast<std::size_t>(width));
+    KernelsFor<CellKernels>().bayerToRgb[y % 2](target.RowBytes(y), RowsAround(source, y),
+                                                static_cast<std::size_t>(width));
 }
 
 void Convert(YuyvImageView& target, const BayerImageView& source) {
@@ -41,6 +41,6 @@ void Convert(YuyvImageView& target, const BayerImageView& source) {
   const std::int32_t rows = std::min(source.dy, target.dy);
   if (width < 4) return;
   for (std::int32_t y = 0; y < rows; ++y)
-    Cells().bayerToYuyv[y % 2](target.RowBytes(y), RowsAround(source, y),
-                               static_cast<std::size_t>(width));
+    KernelsFor<CellKernels>().bayerToYuyv[y % 2](target.RowBytes(y), RowsAround(source, y),
+                                                 static_cast<std::size_t>(width));
 }

@@ -3,5 +3,5 @@
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
 inline void Convert(BoolImageView& target, const GrayImageView& source) {
-  ConvertRows(target, source, Rows().grayToBool);
+  ConvertRows(target, source, KernelsFor<RowKernels>().grayToBool);
 }

@@ -3,16 +3,16 @@
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
 inline void Convert(YuvImageView& target, const GrayImageView& source) {
-  ConvertRows(target, source, Rows().grayToYuv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().grayToYuv);
 }
 inline void Convert(YuvImageView& target, const RgbImageView& source) {
-  ConvertRows(target, source, Rows().rgbToYuv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().rgbToYuv);
 }
 inline void Convert(YuvImageView& target, const YuyvImageView& source) {
-  ConvertRows(target, source, Rows().yuyvToYuv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().yuyvToYuv);
 }
 inline void Convert(YuvImageView& target, const UyvyImageView& source) {
-  ConvertRows(target, source, Rows().uyvyToYuv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToYuv);
 }
 // Leaves a border of two pixels.
 void Convert(YuvImageView& target, const BayerBlockImageView& source);

@@ -3,16 +3,16 @@
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
 inline void Convert(YuyvImageView& target, const GrayImageView& source) {
-  ConvertRows(target, source, Rows().grayToYuyv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().grayToYuyv);
 }
 inline void Convert(YuyvImageView& target, const RgbImageView& source) {
-  ConvertRows(target, source, Rows().rgbToYuyv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().rgbToYuyv);
 }
 inline void Convert(YuyvImageView& target, const YuvImageView& source) {
-  ConvertRows(target, source, Rows().yuvToYuyv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().yuvToYuyv);
 }
 inline void Convert(YuyvImageView& target, const UyvyImageView& source) {
-  ConvertRows(target, source, Rows().uyvyToYuyv);
+  ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToYuyv);
 }
 // Throws if the source is smaller than 4 by 4, has an odd width, or a picture is not aligned to 4.
 void Convert(YuyvImageView& target, const BayerImageView& source);

@@ -1,3 +1,3 @@
 #include "main/target/windll/image_convert/row_kernels_impl.h"
 
-const RowKernels avx2Rows = rowKernels;
+const RowKernels RowKernels::avx2 = rowKernels;

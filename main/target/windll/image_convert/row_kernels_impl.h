@@ -1,7 +1,7 @@
 #pragma once
 
 #include "main/target/windll/image_convert/pixel_vectors.h"
-#include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "main/target/windll/image_convert/row_kernels.h"
 
 // Included once by the source of each instruction set. Nothing here may have external linkage and
 // no header with inline functions may be included: the linker would merge code of both sets.
