@@ -1,3 +1,3 @@
-#include "main/lib/vca/old_vca_utils/motion_kernels_impl.h"
+#include "main/lib/vca/old_vca_utils/motion_kernels.cpp"
 
 const MotionKernels MotionKernels::avx2 = motionKernels;

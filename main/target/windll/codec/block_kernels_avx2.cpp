@@ -1,3 +1,3 @@
-#include "main/target/windll/codec/block_kernels_impl.h"
+#include "main/target/windll/codec/block_kernels.cpp"
 
 const BlockKernels BlockKernels::avx2 = blockKernels;

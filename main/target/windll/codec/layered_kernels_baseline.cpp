@@ -1,3 +1,3 @@
-#include "main/target/windll/codec/layered_kernels_impl.h"
+#include "main/target/windll/codec/layered_kernels.cpp"
 
 const LayeredKernels LayeredKernels::baseline = layeredKernels;

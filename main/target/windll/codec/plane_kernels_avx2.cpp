@@ -1,3 +1,3 @@
-#include "main/target/windll/codec/plane_kernels_impl.h"
+#include "main/target/windll/codec/plane_kernels.cpp"
 
 const PlaneKernels PlaneKernels::avx2 = planeKernels;

@@ -1,3 +1,3 @@
-#include "main/target/windll/image_convert/cell_kernels_impl.h"
+#include "main/target/windll/image_convert/cell_kernels.cpp"
 
 const CellKernels CellKernels::baseline = cellKernels;

@@ -1,3 +1,3 @@
-#include "main/target/windll/image_convert/row_kernels_impl.h"
+#include "main/target/windll/image_convert/row_kernels.cpp"
 
 const RowKernels RowKernels::baseline = rowKernels;

@@ -5,7 +5,7 @@
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/tile_rows.h"
 
-// Included once by the source of each instruction set, as row_kernels_impl.h is.
+// Included once by the source of each instruction set, as row_kernels.cpp is.
 namespace {
 
 constexpr CellKernels cellKernels = {
