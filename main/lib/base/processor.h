@@ -28,6 +28,9 @@ template <class Kernels>
   return kernels;
 }
 
-// Stands in the class of a table and declares one table for each set, which has the set's name.
+// Stands in the class of a table and declares one table for each set, which has the set's name. The
+// source that defines the table of ZTLIB_INSTRUCTION_SET is compiled once for each: all else in it
+// has internal linkage, and it uses no inline function that has not. Of such a function the linker
+// keeps one copy for all, and that could be one with instructions which the processor lacks.
 #define ZT_SET(name) , name
 #define ZT_KERNEL_TABLES(Kernels) static const Kernels baseline ZTLIB_INSTRUCTION_SETS

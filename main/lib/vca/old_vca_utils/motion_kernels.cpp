@@ -1,13 +1,9 @@
-#pragma once
-
 #include "main/lib/vca/old_vca_utils/motion_kernels.h"
 
 #include <cstring>
 
 #include <immintrin.h>
 
-// Included once by the source of each instruction set. Nothing here may have external linkage and
-// no header with inline functions may be included: the linker would merge code of both sets.
 // Floats are evaluated as written, so that every set gives the same bits.
 namespace {
 
@@ -172,9 +168,9 @@ struct Classifier {
 };
 
 template <bool graded>
-void Classify(float* __restrict mean, float* __restrict variance, Byte* __restrict motion,
-              const Byte* __restrict gray, std::size_t count, const MotionStep& step,
-              MotionCounts& counts) {
+void ClassifyRow(float* __restrict mean, float* __restrict variance, Byte* __restrict motion,
+                 const Byte* __restrict gray, std::size_t count, const MotionStep& step,
+                 MotionCounts& counts) {
   Classifier<graded> classifier(step);
   std::size_t i = 0;
   for (; i + groupLength <= count; i += groupLength)
@@ -260,14 +256,14 @@ void PackBits(Byte* bits, const Byte* bytes, std::size_t count) {
   }
 }
 
-constexpr MotionKernels motionKernels{
+}  // namespace
+
+constinit const MotionKernels MotionKernels::ZTLIB_INSTRUCTION_SET = {
     .learn = Learn,
     .scale = Scale,
-    .classifyBinary = Classify<false>,
-    .classifyGraded = Classify<true>,
+    .classifyBinary = ClassifyRow<false>,
+    .classifyGraded = ClassifyRow<true>,
     .despeckle = Despeckle,
     .countSet = CountSet,
     .packBits = PackBits,
 };
-
-}  // namespace

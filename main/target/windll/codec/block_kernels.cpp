@@ -1,11 +1,7 @@
-#pragma once
-
 #include "main/target/windll/codec/block_kernels.h"
 
 #include <cstring>
 
-// Included once by the source of each instruction set. Nothing here may have external linkage and
-// no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
 
 using Byte = std::uint8_t;
@@ -111,7 +107,7 @@ void AddDifference(Byte* __restrict target, const Byte* __restrict base,
   }
 }
 
-constexpr BlockKernels blockKernels = {MeanLuma, CompareGroups, SpreadMarks, HalfDifference,
-                                       AddDifference};
-
 }  // namespace
+
+constinit const BlockKernels BlockKernels::ZTLIB_INSTRUCTION_SET = {
+    MeanLuma, CompareGroups, SpreadMarks, HalfDifference, AddDifference};

@@ -1,11 +1,8 @@
-#pragma once
+#include "main/target/windll/codec/layered_kernels.h"
 
 #include "main/target/windll/codec/idct8x8_transform.h"
-#include "main/target/windll/codec/layered_kernels.h"
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
-// Included once by the source of each instruction set. Nothing here may have external linkage and
-// no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
 
 using Numbers = Wrapped<V32, S32>;
@@ -160,11 +157,11 @@ void JoinYuv(Byte* __restrict target, const Byte* __restrict y, const Byte* __re
     StorePixel(target + 4 * i, y[i] | Word{u[i]} << 8 | Word{v[i]} << 16);
 }
 
-constexpr LayeredKernels layeredKernels = {
+}  // namespace
+
+constinit const LayeredKernels LayeredKernels::ZTLIB_INSTRUCTION_SET = {
     .drawSquares1 = DrawSquares1,
     .drawSquares2 = DrawSquares2,
     .drawSquares4 = DrawSquares4,
     .joinYuv = JoinYuv,
 };
-
-}  // namespace

@@ -1,10 +1,7 @@
-#pragma once
-
 #include "main/target/windll/codec/plane_kernels.h"
+
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
-// Included once by the source of each instruction set. Nothing here may have external linkage and
-// no header with inline functions may be included: the linker would merge code of both sets.
 namespace {
 
 void SplitYuv(Byte* __restrict y, Byte* __restrict u, Byte* __restrict v,
@@ -79,7 +76,9 @@ void JoinUyvy(Byte* __restrict target, const Byte* __restrict y, const Byte* __r
     Store(target + 4 * i, u[i] | Word{y[2 * i]} << 8 | Word{v[i]} << 16 | Word{y[2 * i + 1]} << 24);
 }
 
-constexpr PlaneKernels planeKernels = {
+}  // namespace
+
+constinit const PlaneKernels PlaneKernels::ZTLIB_INSTRUCTION_SET = {
     .splitYuv = SplitYuv,
     .halve = Halve,
     .widen = Both<WideOf>,
@@ -91,5 +90,3 @@ constexpr PlaneKernels planeKernels = {
     .joinYuyv = JoinYuyv,
     .joinUyvy = JoinUyvy,
 };
-
-}  // namespace

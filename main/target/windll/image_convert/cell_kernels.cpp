@@ -1,14 +1,10 @@
-#pragma once
+#include "main/target/windll/image_convert/cell_kernels.h"
 
 #include "main/target/windll/image_convert/bayer_rows.h"
 #include "main/target/windll/image_convert/block_rows.h"
-#include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/tile_rows.h"
 
-// Included once by the source of each instruction set, as row_kernels.cpp is.
-namespace {
-
-constexpr CellKernels cellKernels = {
+constinit const CellKernels CellKernels::ZTLIB_INSTRUCTION_SET = {
     .bayerToRgb = {BayerToRgb<GreenRed>, BayerToRgb<BlueGreen>},
     .bayerToYuyv = {BayerToYuyv<GreenRed>, BayerToYuyv<BlueGreen>},
     .blockToGray = BlockToGray,
@@ -20,8 +16,6 @@ constexpr CellKernels cellKernels = {
     .tilesToYuvAcross = TilesToPixels<TileYuv, true>,
     .tilesToYuyv = TilesToPairs<Yuyv>,
     .tilesToUyvy = TilesToPairs<Uyvy>,
-    .yuvToTiles = ToTiles<FromYuv>,
-    .yuyvToTiles = ToTiles<FromYuyv>,
+    .yuvToTiles = PixelsToTiles<FromYuv>,
+    .yuyvToTiles = PixelsToTiles<FromYuyv>,
 };
-
-}  // namespace

@@ -3,7 +3,7 @@
 #include "main/target/windll/image_convert/row_vectors.h"
 
 // What the kernels of this folder share: single pixels as words, and the loops and stores around
-// registers of them. For sources that are compiled for one instruction set only.
+// registers of them. For the sources of kernels only.
 namespace {
 
 using Byte = std::uint8_t;

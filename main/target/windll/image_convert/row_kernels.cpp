@@ -1,10 +1,7 @@
-#pragma once
-
-#include "main/target/windll/image_convert/pixel_vectors.h"
 #include "main/target/windll/image_convert/row_kernels.h"
 
-// Included once by the source of each instruction set. Nothing here may have external linkage and
-// no header with inline functions may be included: the linker would merge code of both sets.
+#include "main/target/windll/image_convert/pixel_vectors.h"
+
 namespace {
 
 // Chroma of the pixel that is three quarters in one sample and one quarter in the next.
@@ -348,7 +345,9 @@ void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, std::siz
       });
 }
 
-constexpr RowKernels rowKernels = {
+}  // namespace
+
+constinit const RowKernels RowKernels::ZTLIB_INSTRUCTION_SET = {
     .boolToGray = BoolToGray,
     .boolToRgb = GrayToRgb<true>,
     .grayToBool = GrayToBool,
@@ -373,5 +372,3 @@ constexpr RowKernels rowKernels = {
     .uyvyToYuv = PairsToYuv<Uyvy>,
     .uyvyToYuyv = UyvyToYuyv,
 };
-
-}  // namespace

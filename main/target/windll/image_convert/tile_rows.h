@@ -354,8 +354,8 @@ struct FromYuyv {
 };
 
 template <class Pixels>
-void ToTiles(Byte* __restrict luma, Byte* __restrict chroma, const Byte* __restrict upper,
-             const Byte* __restrict lower, std::size_t tiles) {
+void PixelsToTiles(Byte* __restrict luma, Byte* __restrict chroma, const Byte* __restrict upper,
+                   const Byte* __restrict lower, std::size_t tiles) {
   ForRange<tilesPerVector>(
       0, tiles,
       [=](std::size_t tile) {

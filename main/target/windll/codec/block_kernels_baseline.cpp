@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/block_kernels.cpp"
-
-const BlockKernels BlockKernels::baseline = blockKernels;

@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/layered_kernels.cpp"
-
-const LayeredKernels LayeredKernels::baseline = layeredKernels;

@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/plane_kernels.cpp"
-
-const PlaneKernels PlaneKernels::baseline = planeKernels;

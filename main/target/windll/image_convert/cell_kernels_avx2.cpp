@@ -1,3 +1,0 @@
-#include "main/target/windll/image_convert/cell_kernels.cpp"
-
-const CellKernels CellKernels::avx2 = cellKernels;

@@ -1,3 +1,0 @@
-#include "main/target/windll/image_convert/row_kernels.cpp"
-
-const RowKernels RowKernels::avx2 = rowKernels;
