@@ -1,8 +1,8 @@
 #include "main/target/windll/image_convert/cell_kernels.h"
 
-#include "main/target/windll/image_convert/bayer_rows.h"
-#include "main/target/windll/image_convert/block_rows.h"
-#include "main/target/windll/image_convert/tile_rows.h"
+#include "main/target/windll/image_convert/image_convert_bayer.h"
+#include "main/target/windll/image_convert/image_convert_bayer_block.h"
+#include "main/target/windll/image_convert/image_convert_yuv420.h"
 
 constinit const CellKernels CellKernels::ZTLIB_INSTRUCTION_SET = {
     .bayerToRgb = {BayerToRgb<GreenRed>, BayerToRgb<BlueGreen>},
