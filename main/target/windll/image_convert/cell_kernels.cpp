@@ -2,6 +2,7 @@
 
 #include "main/target/windll/image_convert/image_convert_bayer.h"
 #include "main/target/windll/image_convert/image_convert_bayer_block.h"
+#include "main/target/windll/image_convert/image_convert_toyuv420block_impl.h"
 #include "main/target/windll/image_convert/image_convert_yuv420.h"
 
 constinit const CellKernels CellKernels::ZTLIB_INSTRUCTION_SET = {

@@ -1,5 +1,7 @@
+#include "main/target/windll/image_convert/image_convert_bayer_block.h"
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/image_convert.h"
+#include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
 
 namespace {
 

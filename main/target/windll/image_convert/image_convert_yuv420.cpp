@@ -1,5 +1,9 @@
+#include "main/target/windll/image_convert/image_convert_yuv420.h"
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/image_convert.h"
+#include "main/target/windll/image_convert/image_convert_toyuv420block_impl.h"
+
+#include <cstring>
 
 namespace {
 
