@@ -1,4 +1,3 @@
-#include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/row_kernel_shapes.h"
 
 #include <algorithm>
@@ -152,8 +151,8 @@ void RegisterSwscale(const Conversion& conversion) {
 
 const bool registered = [] {
   for (const Conversion& conversion : conversions) {
-    RegisterKernel(conversion, "ztlib", Rows());
-    RegisterKernel(conversion, "ztlib_baseline", baselineRows);
+    RegisterKernel(conversion, "ztlib", KernelsFor<RowKernels>());
+    RegisterKernel(conversion, "ztlib_baseline", RowKernels::baseline);
     if (conversion.libyuv) Register(conversion, "libyuv", conversion.libyuv);
     if (conversion.swscaleSource != AV_PIX_FMT_NONE) RegisterSwscale(conversion);
     const std::size_t written = TargetBytes(conversion.Shape(), pixels);

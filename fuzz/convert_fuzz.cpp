@@ -1,8 +1,7 @@
 #include "fuzz/codec_fuzz.h"
 #include "main/lib/base/exceptions.h"
 #include "main/target/windll/image/ztimage.h"
-#include "main/target/windll/image_convert/cell_kernels_variants.h"
-#include "main/target/windll/image_convert/row_kernels_variants.h"
+#include "main/target/windll/image_convert/cell_kernels.h"
 #include "tests/support/row_kernel_shapes.h"
 
 namespace {
@@ -35,16 +34,15 @@ void ConvertPicture(PixelFormat source, PixelFormat target, int width, int heigh
     TryConversion(*image->CreateMapOfRect({1, 1, width - 2, height - 2}), target);
 }
 
-#if defined(ZTLIB_AVX2)
 void ComparePaths(const RowKernelShape& shape, std::size_t count, const std::uint8_t* content,
                   std::size_t length) {
   Bytes source(count * shape.sourceBytes);
   Fill(source.data(), source.size(), content, length);
   Bytes baseline(count * shape.targetBytes, 0x5A);
-  Bytes avx2 = baseline;
-  (baselineRows.*shape.row)(baseline.data(), source.data(), count);
-  (avx2Rows.*shape.row)(avx2.data(), source.data(), count);
-  Require(baseline == avx2);
+  Bytes best = baseline;
+  (RowKernels::baseline.*shape.row)(baseline.data(), source.data(), count);
+  (KernelsFor<RowKernels>().*shape.row)(best.data(), source.data(), count);
+  Require(baseline == best);
 }
 
 // A kernel of the formats with samples in two dimensions, on `count` pixels, groups or tiles.
@@ -89,28 +87,23 @@ void CompareCells(std::uint8_t kernel, std::size_t count, const std::uint8_t* co
   Bytes source(384 * count + 32);
   Fill(source.data(), source.size(), content, length);
   Bytes baseline(384 * count + 32, 0x5A);
-  Bytes avx2 = baseline;
-  RunCell(baselineCells, kernel, baseline.data(), source.data(), count);
-  RunCell(avx2Cells, kernel, avx2.data(), source.data(), count);
-  Require(baseline == avx2);
+  Bytes best = baseline;
+  RunCell(CellKernels::baseline, kernel, baseline.data(), source.data(), count);
+  RunCell(KernelsFor<CellKernels>(), kernel, best.data(), source.data(), count);
+  Require(baseline == best);
 }
-#endif
 
 }  // namespace
 
 // Five bytes choose the formats, the size and the kernels, the others are pixels. No frame is left
-// behind, and the paths for both instruction sets give the same bytes.
+// behind, and the baseline and the best instruction set give the same bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 5) return 0;
   const std::uint8_t* const content = data + 5;
   ConvertPicture(static_cast<PixelFormat>(data[0] % 9), static_cast<PixelFormat>(data[1] % 11),
                  data[2], data[3] % 8, content, size - 5);
   Require(codec_fuzz::framesAlive == 0);
-#if defined(ZTLIB_AVX2)
-  if (__builtin_cpu_supports("avx2")) {
-    ComparePaths(rowKernelShapes[data[4] % std::size(rowKernelShapes)], data[2], content, size - 5);
-    CompareCells(data[4], data[2], content, size - 5);
-  }
-#endif
+  ComparePaths(rowKernelShapes[data[4] % std::size(rowKernelShapes)], data[2], content, size - 5);
+  CompareCells(data[4], data[2], content, size - 5);
   return 0;
 }

@@ -3,7 +3,6 @@
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
-#include "main/target/windll/image_convert/row_kernels_variants.h"
 #include "tests/support/common.h"
 #include "tests/support/guarded_memory.h"
 #include "tests/support/pixel_model.h"
@@ -89,11 +88,9 @@ void CheckKernels(const RowKernels& table) {
     }
 }
 
-TEST(ImageConvert, KernelsOfBothInstructionSetsFollowTheModel) {
-  CheckKernels(baselineRows);
-#if defined(ZTLIB_AVX2)
-  if (__builtin_cpu_supports("avx2")) CheckKernels(avx2Rows);
-#endif
+TEST(ImageConvert, KernelsOfEveryInstructionSetFollowTheModel) {
+  for (const RowKernels* const table : UsableKernels<RowKernels>())
+    CheckKernels(*table);
 }
 
 // What becomes of a pair: the name of a kernel, "cells" (bytes are tested with the cell formats),

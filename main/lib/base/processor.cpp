@@ -3,10 +3,14 @@
 #include <cstdlib>
 #include <cstring>
 
-bool UseAvx2() {
-  static const bool use = [] {
+#undef ZT_SET
+#define ZT_SET(name) +(__builtin_cpu_supports(#name) ? 1 : 0)
+
+std::size_t UsableInstructionSets() {
+  static const std::size_t count = [] {
     const char* const baseline = std::getenv("ZTLIB_BASELINE");
-    return !(baseline && std::strcmp(baseline, "1") == 0) && __builtin_cpu_supports("avx2");
+    const bool isBaseline = baseline && std::strcmp(baseline, "1") == 0;
+    return isBaseline ? 0 : std::size_t{0} ZTLIB_INSTRUCTION_SETS;
   }();
-  return use;
+  return count;
 }

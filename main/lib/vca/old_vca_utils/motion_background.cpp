@@ -165,8 +165,8 @@ void CMotionBackground::Learn(const GrayView& image) {
   float* const variances = variance.GetWritePtr();
   for (std::int64_t y = 0; y < rows; ++y) {
     const std::int64_t row = y * mean.GetScanline();
-    Motions().learn(means + row, variances + row, image.data + y * image.stride,
-                    static_cast<std::size_t>(width), frame);
+    KernelsFor<MotionKernels>().learn(means + row, variances + row, image.data + y * image.stride,
+                                      static_cast<std::size_t>(width), frame);
   }
   ++learnedFrames;
 }
@@ -174,8 +174,8 @@ void CMotionBackground::Learn(const GrayView& image) {
 void CMotionBackground::FinishLearning(std::int64_t now) {
   // The padding of rows is zero and stays so.
   const auto count = static_cast<std::size_t>(mean.GetScanline() * height);
-  Motions().scale(mean.GetWritePtr(), count, 1.0F / framesToLearn);
-  Motions().scale(variance.GetWritePtr(), count, 1.0F / framesToLearn);
+  KernelsFor<MotionKernels>().scale(mean.GetWritePtr(), count, 1.0F / framesToLearn);
+  KernelsFor<MotionKernels>().scale(variance.GetWritePtr(), count, 1.0F / framesToLearn);
   learnedFrames = learningDone;
   startupUntilMs = LaterBy(now, startupMs);
   reducedUntilMs = now;
@@ -183,7 +183,7 @@ void CMotionBackground::FinishLearning(std::int64_t now) {
 
 std::int64_t CMotionBackground::Classify(const GrayView& image, const MotionStep& step,
                                          const CMask* mask) {
-  const MotionKernels& kernels = Motions();
+  const MotionKernels& kernels = KernelsFor<MotionKernels>();
   const auto classify = binaryOutputMode ? kernels.classifyBinary : kernels.classifyGraded;
   const auto columns = static_cast<std::size_t>(width);
   const std::int64_t stride = motion.GetScanline();
@@ -220,7 +220,8 @@ std::int64_t CMotionBackground::CountRow(std::int64_t y, const CMask& mask) cons
   for (const CMaskRun& run : mask.GetRow(static_cast<int>(y))) {
     const std::int64_t end = std::min<std::int64_t>(run.end, width);
     if (run.start < end)
-      count += Motions().countSet(row + run.start, static_cast<std::size_t>(end - run.start));
+      count += KernelsFor<MotionKernels>().countSet(row + run.start,
+                                                    static_cast<std::size_t>(end - run.start));
   }
   return count;
 }

@@ -67,8 +67,8 @@ void PackPaddedRows(std::uint8_t* bits, const ByteImage& motion) {
     for (std::int64_t x = 0; x < motion.GetDx(); x += piece) {
       const std::int64_t count = std::min<std::int64_t>(piece, motion.GetDx() - x);
       std::uint64_t words[piece / 64] = {};
-      Motions().packBits(reinterpret_cast<std::uint8_t*>(words), row + x,
-                         static_cast<std::size_t>(count));
+      KernelsFor<MotionKernels>().packBits(reinterpret_cast<std::uint8_t*>(words), row + x,
+                                           static_cast<std::size_t>(count));
       for (std::int64_t done = 0; done < count; done += 64)
         writer.Append(words[done / 64], static_cast<int>(std::min<std::int64_t>(64, count - done)));
     }
@@ -83,8 +83,8 @@ std::shared_ptr<CBinData> MakeMotionBlob(const ByteImage& motion) {
   if (!motion.Assigned()) return blob;
   std::uint8_t* const bits = blob->Data() + headerSize;
   if (motion.GetScanline() == motion.GetDx())
-    Motions().packBits(bits, motion.GetPtr(),
-                       static_cast<std::size_t>(motion.GetDx() * motion.GetDy()));
+    KernelsFor<MotionKernels>().packBits(bits, motion.GetPtr(),
+                                         static_cast<std::size_t>(motion.GetDx() * motion.GetDy()));
   else
     PackPaddedRows(bits, motion);
   return blob;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -44,7 +46,6 @@ struct MotionKernels {
 
   // One bit for each byte that is not 0, lowest bit first, the last bits of a part byte 0.
   void (*packBits)(std::uint8_t* bits, const std::uint8_t* bytes, std::size_t count);
-};
 
-// The kernels for this processor. Results are the same bits on every path.
-[[nodiscard]] const MotionKernels& Motions();
+  ZT_KERNEL_TABLES(MotionKernels);
+};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -23,7 +25,6 @@ struct BlockKernels {
                          const std::uint8_t* present, std::size_t count);
   void (*addDifference)(std::uint8_t* target, const std::uint8_t* base,
                         const std::uint8_t* difference, std::size_t count);
-};
 
-// The kernels for this processor.
-[[nodiscard]] const BlockKernels& Blocks();
+  ZT_KERNEL_TABLES(BlockKernels);
+};

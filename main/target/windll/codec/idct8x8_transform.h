@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-// The equations of the transform, for one number and for vectors of them. Included by sources of
-// several instruction sets: nothing here may have external linkage.
+// The equations of the transform, for one number and for vectors of them. For sources that are
+// compiled for several instruction sets: nothing here may have external linkage.
 namespace {
 
 constexpr int transformSide = 8;

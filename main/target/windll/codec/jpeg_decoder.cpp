@@ -154,7 +154,8 @@ void CJPEGDecoder::ReadScanline(PixelFormat format, std::uint8_t* target) {
 
 void CJPEGDecoder::ReadScanlines(const RowPlan& plan) {
   const bool pairs = IsPairFormat(plan.format);
-  const auto pack = plan.format == PixelFormat::YUYV ? Rows().yuvToYuyv : Rows().yuvToUyvy;
+  const auto pack = plan.format == PixelFormat::YUYV ? KernelsFor<RowKernels>().yuvToYuyv
+                                                     : KernelsFor<RowKernels>().yuvToUyvy;
   const std::size_t wanted = RowBytes(plan.format, plan.columns);
   const bool direct = !pairs && plan.columns == object.output_width;
   for (std::uint32_t y = 0; y < plan.rows; ++y) {
@@ -168,7 +169,7 @@ void CJPEGDecoder::ReadScanlines(const RowPlan& plan) {
 
 // Fuses the stretching of chroma, the mean over pairs and the interleaving of components.
 void CJPEGDecoder::ReadPlanes(const RowPlan& plan) {
-  const PlaneKernels& kernels = Planes();
+  const PlaneKernels& kernels = KernelsFor<PlaneKernels>();
   const bool pairs = IsPairFormat(plan.format);
   const bool across = planes.IsHalvedAcross();
   const bool down = planes.IsHalvedDown();

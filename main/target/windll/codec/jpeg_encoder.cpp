@@ -16,13 +16,13 @@ struct RowConversion {
 RowConversion ConversionOf(PixelFormat format) {
   switch (format) {
     case PixelFormat::GRAY:
-      return {Rows().grayToYuv, 1};
+      return {KernelsFor<RowKernels>().grayToYuv, 1};
     case PixelFormat::RGB:
-      return {Rows().rgbToYuv, 1};
+      return {KernelsFor<RowKernels>().rgbToYuv, 1};
     case PixelFormat::YUYV:
-      return {Rows().yuyvToYuv, 2};
+      return {KernelsFor<RowKernels>().yuyvToYuv, 2};
     case PixelFormat::UYVY:
-      return {Rows().uyvyToYuv, 2};
+      return {KernelsFor<RowKernels>().uyvyToYuv, 2};
     default:
       return {nullptr, 1};
   }
@@ -112,8 +112,8 @@ void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
     }
     ReadRow(picture, top + y, yRows[y], 0);
     ReadRow(picture, top + std::min(y + 1, rows - 1), yRows[y + 1], 1);
-    Planes().halve(u, uPair[0], uPair[1], chromaWidth);
-    Planes().halve(v, vPair[0], vPair[1], chromaWidth);
+    KernelsFor<PlaneKernels>().halve(u, uPair[0], uPair[1], chromaWidth);
+    KernelsFor<PlaneKernels>().halve(v, vPair[0], vPair[1], chromaWidth);
   }
 }
 
@@ -126,7 +126,7 @@ void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uin
     yuv = yuvRow;
   }
   std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
-  Planes().splitYuv(planes[0], planes[1], planes[2], yuv, width);
+  KernelsFor<PlaneKernels>().splitYuv(planes[0], planes[1], planes[2], yuv, width);
   for (std::uint8_t* plane : planes)
     std::memset(plane + width, plane[width - 1], paddedWidth - width);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -16,7 +18,6 @@ struct LayeredKernels {
   // Four-byte pixels of `count` bytes of each plane; the fourth byte of the target stays.
   void (*joinYuv)(std::uint8_t* target, const std::uint8_t* y, const std::uint8_t* u,
                   const std::uint8_t* v, std::size_t count);
-};
 
-// The kernels for this processor.
-[[nodiscard]] const LayeredKernels& Layered();
+  ZT_KERNEL_TABLES(LayeredKernels);
+};

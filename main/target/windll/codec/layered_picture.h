@@ -67,7 +67,7 @@ class LayeredPicture {
   template <class View>
   void StoreRow(const CZTImage& out, std::size_t row, std::size_t drawn);
 
-  const LayeredKernels& kernels = Layered();
+  const LayeredKernels& kernels = KernelsFor<LayeredKernels>();
   const char* source;
   Bytes coded;
   LayeredHeader header;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -34,7 +36,6 @@ struct PlaneKernels {
   // `count` pairs, chroma one sample a pair.
   Join joinYuyv;
   Join joinUyvy;
-};
 
-// The kernels for this processor.
-[[nodiscard]] const PlaneKernels& Planes();
+  ZT_KERNEL_TABLES(PlaneKernels);
+};

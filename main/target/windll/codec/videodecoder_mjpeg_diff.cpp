@@ -190,8 +190,8 @@ void CVideoDecoderMJPEGDIFF::ApplyBlocks(CZTImage& out, const Plane& strip,
       const std::uint64_t count =
           std::min({rowSize, picture.size - to, base.size - baseAt, strip.size - from});
       if (isDifference) {
-        Blocks().addDifference(picture.pixels + to, base.pixels + baseAt, strip.pixels + from,
-                               count);
+        KernelsFor<BlockKernels>().addDifference(picture.pixels + to, base.pixels + baseAt,
+                                                 strip.pixels + from, count);
         continue;
       }
       std::memcpy(picture.pixels + to, strip.pixels + from, count);

@@ -199,8 +199,8 @@ void CVideoEncoderMJPEGDIFF::Compare(const Thumbnail& present) {
     const auto y = static_cast<std::int32_t>(2 * row);
     const std::uint8_t* const old[2] = {reference.RowBytes(y), reference.RowBytes(y + 1)};
     const std::uint8_t* const now[2] = {present.RowBytes(y), present.RowBytes(y + 1)};
-    changed.rowIsMarked[row + 1] =
-        Blocks().compareGroups(changed.Row(row), old, now, changed.columns, pixelThreshold);
+    changed.rowIsMarked[row + 1] = KernelsFor<BlockKernels>().compareGroups(
+        changed.Row(row), old, now, changed.columns, pixelThreshold);
   }
 }
 
@@ -212,8 +212,8 @@ void CVideoEncoderMJPEGDIFF::ListBlocks() {
     const std::uint8_t* const near = &changed.rowIsMarked[row];
     if (!near[0] && !near[1] && !near[2]) continue;
     const std::uint8_t* const marks = changed.Row(row);
-    Blocks().spreadMarks(spreadRow.data(), marks - distance, marks, marks + distance,
-                         changed.columns);
+    KernelsFor<BlockKernels>().spreadMarks(spreadRow.data(), marks - distance, marks,
+                                           marks + distance, changed.columns);
     const std::uint8_t* const begin = spreadRow.data();
     const std::uint8_t* const end = begin + changed.columns;
     for (const auto* at = begin; (at = std::find(at, end, std::uint8_t{255})) != end; ++at)
@@ -252,8 +252,8 @@ void CVideoEncoderMJPEGDIFF::FillStrip(const Picture& picture, bool asDifference
     const std::size_t count = BytesInside(picture, y, left);
     const std::uint8_t* const now = picture.RowBytes(y) + left;
     if (asDifference)
-      Blocks().halfDifference(&strip[to], referenceImage.GetView<UYVY>().RowBytes(y) + left, now,
-                              count);
+      KernelsFor<BlockKernels>().halfDifference(
+          &strip[to], referenceImage.GetView<UYVY>().RowBytes(y) + left, now, count);
     else
       std::memcpy(&strip[to], now, count);
     // Missing pixels read as 0, and their difference is none.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -65,7 +67,6 @@ struct CellKernels {
   // Two rows of pixels to two rows of luma and one of chroma.
   ToTiles yuvToTiles;
   ToTiles yuyvToTiles;
-};
 
-// The kernels for this processor.
-[[nodiscard]] const CellKernels& Cells();
+  ZT_KERNEL_TABLES(CellKernels);
+};

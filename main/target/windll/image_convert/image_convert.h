@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/target/windll/image_convert/image_convert_bayer.h"
+#include "main/target/windll/image_convert/image_convert_bayer_block.h"
 #include "main/target/windll/image_convert/image_convert_tobool_impl.h"
 #include "main/target/windll/image_convert/image_convert_togray_impl.h"
 #include "main/target/windll/image_convert/image_convert_torgb_impl.h"
@@ -7,13 +9,15 @@
 #include "main/target/windll/image_convert/image_convert_toyuv420block_impl.h"
 #include "main/target/windll/image_convert/image_convert_toyuv_impl.h"
 #include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
+#include "main/target/windll/image_convert/image_convert_yuv420.h"
 
 #include <algorithm>
 #include <cstring>
 
 // The conversion matrix is the set of Convert overloads: Convert(target, source) fills `target`,
 // which has the source's size in pixels, truncated to whole samples. A pair without overload has no
-// conversion.
+// conversion. The headers above hold the overloads by target format, those from sensor pictures and
+// tiles by source format, and each of them holds the arithmetic of its rows as well.
 
 // Of equal formats it is a copy. Sensor formats are sources only, even for themselves.
 template <class T>

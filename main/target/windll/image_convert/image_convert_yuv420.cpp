@@ -1,5 +1,9 @@
+#include "main/target/windll/image_convert/image_convert_yuv420.h"
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/image_convert.h"
+#include "main/target/windll/image_convert/image_convert_toyuv420block_impl.h"
+
+#include <cstring>
 
 namespace {
 
@@ -122,31 +126,31 @@ void Convert(YuvImageView& target, const Yuv420ImageView& source) {
           const std::int32_t neighbour = row % 2 == 0 ? y - 1 : y + 1;
           beside = ChromaOf(source.PtrAt(0, neighbour / tileSize), neighbour % tileSize);
         }
-        Cells().tilesToYuvAcross(to, {LumaOf(tile, row), chroma, beside}, across);
+        KernelsFor<CellKernels>().tilesToYuvAcross(to, {LumaOf(tile, row), chroma, beside}, across);
         ++y;
       });
 }
 
 void ConvertTilesAlone(YuvImageView& target, const Yuv420ImageView& source) {
-  ConvertTilesAlone(target, source, Cells().tilesToYuv);
+  ConvertTilesAlone(target, source, KernelsFor<CellKernels>().tilesToYuv);
 }
 
 void Convert(RgbImageView& target, const Yuv420ImageView& source) {
-  ConvertTilesAlone(target, source, Cells().tilesToRgb);
+  ConvertTilesAlone(target, source, KernelsFor<CellKernels>().tilesToRgb);
 }
 
 void Convert(YuyvImageView& target, const Yuv420ImageView& source) {
-  ConvertToPairs(target, source, Cells().tilesToYuyv);
+  ConvertToPairs(target, source, KernelsFor<CellKernels>().tilesToYuyv);
 }
 
 void Convert(UyvyImageView& target, const Yuv420ImageView& source) {
-  ConvertToPairs(target, source, Cells().tilesToUyvy);
+  ConvertToPairs(target, source, KernelsFor<CellKernels>().tilesToUyvy);
 }
 
 void Convert(Yuv420ImageView& target, const YuvImageView& source) {
-  ConvertToTiles(target, source, Cells().yuvToTiles);
+  ConvertToTiles(target, source, KernelsFor<CellKernels>().yuvToTiles);
 }
 
 void Convert(Yuv420ImageView& target, const YuyvImageView& source) {
-  ConvertToTiles(target, source, Cells().yuyvToTiles);
+  ConvertToTiles(target, source, KernelsFor<CellKernels>().yuyvToTiles);
 }

@@ -1,9 +1,15 @@
 #pragma once
 
-#include "main/target/windll/image_convert/row_vectors.h"
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 
-// What the kernels of this folder share: single pixels as words, and the loops and stores around
-// registers of them. For sources that are compiled for one instruction set only.
+#include <immintrin.h>
+
+// What kernels of pixels are written in, for their sources only: single pixels as words, registers
+// of them, and the loops and stores around both. A register has 256 bits where the source is
+// compiled for AVX2, 128 bits otherwise. The types of registers differ in what an operator works
+// on; a cast between them changes no bit.
 namespace {
 
 using Byte = std::uint8_t;
@@ -31,28 +37,6 @@ inline Word Pack(int b0, int b1, int b2, int b3 = 0) {
          static_cast<Word>(b3) << 24;
 }
 
-inline int Clamp(int value) {
-  return value < 0 ? 0 : value > 255 ? 255 : value;
-}
-
-inline int LumaOfRgb(Word rgb) {
-  return (ByteOf(rgb, 2) * 77 + ByteOf(rgb, 1) * 150 + ByteOf(rgb, 0) * 29) >> 8;
-}
-inline Word YuvOfRgb(Word rgb) {
-  const int b = ByteOf(rgb, 0);
-  const int g = ByteOf(rgb, 1);
-  const int r = ByteOf(rgb, 2);
-  return Pack(LumaOfRgb(rgb), ((r * -43 + g * -85 + b * 128) >> 8) + 128,
-              ((r * 128 + g * -107 + b * -21) >> 8) + 128);
-}
-inline Word RgbOfYuv(Word yuv) {
-  const int y = ByteOf(yuv, 0) * 256;
-  const int u = ByteOf(yuv, 1) - 128;
-  const int v = ByteOf(yuv, 2) - 128;
-  return Pack(Clamp((y + u * 454) >> 8), Clamp((y + u * -88 + v * -183) >> 8),
-              Clamp((y + v * 359) >> 8));
-}
-
 // A packed sample as Y0, U, Y1, V, whatever the byte order of its format.
 struct Yuyv {
   static constexpr bool inPlace = false;
@@ -67,24 +51,188 @@ struct Uyvy {
   }
 };
 
-inline Word YuyvOfYuv(Word left, Word right) {
-  return Pack(ByteOf(left, 0), (ByteOf(left, 1) + ByteOf(right, 1) + 1) >> 1, ByteOf(right, 0),
-              (ByteOf(left, 2) + ByteOf(right, 2) + 1) >> 1);
+#if defined(__AVX2__)
+#define ZT_VECTOR(operation) _mm256_##operation
+using Vector = __m256i;
+#else
+#define ZT_VECTOR(operation) _mm_##operation
+using Vector = __m128i;
+#endif
+using V8 = std::uint8_t __attribute__((vector_size(sizeof(Vector))));
+using V16 = std::uint16_t __attribute__((vector_size(sizeof(Vector))));
+using S16 = std::int16_t __attribute__((vector_size(sizeof(Vector))));
+using V32 = std::uint32_t __attribute__((vector_size(sizeof(Vector))));
+using S32 = std::int32_t __attribute__((vector_size(sizeof(Vector))));
+using V64 = std::uint64_t __attribute__((vector_size(sizeof(Vector))));
+
+inline V32 LoadVector(const std::uint8_t* p) {
+  V32 vector;
+  std::memcpy(&vector, p, sizeof vector);
+  return vector;
+}
+inline void StoreVector(std::uint8_t* p, V32 vector) {
+  std::memcpy(p, &vector, sizeof vector);
 }
 
-// Calls `vector` for groups of `size` from `begin` to `end`. The last group overlaps the one before
-// it if the range is no multiple; a range shorter than one group goes to `scalar`.
-template <std::size_t size, class VectorStep, class ScalarStep>
-inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, ScalarStep scalar) {
-  if (end < begin + size) {
-    for (; begin < end; ++begin)
-      scalar(begin);
-    return;
-  }
-  const std::size_t last = end - size;
-  for (; begin < last; begin += size)
-    vector(begin);
-  vector(last);
+// The same pair of 16-bit numbers in every 32 bits.
+inline S16 Pairs(int low, int high) {
+  return (S16)(V32{} +
+               (static_cast<std::uint32_t>(low & 0xffff) | static_cast<std::uint32_t>(high) << 16));
+}
+
+// Of each pair the sum of both products.
+inline S32 MultiplyAdd(S16 a, S16 b) {
+  return (S32)ZT_VECTOR(madd_epi16)((Vector)a, (Vector)b);
+}
+// The upper halves of the products.
+inline S16 MultiplyHigh(S16 a, S16 b) {
+  return (S16)ZT_VECTOR(mulhi_epi16)((Vector)a, (Vector)b);
+}
+inline V8 Average(V8 a, V8 b) {
+  return (V8)ZT_VECTOR(avg_epu8)((Vector)a, (Vector)b);
+}
+inline V16 ClampToByte(S16 a) {
+  const Vector notNegative = ZT_VECTOR(max_epi16)((Vector)a, Vector{});
+  return (V16)ZT_VECTOR(min_epi16)(notNegative, (Vector)(S16{} + 255));
+}
+
+// Packing and interleaving work within each 128 bits. What is packed and interleaved again comes
+// out in order; InOrder repairs what is only packed, and an Interleave function does it itself.
+inline S16 Pack(S32 a, S32 b) {
+  return (S16)ZT_VECTOR(packs_epi32)((Vector)a, (Vector)b);
+}
+inline V8 PackToBytes(S16 a, S16 b) {
+  return (V8)ZT_VECTOR(packus_epi16)((Vector)a, (Vector)b);
+}
+inline V32 InOrder(V32 a) {
+#if defined(__AVX2__)
+  return (V32)_mm256_permute4x64_epi64((Vector)a, 0xD8);
+#else
+  return a;
+#endif
+}
+inline V16 InterleaveLow(V8 a, V8 b) {
+  return (V16)ZT_VECTOR(unpacklo_epi8)((Vector)a, (Vector)b);
+}
+inline V16 InterleaveHigh(V8 a, V8 b) {
+  return (V16)ZT_VECTOR(unpackhi_epi8)((Vector)a, (Vector)b);
+}
+inline V32 InterleaveLow(V16 a, V16 b) {
+  return (V32)ZT_VECTOR(unpacklo_epi16)((Vector)a, (Vector)b);
+}
+inline V32 InterleaveHigh(V16 a, V16 b) {
+  return (V32)ZT_VECTOR(unpackhi_epi16)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveLow(V32 a, V32 b) {
+  return (V64)ZT_VECTOR(unpacklo_epi32)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveHigh(V32 a, V32 b) {
+  return (V64)ZT_VECTOR(unpackhi_epi32)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveLow(V64 a, V64 b) {
+  return (V64)ZT_VECTOR(unpacklo_epi64)((Vector)a, (Vector)b);
+}
+inline V64 InterleaveHigh(V64 a, V64 b) {
+  return (V64)ZT_VECTOR(unpackhi_epi64)((Vector)a, (Vector)b);
+}
+
+// A byte of every two, times a weight that leaves the product in 16 bits.
+template <int index, int weight>
+inline V16 WeighByte(V32 bytes) {
+  if constexpr (weight == 1) return index == 0 ? (V16)bytes & 0xff : (V16)bytes >> 8;
+#if defined(__AVX2__)
+  const V16 weights = V16{} + static_cast<std::uint16_t>(weight << (8 * index));
+  return (V16)_mm256_maddubs_epi16((Vector)bytes, (Vector)weights);
+#else
+  const V16 upper = index == 0 ? (V16)bytes << 8 : (V16)bytes & 0xff00;
+  return (V16)_mm_mulhi_epu16((Vector)upper,
+                              (Vector)(V16{} + static_cast<std::uint16_t>(weight << 8)));
+#endif
+}
+
+// The second and the third byte of words as numbers of 16 bits.
+inline V16 MiddleBytes(V32 words) {
+#if defined(__AVX2__)
+  return (V16)_mm256_maddubs_epi16((Vector)words, _mm256_set1_epi32(0x00010100));
+#else
+  return (V16)((words >> 8 & 0xff) | (words & 0xff0000U));
+#endif
+}
+
+// `b` where the bits of `mask` are set in whole bytes, elsewhere `a`.
+inline V16 Select(V16 a, V16 b, V16 mask) {
+#if defined(__AVX2__)
+  return (V16)_mm256_blendv_epi8((Vector)a, (Vector)b, (Vector)mask);
+#else
+  return (a & ~mask) | (b & mask);
+#endif
+}
+// The lower byte of each number of `low` and the upper one of each number of `high`.
+inline V8 JoinBytes(V16 low, V16 high) {
+  return (V8)Select(low, high, V16{} + 0xff00);
+}
+
+// The words of `low`, which have 0 in their fourth bytes, with the fourth bytes of `fourth`.
+inline V32 JoinFourthBytes(V32 low, V32 fourth) {
+  const V32 mask = V32{} + 0xff000000U;
+#if defined(__AVX2__)
+  return (V32)_mm256_blendv_epi8((Vector)low, (Vector)fourth, (Vector)mask);
+#else
+  return low | (fourth & mask);
+#endif
+}
+
+// Words of the upper halves of two registers' words.
+inline V32 JoinUpperHalves(S32 low, S32 high) {
+#if defined(__AVX2__)
+  return (V32)_mm256_blend_epi16((Vector)((V32)low >> 16), (Vector)high, 0xAA);
+#else
+  return (V32)low >> 16 | ((V32)high & 0xffff0000U);
+#endif
+}
+
+// Every second word of two registers; what is made of the results goes through InOrder(V32).
+template <int order>
+inline V32 ShuffleWords(V32 a, V32 b) {
+#if defined(__AVX2__)
+  return (V32)_mm256_shuffle_ps((__m256)a, (__m256)b, order);
+#else
+  return (V32)_mm_shuffle_ps((__m128)a, (__m128)b, order);
+#endif
+}
+inline V32 EvenWords(V32 a, V32 b) {
+  return ShuffleWords<0x88>(a, b);
+}
+inline V32 OddWords(V32 a, V32 b) {
+  return ShuffleWords<0xDD>(a, b);
+}
+
+// Repairs what is packed twice, or packed from every second word.
+inline V32 InOrderTwice(V32 a) {
+#if defined(__AVX2__)
+  return __builtin_shufflevector(a, a, 0, 4, 1, 5, 2, 6, 3, 7);
+#else
+  return a;
+#endif
+}
+// The bytes that are the values of four registers of words, in order.
+inline V32 PackWordsToBytes(V32 a, V32 b, V32 c, V32 d) {
+  return InOrderTwice((V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d)));
+}
+
+struct TwoVectors {
+  V32 first;
+  V32 second;
+};
+// The low and high results of an interleaving as two registers in order.
+template <class V>
+inline TwoVectors InOrder(V low, V high) {
+#if defined(__AVX2__)
+  return {(V32)_mm256_permute2x128_si256((Vector)low, (Vector)high, 0x20),
+          (V32)_mm256_permute2x128_si256((Vector)low, (Vector)high, 0x31)};
+#else
+  return {(V32)low, (V32)high};
+#endif
 }
 
 constexpr std::size_t bytesPerVector = sizeof(Vector);
@@ -118,35 +266,43 @@ inline void StorePixels(Byte* p, V16 low, V16 high) {
   StorePixels(p, InOrder(InterleaveLow(low, high), InterleaveHigh(low, high)));
 }
 
-// The chroma's part in the equations to RGB, for words of U and V less 128, where chroma * scale is
-// 256 times the true value. (256 * Y + weight * chroma) >> 8 is Y + (weight * chroma >> 8), so that
-// the upper halves of products are what is needed.
-struct ChromaTerms {
-  ChromaTerms(V16 chroma, int scale)
-      : blueRed((V32)MultiplyHigh((S16)chroma, Pairs(454 * scale, 359 * scale))),
-        green(MultiplyAdd((S16)chroma, Pairs(-88 * scale, -183 * scale))) {}
-
-  V32 blueRed;
-  S32 green;  // in the upper half
-};
-
-// RGB from 16-bit luma, with the terms of the same pixels: blue and red of the first and of the
-// second half of each 128 bits.
-inline TwoVectors RgbOf(V16 luma, V16 blueRedLow, V16 blueRedHigh, V16 green) {
-  const V8 blueRed = PackToBytes((S16)(blueRedLow + (V16)InterleaveLow(luma, luma)),
-                                 (S16)(blueRedHigh + (V16)InterleaveHigh(luma, luma)));
-  const auto clamped = (V8)ClampToByte((S16)(green + luma));
-  return {(V32)InterleaveLow(blueRed, clamped), (V32)InterleaveHigh(blueRed, clamped)};
+// Luma (Y0, Y1) of packed samples, 16 bits each.
+template <class Format>
+inline V16 LumaOf(V32 samples) {
+  return Format::lumaFirst ? (V16)samples & 0xff : (V16)samples >> 8;
 }
 
-inline TwoVectors RgbOfYuv(TwoVectors yuv) {
-  const auto terms = [](V32 pixels) {
-    return ChromaTerms(((V16)pixels * (V16)Pairs(1, 256) & 0xff00) ^ 0x8000, 1);
-  };
-  const ChromaTerms a = terms(yuv.first);
-  const ChromaTerms b = terms(yuv.second);
-  const S16 luma = Pack((S32)(yuv.first & 0xff), (S32)(yuv.second & 0xff));
-  return RgbOf((V16)luma, (V16)a.blueRed, (V16)b.blueRed, (V16)Pack(a.green >> 16, b.green >> 16));
+// Calls `vector` for groups of `size` from `begin` to `end`. The last group overlaps the one before
+// it if the range is no multiple; a range shorter than one group goes to `scalar`.
+template <std::size_t size, class VectorStep, class ScalarStep>
+inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, ScalarStep scalar) {
+  if (end < begin + size) {
+    for (; begin < end; ++begin)
+      scalar(begin);
+    return;
+  }
+  const std::size_t last = end - size;
+  for (; begin < last; begin += size)
+    vector(begin);
+  vector(last);
+}
+
+// Calls `vector` for groups of the samples that have neighbours on both sides, `scalar` for others.
+template <class VectorStep, class ScalarStep>
+inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scalar) {
+  constexpr std::size_t size = wordsPerVector;
+  if (count < size + 2) {
+    for (std::size_t i = 0; i < count; ++i)
+      scalar(i);
+    return;
+  }
+  scalar(0);
+  const std::size_t last = count - 1 - size;
+  // From the second group on at multiples of the size: aligned rows are met at aligned addresses.
+  for (std::size_t i = 1; i < last; i = (i + size) / size * size)
+    vector(i);
+  vector(last);
+  scalar(count - 1);
 }
 
 }  // namespace

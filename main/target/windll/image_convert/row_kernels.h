@@ -1,5 +1,7 @@
 #pragma once
 
+#include "main/lib/base/processor.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -31,7 +33,6 @@ struct RowKernels {
   Row uyvyToRgb;
   Row uyvyToYuv;
   Row uyvyToYuyv;
-};
 
-// The kernels for this processor.
-[[nodiscard]] const RowKernels& Rows();
+  ZT_KERNEL_TABLES(RowKernels);
+};

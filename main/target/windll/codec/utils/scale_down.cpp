@@ -14,6 +14,7 @@ void ScaleDownUYVY_To_Gray(TCImageView<TTGray<unsigned char>>& target,
   const std::int32_t rows = source.dy / factor;
   const std::size_t distance = static_cast<std::size_t>(source.scanline) * sizeof(*source.data);
   for (std::int32_t y = 0; y < rows; ++y)
-    Blocks().meanLuma(target.RowBytes(y), source.RowBytes(y * factor), distance,
-                      static_cast<std::size_t>(columns), static_cast<unsigned>(factor));
+    KernelsFor<BlockKernels>().meanLuma(target.RowBytes(y), source.RowBytes(y * factor), distance,
+                                        static_cast<std::size_t>(columns),
+                                        static_cast<unsigned>(factor));
 }

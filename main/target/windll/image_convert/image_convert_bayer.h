@@ -1,7 +1,20 @@
 #pragma once
 
+// From sensor pictures to other formats: the overloads, and the arithmetic of a row, which
+// cell_kernels.cpp compiles for every instruction set.
+#if !defined(ZTLIB_INSTRUCTION_SET)
+
+#include "main/target/windll/image_convert/image_convert_rows.h"
+
+// Leaves a border of one pixel.
+void Convert(RgbImageView& target, const BayerImageView& source);
+// Throws if the source is smaller than 4 by 4, has an odd width, or a picture is not aligned to 4.
+void Convert(YuyvImageView& target, const BayerImageView& source);
+
+#else
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/pixel_vectors.h"
+#include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
 
 // Sensor pictures. A site has the colour of its filter; the two others come from its neighbours.
 // Sites of a row alternate between green and the row's other colour, red or blue; the third is the
@@ -225,3 +238,5 @@ void BayerToYuyv(Byte* __restrict target, const SensorRows& rows, std::size_t wi
 }
 
 }  // namespace
+
+#endif

@@ -1,5 +1,7 @@
+#include "main/target/windll/image_convert/image_convert_bayer_block.h"
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/image_convert.h"
+#include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
 
 namespace {
 
@@ -27,19 +29,19 @@ void ConvertInside(TCImageView<Target>& target, const BayerBlockImageView& sourc
 }  // namespace
 
 void Convert(GrayImageView& target, const BayerBlockImageView& source) {
-  ConvertInside(target, source, Cells().blockToGray);
+  ConvertInside(target, source, KernelsFor<CellKernels>().blockToGray);
 }
 
 void Convert(YuvImageView& target, const BayerBlockImageView& source) {
-  ConvertInside(target, source, Cells().blockToYuv);
+  ConvertInside(target, source, KernelsFor<CellKernels>().blockToYuv);
 }
 
 // The border is made of single groups: rows have luma of one kind, columns of both.
 void Convert(RgbImageView& target, const BayerBlockImageView& source) {
-  ConvertInside(target, source, Cells().blockToRgb);
+  ConvertInside(target, source, KernelsFor<CellKernels>().blockToRgb);
   const GroupCounts groups(target, source);
   if (groups.dx == 0 || groups.dy == 0) return;
-  const auto fill = Cells().blockBorderToRgb;
+  const auto fill = KernelsFor<CellKernels>().blockBorderToRgb;
   for (const std::int32_t j : {0, groups.dy - 1})
     for (const int lower : {0, 1})
       fill(target.RowBytes(2 * j + lower), source.RowBytes(j), lower, lower,

@@ -1,7 +1,23 @@
 #pragma once
 
+// From groups of 2 by 2 pixels of a sensor to other formats: the overloads, and the arithmetic of a
+// row, which cell_kernels.cpp compiles for every instruction set.
+#if !defined(ZTLIB_INSTRUCTION_SET)
+
+#include "main/target/windll/image_convert/image_convert_rows.h"
+
+// Leaves a border of two pixels.
+void Convert(GrayImageView& target, const BayerBlockImageView& source);
+void Convert(RgbImageView& target, const BayerBlockImageView& source);
+// Leaves a border of two pixels.
+void Convert(YuvImageView& target, const BayerBlockImageView& source);
+// Asks the frame manager for a picture in between: its border, which is not written, shows.
+void Convert(YuyvImageView& target, const BayerBlockImageView& source);
+
+#else
+
 #include "main/target/windll/image_convert/cell_kernels.h"
-#include "main/target/windll/image_convert/pixel_vectors.h"
+#include "main/target/windll/image_convert/image_convert_torgb_impl.h"
 
 // Groups of 2 by 2 pixels with luma at two of them. A word is one group (Y top left, Y bottom
 // right, U, V); its sums are made in two halves of 16 bits, which do not overflow, so that the same
@@ -187,3 +203,5 @@ void BlockBorderToRgb(Byte* __restrict target, const Byte* __restrict groups, in
 }
 
 }  // namespace
+
+#endif

@@ -1,3 +1,0 @@
-#include "main/lib/vca/old_vca_utils/motion_kernels_impl.h"
-
-const MotionKernels avx2Motions = motionKernels;

@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/block_kernels_impl.h"
-
-const BlockKernels avx2Blocks = blockKernels;

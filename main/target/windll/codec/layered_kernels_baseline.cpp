@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/layered_kernels_impl.h"
-
-const LayeredKernels baselineLayered = layeredKernels;

@@ -1,3 +1,0 @@
-#include "main/target/windll/codec/plane_kernels_impl.h"
-
-const PlaneKernels baselinePlanes = planeKernels;

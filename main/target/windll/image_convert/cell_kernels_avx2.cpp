@@ -1,3 +1,0 @@
-#include "main/target/windll/image_convert/cell_kernels_impl.h"
-
-const CellKernels avx2Cells = cellKernels;

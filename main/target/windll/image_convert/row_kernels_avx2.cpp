@@ -1,3 +1,0 @@
-#include "main/target/windll/image_convert/row_kernels_impl.h"
-
-const RowKernels avx2Rows = rowKernels;
