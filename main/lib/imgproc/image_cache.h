@@ -3,7 +3,7 @@
 #include "main/lib/base/component_repository.h"
 #include "main/lib/base/image_rw.h"
 #include "main/lib/base/synchron_pthread.h"
-#include "main/lib/imgproc/geometry.h"
+#include "main/lib/imgproc/gray_view.h"
 
 #include <cstdint>
 #include <map>
