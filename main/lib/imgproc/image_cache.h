@@ -1,20 +1,13 @@
 #pragma once
 
-#include "main/lib/base/component_repository.h"
 #include "main/lib/base/image_rw.h"
 #include "main/lib/base/synchron_pthread.h"
 #include "main/lib/imgproc/gray_view.h"
+#include "main/lib/imgproc/timestamper.h"
 
 #include <cstdint>
 #include <map>
 #include <memory>
-
-// When a frame was taken. The first two words are those of cameras and stay 0 here.
-struct FrameTime {
-  std::int64_t first = 0;
-  std::int64_t second = 0;
-  std::int64_t timestampMs = 0;  // since 1970-01-01 UTC
-};
 
 // A frame as it is handed to those who analyse it. Rows are as far apart as the width rounded up to
 // a multiple of 4, unless lumaStride says otherwise of the luma plane.
@@ -71,13 +64,3 @@ class CImageDataCache {
   FrameRecord frame;
   std::map<std::uint32_t, std::shared_ptr<CCachedImage>> images;
 };
-
-// Times of the client become times of frames. A component, so that it is counted with the others.
-class CTimestamper : public IComponent {
- public:
-  // Wraps, so that every time comes back as it went in.
-  [[nodiscard]] static FrameTime FromClientTime(std::int64_t msSince1601);
-};
-
-// At load, or earlier if asked to; a second call does nothing.
-void RegisterTimestamper();
