@@ -31,7 +31,7 @@ void CVideoDecoderMJPEGDIFF::CheckFrame(const FrameHeader& header) {
 }
 
 void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
-  const Bytes bytes(frame.Data(), frame.Size());
+  const std::span<std::uint8_t> bytes(frame.Data(), frame.Size());
   // Without a whole header there is no stream, which the JPEG layer refuses.
   if (bytes.size() < FrameHeader::size) (void)Jpeg().ReadHeader({});
   FrameHeader header = FrameHeader::Read(bytes);
@@ -40,7 +40,7 @@ void CVideoDecoderMJPEGDIFF::Decode(CZTImage& out, CBinData& frame) {
   if (header.differential == 1 && header.frameType == frameTypeKey) {
     // An early encoder that sent no type. Clients see the completed header.
     header.frameType = frameTypePlain;
-    StoreLE(frame.Data() + FrameHeader::frameTypeOffset, header.frameType);
+    StoreLE(&bytes[FrameHeader::frameTypeOffset], header.frameType);
   }
   CheckFrame(header);
   const auto [width, height] = ScaledSize(header, activeScale);

@@ -37,7 +37,7 @@ void CVideoDecoderMJPEGDIFF_OLD::Decode(CZTImage& out, CBinData& frame) {
   if (header.format == GetVideoFormat() && (isKey || HasBlocks(header))) {
     if (!isKey && StripWidth(header) > std::numeric_limits<std::int32_t>::max())
       ZT_THROW(CException, "Invalid range", "Decode", source, 41);
-    picture.Open(bytes, isKey ? scaleDown : activeScale, pixelFormat);
+    picture.Open(bytes, header, isKey ? scaleDown : activeScale, pixelFormat);
   }
   CheckFrame(header);
   if (isKey)
