@@ -9,8 +9,7 @@
 #include <map>
 #include <memory>
 
-// A frame as it is handed to those who analyse it. Rows are as far apart as the width rounded up to
-// a multiple of 4, unless lumaStride says otherwise of the luma plane.
+// A frame as it is handed to those who analyse it.
 struct FrameRecord {
   FrameTime time;
   std::int32_t kind = 0;
@@ -19,7 +18,8 @@ struct FrameRecord {
   const std::uint8_t* luma = nullptr;
   const std::uint8_t* chroma = nullptr;  // pairs of bytes, half the height; may be null
   std::shared_ptr<const void> owner;     // keeps the planes alive, if set
-  std::int64_t lumaStride = 0;           // bytes from row to row; 0 for the width rounded up
+  // Bytes from row to row of both planes; 0 for the width rounded up to a multiple of 4.
+  std::int64_t stride = 0;
 };
 
 enum : int { planeY = 0, planeU = 1, planeV = 2, planeUV = 3 };

@@ -179,24 +179,33 @@ std::int64_t CData::Exists(Token token, std::uint16_t kind) const {
   return position >= 0 && elements[position].value.GetKind() == kind ? position : -1;
 }
 
+const CDataValue* CData::Find(Token token, std::uint16_t kind) const {
+  const std::int64_t position = Exists(token, kind);
+  return position >= 0 ? &elements[static_cast<std::size_t>(position)].value : nullptr;
+}
+
+CDataValue* CData::Find(Token token, std::uint16_t kind) {
+  return const_cast<CDataValue*>(std::as_const(*this).Find(token, kind));
+}
+
 std::int32_t CData::GetInt(Token token, std::int32_t def) const {
-  const std::int64_t position = Exists(token, cdInt);
-  return position >= 0 ? elements[position].value.GetInt() : def;
+  const CDataValue* const value = Find(token, cdInt);
+  return value ? value->GetInt() : def;
 }
 
 double CData::GetDouble(Token token, double def) const {
-  const std::int64_t position = Exists(token, cdDouble);
-  return position >= 0 ? elements[position].value.GetDouble() : def;
+  const CDataValue* const value = Find(token, cdDouble);
+  return value ? value->GetDouble() : def;
 }
 
 bool CData::GetBool(Token token, bool def) const {
-  const std::int64_t position = Exists(token, cdBool);
-  return position >= 0 ? elements[position].value.GetBool() : def;
+  const CDataValue* const value = Find(token, cdBool);
+  return value ? value->GetBool() : def;
 }
 
 std::int64_t CData::GetLongLong(Token token, std::int64_t def) const {
-  const std::int64_t position = Exists(token, cdLongLong);
-  return position >= 0 ? elements[position].value.GetLongLong() : def;
+  const CDataValue* const value = Find(token, cdLongLong);
+  return value ? value->GetLongLong() : def;
 }
 
 const CData& CData::Child(Token token) const {

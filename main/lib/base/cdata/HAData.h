@@ -73,6 +73,9 @@ class CData {
   [[nodiscard]] std::int64_t FindByName(std::string_view name) const;
   // Position of the first element of that name if it is of this kind, or -1.
   [[nodiscard]] std::int64_t Exists(Token token, std::uint16_t kind) const;
+  // That element's value, or null.
+  [[nodiscard]] const CDataValue* Find(Token token, std::uint16_t kind) const;
+  [[nodiscard]] CDataValue* Find(Token token, std::uint16_t kind);
 
   // The first element of that name if it is of exactly this kind, else the default.
   [[nodiscard]] std::int32_t GetInt(Token token, std::int32_t def) const;

@@ -15,9 +15,8 @@ constexpr std::int32_t resultVersion = 0x20000;
 constexpr std::int32_t oldestVersion = 0x10000;  // exclusive
 
 CData& MotionsOf(CData& tree) {
-  const std::int64_t position = tree.Exists(Tok::Motions, cdNode);
-  CData* const found =
-      position < 0 ? nullptr : tree.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  CDataValue* const present = tree.Find(Tok::Motions, cdNode);
+  CData* const found = present ? present->GetNode() : nullptr;
   return found ? *found : tree.AddChild(Tok::Motions);
 }
 
@@ -158,9 +157,9 @@ void CVCASimpleMotion::Detect(CData& output, const GrayView& plane, const FrameT
 bool CVCASimpleMotion::VirtualProcess(CData& result, const CData& input, const FrameTime& time) {
   ZT_CHECK_CONFIGURED("VirtualProcess");
   DeriveState();
-  const std::int64_t position = input.Exists(Tok::Motions, cdNode);
-  if (position < 0 || input.GetInt(Tok::Version, 0) <= oldestVersion) return false;
-  const CData* const given = input.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  const CDataValue* const list = input.Find(Tok::Motions, cdNode);
+  if (!list || input.GetInt(Tok::Version, 0) <= oldestVersion) return false;
+  const CData* const given = list->GetNode();
   if (!given) return false;
 
   static const CData empty;

@@ -17,9 +17,8 @@ void CVideoDecoderMJPEG::Configure(const CData& config) {
 }
 
 void CVideoDecoderMJPEG::ConfigureSwap(const CData& config) {
-  const std::int64_t position = config.Exists(Tok::SwapRGB, cdBool);
-  if (position >= 0)
-    Jpeg().SetSwapRGB(config.At(static_cast<std::uint64_t>(position)).value.GetBool());
+  if (const CDataValue* const swap = config.Find(Tok::SwapRGB, cdBool))
+    Jpeg().SetSwapRGB(swap->GetBool());
 }
 
 CJPEGDecoder& CVideoDecoderMJPEG::Jpeg() {
