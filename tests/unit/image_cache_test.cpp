@@ -39,10 +39,10 @@ TEST(ImageCache, ViewsAreThoseOfTheLastFrame) {
   EXPECT_EQ(cache.GetLevelForWidth(99999), 0);
   EXPECT_EQ(cache.GetPlanePointer(1), nullptr);
   FrameRecord dense = frame.record;
-  dense.lumaStride = 6;
+  dense.stride = 6;
   cache.SetFrame(dense);
   EXPECT_EQ(cache.GetPlaneView(0, planeY).stride, 6);
-  EXPECT_EQ(cache.GetPlaneView(0, planeUV).stride, 8);
+  EXPECT_EQ(cache.GetPlaneView(0, planeUV).stride, 6);
   EXPECT_EQ(cache.GetImage(0, planeY)->image.GetScanline(), 6);
 }
 

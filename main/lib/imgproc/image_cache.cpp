@@ -11,11 +11,10 @@ constexpr char source[] = "main/lib/imgproc/image_cache";
 constexpr int planeLine = 151;
 constexpr int levelLine = 184;
 
-std::int64_t StrideOf(std::int64_t width) {
-  return static_cast<std::int64_t>((static_cast<std::uint64_t>(width) + 3) & ~std::uint64_t{3});
-}
-std::int64_t LumaStrideOf(const FrameRecord& frame) {
-  return frame.lumaStride != 0 ? frame.lumaStride : StrideOf(frame.width);
+std::int64_t StrideOf(const FrameRecord& frame) {
+  if (frame.stride != 0) return frame.stride;
+  return static_cast<std::int64_t>((static_cast<std::uint64_t>(frame.width) + 3) &
+                                   ~std::uint64_t{3});
 }
 
 // Half the lines of interleaved pairs fill the front of a plane of full size, densely; the rest is
@@ -62,9 +61,9 @@ GrayView CImageDataCache::GetPlaneView(int level, int plane) const {
   const FrameRecord& record = LevelOf(level);
   switch (plane) {
     case planeY:
-      return {record.width, record.height, record.luma, LumaStrideOf(record)};
+      return {record.width, record.height, record.luma, StrideOf(record)};
     case planeUV:
-      return {record.width, record.height / 2, record.chroma, StrideOf(record.width)};
+      return {record.width, record.height / 2, record.chroma, StrideOf(record)};
     default:
       return {};
   }
@@ -119,7 +118,7 @@ std::shared_ptr<CCachedImage> CImageDataCache::GetImage(int _level, int _plane) 
     unsigned char* const luma =
         _plane == planeY ? const_cast<unsigned char*>(record.luma) : nullptr;
     cached->image.Wrap(record.width, record.height,
-                       std::shared_ptr<unsigned char>(record.owner, luma), LumaStrideOf(record));
+                       std::shared_ptr<unsigned char>(record.owner, luma), StrideOf(record));
     cached->owner = record.owner;
   }
   images.emplace(key, cached);

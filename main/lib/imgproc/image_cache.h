@@ -1,23 +1,15 @@
 #pragma once
 
-#include "main/lib/base/component_repository.h"
 #include "main/lib/base/image_rw.h"
 #include "main/lib/base/synchron_pthread.h"
-#include "main/lib/imgproc/geometry.h"
+#include "main/lib/imgproc/gray_view.h"
+#include "main/lib/imgproc/timestamper.h"
 
 #include <cstdint>
 #include <map>
 #include <memory>
 
-// When a frame was taken. The first two words are those of cameras and stay 0 here.
-struct FrameTime {
-  std::int64_t first = 0;
-  std::int64_t second = 0;
-  std::int64_t timestampMs = 0;  // since 1970-01-01 UTC
-};
-
-// A frame as it is handed to those who analyse it. Rows are as far apart as the width rounded up to
-// a multiple of 4, unless lumaStride says otherwise of the luma plane.
+// A frame as it is handed to those who analyse it.
 struct FrameRecord {
   FrameTime time;
   std::int32_t kind = 0;
@@ -26,7 +18,8 @@ struct FrameRecord {
   const std::uint8_t* luma = nullptr;
   const std::uint8_t* chroma = nullptr;  // pairs of bytes, half the height; may be null
   std::shared_ptr<const void> owner;     // keeps the planes alive, if set
-  std::int64_t lumaStride = 0;           // bytes from row to row; 0 for the width rounded up
+  // Bytes from row to row of both planes; 0 for the width rounded up to a multiple of 4.
+  std::int64_t stride = 0;
 };
 
 enum : int { planeY = 0, planeU = 1, planeV = 2, planeUV = 3 };
@@ -71,13 +64,3 @@ class CImageDataCache {
   FrameRecord frame;
   std::map<std::uint32_t, std::shared_ptr<CCachedImage>> images;
 };
-
-// Times of the client become times of frames. A component, so that it is counted with the others.
-class CTimestamper : public IComponent {
- public:
-  // Wraps, so that every time comes back as it went in.
-  [[nodiscard]] static FrameTime FromClientTime(std::int64_t msSince1601);
-};
-
-// At load, or earlier if asked to; a second call does nothing.
-void RegisterTimestamper();

@@ -1,4 +1,4 @@
-#include "main/lib/imgproc/image_cache.h"
+#include "main/lib/imgproc/timestamper.h"
 
 namespace {
 
@@ -14,6 +14,10 @@ const struct Load {
 FrameTime CTimestamper::FromClientTime(std::int64_t msSince1601) {
   const std::uint64_t since1970 = static_cast<std::uint64_t>(msSince1601) - epochDifferenceMs;
   return {0, 0, static_cast<std::int64_t>(since1970)};
+}
+
+std::uint64_t CTimestamper::ToClientTime(const FrameTime& time) {
+  return static_cast<std::uint64_t>(time.timestampMs) + epochDifferenceMs;
 }
 
 // RegisterDeviceComponents calls this too: from a static archive the linker takes only objects that

@@ -3,9 +3,8 @@
 #include <utility>
 
 void ExportRecord(const ACDataFairy& record, CData& tree, Token key) {
-  const std::int64_t position = tree.Exists(key, cdNode);
-  CData* const found =
-      position < 0 ? nullptr : tree.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  CDataValue* const present = tree.Find(key, cdNode);
+  CData* const found = present ? present->GetNode() : nullptr;
   CData& node = found ? *found : tree.AddChild(key);
   CData values = record.ToCData({});
   for (std::uint64_t i = 0; i < values.Count(); ++i) {

@@ -1,5 +1,6 @@
 #include "include/ztlib.h"
 #include "main/lib/base/frame_manager.h"
+#include "main/lib/base/platform.h"
 #include "main/target/windll/client_pointers.h"
 #include "main/target/windll/device_components.h"
 #include "main/target/windll/image/ztimage.h"

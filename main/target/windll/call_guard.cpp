@@ -1,6 +1,7 @@
 #include "main/target/windll/call_guard.h"
 
 #include "main/lib/base/debug.h"
+#include "main/lib/base/platform.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "main/lib/base/platform.h"
+#include "main/lib/base/floating_point_guard.h"
 
 #include <memory>
 #include <type_traits>

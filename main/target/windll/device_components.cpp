@@ -2,7 +2,7 @@
 
 #include "main/lib/base/component_repository.h"
 #include "main/lib/calib/calibration.h"
-#include "main/lib/imgproc/image_cache.h"
+#include "main/lib/imgproc/timestamper.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include "include/ztlib.h"
 #include "main/lib/base/pixel_format.h"
 #include "main/lib/calib/triangulation.h"
-#include "main/lib/imgproc/scale_down_choice.h"
 #include "main/lib/imgproc/virtual_coordinates.h"
 #include "main/target/windll/client_pointers.h"
 
@@ -11,7 +10,22 @@ namespace {
 
 constexpr char source[] = "main/target/windll/imgproc_api";
 
+// The power of two that brings `lead`, the larger side of a picture, closest to `target`, limited
+// by how often both sides halve evenly. An exact middle stays on the smaller picture. 0 if a size
+// is not positive.
+std::int32_t ChooseScaleDown(std::int64_t target, std::int64_t lead, std::int64_t other) {
+  if (target <= 0 || lead <= 0 || other <= 0) return 0;
+  if (lead < target) return 1;
+  std::int32_t factor = 1;
+  while (lead > target && lead % 2 == 0 && other % 2 == 0) {
+    lead /= 2;
+    other /= 2;
+    factor *= 2;
+  }
+  return target - lead <= 2 * lead - target ? factor : factor / 2;
 }
+
+}  // namespace
 
 int32_t ztlib_getPixelXByVirtualX(int32_t virtualX, int32_t width) {
   return PixelByVirtual(virtualX, width);
@@ -40,7 +54,7 @@ int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int32_t width
     const int sampleDx = GetSampleDx(PixelFormat{format});
     const int sampleDy = GetSampleDy(PixelFormat{format});
     if (sampleDx == 0 || sampleDy == 0)
-      ZT_THROW(CException, "Invalid range", "ztlib_getScaleDownByPixel3", source, __LINE__);
+      ZT_THROW(CException, "Invalid range", "ztlib_getScaleDownByPixel3", source, 43);
     if (width % sampleDx != 0 || height % sampleDy != 0) return 0;
     const int dx = width / sampleDx;
     const int dy = height / sampleDy;

@@ -20,7 +20,7 @@ class CSimpleMotionContext::FrameInCache {
     record.width = plane.width;
     record.height = plane.height;
     record.luma = plane.data;
-    record.lumaStride = plane.stride;
+    record.stride = plane.stride;
     cache.SetFrame(record);
   }
   ~FrameInCache() { cache.DropFrame(); }

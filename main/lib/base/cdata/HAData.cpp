@@ -1,28 +1,17 @@
 #include "main/lib/base/cdata/HAData.h"
 
+#include "main/lib/base/cdata/name_index.h"
 #include "main/lib/base/debug.h"
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <bit>
-#include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <exception>
-#include <memory>
-#include <random>
-#include <string>
-#include <string_view>
-#include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace {
 
 constexpr char source[] = "main/lib/base/cdata/HAData";
+constexpr int tokenLine = 35;
+constexpr int indexLine = 42;
 
 constexpr std::uint64_t firstReserve = 16;
 // Nodes up to this size are scanned.
@@ -32,279 +21,17 @@ constexpr std::uint64_t localKeyBit = std::uint64_t{1} << 63;
 
 [[noreturn]] void ThrowUnknownToken(std::string_view token, const char* function) {
   const std::string message = "Unknown token: " + std::string(token);
-  ZT_THROW(CDataException, message.c_str(), function, source, __LINE__);
+  ZT_THROW(CDataException, message.c_str(), function, source, tokenLine);
 }
 
 [[noreturn]] void ThrowUnknownIndex(std::uint64_t position) {
   char message[64];
   std::snprintf(message, sizeof message, "Unknown index: %llu",
                 static_cast<unsigned long long>(position));
-  ZT_THROW(CDataException, message, "CData::At", source, __LINE__);
+  ZT_THROW(CDataException, message, "CData::At", source, indexLine);
 }
 
 }  // namespace
-
-bool CGuid::IsEmpty() const {
-  return *this == CGuid{};
-}
-
-CGuid CGuid::Generate() {
-  CGuid guid;
-  std::array<std::uint32_t, 4> words;
-  try {
-    std::random_device device;
-    for (std::uint32_t& word : words)
-      word = device();
-  } catch (const std::exception&) {
-    // No source of randomness: at least no two of this process are the same.
-    static std::atomic<std::uint32_t> counter{0};
-    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
-    const auto place = reinterpret_cast<std::uintptr_t>(&guid);
-    words = {static_cast<std::uint32_t>(now), static_cast<std::uint32_t>(ticks),
-             static_cast<std::uint32_t>(place), counter++};
-  }
-  std::memcpy(guid.bytes, words.data(), sizeof guid.bytes);
-  guid.bytes[6] = static_cast<std::uint8_t>((guid.bytes[6] & 0x0F) | 0x40);
-  guid.bytes[8] = static_cast<std::uint8_t>((guid.bytes[8] & 0x3F) | 0x80);
-  return guid;
-}
-
-bool CGuid::Parse(const char* text, CGuid& out) {
-  CGuid read;
-  std::uint8_t* b = read.bytes;
-  if (text == nullptr ||
-      std::sscanf(text,
-                  "%02hhx%02hhx%02hhx%02hhx-%02hhx%02hhx-%02hhX%02hhx-%02hhx%02hhx-"
-                  "%02hhx%02hhx%02hhx%02hhx%02hhx%02hhx",
-                  b, b + 1, b + 2, b + 3, b + 4, b + 5, b + 6, b + 7, b + 8, b + 9, b + 10, b + 11,
-                  b + 12, b + 13, b + 14, b + 15) != 16)
-    return false;
-  out = read;
-  return true;
-}
-
-std::string CGuid::ToString() const {
-  static constexpr char digits[] = "0123456789ABCDEF";
-  std::string text = "{";
-  for (int i = 0; i < 16; ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += digits[bytes[i] >> 4];
-    text += digits[bytes[i] & 15];
-  }
-  return text += '}';
-}
-
-CBinData::CBinData(const void* data, std::uint64_t size) {
-  if (data == nullptr) return;
-  *this = Uninitialised(size);
-  std::memcpy(bytes, data, size);
-}
-
-CBinData CBinData::Wrap(void* data, std::uint64_t size) {
-  CBinData result;
-  result.bytes = static_cast<std::uint8_t*>(data);
-  result.length = data != nullptr ? size : 0;
-  return result;
-}
-
-CBinData CBinData::Uninitialised(std::uint64_t size) {
-  CBinData result;
-  result.owner = std::make_shared_for_overwrite<std::uint8_t[]>(size);
-  result.bytes = result.owner.get();
-  result.length = size;
-  return result;
-}
-
-void CBinData::Resize(std::uint64_t size) {
-  owner = std::make_shared<std::uint8_t[]>(size);
-  bytes = owner.get();
-  length = size;
-  offset = 0;
-}
-
-CDataValue CDataValue::OfString(std::string value) {
-  CDataValue result;
-  new (&result.text) std::string(std::move(value));
-  result.kind = cdString;
-  return result;
-}
-
-CDataValue CDataValue::OfWideString(std::u16string value) {
-  CDataValue result;
-  new (&result.wideText) std::u16string(std::move(value));
-  result.kind = cdWideString;
-  return result;
-}
-
-CDataValue CDataValue::OfByteArray(std::unique_ptr<std::vector<std::uint8_t>> value) {
-  CDataValue result;
-  new (&result.byteArray) std::unique_ptr(std::move(value));
-  result.kind = cdByteArray;
-  return result;
-}
-
-CDataValue CDataValue::OfShortArray(std::unique_ptr<std::vector<std::int16_t>> value) {
-  CDataValue result;
-  new (&result.shortArray) std::unique_ptr(std::move(value));
-  result.kind = cdShortArray;
-  return result;
-}
-
-CDataValue CDataValue::OfGuid(std::unique_ptr<CGuid> value) {
-  CDataValue result;
-  new (&result.guid) std::unique_ptr(std::move(value));
-  result.kind = cdGuid;
-  return result;
-}
-
-CDataValue CDataValue::OfBinary(std::shared_ptr<CBinData> value) {
-  CDataValue result;
-  new (&result.binary) std::shared_ptr(std::move(value));
-  result.kind = cdBinary;
-  return result;
-}
-
-CDataValue CDataValue::OfNode(std::unique_ptr<CData> value) {
-  CDataValue result;
-  new (&result.node) std::unique_ptr(std::move(value));
-  result.kind = cdNode;
-  return result;
-}
-
-CDataValue::CDataValue(const CDataValue& other) : bits(0) {
-  const auto clone = [](const auto& pointer) {
-    using T = std::remove_cvref_t<decltype(*pointer)>;
-    return pointer ? std::make_unique<T>(*pointer) : nullptr;
-  };
-  switch (other.kind) {
-    case cdString:
-      new (&text) std::string(other.text);
-      break;
-    case cdWideString:
-      new (&wideText) std::u16string(other.wideText);
-      break;
-    case cdByteArray:
-      new (&byteArray) std::unique_ptr(clone(other.byteArray));
-      break;
-    case cdShortArray:
-      new (&shortArray) std::unique_ptr(clone(other.shortArray));
-      break;
-    case cdGuid:
-      new (&guid) std::unique_ptr(clone(other.guid));
-      break;
-    case cdBinary:
-      new (&binary) std::shared_ptr(other.binary);
-      break;
-    case cdNode:
-      new (&node) std::unique_ptr(clone(other.node));
-      break;
-    default:
-      bits = other.bits;
-  }
-  kind = other.kind;
-}
-
-void CDataValue::TakeOwned(CDataValue& other) noexcept {
-  switch (other.kind) {
-    case cdString:
-      new (&text) std::string(std::move(other.text));
-      break;
-    case cdWideString:
-      new (&wideText) std::u16string(std::move(other.wideText));
-      break;
-    case cdByteArray:
-      new (&byteArray) std::unique_ptr(std::move(other.byteArray));
-      break;
-    case cdShortArray:
-      new (&shortArray) std::unique_ptr(std::move(other.shortArray));
-      break;
-    case cdGuid:
-      new (&guid) std::unique_ptr(std::move(other.guid));
-      break;
-    case cdBinary:
-      new (&binary) std::shared_ptr(std::move(other.binary));
-      break;
-    case cdNode:
-      new (&node) std::unique_ptr(std::move(other.node));
-      break;
-  }
-  kind = other.kind;
-  other.Destroy();
-  other.bits = 0;
-}
-
-void CDataValue::DestroyOwned() noexcept {
-  switch (kind) {
-    case cdString:
-      std::destroy_at(&text);
-      break;
-    case cdWideString:
-      std::destroy_at(&wideText);
-      break;
-    case cdByteArray:
-      std::destroy_at(&byteArray);
-      break;
-    case cdShortArray:
-      std::destroy_at(&shortArray);
-      break;
-    case cdGuid:
-      std::destroy_at(&guid);
-      break;
-    case cdBinary:
-      std::destroy_at(&binary);
-      break;
-    case cdNode:
-      std::destroy_at(&node);
-      break;
-  }
-}
-
-// A hash multimap from the hash of a name to the positions of the elements. The chain of a bucket
-// is in ascending order, so that a search meets the first position first.
-class CData::CDataIndex {
- public:
-  explicit CDataIndex(std::uint64_t elementCount)
-      : buckets(std::bit_ceil(elementCount * 3 / 2)), links(elementCount) {}
-
-  // Positions are entered in ascending order; those of elements without a name are left out.
-  void Enter(std::uint64_t hash, std::uint64_t position) {
-    if (position >= links.size()) links.resize(position + 1);
-    links[position] = {hash, end};
-    Bucket& bucket = BucketOf(hash);
-    (bucket.first == end ? bucket.first : links[bucket.last].next) = position;
-    bucket.last = position;
-  }
-  // The load factor stays at 1 or below.
-  [[nodiscard]] bool IsFull() const { return links.size() > buckets.size(); }
-
-  // The first position with this hash that `matches`, or -1.
-  template <class Matches>
-  [[nodiscard]] std::int64_t Find(std::uint64_t hash, Matches matches) const {
-    for (std::uint64_t at = BucketOf(hash).first; at != end; at = links[at].next)
-      if (links[at].hash == hash && matches(at)) return static_cast<std::int64_t>(at);
-    return -1;
-  }
-
- private:
-  static constexpr std::uint64_t end = UINT64_MAX;
-  struct Bucket {
-    std::uint64_t first = end;
-    std::uint64_t last = end;
-  };
-  struct Link {
-    std::uint64_t hash = 0;
-    std::uint64_t next = end;
-  };
-
-  [[nodiscard]] Bucket& BucketOf(std::uint64_t hash) { return buckets[hash % buckets.size()]; }
-  [[nodiscard]] const Bucket& BucketOf(std::uint64_t hash) const {
-    return buckets[hash % buckets.size()];
-  }
-
-  std::vector<Bucket> buckets;
-  std::vector<Link> links;  // by position
-};
 
 CData::CData() = default;
 
@@ -452,24 +179,33 @@ std::int64_t CData::Exists(Token token, std::uint16_t kind) const {
   return position >= 0 && elements[position].value.GetKind() == kind ? position : -1;
 }
 
+const CDataValue* CData::Find(Token token, std::uint16_t kind) const {
+  const std::int64_t position = Exists(token, kind);
+  return position >= 0 ? &elements[static_cast<std::size_t>(position)].value : nullptr;
+}
+
+CDataValue* CData::Find(Token token, std::uint16_t kind) {
+  return const_cast<CDataValue*>(std::as_const(*this).Find(token, kind));
+}
+
 std::int32_t CData::GetInt(Token token, std::int32_t def) const {
-  const std::int64_t position = Exists(token, cdInt);
-  return position >= 0 ? elements[position].value.GetInt() : def;
+  const CDataValue* const value = Find(token, cdInt);
+  return value ? value->GetInt() : def;
 }
 
 double CData::GetDouble(Token token, double def) const {
-  const std::int64_t position = Exists(token, cdDouble);
-  return position >= 0 ? elements[position].value.GetDouble() : def;
+  const CDataValue* const value = Find(token, cdDouble);
+  return value ? value->GetDouble() : def;
 }
 
 bool CData::GetBool(Token token, bool def) const {
-  const std::int64_t position = Exists(token, cdBool);
-  return position >= 0 ? elements[position].value.GetBool() : def;
+  const CDataValue* const value = Find(token, cdBool);
+  return value ? value->GetBool() : def;
 }
 
 std::int64_t CData::GetLongLong(Token token, std::int64_t def) const {
-  const std::int64_t position = Exists(token, cdLongLong);
-  return position >= 0 ? elements[position].value.GetLongLong() : def;
+  const CDataValue* const value = Find(token, cdLongLong);
+  return value ? value->GetLongLong() : def;
 }
 
 const CData& CData::Child(Token token) const {

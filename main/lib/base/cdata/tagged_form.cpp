@@ -1,3 +1,5 @@
+#include "main/lib/base/cdata/tagged_form.h"
+
 #include "main/lib/base/byte_io.h"
 #include "main/lib/base/cdata/HAData.h"
 

@@ -14,8 +14,8 @@ constexpr char source[] = "main/lib/base/fairy/fairy_container";
 
 // The node under a token, or null: absent, of another kind or without payload.
 const CData* FindNode(const CData& data, Token token) {
-  const std::int64_t position = data.Exists(token, cdNode);
-  return position < 0 ? nullptr : data.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  const CDataValue* const found = data.Find(token, cdNode);
+  return found ? found->GetNode() : nullptr;
 }
 
 void WriteEntry(CData& list, const std::shared_ptr<CData>& entry) {

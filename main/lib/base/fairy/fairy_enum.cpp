@@ -41,9 +41,9 @@ void CEnumerationBase::ToCData(Token token, CData& data, const AFairyAccessFilte
 }
 
 void CEnumerationBase::FromCData(Token token, const CData& data) {
-  const std::int64_t position = data.Exists(token, cdString);
-  if (position < 0) return;
-  const std::string& name = data.At(static_cast<std::uint64_t>(position)).value.GetString();
+  const CDataValue* const found = data.Find(token, cdString);
+  if (!found) return;
+  const std::string& name = found->GetString();
   for (const CEnumerationEntry& entry : entries) {
     if (name != entry.name) continue;
     value = entry.value;

@@ -53,9 +53,9 @@ bool CTUTCTime::Parse(std::string_view text, std::uint64_t& msSince1601) {
 }
 
 void CTUTCTime::FromCData(Token token, const CData& data) {
-  const std::int64_t position = data.Exists(token, cdDouble);
-  if (position < 0) return TCFairyValueItem::FromCData(token, data);
-  const double number = data.At(static_cast<std::uint64_t>(position)).value.GetDouble();
+  const CDataValue* const found = data.Find(token, cdDouble);
+  if (!found) return TCFairyValueItem::FromCData(token, data);
+  const double number = found->GetDouble();
   if (number >= 0 && number < 0x1p64)
     value = static_cast<std::uint64_t>(number);
   else if (number >= -0x1p63 && number < 0)

@@ -2,7 +2,7 @@
 
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/image_rw.h"
-#include "main/lib/imgproc/geometry.h"
+#include "main/lib/imgproc/gray_view.h"
 #include "main/lib/imgproc/mask.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "main/lib/base/cdata/HAData.h"
-#include "main/lib/imgproc/geometry.h"
+#include "main/lib/imgproc/gray_view.h"
 #include "main/lib/imgproc/mask.h"
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 

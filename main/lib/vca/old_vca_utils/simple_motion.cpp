@@ -13,13 +13,10 @@ constexpr int preferredWidth = 160;
 constexpr long long fixedRestoreDelayMs = 3000;
 constexpr std::int32_t resultVersion = 0x20000;
 constexpr std::int32_t oldestVersion = 0x10000;  // exclusive
-// From 1970 to 1601.
-constexpr std::uint64_t epochOffsetMs = 11644473600000U;
 
 CData& MotionsOf(CData& tree) {
-  const std::int64_t position = tree.Exists(Tok::Motions, cdNode);
-  CData* const found =
-      position < 0 ? nullptr : tree.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  CDataValue* const present = tree.Find(Tok::Motions, cdNode);
+  CData* const found = present ? present->GetNode() : nullptr;
   return found ? *found : tree.AddChild(Tok::Motions);
 }
 
@@ -49,7 +46,7 @@ int CVCASimpleMotion::ChooseResolutionLevel(int current) const {
   if (imageCache->GetSize(level).width > preferredWidth && level < imageCache->GetMaxLevel()) {
     ++level;
     const Size size = imageCache->GetSize(level);
-    ZT_LOG(4, source, __LINE__, "DETECTORS: Motion detection resolution: %dx%d",
+    ZT_LOG(4, source, 52, "DETECTORS: Motion detection resolution: %dx%d",
            static_cast<int>(size.width), static_cast<int>(size.height));
   }
   return level;
@@ -79,7 +76,7 @@ CResultRecord CVCASimpleMotion::VirtualConfigure() {
   resolutionLevel = ChooseResolutionLevel(noLevel);
   if (resolutionLevel == noLevel) {
     constexpr char text[] = "Error during simple motion configuration: no suitable resolution!";
-    ZT_LOG(4, source, __LINE__, text);
+    ZT_LOG(4, source, 82, text);
     return {resultFailure, "", text};
   }
   if (configuration.restoreDelayMs.Contains(fixedRestoreDelayMs))
@@ -90,8 +87,7 @@ CResultRecord CVCASimpleMotion::VirtualConfigure() {
   for (std::uint64_t i = 0; i < items.Count(); ++i) {
     detectors.push_back(std::make_unique<CSingleSimpleMotion>());
     if (!detectors.back()->Configure(std::move(*items.At(i).value.GetNode()), size)) {
-      ZT_LOG(4, source, __LINE__,
-             "Error during simple motion configuration: no suitable resolution!");
+      ZT_LOG(4, source, 93, "Error during simple motion configuration: no suitable resolution!");
       return {resultFailure, "", "Error during simple motion configuration"};
     }
   }
@@ -119,7 +115,7 @@ CResultRecord CVCASimpleMotion::Process(CData& output) {
   }
   if (resolutionLevel == noLevel) {
     constexpr char text[] = "Error during simple motion process: no suitable resolution!";
-    ZT_LOG(4, source, __LINE__, text);
+    ZT_LOG(4, source, 122, text);
     return {resultFailure, "", text};
   }
   DeriveState();
@@ -145,7 +141,7 @@ void CVCASimpleMotion::Detect(CData& output, const GrayView& plane, const FrameT
   output.AddDouble(Tok::AlarmPercent, alarmPercent);
   output.AddDouble(Tok::DetectPercent, detectPercent);
   output.AddInt(Tok::Version, resultVersion);
-  output.AddTime(Tok::TimestampMs, static_cast<std::uint64_t>(time.timestampMs) + epochOffsetMs);
+  output.AddTime(Tok::TimestampMs, CTimestamper::ToClientTime(time));
   output.AddBool(Tok::Predicted, false);
   CData& resolution = output.AddChild(Tok::Resolution);
   resolution.AddInt(Tok::Width, static_cast<std::int32_t>(plane.width));
@@ -155,15 +151,15 @@ void CVCASimpleMotion::Detect(CData& output, const GrayView& plane, const FrameT
 // The blank in the condition is part of the text that is logged.
 // clang-format off
 #define ZT_CHECK_CONFIGURED(function) \
-  ZT_MUST_BE_FALSE(! IsConfigured(), function, source, __LINE__)
+  ZT_MUST_BE_FALSE(! IsConfigured(), function, source, 162)
 // clang-format on
 
 bool CVCASimpleMotion::VirtualProcess(CData& result, const CData& input, const FrameTime& time) {
   ZT_CHECK_CONFIGURED("VirtualProcess");
   DeriveState();
-  const std::int64_t position = input.Exists(Tok::Motions, cdNode);
-  if (position < 0 || input.GetInt(Tok::Version, 0) <= oldestVersion) return false;
-  const CData* const given = input.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  const CDataValue* const list = input.Find(Tok::Motions, cdNode);
+  if (!list || input.GetInt(Tok::Version, 0) <= oldestVersion) return false;
+  const CData* const given = list->GetNode();
   if (!given) return false;
 
   static const CData empty;

@@ -27,8 +27,8 @@ std::int32_t FullArea(const Size& size) {
 }
 
 const CData* NodeOf(const CData& tree, Token token) {
-  const std::int64_t position = tree.Exists(token, cdNode);
-  return position < 0 ? nullptr : tree.At(static_cast<std::uint64_t>(position)).value.GetNode();
+  const CDataValue* const found = tree.Find(token, cdNode);
+  return found ? found->GetNode() : nullptr;
 }
 
 }  // namespace
@@ -116,16 +116,14 @@ bool CSingleSimpleMotion::ProcessAndDecide(CData& result, const GrayView& image,
 float CSingleSimpleMotion::VirtualProcess(CData&, const CData& item) {
   ZT_CHECK_CONFIGURED("VirtualProcess");
   state = running;
-  const std::int64_t position = item.Exists(Tok::Motion, cdBinary);
-  if (position < 0) return 0.0F;
-  const std::shared_ptr<CBinData>& blob =
-      item.At(static_cast<std::uint64_t>(position)).value.GetBinary();
-  if (!blob) return 0.0F;
+  const CDataValue* const found = item.Find(Tok::Motion, cdBinary);
+  if (!found || !found->GetBinary()) return 0.0F;
+  const std::shared_ptr<CBinData>& blob = found->GetBinary();
 
   const CMotionBlobView view(*blob);
   const bool masked = mask.GetArea() != 0;
   if (!view.IsKnown() || (masked && !view.IsWhole())) {
-    ZT_LOG(1, source, __LINE__, "Unknown motion image!");
+    ZT_LOG(1, source, 128, "Unknown motion image!");
     return 0.0F;
   }
   const Size size = view.GetSize();

@@ -6,6 +6,9 @@
 
 namespace {
 
+constexpr std::size_t formatOffset = 24;
+static_assert(formatOffset + sizeof(FrameHeader::format) == FrameHeader::formatEnd);
+
 // Calls `field` with the offset and the member of every field of the wire layout.
 template <class Header, class Field>
 void ForEachField(Header& header, Field&& field) {
@@ -13,7 +16,7 @@ void ForEachField(Header& header, Field&& field) {
   field(4, header.totalSize);
   field(8, header.headerSize);
   field(16, header.timestamp);
-  field(24, header.format);
+  field(formatOffset, header.format);
   field(26, header.differential);
   field(28, header.refresh);
   field(30, header.addedHeaderMark);
@@ -44,7 +47,7 @@ void FrameHeader::Write(std::span<std::uint8_t, size> target) const {
 }
 
 std::int16_t ReadVideoFormat(std::span<const std::uint8_t> frame) {
-  return FrameHeader::Read(frame.first(FrameHeader::formatEnd)).format;
+  return LoadLE<std::int16_t>(&frame[formatOffset]);
 }
 
 FrameInfo ReadFrameInfo(std::span<const std::uint8_t> frame) {

@@ -22,7 +22,6 @@ enum FrameType : std::uint32_t {
   frameTypeReference = 5    // changed blocks, which also become the reference
 };
 
-// The header of every coded frame. docs/formats.md has the table of its bytes.
 struct FrameHeader {
   static constexpr std::uint32_t size = 112;
   // Enough of a frame to know its video format.
@@ -59,7 +58,8 @@ struct FrameHeader {
   void Write(std::span<std::uint8_t, size> target) const;
 };
 
-// The video format of a frame of at least formatEnd bytes.
+// The video format of a frame of at least formatEnd bytes: all of the header that decides who
+// decodes it.
 [[nodiscard]] std::int16_t ReadVideoFormat(std::span<const std::uint8_t> frame);
 
 // What clients learn about a frame without decoding it.

@@ -22,10 +22,10 @@ LayeredHeader LayeredHeader::Read(std::span<const std::uint8_t, size> bytes) {
   return header;
 }
 
-std::optional<std::span<const std::uint8_t>> CodedPictureOf(std::span<const std::uint8_t> frame) {
+std::optional<std::span<const std::uint8_t>> CodedPictureOf(std::span<const std::uint8_t> frame,
+                                                            const FrameHeader& header) {
   if (frame.size() < FrameHeader::size) return std::nullopt;
-  const std::uint64_t at =
-      std::uint64_t{FrameHeader::size} + LayeredListSize(FrameHeader::Read(frame));
+  const std::uint64_t at = std::uint64_t{FrameHeader::size} + LayeredListSize(header);
   if (at > frame.size() || frame.size() - at < LayeredHeader::size) return std::nullopt;
   return frame.subspan(at);
 }

@@ -38,6 +38,7 @@ struct LayeredHeader {
   return header.format == videoFormatLayeredDiff && header.differential != 0 ? header.listSize : 0;
 }
 
-// A layered frame from its second header to its end. Nothing if the frame ends before.
+// A layered frame from its second header to its end. Nothing if the frame ends before. `header` is
+// the one that the frame begins with.
 [[nodiscard]] std::optional<std::span<const std::uint8_t>> CodedPictureOf(
-    std::span<const std::uint8_t> frame);
+    std::span<const std::uint8_t> frame, const FrameHeader& header);

@@ -48,8 +48,9 @@ void LayeredPicture::Refuse() const {
   ZT_THROW(CException, "Invalid range", "Decode", source, 45);
 }
 
-void LayeredPicture::Open(Bytes frame, std::int32_t newScale, PixelFormat newFormat) {
-  const auto picture = CodedPictureOf(frame);
+void LayeredPicture::Open(Bytes frame, const FrameHeader& frameHeader, std::int32_t newScale,
+                          PixelFormat newFormat) {
+  const auto picture = CodedPictureOf(frame, frameHeader);
   if (!picture) Refuse();
   coded = *picture;
   header = LayeredHeader::Read(coded.first<LayeredHeader::size>());

@@ -24,9 +24,10 @@ class LayeredPicture {
   // `source` is where exceptions come from.
   explicit LayeredPicture(const char* source) : source(source) {}
 
-  // Takes the picture of a frame that is to be drawn at 1 / scale. The frame's bytes must stay
-  // until Draw. Throws "Invalid range" if frame and header contradict each other.
-  void Open(std::span<const std::uint8_t> frame, std::int32_t scale, PixelFormat format);
+  // Takes the picture of a frame, whose header is given, to draw it at 1 / scale. The frame's bytes
+  // must stay until Draw. Throws "Invalid range" if frame and header contradict each other.
+  void Open(std::span<const std::uint8_t> frame, const FrameHeader& frameHeader, std::int32_t scale,
+            PixelFormat format);
 
   // Draws it into `out`, which has format and size; what no whole macroblock covers stays as it is.
   // Nothing is drawn by unknown tables or at a scale other than 1, 2, 4 and 8. Throws

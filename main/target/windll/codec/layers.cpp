@@ -38,7 +38,8 @@ void MarkMissing(std::uint8_t* layeredHeader, std::size_t count) {
 }  // namespace
 
 std::optional<LayerSizes> ReadLayerSizes(Bytes frame) {
-  const auto coded = CodedPictureOf(frame);
+  const FrameHeader frameHeader = FrameHeader::Read(frame);
+  const auto coded = CodedPictureOf(frame, frameHeader);
   if (!coded) return std::nullopt;
   const LayeredHeader header = ReadHeader(*coded);
   LayerSizes sizes;
@@ -47,14 +48,15 @@ std::optional<LayerSizes> ReadLayerSizes(Bytes frame) {
     if (!isMissing && !HasLayer(*coded, header, layer)) return std::nullopt;
     sizes[layer] = header.layerSize[layer];
   }
-  const std::uint64_t first = std::uint64_t{sizes[0]} + LayeredListSize(FrameHeader::Read(frame));
+  const std::uint64_t first = std::uint64_t{sizes[0]} + LayeredListSize(frameHeader);
   if (!FitsSize(first)) return std::nullopt;
   sizes[0] = static_cast<std::uint32_t>(first);
   return sizes;
 }
 
 std::optional<LayerRecords> SplitLayers(Bytes frame) {
-  const auto coded = CodedPictureOf(frame);
+  const FrameHeader frameHeader = FrameHeader::Read(frame);
+  const auto coded = CodedPictureOf(frame, frameHeader);
   if (!coded) return std::nullopt;
   const LayeredHeader header = ReadHeader(*coded);
   const Bytes headers = frame.first(frame.size() - coded->size() + LayeredHeader::size);
@@ -72,7 +74,7 @@ std::optional<LayerRecords> SplitLayers(Bytes frame) {
     out.Write(std::uint64_t{0});
     out.Write(LayeredHeader::layers);
     out.Write(layer);
-    out.Write(std::int32_t{ReadVideoFormat(frame)});
+    out.Write(std::int32_t{frameHeader.format});
     out.Write(std::uint32_t{0});
     out.WriteBytes(lead.data(), lead.size());
     out.WriteBytes(body.data(), body.size());

@@ -17,16 +17,20 @@ void CVideoDecoderMJPEG::Configure(const CData& config) {
 }
 
 void CVideoDecoderMJPEG::ConfigureSwap(const CData& config) {
-  const std::int64_t position = config.Exists(Tok::SwapRGB, cdBool);
-  if (position >= 0)
-    decoder.SetSwapRGB(config.At(static_cast<std::uint64_t>(position)).value.GetBool());
+  if (const CDataValue* const swap = config.Find(Tok::SwapRGB, cdBool))
+    Jpeg().SetSwapRGB(swap->GetBool());
+}
+
+CJPEGDecoder& CVideoDecoderMJPEG::Jpeg() {
+  if (!decoder) decoder = std::make_unique<CJPEGDecoder>();
+  return *decoder;
 }
 
 void CVideoDecoderMJPEG::Decode(CZTImage& out, CBinData& frame) {
   const std::span<const std::uint8_t> bytes(frame.Data(), frame.Size());
   // A frame that ends in its header has an empty stream, which the JPEG layer refuses.
   const auto stream = bytes.subspan(std::min<std::size_t>(FrameHeader::size, bytes.size()));
-  const JpegSize size = decoder.ReadHeader(stream);
+  const JpegSize size = Jpeg().ReadHeader(stream);
   const auto scale = static_cast<std::uint32_t>(activeScale);
   out.CreateBySizeInPixels(pixelFormat, static_cast<int>(size.width / scale),
                            static_cast<int>(size.height / scale));
@@ -36,12 +40,12 @@ void CVideoDecoderMJPEG::Decode(CZTImage& out, CBinData& frame) {
 void CVideoDecoderMJPEG::DecodeStream(CZTImage& picture, std::span<const std::uint8_t> stream) {
   if (!CJPEGDecoder::IsTargetFormat(picture.GetPixelFormat()))
     return DecodeThroughYuv(picture, stream);
-  decoder.Decode(stream,
-                 {.format = picture.GetPixelFormat(),
-                  .pixels = picture.GetPtrAs<std::uint8_t>(),
-                  .width = static_cast<std::uint32_t>(picture.GetDxInPixels()),
-                  .height = static_cast<std::uint32_t>(picture.GetDyInPixels())},
-                 static_cast<std::uint32_t>(activeScale));
+  Jpeg().Decode(stream,
+                {.format = picture.GetPixelFormat(),
+                 .pixels = picture.GetPtrAs<std::uint8_t>(),
+                 .width = static_cast<std::uint32_t>(picture.GetDxInPixels()),
+                 .height = static_cast<std::uint32_t>(picture.GetDyInPixels())},
+                static_cast<std::uint32_t>(activeScale));
 }
 
 void CVideoDecoderMJPEG::DecodeThroughYuv(CZTImage& picture, std::span<const std::uint8_t> stream) {

@@ -3,6 +3,7 @@
 #include "main/target/windll/codec/jpeg_decoder.h"
 #include "main/target/windll/codec/videodecoder_base.h"
 
+#include <memory>
 #include <span>
 
 // Plain video: every frame is one JPEG stream behind the header.
@@ -20,6 +21,9 @@ class CVideoDecoderMJPEG : public CVideoDecoderBase {
   void DecodeThroughYuv(CZTImage& picture, std::span<const std::uint8_t> stream);
   // Takes the flag of red and blue from a configuration that has it.
   void ConfigureSwap(const CData& config);
+  // Made at the first use, which never comes in layered video.
+  [[nodiscard]] CJPEGDecoder& Jpeg();
 
-  CJPEGDecoder decoder;
+ private:
+  std::unique_ptr<CJPEGDecoder> decoder;
 };

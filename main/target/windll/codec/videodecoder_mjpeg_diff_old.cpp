@@ -2,7 +2,6 @@
 
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/debug.h"
-#include "main/target/windll/codec/block_list.h"
 
 #include <limits>
 
@@ -31,15 +30,14 @@ void CVideoDecoderMJPEGDIFF_OLD::Configure(const CData& config) {
 
 void CVideoDecoderMJPEGDIFF_OLD::Decode(CZTImage& out, CBinData& frame) {
   const Bytes bytes(frame.Data(), frame.Size());
-  if (bytes.size() < FrameHeader::size)
-    ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
+  if (bytes.size() < FrameHeader::size) ZT_THROW(CException, "Invalid range", "Decode", source, 35);
   const FrameHeader header = FrameHeader::Read(bytes);
   const bool isKey = header.differential == 0;
   // What is damaged is refused before anything changes.
   if (header.format == GetVideoFormat() && (isKey || HasBlocks(header))) {
     if (!isKey && StripWidth(header) > std::numeric_limits<std::int32_t>::max())
-      ZT_THROW(CException, "Invalid range", "Decode", source, __LINE__);
-    picture.Open(bytes, isKey ? scaleDown : activeScale, pixelFormat);
+      ZT_THROW(CException, "Invalid range", "Decode", source, 41);
+    picture.Open(bytes, header, isKey ? scaleDown : activeScale, pixelFormat);
   }
   CheckFrame(header);
   if (isKey)
@@ -51,25 +49,27 @@ void CVideoDecoderMJPEGDIFF_OLD::Decode(CZTImage& out, CBinData& frame) {
 void CVideoDecoderMJPEGDIFF_OLD::DecodeKey(CZTImage& out, const FrameHeader& header) {
   const SizeInPixels size = ScaledSize(header, scaleDown);
   // A scale that the format cannot have must not stay in force.
-  ResizeBase(size);
+  differential.RequireBase(pixelFormat, size.width, size.height);
   activeScale = scaleDown;
   out.CreateBySizeInPixels(pixelFormat, size.width, size.height);
   picture.Draw(out);
-  CopyPicture(baseImage, out);
+  differential.UpdateBase(out);
 }
 
 void CVideoDecoderMJPEGDIFF_OLD::DecodeDifferential(CZTImage& out, const FrameHeader& header,
                                                     Bytes list) {
-  const SizeInPixels size = ScaledSize(header, activeScale);
-  ResizeBase(size);
-  out.CreateBySizeInPixels(pixelFormat, size.width, size.height);
-  if (!HasBlocks(header)) return CopyPicture(out, baseImage);
+  const auto [width, height] = ScaledSize(header, activeScale);
+  differential.RequireBase(pixelFormat, width, height);
+  out.CreateBySizeInPixels(pixelFormat, width, height);
+  if (!HasBlocks(header)) return differential.CopyBaseTo(out);
   const std::uint64_t stripWidth = StripWidth(header);
   const auto scale = static_cast<std::uint32_t>(activeScale);
-  stripImage.CreateBySizeInPixels(pixelFormat, static_cast<int>(stripWidth / scale),
-                                  static_cast<int>(header.blockSize / scale));
-  picture.Draw(stripImage);
+  CZTImage& strip = differential.MakeStripImage(pixelFormat, static_cast<int>(stripWidth / scale),
+                                                static_cast<int>(header.blockSize / scale));
+  picture.Draw(strip);
   // A strip without rows holds no block, however wide it is.
-  UnpackBlockList(blockList, list, stripImage.GetDy() > 0 ? stripWidth / blockSide : 0);
-  ApplyBlocks(out, PlaneOf(stripImage), frameTypePlain);
+  differential.ReadBlockList(list,
+                             strip.GetDy() > 0 ? stripWidth / DifferentialPicture::blockSide : 0);
+  differential.ApplyBlocks(out, DifferentialPicture::PlaneOf(strip), pixelFormat, activeScale,
+                           frameTypePlain);
 }

@@ -18,8 +18,9 @@ void CVideoDecoderMJPEG_OLD::Configure(const CData& config) {
 
 void CVideoDecoderMJPEG_OLD::Decode(CZTImage& out, CBinData& frame) {
   const std::span<const std::uint8_t> bytes(frame.Data(), frame.Size());
-  picture.Open(bytes, activeScale, pixelFormat);
-  const auto [width, height] = ScaledSize(FrameHeader::Read(bytes), activeScale);
+  const FrameHeader header = FrameHeader::Read(bytes);
+  picture.Open(bytes, header, activeScale, pixelFormat);
+  const auto [width, height] = ScaledSize(header, activeScale);
   out.CreateBySizeInPixels(pixelFormat, width, height);
   picture.Draw(out);
 }

@@ -87,9 +87,8 @@ void CVideoEncoderMJPEGDIFF::Configure(const CData& config) {
   frameCounter = 0xFFFFFFFF;
   keyFrameInterval = GetUnsigned(config, Tok::IFrameInterval, keyFrameInterval);
   bitsPerEntry = bits;
-  if (const std::int64_t at = config.Exists(Tok::IVPixelSensitivity, cdInt); at >= 0)
-    pixelThreshold = ThresholdOf(
-        static_cast<std::uint32_t>(config.At(static_cast<std::uint64_t>(at)).value.GetInt()));
+  if (const CDataValue* const sensitivity = config.Find(Tok::IVPixelSensitivity, cdInt))
+    pixelThreshold = ThresholdOf(static_cast<std::uint32_t>(sensitivity->GetInt()));
   if (const std::uint32_t interval = GetUnsigned(config, Tok::RPFrameInterval, referenceInterval))
     referenceInterval = interval;
   advancedMode = advanced;

@@ -3,45 +3,16 @@
 #include "main/lib/base/debug.h"
 
 namespace {
-
 constexpr char source[] = "main/target/windll/image/ztimage";
-
-// Calls f with the pixel type of the format and gives its result to the base.
-template <class F>
-std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
-  if (!IsPixelFormat(format))
-    ZT_THROW(CException, "Wrong format", "CreateNewImageBase", source, __LINE__);
-  return VisitPixelType(format,
-                        [&](auto tag) -> std::unique_ptr<CZTImageImplBase> { return f(tag); });
-}
-
-}  // namespace
-
-std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format) {
-  return CreateOfType(format, [](auto tag) {
-    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>();
-  });
-}
-
-std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, int dx, int dy) {
-  return CreateOfType(format, [&](auto tag) {
-    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(dx, dy);
-  });
-}
-
-std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, void* frame) {
-  return CreateOfType(format, [&](auto tag) {
-    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(frame);
-  });
 }
 
 CZTImageImplBase& CZTImage::Impl(const char* function) {
-  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, 39);
   return *impl;
 }
 
 const CZTImageImplBase& CZTImage::ConstImpl(const char* function) const {
-  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, __LINE__);
+  if (!impl) ZT_THROW(CException, "Using null-pointer", function, source, 44);
   return *impl;
 }
 
@@ -99,7 +70,7 @@ void CZTImage::SetPixelFormat(PixelFormat format) {
 void CZTImage::ConvertOrMap(PixelFormat format, const CZTImage& from) {
   if (from.IsEmpty()) return Reset();
   if (format == PixelFormat::NONE)
-    ZT_THROW(CException, "Wrong format", "ConvertOrMap", source, __LINE__);
+    ZT_THROW(CException, "Wrong format", "ConvertOrMap", source, 102);
   if (from.GetPixelFormat() != format) {
     impl = from.impl->ConvertToNew(format);
     return;
@@ -111,7 +82,7 @@ void CZTImage::ConvertOrMap(PixelFormat format, const CZTImage& from) {
 void CZTImage::ConvertOrCopy(PixelFormat format, const CZTImage& from) {
   if (from.IsEmpty()) return Reset();
   if (format == PixelFormat::NONE)
-    ZT_THROW(CException, "Wrong format", "ConvertOrCopy", source, __LINE__);
+    ZT_THROW(CException, "Wrong format", "ConvertOrCopy", source, 114);
   if (from.GetPixelFormat() != format)
     impl = from.impl->ConvertToNew(format);
   else
@@ -127,8 +98,8 @@ void CZTImage::Copy(const CZTImage& from) {
 void CZTImage::OverWrite(const CZTImage& from) {
   if (from.IsEmpty()) return Reset();
   if (GetPixelFormat() != from.GetPixelFormat())
-    ZT_THROW(CException, "Wrong format", "OverWrite", source, __LINE__);
+    ZT_THROW(CException, "Wrong format", "OverWrite", source, 130);
   if (GetDxInPixels() != from.GetDxInPixels() || GetDyInPixels() != from.GetDyInPixels())
-    ZT_THROW(CException, "Unknown exception", "OverWrite", source, __LINE__);
+    ZT_THROW(CException, "Unknown exception", "OverWrite", source, 132);
   CopyPixels(*impl, *from.impl);
 }

@@ -132,6 +132,39 @@ void TCZTImageImpl<T>::Reloc(int dx, int dy, const char* function) {
   view.originY += dy;
 }
 
+namespace {
+
+// Calls f with the pixel type of the format and gives its result to the base.
+template <class F>
+std::unique_ptr<CZTImageImplBase> CreateOfType(PixelFormat format, F&& f) {
+  // Clients know this throw by the source of the public image.
+  if (!IsPixelFormat(format))
+    ZT_THROW(CException, "Wrong format", "CreateNewImageBase", "main/target/windll/image/ztimage",
+             13);
+  return VisitPixelType(format,
+                        [&](auto tag) -> std::unique_ptr<CZTImageImplBase> { return f(tag); });
+}
+
+}  // namespace
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format) {
+  return CreateOfType(format, [](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>();
+  });
+}
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, int dx, int dy) {
+  return CreateOfType(format, [&](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(dx, dy);
+  });
+}
+
+std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, void* frame) {
+  return CreateOfType(format, [&](auto tag) {
+    return std::make_unique<TCZTImageImpl<typename decltype(tag)::type>>(frame);
+  });
+}
+
 template class TCZTImageImpl<TBool8>;
 template class TCZTImageImpl<TTGray<unsigned char>>;
 template class TCZTImageImpl<TTRGB<unsigned char>>;
