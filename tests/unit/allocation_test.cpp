@@ -188,6 +188,16 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
   }
 }
 
+// It inherits a JPEG decoder, which would take more blocks than the one of the object.
+TEST_F(Allocation, LayeredVideoMakesNoJpegDecoder) {
+  for (int video : {0, 4}) {
+    const int before = heapCalls;
+    void* decoder = ztlib_decoder_create(video);
+    EXPECT_EQ(heapCalls - before, 1) << video;
+    ztlib_decoder_destroy(&decoder);
+  }
+}
+
 // Frames that announce more than they have and than their picture holds: the picture is that of the
 // frame as it should be, and no block of memory is larger than that is worth.
 TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
