@@ -1,16 +1,16 @@
-#include "client/block_view.h"
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/demo/block_view.h"
+#include "client/demo/html_report.h"
+#include "client/demo/layer_view.h"
+#include "client/demo/moment.h"
+#include "client/demo/motion_view.h"
+#include "client/demo/scene_ground.h"
+#include "client/demo/synthetic_scene.h"
 #include "client/frame_file.h"
-#include "client/html_report.h"
-#include "client/layer_view.h"
 #include "client/media_input.h"
-#include "client/moment.h"
-#include "client/motion_view.h"
 #include "client/picture_io.h"
 #include "client/progress_bar.h"
-#include "client/scene_ground.h"
-#include "client/synthetic_scene.h"
 
 #include <algorithm>
 #include <filesystem>

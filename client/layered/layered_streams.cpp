@@ -1,4 +1,4 @@
-#include "client/layered_streams.h"
+#include "client/layered/layered_streams.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "client/layered_transform.h"
+#include "client/layered/layered_transform.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 
 #include <algorithm>
 #include <cstdlib>

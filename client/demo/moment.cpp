@@ -1,4 +1,4 @@
-#include "client/moment.h"
+#include "client/demo/moment.h"
 
 #include <algorithm>
 #include <cstddef>

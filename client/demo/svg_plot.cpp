@@ -1,4 +1,4 @@
-#include "client/svg_plot.h"
+#include "client/demo/svg_plot.h"
 
 #include "client/text.h"
 

@@ -1,4 +1,4 @@
-#include "client/layered_tables.h"
+#include "client/layered/layered_tables.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,4 +1,4 @@
-#include "client/synthetic_scene.h"
+#include "client/demo/synthetic_scene.h"
 
 #include <algorithm>
 #include <array>

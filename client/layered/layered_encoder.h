@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/layered_body.h"
-#include "client/layered_tables.h"
+#include "client/layered/layered_body.h"
+#include "client/layered/layered_tables.h"
 
 #include <array>
 #include <cstddef>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "client/html_report.h"
-#include "client/moment.h"
-#include "client/synthetic_scene.h"
+#include "client/demo/html_report.h"
+#include "client/demo/moment.h"
+#include "client/demo/synthetic_scene.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "client/scene_ground.h"
+#include "client/demo/scene_ground.h"
 
 #include "client/calibration_view.h"
 #include "client/picture_io.h"

@@ -1,7 +1,7 @@
-#include "client/html_report.h"
+#include "client/demo/html_report.h"
 
+#include "client/demo/svg_plot.h"
 #include "client/frame_header.h"
-#include "client/svg_plot.h"
 #include "client/text.h"
 
 #include <algorithm>

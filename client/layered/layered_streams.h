@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/layered_bytes.h"
-#include "client/layered_transform.h"
+#include "client/layered/layered_bytes.h"
+#include "client/layered/layered_transform.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "client/motion_view.h"
+#include "client/demo/motion_view.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "client/demo/html_report.h"
+#include "client/demo/moment.h"
 #include "client/frame_file.h"
-#include "client/html_report.h"
 #include "client/layer_records.h"
-#include "client/moment.h"
 #include "client/recorder.h"
 
 #include <array>

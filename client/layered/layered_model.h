@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/layered_bytes.h"
+#include "client/layered/layered_bytes.h"
 
 #include <array>
 #include <cstdint>

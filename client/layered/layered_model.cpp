@@ -1,4 +1,4 @@
-#include "client/layered_model.h"
+#include "client/layered/layered_model.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "client/demo/svg_plot.h"
 #include "client/motion_events.h"
 #include "client/statistics.h"
-#include "client/svg_plot.h"
 
 #include <array>
 #include <cstddef>

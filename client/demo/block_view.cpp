@@ -1,4 +1,4 @@
-#include "client/block_view.h"
+#include "client/demo/block_view.h"
 
 #include "client/block_list.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/layered_model.h"
-#include "client/layered_streams.h"
+#include "client/layered/layered_model.h"
+#include "client/layered/layered_streams.h"
 
 #include <cstdint>
 #include <span>

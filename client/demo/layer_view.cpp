@@ -1,4 +1,4 @@
-#include "client/layer_view.h"
+#include "client/demo/layer_view.h"
 
 CLayerView::CLayerView(CMomentMaker& momentMaker, COutputs& outputs, const std::string& path,
                        const CCoder& coder)

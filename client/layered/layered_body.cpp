@@ -1,4 +1,4 @@
-#include "client/layered_body.h"
+#include "client/layered/layered_body.h"
 
 #include <algorithm>
 

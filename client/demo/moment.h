@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/html_report.h"
+#include "client/demo/html_report.h"
 #include "client/picture_file.h"
 #include "client/recorder.h"
 #include "client/scaler.h"

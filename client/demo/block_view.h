@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/html_report.h"
-#include "client/moment.h"
+#include "client/demo/html_report.h"
+#include "client/demo/moment.h"
 
 #include <cstdint>
 #include <span>
