@@ -1,7 +1,7 @@
 #include "client/demo/scene_ground.h"
 
-#include "client/calibration_view.h"
 #include "client/picture_io.h"
+#include "tools/inside/calibration_view.h"
 
 #include <array>
 #include <cmath>

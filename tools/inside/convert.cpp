@@ -1,8 +1,8 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/frame_pool.h"
-#include "client/inside/conversion.h"
 #include "client/picture_io.h"
+#include "tools/inside/conversion.h"
 
 #include <array>
 #include <cerrno>

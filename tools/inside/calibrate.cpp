@@ -1,8 +1,8 @@
-#include "client/calibration_view.h"
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/picture_io.h"
 #include "client/whole_file.h"
+#include "tools/inside/calibration_view.h"
 
 int Calibrate(const CCalibrateOptions& options) {
   std::vector<std::string> inputs = FilesOf(options.picture);

@@ -1,4 +1,4 @@
-#include "client/calibration_view.h"
+#include "tools/inside/calibration_view.h"
 
 #include "client/console.h"
 #include "main/lib/base/logger.h"

@@ -1,4 +1,4 @@
-#include "client/inside/conversion.h"
+#include "tools/inside/conversion.h"
 
 #include "client/frame_pool.h"
 #include "main/lib/base/exceptions.h"
