@@ -1,4 +1,4 @@
-#include "client/arguments.h"
+#include "client/commands.h"
 #include "client/console.h"
 #include "client/interrupt.h"
 #include "client/library.h"
@@ -9,7 +9,13 @@
 
 int main(int count, char** values) {
   try {
-    const CArguments arguments = ParseArguments(count, values);
+    const CArguments arguments = ParseArguments(
+        {.name = "ztclient",
+         .help = "Records, plays and inspects coded frames of ztlib.",
+         .commands = {RecordCommand(), PlayCommand(), LayersCommand(), InfoCommand(),
+                      ConvertCommand(), DemoCommand(), TriangulateCommand(), HistogramCommand(),
+                      MotionCommand(), TreeCommand(), CalibrateCommand()}},
+        count, values);
     if (!arguments.run) return arguments.status;
     WatchInterrupts();
     SplitOutput();

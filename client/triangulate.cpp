@@ -1,5 +1,7 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/mesh.h"
+#include "client/option_values.h"
 #include "client/picture_io.h"
 
 #include <algorithm>
@@ -8,10 +10,18 @@
 #include <cmath>
 #include <fstream>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <set>
 
 namespace {
+
+struct CTriangulateOptions {
+  std::string points;
+  CFrameBox frame{};
+  std::vector<std::array<std::int32_t, 2>> places;
+  std::string png;  // empty: none
+};
 
 constexpr int maxSide = 4096, comfortableSide = 640;
 
@@ -187,8 +197,6 @@ class CHeatMap {
   float least = std::numeric_limits<float>::infinity(), most = -least;
 };
 
-}  // namespace
-
 int Triangulate(const CTriangulateOptions& options) {
   COutputs outputs({options.points}, {options.png});
   const std::vector<CScatteredPoint> points = ReadPoints(options.points);
@@ -205,4 +213,38 @@ int Triangulate(const CTriangulateOptions& options) {
     Print(Output(), options.png + ": " + map.Range() + "\n");
   }
   return 0;
+}
+
+}  // namespace
+
+CCommand TriangulateCommand() {
+  const auto options = std::make_shared<CTriangulateOptions>();
+  return {
+      .name = "triangulate",
+      .help =
+          "Estimate values between points, and draw them with the triangles (which no "
+          "export gives: by the library's static twin)",
+      .options =
+          {{.name = "points",
+            .value = &options->points,
+            .help = "Lines of x,y,value[,value...]",
+            .isRequired = true},
+           {.name = "--rect",
+            .value = [=](const std::string& text) { ParseNumbers("--rect", text, options->frame); },
+            .help = "The frame; its right and bottom edge lie outside",
+            .form = "X0,Y0,X1,Y1",
+            .isRequired = true},
+           {.name = "--at",
+            .value =
+                [=](const std::vector<std::string>& texts) {
+                  for (const std::string& text : texts)
+                    ParseNumbers("--at", text, options->places.emplace_back());
+                },
+            .help = "Print the values there; at the points if neither this nor --png is given",
+            .form = "X,Y ..."},
+           {.name = "--png",
+            .value = &options->png,
+            .help = "Draw the first value over the frame",
+            .form = "FILE"}},
+      .run = [=] { return Triangulate(*options); }};
 }

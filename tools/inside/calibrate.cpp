@@ -1,8 +1,17 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/option_values.h"
 #include "client/picture_io.h"
 #include "client/whole_file.h"
 #include "tools/inside/calibration_view.h"
+
+#include <memory>
+
+namespace {
+
+struct CCalibrateOptions {
+  std::string picture, configuration, picturePng;
+};
 
 int Calibrate(const CCalibrateOptions& options) {
   std::vector<std::string> inputs = FilesOf(options.picture);
@@ -29,4 +38,27 @@ int Calibrate(const CCalibrateOptions& options) {
             (view.HasHeight() ? "reference segments blue; poles of 2 m orange\n"
                               : "no heights: reference segments are missing or tell nothing\n"));
   return 0;
+}
+
+}  // namespace
+
+CCommand CalibrateCommand() {
+  const auto options = std::make_shared<CCalibrateOptions>();
+  return {
+      .name = "calibrate",
+      .help =
+          "Draw what a calibration makes of a picture (no export: by the library's static twin)",
+      .options =
+          {{.name = "picture", .value = &options->picture, .help = pictureHelp, .isRequired = true},
+           {.name = "--config",
+            .value = &options->configuration,
+            .help = "The calibration as JSON, its names being the keys of the tree",
+            .form = "FILE.json",
+            .isRequired = true},
+           {.name = "--out",
+            .value = &options->picturePng,
+            .help = "The picture with the drawing",
+            .form = "FILE.png",
+            .isRequired = true}},
+      .run = [=] { return Calibrate(*options); }};
 }

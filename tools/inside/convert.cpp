@@ -1,6 +1,7 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/frame_pool.h"
+#include "client/option_values.h"
 #include "client/picture_io.h"
 #include "tools/inside/conversion.h"
 
@@ -10,8 +11,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 namespace {
+
+struct CConvertOptions {
+  std::string input, output;  // no output: a name made of the input's
+  int from = -1, to = -1;     // of ztlib_pixel_format
+  int width = 0, height = 0;  // of raw input
+};
 
 constexpr std::array<const char*, 9> names{
     "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
@@ -91,8 +99,6 @@ std::string OutputName(const CConvertOptions& options) {
       .string();
 }
 
-}  // namespace
-
 int Convert(const CConvertOptions& options) {
   const std::string output = OutputName(options);
   COutputs outputs(IsPng(options.input) ? FilesOf(options.input) : std::vector{options.input},
@@ -117,4 +123,41 @@ int Convert(const CConvertOptions& options) {
                        NameOf(options.from), before.width, before.height, output.c_str(),
                        NameOf(options.to), frame->width, frame->height));
   return 0;
+}
+
+}  // namespace
+
+CCommand ConvertCommand() {
+  const auto options = std::make_shared<CConvertOptions>();
+  const auto format = [](const char* name, int& value, const char* help) {
+    CWords words;
+    for (std::size_t i = 0; i < names.size(); ++i)
+      words.emplace(names[i], static_cast<int>(i));
+    return COption{.name = name,
+                   .value = &value,
+                   .help = help,
+                   .form = "bool8|gray|rgb|yuv|yuyv|uyvy|rgbbayer|yuvbayerblock|yuv420block",
+                   .allowed = std::move(words),
+                   .isRequired = true};
+  };
+  return {
+      .name = "convert",
+      .help =
+          "Convert a picture between pixel formats; by the library's code inside of this program, "
+          "as no function of the shared library does that alone",
+      .options = {{.name = "input",
+                   .value = &options->input,
+                   .help = "A .png file, anything else is raw samples",
+                   .isRequired = true},
+                  format("--from", options->from, "Pixel format of the input"),
+                  format("--to", options->to, "Pixel format to convert to"),
+                  {.name = "--size",
+                   .value = SizeParser(options->width, options->height),
+                   .help = "Size of raw input in pixels",
+                   .form = "WxH"},
+                  {.name = "--out",
+                   .value = &options->output,
+                   .help = "A .png file shows the result, anything else gets its samples",
+                   .form = "FILE"}},
+      .run = [=] { return Convert(*options); }};
 }

@@ -2,6 +2,7 @@
 
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/option_values.h"
 #include "client/picture_io.h"
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
@@ -10,10 +11,16 @@
 #include <algorithm>
 #include <fstream>
 #include <limits>
+#include <memory>
 
 #include <nlohmann/json.hpp>
 
 namespace {
+
+struct CHistogramOptions {
+  std::string picture;
+  std::string mask, png;  // empty: none
+};
 
 constexpr int plotWidth = 256, plotHeight = 192;
 
@@ -79,8 +86,6 @@ std::string Bars(const CHistogram& histogram) {
   return text;
 }
 
-}  // namespace
-
 int Histogram(const CHistogramOptions& options) {
   std::vector<std::string> inputs = FilesOf(options.picture);
   inputs.push_back(options.mask);
@@ -104,4 +109,22 @@ int Histogram(const CHistogramOptions& options) {
              picture->width, picture->height, mean, histogram.Median(), low, high) +
             Bars(histogram));
   return 0;
+}
+
+}  // namespace
+
+CCommand HistogramCommand() {
+  const auto options = std::make_shared<CHistogramOptions>();
+  return {
+      .name = "histogram",
+      .help = "Plot the gray values of a picture (no export: by the library's static twin)",
+      .options =
+          {{.name = "picture", .value = &options->picture, .help = pictureHelp, .isRequired = true},
+           {.name = "--mask",
+            .value = &options->mask,
+            .help = "Count inside of these polygons: JSON lists of x and y in turn, 16384 being "
+                    "the picture's width on both axes",
+            .form = "FILE.json"},
+           {.name = "--png", .value = &options->png, .help = "Draw the plot", .form = "FILE"}},
+      .run = [=] { return Histogram(*options); }};
 }
