@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -51,6 +52,8 @@ struct CProgram {
   const char* name;
   const char* help;
   std::vector<CCommand> commands;
+  // Makes what lives as long as a command runs.
+  std::function<std::shared_ptr<void>(bool isVerbose)> open;
 };
 
 // What the line asks for. `run` is empty if it asked for help or was wrong; then `status` is the

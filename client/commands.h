@@ -12,13 +12,10 @@
 [[nodiscard]] CCommand PlayCommand();
 [[nodiscard]] CCommand LayersCommand();
 [[nodiscard]] CCommand InfoCommand();
-[[nodiscard]] CCommand ConvertCommand();
 [[nodiscard]] CCommand DemoCommand();
 [[nodiscard]] CCommand TriangulateCommand();
-[[nodiscard]] CCommand HistogramCommand();
 [[nodiscard]] CCommand MotionCommand();
 [[nodiscard]] CCommand TreeCommand();
-[[nodiscard]] CCommand CalibrateCommand();
 
 // Those that only a client with FFmpeg can run.
 

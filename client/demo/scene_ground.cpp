@@ -1,7 +1,11 @@
 #include "client/demo/scene_ground.h"
 
+#include "client/demo/scratch_folder.h"
 #include "client/picture_io.h"
-#include "tools/inside/calibration_view.h"
+#include "client/platform.h"
+#include "client/text.h"
+#include "client/tree_json.h"
+#include "client/whole_file.h"
 
 #include <array>
 #include <cmath>
@@ -42,20 +46,41 @@ Json Configuration(const CSyntheticScene& scene, int width, int height) {
   return json;
 }
 
+std::string Numbers(CPoint foot, CPoint head) {
+  return Text("%ld,%ld,%ld,%ld", std::lround(foot.x), std::lround(foot.y), std::lround(head.x),
+              std::lround(head.y));
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  COutputs outputs({}, {path});
+  outputs.Write(path,
+                std::span(reinterpret_cast<const std::uint8_t*>(content.data()), content.size()));
+  outputs.Publish();
+}
+
 }  // namespace
 
-CGroundPicture MeasureGround(const CSyntheticScene& scene, std::int64_t index,
-                             const AVFrame& decoded, CMomentMaker& pictures) {
-  const CCalibrationView view(Configuration(scene, decoded.width, decoded.height), scene.Name(),
-                              decoded.width, decoded.height);
+std::optional<CGroundPicture> MeasureGround(const CSyntheticScene& scene, std::int64_t index,
+                                            const AVFrame& decoded, CMomentMaker& pictures) {
+  const CScratchFolder scratch{"picture.png", "calibration.json", "drawn.png", "heights.json"};
+  const std::string picture = scratch.Path("picture.png"), drawn = scratch.Path("drawn.png"),
+                    calibration = scratch.Path("calibration.json"),
+                    heights = scratch.Path("heights.json");
+  WriteFile(picture, pictures.Png(decoded));
+  WriteFile(calibration, Configuration(scene, decoded.width, decoded.height).dump());
+  std::vector<std::string> arguments{"calibrate", picture, "--config", calibration,
+                                     "--out",     drawn,   "--json",   heights};
+  const std::vector<CSyntheticScene::CStanding> people = scene.Standing();
+  for (const CSyntheticScene::CStanding& person : people)
+    arguments.insert(arguments.end(), {"--height", Numbers(person.foot, person.head)});
+  if (RunBeside("ztinside", arguments) != 0) return std::nullopt;
+
   const auto [nearest, farthest] = CSyntheticScene::Roadway();
   CGroundPicture ground{index, 2 * halfWidth, farthest - nearest, markHeight, {}, {}};
-  CCanvas canvas = CanvasOf(decoded);
-  view.Draw(canvas);
-  const auto whole = [](CPoint point) { return CPoint{std::round(point.x), std::round(point.y)}; };
-  for (const CSyntheticScene::CStanding& person : scene.Standing())
-    if (const auto meters = view.Height(whole(person.foot), whole(person.head)))
-      ground.people.push_back({person.meters, *meters});
-  ground.drawnJpeg = pictures.Overview(*PictureOf(canvas));
+  ground.drawnJpeg = pictures.Overview(*ReadPicture(drawn, ZTLIB_RGB));
+  const Json measured = ParseJson(ReadWholeFile(heights), heights).at("heights");
+  for (std::size_t i = 0; i < people.size(); ++i)
+    if (measured.at(i).is_number())
+      ground.people.push_back({people[i].meters, measured.at(i).get<double>()});
   return ground;
 }

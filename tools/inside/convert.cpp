@@ -1,9 +1,11 @@
-#include "client/commands.h"
 #include "client/console.h"
 #include "client/frame_pool.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
-#include "tools/inside/conversion.h"
+#include "client/text.h"
+#include "main/lib/base/exceptions.h"
+#include "main/target/windll/image/ztimage_impl.h"
+#include "tools/inside/commands.h"
 
 #include <array>
 #include <cerrno>
@@ -76,10 +78,23 @@ PoolFramePtr ReadRaw(const CConvertOptions& options) {
   return frame;
 }
 
-CConvertible ConvertFor(const CConvertible& source, const CConvertOptions& options) {
+using Picture = std::shared_ptr<const CZTImageImplBase>;
+
+// Null if the picture has no whole sample of its format.
+const CFrame* FrameOf(const Picture& picture) {
+  return static_cast<const CFrame*>(picture->GetFrame());
+}
+
+Picture Wrap(PoolFramePtr frame, int pixelFormat) {
+  Picture picture = CreateNewImageBase(static_cast<PixelFormat>(pixelFormat), frame.get());
+  static_cast<void>(frame.release());
+  return picture;
+}
+
+Picture ConvertFor(const Picture& source, const CConvertOptions& options) {
   try {
-    return source.ConvertedTo(options.to);
-  } catch (const CLibraryError& failure) {
+    return source->ConvertToNew(static_cast<PixelFormat>(options.to));
+  } catch (const CException& failure) {
     throw CError(Text("%s: %s does not become %s: %s", options.input.c_str(), NameOf(options.from),
                       NameOf(options.to), failure.what()));
   }
@@ -103,22 +118,22 @@ int Convert(const CConvertOptions& options) {
   const std::string output = OutputName(options);
   COutputs outputs(IsPng(options.input) ? FilesOf(options.input) : std::vector{options.input},
                    {output});
-  const CConvertible source(IsPng(options.input) ? ReadPng(options) : ReadRaw(options),
-                            options.from);
-  const CConvertible converted = ConvertFor(source, options);
-  const CFrame* const frame = converted.Frame();
+  const Picture source =
+      Wrap(IsPng(options.input) ? ReadPng(options) : ReadRaw(options), options.from);
+  const Picture converted = ConvertFor(source, options);
+  const CFrame* const frame = FrameOf(converted);
   if (!frame)
     throw CError(
         Text("%s: too small for a sample of %s", options.input.c_str(), NameOf(options.to)));
   if (IsPng(output)) {
     const int shown = ShownFormat(options.to);
-    const CConvertible picture = converted.ConvertedTo(shown);
-    WritePng(outputs, output, *picture.Frame(), *NewPngCoder());
+    const Picture picture = converted->ConvertToNew(static_cast<PixelFormat>(shown));
+    WritePng(outputs, output, *FrameOf(picture), *NewPngCoder());
   } else {
     outputs.Write(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
   }
   outputs.Publish();
-  const CFrame& before = *source.Frame();
+  const CFrame& before = *FrameOf(source);
   Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
                        NameOf(options.from), before.width, before.height, output.c_str(),
                        NameOf(options.to), frame->width, frame->height));
@@ -140,24 +155,21 @@ CCommand ConvertCommand() {
                    .allowed = std::move(words),
                    .isRequired = true};
   };
-  return {
-      .name = "convert",
-      .help =
-          "Convert a picture between pixel formats; by the library's code inside of this program, "
-          "as no function of the shared library does that alone",
-      .options = {{.name = "input",
-                   .value = &options->input,
-                   .help = "A .png file, anything else is raw samples",
-                   .isRequired = true},
-                  format("--from", options->from, "Pixel format of the input"),
-                  format("--to", options->to, "Pixel format to convert to"),
-                  {.name = "--size",
-                   .value = SizeParser(options->width, options->height),
-                   .help = "Size of raw input in pixels",
-                   .form = "WxH"},
-                  {.name = "--out",
-                   .value = &options->output,
-                   .help = "A .png file shows the result, anything else gets its samples",
-                   .form = "FILE"}},
-      .run = [=] { return Convert(*options); }};
+  return {.name = "convert",
+          .help = "Convert a picture between pixel formats",
+          .options = {{.name = "input",
+                       .value = &options->input,
+                       .help = "A .png file, anything else is raw samples",
+                       .isRequired = true},
+                      format("--from", options->from, "Pixel format of the input"),
+                      format("--to", options->to, "Pixel format to convert to"),
+                      {.name = "--size",
+                       .value = SizeParser(options->width, options->height),
+                       .help = "Size of raw input in pixels",
+                       .form = "WxH"},
+                      {.name = "--out",
+                       .value = &options->output,
+                       .help = "A .png file shows the result, anything else gets its samples",
+                       .form = "FILE"}},
+          .run = [=] { return Convert(*options); }};
 }

@@ -1,12 +1,12 @@
 #include "main/lib/imgproc/histogram.h"
 
-#include "client/commands.h"
 #include "client/console.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/imgproc/mask.h"
+#include "tools/inside/commands.h"
 
 #include <algorithm>
 #include <fstream>
@@ -117,7 +117,7 @@ CCommand HistogramCommand() {
   const auto options = std::make_shared<CHistogramOptions>();
   return {
       .name = "histogram",
-      .help = "Plot the gray values of a picture (no export: by the library's static twin)",
+      .help = "Plot the gray values of a picture",
       .options =
           {{.name = "picture", .value = &options->picture, .help = pictureHelp, .isRequired = true},
            {.name = "--mask",
