@@ -70,7 +70,7 @@ style:
 
 lint: all
 	scripts/setup lint
-	git ls-files 'main/*.cpp' 'client/*.cpp' | xargs -P $(JOBS) -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
+	git ls-files 'main/*.cpp' 'client/*.cpp' 'tools/*.cpp' | xargs -P $(JOBS) -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
 
 clean:
 	rm -rf build $(OUT)

@@ -1,5 +1,5 @@
 #include "bench/frame_pool.h"
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "include/ztlib.h"
 #include "tests/support/codec_config.h"
 

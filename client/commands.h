@@ -1,13 +1,23 @@
 #pragma once
 
-#include "client/mesh.h"
+#include "client/command_line.h"
 #include "client/record_settings.h"
 
-#include <array>
 #include <string>
-#include <vector>
 
-// Each command returns the exit status; what stops it is thrown as CError.
+// The commands of ztclient. What one does returns the exit status; what stops it is thrown as
+// CError.
+
+[[nodiscard]] CCommand RecordCommand();
+[[nodiscard]] CCommand PlayCommand();
+[[nodiscard]] CCommand LayersCommand();
+[[nodiscard]] CCommand InfoCommand();
+[[nodiscard]] CCommand DemoCommand();
+[[nodiscard]] CCommand TriangulateCommand();
+[[nodiscard]] CCommand MotionCommand();
+[[nodiscard]] CCommand TreeCommand();
+
+// Those that only a client with FFmpeg can run.
 
 struct CRecordOptions {
   std::string input, output;
@@ -16,39 +26,6 @@ struct CRecordOptions {
 };
 int Record(const CRecordOptions& options);
 
-struct CPlayOptions {
-  std::string input;
-  int scale = 1;
-  int pixels = ZTLIB_RGB;
-  double framesPerSecond = 25;
-  std::string pngFolder, y4m, video;
-  int dropType = -1;  // an EFrameType; -1: none
-  std::int64_t dropEvery = 1;
-};
-int Play(const CPlayOptions& options);
-
-struct CLayersOptions {
-  std::string input, output;  // coded frames
-  std::string folder;         // of the layers' files
-  int layers = 4;             // to be joined, at most
-};
-int ShowLayerSizes(const CLayersOptions& options);
-int SplitRecording(const CLayersOptions& options);
-int JoinRecording(const CLayersOptions& options);
-
-struct CInfoOptions {
-  std::string input;
-  bool isJson = false;
-};
-int Info(const CInfoOptions& options);
-
-struct CConvertOptions {
-  std::string input, output;  // no output: a name made of the input's
-  int from = -1, to = -1;     // of ztlib_pixel_format
-  int width = 0, height = 0;  // of raw input
-};
-int Convert(const CConvertOptions& options);
-
 struct CDemoOptions {
   std::string input;  // empty: the synthetic scene
   std::string folder = "demo";
@@ -56,12 +33,6 @@ struct CDemoOptions {
   CRecordSettings settings;
 };
 int Demo(const CDemoOptions& options);
-
-struct CHistogramOptions {
-  std::string picture;
-  std::string mask, png;  // empty: none
-};
-int Histogram(const CHistogramOptions& options);
 
 struct CMotionOptions {
   std::string input;
@@ -72,22 +43,3 @@ struct CMotionOptions {
   std::string json, pngFolder, video;
 };
 int Motion(const CMotionOptions& options);
-
-struct CTreeOptions {
-  std::string input;
-  bool isCompact = false;
-};
-int Tree(const CTreeOptions& options);
-
-struct CCalibrateOptions {
-  std::string picture, configuration, picturePng;
-};
-int Calibrate(const CCalibrateOptions& options);
-
-struct CTriangulateOptions {
-  std::string points;
-  CFrameBox frame{};
-  std::vector<std::array<std::int32_t, 2>> places;
-  std::string png;  // empty: none
-};
-int Triangulate(const CTriangulateOptions& options);

@@ -6,6 +6,7 @@
 namespace {
 
 std::FILE* output = stdout;
+const char* programName = "";
 
 }  // namespace
 
@@ -29,6 +30,14 @@ void Flush(std::FILE* file) {
   if (std::fflush(file) != 0) throw CError("cannot write to the standard output");
 }
 
+void SetProgramName(const char* name) {
+  programName = name;
+}
+
+const char* ProgramName() {
+  return programName;
+}
+
 void Complain(const std::string& text) {
-  std::fprintf(stderr, "ztclient: %s\n", text.c_str());
+  std::fprintf(stderr, "%s: %s\n", programName, text.c_str());
 }

@@ -14,5 +14,9 @@ void SplitOutput();
 void Print(std::FILE* file, const std::string& text);
 void Flush(std::FILE* file);
 
-// One line on standard error: "ztclient: <text>".
+// What the running program is called in messages; set before any.
+void SetProgramName(const char* name);
+[[nodiscard]] const char* ProgramName();
+
+// One line on standard error: "<program>: <text>".
 void Complain(const std::string& text);

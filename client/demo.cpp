@@ -1,16 +1,16 @@
-#include "client/block_view.h"
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/demo/block_view.h"
+#include "client/demo/html_report.h"
+#include "client/demo/layer_view.h"
+#include "client/demo/moment.h"
+#include "client/demo/motion_view.h"
+#include "client/demo/scene_ground.h"
+#include "client/demo/synthetic_scene.h"
 #include "client/frame_file.h"
-#include "client/html_report.h"
-#include "client/layer_view.h"
 #include "client/media_input.h"
-#include "client/moment.h"
-#include "client/motion_view.h"
 #include "client/picture_io.h"
 #include "client/progress_bar.h"
-#include "client/scene_ground.h"
-#include "client/synthetic_scene.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -144,6 +144,7 @@ int Demo(const CDemoOptions& options) {
   std::vector<CMoment> moments;
   const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
   std::optional<CGroundPicture> ground;
+  bool isGroundMissing = false;
   {
     CProgressBar progress("demo");
     while (recorder.Step()) {
@@ -161,8 +162,10 @@ int Demo(const CDemoOptions& options) {
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
       layerView->Add(index, recorder.Source(), index == 0 || index == recorder.Expected() / 2);
-      if (scene && index == recorder.Expected() / 6)
+      if (scene && index == recorder.Expected() / 6) {
         ground = MeasureGround(*scene, index, plain.Rgb(), momentMaker);
+        isGroundMissing = !ground && !Interrupted();
+      }
       if (IsShown(index, recorder.Expected()))
         moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
                                            differential.Rgb()));
@@ -173,6 +176,8 @@ int Demo(const CDemoOptions& options) {
     ThrowIfInterrupted();
     throw CError(source->Name() + ": no picture in it");
   }
+  if (isGroundMissing)
+    Complain(page + ": without meters in the picture, which need ztinside beside this program");
   if (moments.size() > momentCount) moments.erase(moments.begin());
   const CEncoderSettings& coded = recorder.Coder().Settings();
   const CReport report{

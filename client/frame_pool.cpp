@@ -1,5 +1,6 @@
 #include "client/frame_pool.h"
 
+#include "client/text.h"
 #include "ztlib.h"
 
 #include <algorithm>
@@ -28,14 +29,6 @@ const CSampleShape& ShapeOf(int pixelFormat) {
 CFramePool& CFramePool::Instance() {
   static CFramePool pool;
   return pool;
-}
-
-void CFramePool::Register() {
-  ztlib_registerAVFrameMgr(
-      [](int width, int height, int pixelFormat) -> void* {
-        return Instance().Allocate(width, height, pixelFormat);
-      },
-      [](void* frame) { Instance().Release(static_cast<CFrame*>(frame)); }, nullptr, 0);
 }
 
 CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
@@ -71,4 +64,10 @@ void CFramePool::Release(CFrame* frame) noexcept {
   const std::lock_guard lock(mutex);
   idle.push_back(std::move(owned));
   if (idle.size() > maxIdle) idle.erase(idle.begin());
+}
+
+PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat) {
+  PoolFramePtr frame(CFramePool::Instance().Allocate(width, height, pixelFormat));
+  if (!frame) throw CError(Text("no memory for a picture of %dx%d", width, height));
+  return frame;
 }

@@ -22,9 +22,6 @@ class CFramePool {
 
   static CFramePool& Instance();
 
-  // Makes Instance() the library's frame manager.
-  static void Register();
-
   // Size in pixels, `pixelFormat` one of ztlib_pixel_format. Null refuses: an unknown format, an
   // empty or too large picture, no memory.
   [[nodiscard]] CFrame* Allocate(int width, int height, int pixelFormat) noexcept;
@@ -39,3 +36,11 @@ class CFramePool {
   std::mutex mutex;
   std::vector<FramePtr> idle;  // oldest first
 };
+
+// A new frame of the pool, to be filled.
+struct CPoolDelete {
+  void operator()(CFrame* frame) const { CFramePool::Instance().Release(frame); }
+};
+using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
+// Throws CError if there is no memory.
+[[nodiscard]] PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat);

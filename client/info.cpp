@@ -6,10 +6,16 @@
 
 #include <cinttypes>
 #include <map>
+#include <memory>
 
 #include <nlohmann/json.hpp>
 
 namespace {
+
+struct CInfoOptions {
+  std::string input;
+  bool isJson = false;
+};
 
 struct CTotals {
   std::int64_t frames = 0;
@@ -142,8 +148,6 @@ CSummary ShowJson(CFrameFileReader& reader, const std::string& path) {
   return summary;
 }
 
-}  // namespace
-
 int Info(const CInfoOptions& options) {
   CFrameFileReader reader(options.input);
   const CSummary summary = options.isJson ? ShowJson(reader, options.input) : ShowTable(reader);
@@ -158,4 +162,18 @@ int Info(const CInfoOptions& options) {
   else if (summary.all.frames == 0 && !Interrupted())
     throw CError(options.input + ": no frame in it");
   return reader.Damage() || summary.faults > 0 ? 1 : 0;
+}
+
+}  // namespace
+
+CCommand InfoCommand() {
+  const auto options = std::make_shared<CInfoOptions>();
+  return {.name = "info",
+          .help = "List the frames of a .zts file",
+          .options = {{.name = "input",
+                       .value = &options->input,
+                       .help = "Coded frames (.zts)",
+                       .isRequired = true},
+                      {.name = "--json", .value = &options->isJson, .help = "As JSON"}},
+          .run = [=] { return Info(*options); }};
 }

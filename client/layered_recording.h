@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "client/library.h"
 
 // Codes ZTLIB_UYVY pictures as layered video, which the library has no encoder of.

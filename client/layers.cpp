@@ -6,9 +6,16 @@
 
 #include <cinttypes>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 namespace {
+
+struct CLayersOptions {
+  std::string input, output;  // coded frames
+  std::string folder;         // of the layers' files
+  int layers = 4;             // to be joined, at most
+};
 
 std::string LayerPath(const std::string& folder, std::size_t layer) {
   return (std::filesystem::path(folder) / Text("layer%zu.zts", layer)).string();
@@ -47,8 +54,6 @@ std::vector<std::string> LayerPaths(const std::string& folder) {
     paths.push_back(LayerPath(folder, i));
   return paths;
 }
-
-}  // namespace
 
 int ShowLayerSizes(const CLayersOptions& options) {
   std::array<std::uint64_t, layerCount> totals{};
@@ -137,4 +142,45 @@ int JoinRecording(const CLayersOptions& options) {
              CountText(static_cast<std::int64_t>(others.size()) + 1, "layer").c_str(),
              ByteText(file->Bytes()).c_str()));
   return 0;
+}
+
+}  // namespace
+
+CCommand LayersCommand() {
+  const auto options = std::make_shared<CLayersOptions>();
+  const COption input{.name = "input",
+                      .value = &options->input,
+                      .help = "Layered frames (.zts)",
+                      .isRequired = true};
+  return {
+      .name = "layers",
+      .help = "Take layered video apart, or put it together",
+      .parts = {
+          {.name = "split",
+           .help = "Write each layer to a file of its own",
+           .options = {input,
+                       {.name = "folder",
+                        .value = &options->folder,
+                        .help = "Folder for layer0.zts to layer3.zts",
+                        .isRequired = true}},
+           .run = [=] { return SplitRecording(*options); }},
+          {.name = "join",
+           .help = "Make frames of the first layers",
+           .options = {{.name = "folder",
+                        .value = &options->folder,
+                        .help = "Folder of a split; later layers may be gone",
+                        .isRequired = true},
+                       {.name = "output",
+                        .value = &options->output,
+                        .help = "Layered frames (.zts)",
+                        .isRequired = true},
+                       {.name = "--layers",
+                        .value = &options->layers,
+                        .help = "Take so many layers at most",
+                        .allowed = CLimits{1, 4},
+                        .showsDefault = true}},
+           .run = [=] { return JoinRecording(*options); }},
+          {.name = "sizes", .help = "List the bytes of each layer", .options = {input}, .run = [=] {
+             return ShowLayerSizes(*options);
+           }}}};
 }

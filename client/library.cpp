@@ -1,7 +1,6 @@
 #include "client/library.h"
 
 #include "client/console.h"
-#include "client/frame_pool.h"
 #include "client/tagged_writer.h"
 
 #include <string>
@@ -14,7 +13,11 @@ thread_local std::string failure;
 }  // namespace
 
 CSession::CSession(bool verbose) {
-  CFramePool::Register();
+  ztlib_registerAVFrameMgr(
+      [](int width, int height, int pixelFormat) -> void* {
+        return CFramePool::Instance().Allocate(width, height, pixelFormat);
+      },
+      [](void* frame) { CFramePool::Instance().Release(static_cast<CFrame*>(frame)); }, nullptr, 0);
   ztlib_context_create();
   if (verbose)
     ztlib_registerLogger([](int level, const char* text) {
@@ -41,16 +44,6 @@ void ThrowFailure() {
 void StoreBytes(void* user, const void* data, std::uint32_t size) {
   const auto* bytes = static_cast<const std::uint8_t*>(data);
   static_cast<std::vector<std::uint8_t>*>(user)->assign(bytes, bytes + size);
-}
-
-void CPoolDelete::operator()(CFrame* frame) const {
-  CFramePool::Instance().Release(frame);
-}
-
-PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat) {
-  PoolFramePtr frame(CFramePool::Instance().Allocate(width, height, pixelFormat));
-  if (!frame) throw CError(Text("no memory for a picture of %dx%d", width, height));
-  return frame;
 }
 
 ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "client/frame.h"
 #include "client/frame_header.h"
+#include "client/frame_pool.h"
 #include "client/text.h"
 #include "ztlib.h"
 
@@ -39,13 +39,6 @@ struct CImageDelete {
   void operator()(void* image) const { ztlib_ztimage_destroy(image); }
 };
 using ImagePtr = std::unique_ptr<void, CImageDelete>;
-
-// A new frame of the pool, to be filled and handed to WrapFrame.
-struct CPoolDelete {
-  void operator()(CFrame* frame) const;
-};
-using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
-[[nodiscard]] PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat);
 
 // Makes an image of a filled frame without copying; the image owns the frame from then on.
 [[nodiscard]] ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame);

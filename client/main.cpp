@@ -1,31 +1,13 @@
-#include "client/arguments.h"
-#include "client/console.h"
-#include "client/interrupt.h"
+#include "client/commands.h"
 #include "client/library.h"
-#include "client/output_file.h"
-
-#include <exception>
-#include <new>
+#include "client/program.h"
 
 int main(int count, char** values) {
-  try {
-    const CArguments arguments = ParseArguments(count, values);
-    if (!arguments.run) return arguments.status;
-    WatchInterrupts();
-    SplitOutput();
-#if defined(ZTCLIENT_FFMPEG)
-    av_log_set_level(AV_LOG_QUIET);
-#endif
-    const CSession session(arguments.isVerbose);
-    const int status = arguments.run();
-    Flush(Output());
-    return Interrupted() ? interruptedStatus : status;
-  } catch (const CInterrupted&) {
-    return interruptedStatus;
-  } catch (const std::bad_alloc&) {
-    Complain("out of memory" + KeptRecordings());
-  } catch (const std::exception& error) {
-    Complain(error.what() + KeptRecordings());
-  }
-  return 1;
+  return RunProgram(
+      {.name = "ztclient",
+       .help = "Records, plays and inspects coded frames of ztlib.",
+       .commands = {RecordCommand(), PlayCommand(), LayersCommand(), InfoCommand(), DemoCommand(),
+                    TriangulateCommand(), MotionCommand(), TreeCommand()},
+       .open = [](bool isVerbose) { return std::make_shared<CSession>(isVerbose); }},
+      count, values);
 }

@@ -97,7 +97,7 @@ void COutputFile::Write(std::span<const std::uint8_t> bytes) {
   hasContent = true;
   if (unfinished == EUnfinished::dropped || !doomed) return;
   if (std::fflush(file) != 0) Fail();
-  doomed->Keep("ztclient: " + path + ": interrupted" + KeptText() + "\n");
+  doomed->Keep(std::string(ProgramName()) + ": " + path + ": interrupted" + KeptText() + "\n");
 }
 
 void COutputFile::Write(const std::string& text) {

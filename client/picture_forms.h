@@ -1,7 +1,6 @@
 #pragma once
 
 #include "client/frame.h"
-#include "client/library.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,3 +1,4 @@
+#include "client/console.h"
 #include "client/picture_forms.h"
 #include "client/picture_sink.h"
 #include "client/text.h"
@@ -137,7 +138,8 @@ class CPlaneMaker : public IPlaneMaker {
 
   std::span<const CPlane> Make(const CFrame& picture) override {
     if (picture.width != width || picture.height != height)
-      throw CError("pictures are scaled by FFmpeg, which this ztclient was built without");
+      throw CError(
+          Text("pictures are scaled by FFmpeg, which this %s was built without", ProgramName()));
     luma.clear();
     for (int y = 0; y < height; ++y)
       for (int x = 0; x < width; ++x)
@@ -191,5 +193,6 @@ std::unique_ptr<IPlaneMaker> NewPlaneMaker(const CFrame& first) {
 
 std::unique_ptr<IPictureSink> NewVideoOutput(COutputs&, const std::string& path, double,
                                              EUnfinished) {
-  throw CError(path + ": videos are written by FFmpeg, which this ztclient was built without");
+  throw CError(path + Text(": videos are written by FFmpeg, which this %s was built without",
+                           ProgramName()));
 }

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "client/canvas.h"
-#include "client/library.h"
+#include "client/frame_pool.h"
 #include "client/output_file.h"
 #include "client/picture_forms.h"
+#include "ztlib.h"
 
 #include <string>
 #include <vector>

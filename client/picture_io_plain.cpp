@@ -1,3 +1,4 @@
+#include "client/console.h"
 #include "client/picture_io.h"
 #include "client/whole_file.h"
 
@@ -159,9 +160,10 @@ PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colou
   const std::string file = ReadWholeFile(path);
   CPngReader png;
   if (!png.Read({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()}))
-    throw CError(path +
-                 ": no plain PNG file; others are read by FFmpeg, which this ztclient was "
-                 "built without");
+    throw CError(
+        path +
+        Text(": no plain PNG file; others are read by FFmpeg, which this %s was built without",
+             ProgramName()));
   if (pixelFormat == ZTLIB_GRAY && colour == EColour::refused && png.IsInColour())
     throw ColourError(path);
   PoolFramePtr picture = NewPoolFrame(png.width, png.height, pixelFormat);

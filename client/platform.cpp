@@ -10,13 +10,16 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <process.h>
 #include <windows.h>
 #else
 #include <csignal>
 
 #include <fcntl.h>
 #include <glob.h>
+#include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -93,6 +96,24 @@ BOOL WINAPI HandleConsole(DWORD event) {
 }
 
 }  // namespace
+
+std::optional<int> RunBeside(const std::string& program,
+                             const std::vector<std::string>& arguments) {
+  std::vector<wchar_t> own(32768);
+  GetModuleFileNameW(nullptr, own.data(), static_cast<DWORD>(own.size()));
+  const fs::path path = fs::path(own.data()).parent_path() / (program + ".exe");
+  // The system hands over one line; no name of a file has a quote in it.
+  std::vector<std::wstring> words{L"\"" + path.native() + L"\""};
+  for (const std::string& argument : arguments)
+    words.push_back(L"\"" + fs::path(argument).native() + L"\"");
+  std::vector<const wchar_t*> line;
+  for (const std::wstring& word : words)
+    line.push_back(word.c_str());
+  line.push_back(nullptr);
+  const std::intptr_t status = _wspawnv(_P_WAIT, path.c_str(), line.data());
+  if (status < 0) return std::nullopt;
+  return static_cast<int>(status);
+}
 
 std::optional<CFileId> FileIdOf(const fs::path& path) {
   if (IsDevicePath(path)) return std::nullopt;
@@ -187,7 +208,7 @@ CInterruptibleWait::CInterruptibleWait() = default;
 CInterruptibleWait::~CInterruptibleWait() = default;
 
 void RemoveAtOnce(const fs::path::value_type* path) noexcept {
-  DeleteFileW(path);
+  if (!DeleteFileW(path)) RemoveDirectoryW(path);
 }
 
 void ComplainAtOnce(const char* text) noexcept {
@@ -241,6 +262,25 @@ void InstallRequests(int flags) {
 }
 
 }  // namespace
+
+std::optional<int> RunBeside(const std::string& program,
+                             const std::vector<std::string>& arguments) {
+  std::error_code error;
+  const fs::path path = fs::read_symlink("/proc/self/exe", error).parent_path() / program;
+  std::vector<std::string> words{path.string()};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> line;
+  for (std::string& word : words)
+    line.push_back(word.data());
+  line.push_back(nullptr);
+  pid_t child = 0;
+  if (posix_spawn(&child, path.c_str(), nullptr, nullptr, line.data(), environ) != 0)
+    return std::nullopt;
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0)
+    if (errno != EINTR) return std::nullopt;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
 
 std::optional<CFileId> FileIdOf(const fs::path& path) {
   struct stat information {};
@@ -343,7 +383,7 @@ CInterruptibleWait::~CInterruptibleWait() {
 }
 
 void RemoveAtOnce(const char* path) noexcept {
-  unlink(path);
+  if (unlink(path) != 0) rmdir(path);
 }
 
 void ComplainAtOnce(const char* text) noexcept {

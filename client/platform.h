@@ -10,6 +10,11 @@
 
 // What the systems that the client runs on do each in its own way.
 
+// Runs a program that lies beside the running one, to its end. Its exit status; nothing if there is
+// no such program.
+[[nodiscard]] std::optional<int> RunBeside(const std::string& program,
+                                           const std::vector<std::string>& arguments);
+
 // One for each file, however many names it has.
 struct CFileId {
   std::uint64_t volume = 0, file = 0;
@@ -63,7 +68,7 @@ class CInterruptibleWait {
   CInterruptibleWait& operator=(const CInterruptibleWait&) = delete;
 };
 
-// For signal handlers.
+// For signal handlers. A file, or an empty folder.
 void RemoveAtOnce(const std::filesystem::path::value_type* path) noexcept;
 void ComplainAtOnce(const char* text) noexcept;
 [[noreturn]] void EndAtOnce(int status) noexcept;

@@ -7,8 +7,29 @@
 #include "client/statistics.h"
 
 #include <cinttypes>
+#include <memory>
 
 namespace {
+
+struct CPlayOptions {
+  std::string input;
+  int scale = 1;
+  int pixels = ZTLIB_RGB;
+  double framesPerSecond = 25;
+  std::string pngFolder, y4m, video;
+  int dropType = -1;  // an EFrameType; -1: none
+  std::int64_t dropEvery = 1;
+};
+
+const CWords pixelNames{{"rgb", ZTLIB_RGB},
+                        {"yuv", ZTLIB_YUV},
+                        {"yuyv", ZTLIB_YUYV},
+                        {"uyvy", ZTLIB_UYVY},
+                        {"gray", ZTLIB_GRAY}};
+const CWords typeNames{{"key", frameTypeKey},
+                       {"plain", frameTypePlain},
+                       {"difference", frameTypeDifference},
+                       {"reference", frameTypeReference}};
 
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
@@ -73,8 +94,6 @@ std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, con
     return Text("a width of %d has no whole pairs of pixels, use rgb, yuv or gray", width);
   return failure;
 }
-
-}  // namespace
 
 int Play(const CPlayOptions& options) {
   const bool isStandard = options.y4m == "-";
@@ -146,4 +165,55 @@ int Play(const CPlayOptions& options) {
   if (damaged.Count() > 0) summary += Text(", %" PRId64 " damaged", damaged.Count());
   Print(target, summary + "\n");
   return reader.Damage() || damaged.Count() > 0 ? 1 : 0;
+}
+
+}  // namespace
+
+CCommand PlayCommand() {
+  const auto options = std::make_shared<CPlayOptions>();
+  return {.name = "play",
+          .help = "Decode a .zts file",
+          .options = {{.name = "input",
+                       .value = &options->input,
+                       .help = "Coded frames (.zts)",
+                       .isRequired = true},
+                      {.name = "--scale",
+                       .value = &options->scale,
+                       .help = "Divide width and height",
+                       .allowed = std::vector{1, 2, 4, 8},
+                       .showsDefault = true},
+                      {.name = "--pixels",
+                       .value = &options->pixels,
+                       .help = "Pixel format to decode to; rgb if not given",
+                       .form = "rgb|yuv|yuyv|uyvy|gray",
+                       .allowed = pixelNames},
+                      {.name = "--drop",
+                       .value = &options->dropType,
+                       .help = "Lose the frames of this type",
+                       .form = "plain|difference|reference|key",
+                       .allowed = typeNames},
+                      {.name = "--drop-every",
+                       .value = &options->dropEvery,
+                       .help = "Lose only every Nth of them",
+                       .allowed = CPositive{},
+                       .showsDefault = true,
+                       .needs = "--drop"},
+                      {.name = "--fps",
+                       .value = &options->framesPerSecond,
+                       .help = "Frame rate of the written video",
+                       .allowed = CLimits{0.01, 1000.0},
+                       .showsDefault = true},
+                      {.name = "--png",
+                       .value = &options->pngFolder,
+                       .help = "Write numbered PNG files",
+                       .form = "DIR"},
+                      {.name = "--y4m",
+                       .value = &options->y4m,
+                       .help = "Write YUV4MPEG2, - for standard output",
+                       .form = "FILE|-"},
+                      {.name = "--video",
+                       .value = &options->video,
+                       .help = "Write a video, lossless in .mkv",
+                       .form = "FILE"}},
+          .run = [=] { return Play(*options); }};
 }

@@ -28,7 +28,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Header, CMake package, pkg-config file and documents.")
 set(CPACK_COMPONENT_CLIENT_DESCRIPTION
-    "A sample client that records, plays and inspects coded frames.")
+    "A sample client that records, plays and inspects coded frames, and ztinside beside it.")
 
 # What every package carries under /usr/share/doc.
 set(CHANGELOG_VERSION ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})

@@ -1,4 +1,4 @@
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "fuzz/codec_fuzz.h"
 #include "tests/support/codec_client.h"
 

@@ -12,6 +12,12 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+const std::string inside = "ztinside ";
+
+}  // namespace
+
 std::size_t CRun::ErrorLines() const {
   return static_cast<std::size_t>(std::count(errors.begin(), errors.end(), '\n'));
 }
@@ -42,8 +48,9 @@ void ClientTest::TearDown() {
 }
 
 CRun ClientTest::Run(const std::string& arguments) const {
-  std::string command = std::string("'") + ZTCLIENT + "'";
-  std::string rest = " " + arguments;
+  const bool isInside = arguments.starts_with(inside);
+  std::string command = std::string("'") + (isInside ? ZTINSIDE : ZTCLIENT) + "'";
+  std::string rest = " " + arguments.substr(isInside ? inside.size() : 0);
   for (std::size_t at; (at = rest.find(" @")) != std::string::npos;)
     rest.replace(at, 2, " " + folder.string() + "/");
   command += rest + " >" + Path("stdout") + " 2>" + Path("stderr") + " </dev/null";
@@ -81,7 +88,9 @@ void ClientTest::ExpectErrors(
     const CRun run = Run(arguments);
     EXPECT_EQ(run.status, 1) << arguments;
     EXPECT_EQ(run.ErrorLines(), 1U) << arguments << ": " << run.errors;
-    EXPECT_EQ(run.errors.find("ztclient: "), 0U) << arguments << ": " << run.errors;
+    const bool isInside = std::string(arguments).starts_with(inside);
+    EXPECT_EQ(run.errors.find(isInside ? "ztinside: " : "ztclient: "), 0U)
+        << arguments << ": " << run.errors;
     EXPECT_NE(run.errors.find(text), std::string::npos) << arguments << ": " << run.errors;
   }
 }

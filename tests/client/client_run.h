@@ -40,7 +40,8 @@ class ClientTest : public testing::Test {
   void TearDown() override;
 
   [[nodiscard]] std::string Path(const std::string& name) const { return (folder / name).string(); }
-  // Runs ztclient with these arguments, "@" before a name standing for the folder.
+  // Runs ztclient with these arguments, "@" before a name standing for the folder. Where the first
+  // of them is "ztinside", the others go to that program.
   [[nodiscard]] CRun Run(const std::string& arguments) const;
   [[nodiscard]] nlohmann::json Info(const std::string& name) const;
   // What is played in YUV; the size is that of the demo unless it is given.

@@ -54,9 +54,13 @@ TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
                           "Y1Virtual": 14165, "X2Virtual": 12300, "Y2Virtual": 8943,
                           "X3Virtual": 4000, "Y3Virtual": 8943,
                           "Distance01": 10, "Distance03": 10.0})");
-  const CRun run = Run("calibrate @png/000000.png --config @c.json --out @c.png");
+  const CRun run =
+      Run("ztinside calibrate @png/000000.png --config @c.json --out @c.png --height 9,200,9,150 "
+          "--json @c-heights.json");
   EXPECT_EQ(run.errors, "");
   EXPECT_NE(run.output.find("no heights"), std::string::npos);
+  EXPECT_NE(run.output.find("9,200,9,150: no height\n"), std::string::npos);
+  EXPECT_EQ(ReadText("c-heights.json"), "{\n  \"heights\": [\n    null\n  ]\n}\n");
   ASSERT_EQ(Run("record @c.png @c.zts --quality 100").status, 0);
   const Bytes picture = Play("c.zts").at(0);
   // Yellow on the edge of the rectangle alone: little blue difference.
@@ -273,7 +277,7 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
       {"play @demo-diff.zts --drop all", "--drop"},
       {"play @demo-diff.zts --drop-every 2", "--drop"},
       {"play @demo-diff.zts --pixels gray", "no gray pictures"},
-      {"calibrate @png/000000.png --config @zero.json --out @a.zts", "no calibration"},
+      {"ztinside calibrate @png/000000.png --config @zero.json --out @a.zts", "no calibration"},
       {"demo --out /dev/null/x", "/dev/null/x"},
   });
   EXPECT_FALSE(std::filesystem::exists(Path("a.zts")));
@@ -313,7 +317,7 @@ TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
   }
   const auto barsOf = [this](const std::string& more) {
     std::vector<int> bars;
-    std::istringstream lines(Run("histogram @png/000003.png" + more).output);
+    std::istringstream lines(Run("ztinside histogram @png/000003.png" + more).output);
     int pixels = 0;
     for (std::string line; std::getline(lines, line);)
       if (std::sscanf(line.c_str(), "%*d to %*d %d", &pixels) == 1) bars.push_back(pixels);
@@ -325,7 +329,7 @@ TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
   EXPECT_EQ(barsOf(" --mask @mask.json"), left);
   for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
     WriteText("mask.json", mask);
-    ExpectErrors({{"histogram @png/000003.png --mask @mask.json", "mask.json"}});
+    ExpectErrors({{"ztinside histogram @png/000003.png --mask @mask.json", "mask.json"}});
   }
 }
 
@@ -341,7 +345,10 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
   EXPECT_EQ(Run(command).output.substr(0, 16), "0,0,0,7\n3,0,6,7\n");
   EXPECT_NE(Run(command + " --png @field.png").output.find("field.png: -11 to "),
             std::string::npos);
+  EXPECT_EQ(Run("ztinside mesh @points.csv --rect 0,0,12,12 --out @mesh.png").status, 0);
   EXPECT_EQ(ReadBytes(Path("field.png")).at(1), 'P');
+  EXPECT_EQ(ReadBytes(Path("mesh.png")).at(1), 'P');
+  EXPECT_NE(ReadBytes(Path("field.png")), ReadBytes(Path("mesh.png")));
   ExpectErrors({{"triangulate @points.csv", "--rect is required"},
                 {"triangulate @points.csv --rect 0,0,9,9 --at 4", "--at"},
                 {"triangulate @points.csv --rect 0,0,9,9 --at 4,x", "--at"},
@@ -350,9 +357,24 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
                 {"triangulate @wrong.csv --rect 0,0,9,9", "wrong.csv:1: is no point"}});
 }
 
-// The exports come from the shared library; the static twin gives none of its own.
-TEST_F(ClientTest, TheTwinInsideHasNoExports) {
-  EXPECT_EQ(std::system("! nm '" ZTCLIENT "' | grep -E ' [TtDdBb] (ztlib_|idct8x8)'"), 0);
+// The exports come from the shared library, what they do not reach from the static twin.
+TEST_F(ClientTest, NoProgramHoldsTheLibraryTwice) {
+  EXPECT_EQ(
+      std::system("! nm -C '" ZTCLIENT "' | grep -E ' [TtDdBb] (ztlib_|idct8x8|CCalibrator)'"), 0);
+  EXPECT_EQ(std::system("! readelf -d '" ZTINSIDE "' | grep libztlib"), 0);
+}
+
+TEST_F(ClientTest, ADemoWithoutItsNeighbourLeavesThatSectionOut) {
+  std::filesystem::create_directory(Path("alone"));
+  std::filesystem::copy_file(ZTCLIENT, Path("alone/ztclient"));
+  ASSERT_EQ(
+      std::system(("'" + Path("alone/ztclient") + "' demo --frames 12 --size 320x240 --out '" +
+                   Path("alone") + "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'")
+                      .c_str()),
+      0);
+  EXPECT_NE(ReadText("stderr").find("need ztinside beside this program"), std::string::npos);
+  EXPECT_EQ(ReadText("alone/report.html").find("Meters in the picture"), std::string::npos);
+  EXPECT_NE(ReadText("report.html").find("Meters in the picture"), std::string::npos);
 }
 
 }  // namespace

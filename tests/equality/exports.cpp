@@ -1,6 +1,6 @@
 // A fixed set of inputs through every export, as a client that runs with all floating-point
 // exceptions unmasked.
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "tests/equality/steps.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/jpeg_reference.h"

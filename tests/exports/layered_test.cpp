@@ -1,5 +1,5 @@
 // Layered video through the exports, beside a plain decoder and the encoder of the client.
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "tests/support/codec_client.h"
 #include "tests/support/export_fixture.h"
 #include "tests/support/jpeg_reference.h"

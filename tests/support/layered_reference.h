@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/layered_tables.h"
+#include "client/layered/layered_tables.h"
 #include "include/ztlib.h"
 #include "tests/support/pixel_model.h"
 

@@ -1,4 +1,4 @@
-#include "client/layered_encoder.h"
+#include "client/layered/layered_encoder.h"
 #include "main/lib/calib/calibrator3d.h"
 #include "tests/support/calibration_tree.h"
 #include "tests/support/codec_client.h"

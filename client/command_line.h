@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+// The command line of a program as tables: for each command what may stand behind it, and where
+// that goes.
+
+// Words that stand for numbers; letter case does not count.
+using CWords = std::map<std::string, int>;
+struct CPositive {};
+template <class T>
+struct CLimits {
+  T least, most;
+};
+
+struct COption {
+  using Parse = std::function<void(const std::string&)>;
+  using ParseAll = std::function<void(const std::vector<std::string>&)>;
+
+  // "input" is a word at its place, "--size" an option; "!--no-keys" clears a flag. A bool is a
+  // flag. What a function gets may be refused by a CError.
+  const char* name;
+  std::variant<std::string*, int*, std::int64_t*, double*, bool*, Parse, ParseAll> value;
+  const char* help;
+
+  const char* form = nullptr;  // stands for the value in the help
+  std::variant<std::monostate, CPositive, CLimits<int>, CLimits<double>, std::vector<int>, CWords>
+      allowed{};
+  bool isRequired = false, showsDefault = false;
+  const char* needs = nullptr;  // an option above it in the table
+  const char* group = nullptr;  // a heading in the help
+};
+
+struct CCommand {
+  using IsGiven = std::function<bool(const char* option)>;
+
+  const char* name;
+  const char* help;
+  std::vector<COption> options{};
+  std::function<int()> run{};
+  std::function<void(const IsGiven&)> check{};  // throws CError where options do not go together
+  std::vector<CCommand> parts{};                // commands below it, one of which has to follow
+};
+
+struct CProgram {
+  const char* name;
+  const char* help;
+  std::vector<CCommand> commands;
+  // Makes what lives as long as a command runs.
+  std::function<std::shared_ptr<void>(bool isVerbose)> open;
+};
+
+// What the line asks for. `run` is empty if it asked for help or was wrong; then `status` is the
+// exit status.
+struct CArguments {
+  std::function<int()> run;
+  bool isVerbose = false;
+  int status = 0;
+};
+[[nodiscard]] CArguments ParseArguments(const CProgram& program, int count, char** values);

@@ -1,0 +1,341 @@
+#include "client/demo/html_report.h"
+
+#include "client/demo/page_template.h"
+#include "client/demo/report_page.h"
+#include "client/demo/svg_plot.h"
+#include "client/frame_header.h"
+#include "client/text.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <numeric>
+#include <set>
+
+extern "C" {
+#include <libavutil/base64.h>
+}
+
+// The values of report.html, under the names that they have there.
+
+namespace {
+
+struct CShownType {
+  std::int32_t type;
+  const char* name;
+};
+constexpr CShownType shownTypes[] = {{frameTypeKey, "key"},
+                                     {frameTypeReference, "reference"},
+                                     {frameTypePlain, "plain"},
+                                     {frameTypeDifference, "difference"}};
+
+Json Figure(const char* type, const std::string& file, const std::string& caption) {
+  std::string code(AV_BASE64_SIZE(file.size()), '\0');
+  av_base64_encode(code.data(), static_cast<int>(code.size()),
+                   reinterpret_cast<const std::uint8_t*>(file.data()),
+                   static_cast<int>(file.size()));
+  code.pop_back();
+  return {{"type", type}, {"code", std::move(code)}, {"caption", caption}};
+}
+
+// "0.28"; the second of the first.
+std::string RatioText(double first, double second) {
+  return second > 0 ? Text("%.2f", first / second) : "-";
+}
+
+double PerPixel(const CReport& report, const CCoding& coding) {
+  return 8 * double(coding.Bytes()) / (double(coding.frames.size()) * report.width * report.height);
+}
+
+Json Figures(const CReport& report) {
+  const CCoding& a = report.plain;
+  const CCoding& b = report.differential;
+  Json rows = Json::array();
+  const auto row = [&](const char* label, const std::string& first, const std::string& second,
+                       const std::string& ratio) {
+    rows.push_back({{"label", label}, {"a", first}, {"b", second}, {"ratio", ratio}});
+  };
+  row("bytes", ByteText(a.Bytes()), ByteText(b.Bytes()),
+      RatioText(double(b.Bytes()), double(a.Bytes())));
+  row("bits per pixel", Text("%.3f", PerPixel(report, a)), Text("%.3f", PerPixel(report, b)),
+      RatioText(PerPixel(report, b), PerPixel(report, a)));
+  for (const auto& [label, error] : {std::pair{"PSNR of luma", &CPictureError::luma},
+                                     {"PSNR of chroma", &CPictureError::chroma}}) {
+    const double first = (a.error.*error).Psnr(), second = (b.error.*error).Psnr();
+    row(label, Text("%.2f dB", first), Text("%.2f dB", second), Text("%+.2f dB", second - first));
+  }
+  for (const auto& [label, rate] : {std::pair{"time to encode", &CCoding::encodesPerSecond},
+                                    {"time to decode", &CCoding::decodesPerSecond}})
+    row(label, Text("%.2f ms", 1000 / a.*rate), Text("%.2f ms", 1000 / b.*rate),
+        RatioText(a.*rate, b.*rate));
+  return rows;
+}
+
+Json Moments(const CReport& report) {
+  Json moments = Json::array();
+  for (const CMoment& moment : report.moments)
+    moments.push_back(
+        {{"pair",
+          {Figure("jpeg", moment.sourceJpeg, Text("Source, frame %" PRId64, moment.index)),
+           Figure("jpeg", moment.decodedJpeg,
+                  Text("Differential, decoded, frame %" PRId64, moment.index))}},
+         {"details",
+          {Figure("png", moment.sourceDetailPng, "Source, detail"),
+           Figure("png", moment.plainDetailPng, "MJPEG, detail"),
+           Figure("png", moment.decodedDetailPng, "Differential, detail"),
+           Figure("png", moment.differenceDetailPng,
+                  Text("Difference, %d times", differenceGain))}}});
+  return moments;
+}
+
+Json Types(const CReport& report) {
+  Json rows = Json::array();
+  for (const CShownType& type : shownTypes) {
+    std::uint64_t frames = 0, bytes = 0, blocks = 0;
+    for (const CFrameFigures& frame : report.differential.frames)
+      if (frame.type == type.type) {
+        ++frames;
+        bytes += frame.bytes;
+        blocks += frame.blocks;
+      }
+    if (frames == 0) continue;
+    rows.push_back(
+        {{"color", Text("type%d", type.type)},
+         {"type", type.name},
+         {"frames", Text("%" PRIu64, frames)},
+         {"meanBlocks",
+          type.type == frameTypeKey ? "all" : Text("%.0f", double(blocks) / double(frames))},
+         {"bytes", ByteText(bytes / frames)},
+         {"share", Text("%.0f %%", 100 * double(bytes) / double(report.differential.Bytes()))}});
+  }
+  return rows;
+}
+
+Json Blocks(const CReport& report) {
+  if (!report.blocks) return nullptr;
+  const CBlockPictures& blocks = *report.blocks;
+  return {
+      {"frame", Text("Frame %" PRId64 ", a %s frame: %zu of %zu blocks", blocks.index,
+                     blocks.typeName.c_str(), blocks.blocks, blocks.allBlocks)},
+      {"marked",
+       Figure("jpeg", blocks.markedJpeg, "Its blocks; the rest comes from the reference")},
+      {"whole", Figure("jpeg", blocks.decodedJpeg, "The decoded picture")},
+      {"strip", Figure("png", blocks.stripPng,
+                       Text("The blocks as they are sent, side by side as one JPEG picture (folded "
+                            "here): %s, and %zu bytes for the list of their places",
+                            ByteText(blocks.stripBytes).c_str(), blocks.listBytes))},
+      {"highestShare", Text("%.0f %%", 100 * blocks.highestShare)},
+      {"heat", Figure("jpeg", blocks.heatJpeg,
+                      "The colours follow the square root, so that rare blocks show")},
+      {"types", Types(report)}};
+}
+
+Json Layers(const CReport& report) {
+  if (!report.layers) return nullptr;
+  const CLayerPictures& layers = *report.layers;
+  Json cuts = Json::array(), scales = Json::array();
+  for (std::size_t i = 0; i < layers.cuts.size(); ++i) {
+    const CLayerPictures::CCut& cut = layers.cuts[i];
+    const CLayerPictures::CScale& scale = layers.scales[i];
+    const std::string kept = CountText(static_cast<std::int64_t>(i) + 1, "layer");
+    cuts.push_back(
+        Figure("jpeg", cut.jpeg,
+               Text("%s: %s, %.0f %% of the clip's bytes, luma PSNR %.1f dB", kept.c_str(),
+                    ByteText(cut.bytes).c_str(), 100 * cut.share, cut.lumaPsnr)));
+    scales.push_back(
+        Figure("jpeg", scale.jpeg,
+               Text("1/%d: %dx%d of %s, %s, decoded in %.2f ms", 8 >> i, scale.width, scale.height,
+                    kept.c_str(), ByteText(cut.bytes).c_str(), 1000 * scale.seconds)));
+  }
+  return {{"index", Text("%" PRId64, layers.index)},
+          {"cuts", std::move(cuts)},
+          {"scales", std::move(scales)}};
+}
+
+Json Ground(const CReport& report) {
+  if (!report.ground) return nullptr;
+  const CGroundPicture& ground = *report.ground;
+  Json people = Json::array();
+  for (const CGroundPicture::CPerson& person : ground.people)
+    people.push_back({{"number", Text("%zu", people.size() + 1)},
+                      {"truth", Text("%.2f m", person.truth)},
+                      {"measured", Text("%.2f m", person.measured)},
+                      {"error", Text("%+.1f cm", 100 * (person.measured - person.truth))}});
+  return {{"marks", Text("a rectangle of %.1f by %.1f m on the roadway and two marks of %.0f m, "
+                         "each given by its points in frame %" PRId64,
+                         ground.width, ground.depth, ground.mark, ground.index)},
+          {"drawn", Figure("jpeg", ground.drawnJpeg,
+                           "The ground in meters (yellow: the rectangle), the marks blue, squares "
+                           "of 1 m green, poles of 2 m orange")},
+          {"people", std::move(people)}};
+}
+
+void AddSizes(Json& page, const CReport& report) {
+  std::vector<CSeries> sizes;
+  Json& shown = page["shownTypes"] = Json::array();
+  for (const CShownType& type : shownTypes) {
+    CSeries bars{type.name, Text("type%d", type.type), {}, EPlot::bars};
+    for (const CFrameFigures& frame : report.differential.frames)
+      bars.values.push_back(frame.type == type.type ? frame.bytes / 1000.0 : 0);
+    if (std::all_of(bars.values.begin(), bars.values.end(), [](double v) { return v == 0; }))
+      continue;
+    shown.push_back({{"color", bars.cssClass}, {"type", type.name}});
+    sizes.push_back(std::move(bars));
+  }
+  CSeries whole{"MJPEG", "first", {}};
+  for (const CFrameFigures& frame : report.plain.frames)
+    whole.values.push_back(frame.bytes / 1000.0);
+  sizes.push_back(std::move(whole));
+  page["sizePlot"] = SvgPlot(sizes);
+}
+
+std::string QualityPlot(const CReport& report) {
+  std::vector<CSeries> qualities;
+  for (const auto& [coding, color] :
+       {std::pair{&report.plain, "first"}, {&report.differential, "second"}}) {
+    CSeries luma{coding->name + ", luma", color, {}}, chroma{coding->name + ", chroma", {}, {}};
+    chroma.cssClass = std::string(color) + " thin";
+    for (const CFrameFigures& frame : coding->frames) {
+      luma.values.push_back(frame.lumaPsnr);
+      chroma.values.push_back(frame.chromaPsnr);
+    }
+    qualities.insert(qualities.end(), {std::move(luma), std::move(chroma)});
+  }
+  return SvgPlot(qualities);
+}
+
+std::string DetectorText(const CMotionReport& motion) {
+  std::string text = CountText(std::int64_t(motion.settings.detectors.size()), "detector") +
+                     Text(" on pictures of %dx%d, %.0f frames/s", motion.width, motion.height,
+                          motion.framesPerSecond);
+  if (motion.settings.violationMs > 0)
+    text +=
+        Text("; an alarm comes after %.1f s of motion", double(motion.settings.violationMs) / 1000);
+  return text + ". An alarm ends 3 s after the motion.";
+}
+
+Json Alarms(const CMotionReport& motion) {
+  if (motion.events.empty()) return nullptr;
+  constexpr std::size_t maxRows = 40;
+  Json rows = Json::array();
+  for (std::size_t i = 0; i < std::min(maxRows, motion.events.size()); ++i) {
+    const CMotionEvent& event = motion.events[i];
+    rows.push_back({{"number", Text("%zu", i + 1)},
+                    {"from", TimeText(event.startMs)},
+                    {"to", event.isOpen ? "(end)" : TimeText(event.endMs)},
+                    {"length", Text("%.1f s", double(event.LengthMs()) / 1000)},
+                    {"most", Text("%.2f %%", event.highestPercent)},
+                    {"at", TimeText(event.highestMs)},
+                    {"mean", Text("%.2f %%", event.MeanPercent())}});
+  }
+  Json more;
+  if (motion.events.size() > maxRows)
+    more["text"] = CountText(std::int64_t(motion.events.size() - maxRows), "more alarm");
+  return {{"rows", std::move(rows)}, {"more", std::move(more)}};
+}
+
+Json AlarmPictures(const CMotionReport& motion) {
+  if (motion.pictures.empty()) return nullptr;
+  Json pictures = Json::array();
+  for (const CMotionPicture& picture : motion.pictures)
+    pictures.push_back(Figure("jpeg", picture.jpeg,
+                              Text("Alarm %zu, at %s", picture.alarm + 1,
+                                   TimeText(motion.events[picture.alarm].highestMs).c_str())));
+  return {{"which",
+           motion.pictures.size() < motion.events.size() ? "the strongest alarms" : "each alarm"},
+          {"pictures", std::move(pictures)}};
+}
+
+Json Motion(const CMotionReport& motion) {
+  const std::size_t frames = motion.percents.size();
+  std::vector<CSeries> percents{{"moving pixels", "first", motion.percents}};
+  std::set<std::pair<double, double>> thresholds;
+  for (const CDetectorSettings& detector : motion.settings.detectors)
+    thresholds.emplace(detector.signalPercent, detector.restorePercent);
+  for (const auto& [signal, restore] : thresholds) {
+    percents.push_back({"threshold of the alarm", "type0 dashed", std::vector(frames, signal)});
+    percents.push_back({"threshold of its end", "type3 dashed", std::vector(frames, restore)});
+  }
+  const CSeries progress{"way to the alarm", "second", motion.progress};
+  const CPlotGround ground{motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1, motion.alarms};
+  return {{"title", HtmlText(motion.title)},
+          {"detectors", DetectorText(motion)},
+          {"isQuiet", motion.events.empty()},
+          {"shown", AlarmPictures(motion)},
+          {"alarms", Alarms(motion)},
+          {"percentPlot", SvgPlot(percents, ground)},
+          {"progressPlot", SvgPlot({&progress, 1}, ground)}};
+}
+
+Json Stages(const CReport& report) {
+  double slowest = report.input.SecondsPerRun();
+  for (const CCoding* coding : {&report.plain, &report.differential})
+    for (const CStage& stage : coding->stages)
+      slowest = std::max(slowest, stage.SecondsPerRun());
+  const auto time = [](const CStage& stage) { return Text("%.2f", stage.SecondsPerRun() * 1000); };
+  const auto bar = [&](const CStage& stage, const char* color) {
+    const double share = slowest > 0 ? 100 * stage.SecondsPerRun() / slowest : 0;
+    return Json{{"color", color}, {"width", Text("%.1f", share)}};
+  };
+  Json rows = Json::array();
+  rows.push_back({{"stage", report.input.Name()},
+                  {"a", time(report.input)},
+                  {"b", ""},
+                  {"bars", Json::array({bar(report.input, "first")})}});
+  for (std::size_t i = 0; i < report.plain.stages.size(); ++i) {
+    const CStage &first = report.plain.stages[i], &second = report.differential.stages[i];
+    rows.push_back({{"stage", first.Name()},
+                    {"a", time(first)},
+                    {"b", time(second)},
+                    {"bars", Json::array({bar(first, "first"), bar(second, "second")})}});
+  }
+  return rows;
+}
+
+}  // namespace
+
+std::uint64_t CCoding::Bytes() const {
+  return std::accumulate(
+      frames.begin(), frames.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const CFrameFigures& frame) { return sum + frame.bytes; });
+}
+
+std::string ReportSummary(const CReport& report) {
+  const CCoding& plain = report.plain;
+  const CCoding& differential = report.differential;
+  return CountText(static_cast<std::int64_t>(plain.frames.size()), "frame") +
+         Text(
+             " of %dx%d at quality %d: MJPEG %s with a luma PSNR of %.1f dB, differential %s (%s "
+             "times) with %.1f dB, encoded at %.0f and decoded at %.0f frames/s",
+             report.width, report.height, report.quality, ByteText(plain.Bytes()).c_str(),
+             plain.error.luma.Psnr(), ByteText(differential.Bytes()).c_str(),
+             RatioText(double(differential.Bytes()), double(plain.Bytes())).c_str(),
+             differential.error.luma.Psnr(), differential.encodesPerSecond,
+             differential.decodesPerSecond);
+}
+
+std::string HtmlReport(const CReport& report) {
+  const CCoding& plain = report.plain;
+  const CCoding& differential = report.differential;
+  Json page{
+      {"name", HtmlText(report.name)},
+      {"summary", ReportSummary(report)},
+      {"bytesOfPlain", Text("%.0f %%", 100 * double(differential.Bytes()) / double(plain.Bytes()))},
+      {"bytesOfPixels", Text("1 : %.0f", 24 / PerPixel(report, differential))},
+      {"bytesPerFrame", ByteText(differential.Bytes() / differential.frames.size())},
+      {"lumaPsnr", Text("%.1f dB", differential.error.luma.Psnr())},
+      {"encoded", Text("%.0f /s", differential.encodesPerSecond)},
+      {"decoded", Text("%.0f /s", differential.decodesPerSecond)},
+      {"first", plain.name},
+      {"second", differential.name},
+      {"figures", Figures(report)},
+      {"blocks", Blocks(report)},
+      {"ground", Ground(report)},
+      {"layers", Layers(report)},
+      {"qualityPlot", QualityPlot(report)},
+      {"gain", Text("%d", differenceGain)},
+      {"moments", Moments(report)},
+      {"motion", Motion(report.motion)},
+      {"stages", Stages(report)}};
+  AddSizes(page, report);
+  return FillPage(reportPage, page);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "client/demo/html_report.h"
+#include "client/demo/moment.h"
+#include "client/frame_file.h"
+#include "client/layer_records.h"
+#include "client/recorder.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+// Records a clip as layered video and shows what its layers and the decoder's scales give.
+class CLayerView {
+ public:
+  // The file gets what is recorded. `coder` is that of another video format, with whole steps of
+  // it.
+  CLayerView(CMomentMaker& momentMaker, COutputs& outputs, const std::string& path,
+             const CCoder& coder);
+
+  // With `isShown` the picture takes the place of the one that was to be shown.
+  void Add(std::int64_t index, const AVFrame& picture, bool isShown);
+
+  // Nothing if the pictures are too small.
+  [[nodiscard]] std::optional<CLayerPictures> Finish();
+
+ private:
+  CMomentMaker& pictures;
+  CFrameFileWriter file;
+  std::optional<CCoder> layered;
+  std::optional<CPacker> packer;
+  CDecoder toYuv{1, ZTLIB_YUV}, toRgb{1, ZTLIB_RGB};
+  // As many layers as the factors 8, 4, 2 and 1 need.
+  std::array<CDecoder, layerCount> scaled{
+      {{8, ZTLIB_RGB}, {4, ZTLIB_RGB}, {2, ZTLIB_RGB}, {1, ZTLIB_RGB}}};
+  std::array<CStage, layerCount> decode{CStage{"1/8"}, CStage{"1/4"}, CStage{"1/2"}, CStage{"1/1"}};
+  std::array<CSquaredError, layerCount> errors;
+  std::array<std::uint64_t, layerCount> bytes{};
+  std::int64_t frames = 0;
+  CLayerPictures shown;
+};

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string_view>
+
+// client/demo/report.html, for FillPage.
+extern const std::string_view reportPage;

@@ -1,0 +1,35 @@
+#include "client/console.h"
+#include "client/frame_pool.h"
+#include "client/program.h"
+#include "client/text.h"
+#include "main/lib/base/frame_manager.h"
+#include "main/lib/base/logger.h"
+#include "tools/inside/commands.h"
+
+namespace {
+
+// The library's pictures are frames of the pool.
+std::shared_ptr<void> OpenLibrary(bool isVerbose) {
+  frame_manager::Register(
+      [](int width, int height, int pixelFormat) -> void* {
+        return CFramePool::Instance().Allocate(width, height, pixelFormat);
+      },
+      [](void* frame) { CFramePool::Instance().Release(static_cast<CFrame*>(frame)); }, nullptr,
+      false);
+  if (isVerbose)
+    Logger().AddStream(new CFunctionLogStream([](int level, const char* text) {
+      Complain(Text("library log, level %d: %s", level, text));
+    }));
+  return nullptr;
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+  return RunProgram(
+      {.name = "ztinside",
+       .help = "Shows what no function of ztlib's interface reaches.",
+       .commands = {CalibrateCommand(), ConvertCommand(), HistogramCommand(), MeshCommand()},
+       .open = OpenLibrary},
+      count, values);
+}
