@@ -16,7 +16,7 @@ build/release/build.ninja: CMakePresets.json
 
 # A synthetic street scene goes through encoder and decoder; INPUT=file takes a video of yours.
 demo: build/release/build.ninja
-	cmake --build --preset release -j $(JOBS) --target ztclient
+	cmake --build --preset release -j $(JOBS) --target ztclient ztinside
 	build/release/ztclient demo $(INPUT) --out $(OUT)
 
 test: all
