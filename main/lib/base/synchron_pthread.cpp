@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdarg>
 #include <cstdio>
 #include <ctime>
 
@@ -17,10 +18,12 @@ constexpr char source[] = "main/lib/base/synchron_pthread";
 
 // Prints from a destructor. Printing may be where a thread is cancelled, and the exception by which
 // a cancelled thread ends must not leave a destructor, so cancellation waits meanwhile.
-template <class... Values>
-void Complain(const char* format, Values... values) {
+ZT_PRINTF_LIKE(1, 2) void Complain(const char* format, ...) {
   const CancellationPause pause;
-  std::printf(format, values...);
+  va_list values;
+  va_start(values, format);
+  std::vprintf(format, values);
+  va_end(values);
 }
 }  // namespace
 
