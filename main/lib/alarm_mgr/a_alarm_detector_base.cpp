@@ -66,7 +66,7 @@ CResultRecord AAlarmDetectorBase::Configure(const CData& tree, bool isFallback) 
 void AAlarmDetectorBase::ReportNoFallback() {
   if (alarmActive != 0 && notifySink) notifySink->OnRestore({});
   alarmActive = 0;
-  ZT_LOG(2, source, __LINE__, "Configuration failed and fallback config invalid! %s",
+  ZT_LOG(2, source, 69, "Configuration failed and fallback config invalid! %s",
          configuration->displayName.Get().c_str());
 }
 

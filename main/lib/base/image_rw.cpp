@@ -28,14 +28,14 @@ void CheckImageSize(std::int64_t dx, std::int64_t dy, int sampleDx, int sampleDy
 ClientFrame AllocateClientFrame(std::int32_t dx, std::int32_t dy, PixelFormat format) {
   const int sampleDx = GetSampleDx(format);
   const int sampleDy = GetSampleDy(format);
-  CheckImageSize(dx, dy, sampleDx, sampleDy, "Create", source, __LINE__);
+  CheckImageSize(dx, dy, sampleDx, sampleDy, "Create", source, 31);
   ClientFrame client;
   client.frame =
       frame_manager::Allocate(dx * sampleDx, dy * sampleDy, static_cast<std::int32_t>(format));
   if (client.frame) client.data = frame_manager::FirstPointer(client.frame);
   if (!client.data && dx > 0 && dy > 0) {
     if (client.frame) frame_manager::Release(client.frame);
-    ZT_THROW(CException, "Using null-pointer", "Create", source, __LINE__);
+    ZT_THROW(CException, "Using null-pointer", "Create", source, 38);
   }
   return client;
 }
@@ -61,7 +61,7 @@ void TCImageView<T>::TakeFromOwner() {
 
 template <class T>
 void TCImageView<T>::Create(std::int32_t newDx, std::int32_t newDy) {
-  CheckImageSize(newDx, newDy, Traits::sampleDx, Traits::sampleDy, "Create", source, __LINE__);
+  CheckImageSize(newDx, newDy, Traits::sampleDx, Traits::sampleDy, "Create", source, 64);
   const bool reusable = dx == newDx && dy == newDy && data && owner && owner.use_count() == 1;
   if (!reusable) owner = std::make_shared<TCSharedImage<T>>(newDx, newDy);
   TakeFromOwner();
@@ -162,9 +162,9 @@ template <class T, class Index>
 T* TCImageX<T, Index>::GetWritePtr() {
   if (!copyOnWrite || !data) return data.get();
   if (data.use_count() == 1) return data.get();
-  ZT_LOG(4, source, __LINE__, "~ IMAGE COPY-ON_WRITE ~~~~~~~~~~~~~~~~~~~~~~~~~~~");
+  ZT_LOG(4, source, 165, "~ IMAGE COPY-ON_WRITE ~~~~~~~~~~~~~~~~~~~~~~~~~~~");
   DumpStack();
-  ZT_LOG(4, source, __LINE__, "~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~");
+  ZT_LOG(4, source, 167, "~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~");
   const std::shared_ptr<T> old = data;
   Allocate();
   if (data) std::memcpy(data.get(), old.get(), ByteSize());

@@ -82,7 +82,7 @@ bool CMutex::TryLock() {
 }
 
 CAutoLock::CAutoLock(CMutex* mutex) : mutex(mutex) {
-  if (!mutex) Fail("Uninitialized mutex used for autolock", "CAutoLock", __LINE__);
+  if (!mutex) Fail("Uninitialized mutex used for autolock", "CAutoLock", 85);
   mutex->Lock();
 }
 
@@ -103,7 +103,7 @@ void CConditionMutex::Init() {
   pthread_condattr_init(&attributes);
   const int code = pthread_cond_init(&condition, &attributes);
   pthread_condattr_destroy(&attributes);
-  if (code != 0) Fail("Condition variable could not be initialized", "Init", __LINE__);
+  if (code != 0) Fail("Condition variable could not be initialized", "Init", 106);
 }
 
 CConditionMutex::~CConditionMutex() {
@@ -112,8 +112,7 @@ CConditionMutex::~CConditionMutex() {
 }
 
 void CConditionMutex::Wait() {
-  if (pthread_cond_wait(&condition, &mutex) != 0)
-    Fail("Waiting on condition failed", "Wait", __LINE__);
+  if (pthread_cond_wait(&condition, &mutex) != 0) Fail("Waiting on condition failed", "Wait", 116);
 }
 
 bool CConditionMutex::TimedWaitMS(std::uint32_t ms) {
@@ -128,17 +127,16 @@ bool CConditionMutex::TimedWaitMS(std::uint32_t ms) {
   const int code = pthread_cond_timedwait(&condition, &mutex, &deadline);
   if (code == 0) return true;
   if (code == ETIMEDOUT) return false;
-  ZT_LOG(1, source, __LINE__, "pthread_cond_timedwait() returned with code %d", code);
-  Fail("Waiting on condition failed!", "TimedWaitMS", __LINE__);
+  ZT_LOG(1, source, 131, "pthread_cond_timedwait() returned with code %d", code);
+  Fail("Waiting on condition failed!", "TimedWaitMS", 132);
 }
 
 void CConditionMutex::Signal() {
-  if (pthread_cond_signal(&condition) != 0) Fail("Invalid condition variable", "Signal", __LINE__);
+  if (pthread_cond_signal(&condition) != 0) Fail("Invalid condition variable", "Signal", 136);
 }
 
 void CConditionMutex::Broadcast() {
-  if (pthread_cond_broadcast(&condition) != 0)
-    Fail("Invalid condition variable", "Broadcast", __LINE__);
+  if (pthread_cond_broadcast(&condition) != 0) Fail("Invalid condition variable", "Broadcast", 141);
 }
 
 CRWMutex::CRWMutex() {
@@ -147,7 +145,7 @@ CRWMutex::CRWMutex() {
 
 void CRWMutex::Init() {
   if (pthread_rwlock_init(&lock, nullptr) != 0)
-    Fail("Read/Write Lock initialization failed", "Init", __LINE__);
+    Fail("Read/Write Lock initialization failed", "Init", 150);
 }
 
 CRWMutex::~CRWMutex() {
@@ -166,8 +164,7 @@ void CRWMutex::WLock() {
 }
 
 void CRWMutex::Unlock() {
-  if (pthread_rwlock_unlock(&lock) != 0)
-    Fail("Read/Write lock's unlock failed", "Unlock", __LINE__);
+  if (pthread_rwlock_unlock(&lock) != 0) Fail("Read/Write lock's unlock failed", "Unlock", 170);
 }
 
 CAutoRWLock::CAutoRWLock(CRWMutex& mutex, bool forWriting) : mutex(mutex) {

@@ -17,7 +17,7 @@ const struct Load {
 
 void CCalibration::Calibrate(const CData& config) {
   using Clock = std::chrono::steady_clock;
-  ZT_LOG(3, source, __LINE__, "[CALIB] Calibrating camera...");
+  ZT_LOG(3, source, 20, "[CALIB] Calibrating camera...");
   const Clock::time_point begin = Clock::now();
   auto calibrated = std::make_shared<CCalibrator3D>();
   calibrated->Configure(config);
@@ -29,7 +29,7 @@ void CCalibration::Calibrate(const CData& config) {
   // of the lock.
   calibrated.reset();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
-  ZT_LOG(3, source, __LINE__, "[CALIB] Calibration finished! (%llds)",
+  ZT_LOG(3, source, 32, "[CALIB] Calibration finished! (%llds)",
          static_cast<long long>(seconds.count()));
 }
 

@@ -100,7 +100,7 @@ bool CMyAssignTable::Configure(int x0, int y0, int x1, int y1, int x2, int y2, i
                                float meterBehind) {
   Reset();
   if (std::abs(meter) < epsilon) {
-    ZT_LOG(1, source, __LINE__, "C1DCalibrator: meter = 0. Cannot configure.");
+    ZT_LOG(1, source, 103, "C1DCalibrator: meter = 0. Cannot configure.");
     return false;
   }
   const auto corner = [](int x, int y) {
@@ -115,7 +115,7 @@ bool CMyAssignTable::Configure(int x0, int y0, int x1, int y1, int x2, int y2, i
   }
   if (!isBuilt) {
     Reset();
-    ZT_LOG(1, source, __LINE__, "C1DCalibrator: Cannot configure, maybe wrong parameters.");
+    ZT_LOG(1, source, 118, "C1DCalibrator: Cannot configure, maybe wrong parameters.");
   }
   return isBuilt;
 }
@@ -147,7 +147,7 @@ bool CMyAssignTable::Build(const Corners& corners, CPointF start, float firstVal
   CSubdivision subdivision{{{0, firstValue}, {keyOfEnd, lastValue}}, minimumStep};
   Subdivide(subdivision, corners, firstValue, lastValue, 0);
   if (subdivision.isTooDeep)
-    ZT_LOG(1, source, __LINE__, "C1DCalibrator::Error. You shouldn't read this message");
+    ZT_LOG(1, source, 150, "C1DCalibrator::Error. You shouldn't read this message");
   keys.reserve(subdivision.samples.size());
   values.reserve(subdivision.samples.size());
   for (const auto& [key, value] : subdivision.samples) {

@@ -87,20 +87,20 @@ void CCalibrator3D::Configure(const CData& data) {
   const CAutoLock lock(this);
   // A new object holds the defaults, but has no tables of them yet.
   if (wasConfigured && IsSameConfiguration(data)) {
-    ZT_LOG(4, source, __LINE__, "Calibrator3D:  the same config as the previous");
+    ZT_LOG(4, source, 90, "Calibrator3D:  the same config as the previous");
     return;
   }
   wasConfigured = true;
   threeDReady = false;
   CCalibrator2D::Configure(data);
   if (!tablesReady) {
-    ZT_LOG(4, source, __LINE__, "Calibrator has been not configured.");
+    ZT_LOG(4, source, 97, "Calibrator has been not configured.");
     return;
   }
   CalibrateHeight();
-  if (!threeDReady) ZT_LOG(4, source, __LINE__, "Calibrator3D has been not configured.");
+  if (!threeDReady) ZT_LOG(4, source, 101, "Calibrator3D has been not configured.");
   DescribeResult();
-  ZT_LOG(4, source, __LINE__, "Calibrator3D configure done. %3.3f M clock",
+  ZT_LOG(4, source, 103, "Calibrator3D configure done. %3.3f M clock",
          static_cast<double>(std::clock() - begin) / 1e6);
 }
 
@@ -111,11 +111,11 @@ void CCalibrator3D::CalibrateHeight() {
   if (record.lines.Count() == 0) return;
   std::array<CSegment, 2> segments;
   if (!ReadSegments(segments)) {
-    ZT_LOG(4, source, __LINE__, "CCalibrator3D: Cannot read calib segments");
+    ZT_LOG(4, source, 114, "CCalibrator3D: Cannot read calib segments");
     return;
   }
   if (!FindReferences(segments)) {
-    ZT_LOG(4, source, __LINE__, "CCalibrator3D: Cannot get refs");
+    ZT_LOG(4, source, 118, "CCalibrator3D: Cannot get refs");
     return;
   }
   const auto& [first, second] = segments;
@@ -123,7 +123,7 @@ void CCalibrator3D::CalibrateHeight() {
       Crossing(Through(first.foot, first.head), Through(second.foot, second.head));
   parallelDirection = first.head - first.foot;
   threeDReady = CalibrateZ(segments);
-  if (!threeDReady) ZT_LOG(4, source, __LINE__, "CCalibrator3D: Cannot calib z");
+  if (!threeDReady) ZT_LOG(4, source, 126, "CCalibrator3D: Cannot calib z");
 }
 
 bool CCalibrator3D::ReadSegments(std::array<CSegment, 2>& segments) const {
@@ -149,7 +149,7 @@ bool CCalibrator3D::FindReferences(const std::array<CSegment, 2>& segments) {
       nearest = i;
     }
   if (nearest < 0) {
-    ZT_LOG(4, source, __LINE__, "CCalibrator3D: it should be impossible(0)");
+    ZT_LOG(4, source, 152, "CCalibrator3D: it should be impossible(0)");
     return false;
   }
   references.r0 = Corner(nearest);
@@ -166,7 +166,7 @@ bool CCalibrator3D::FindReferences(const std::array<CSegment, 2>& segments) {
     }
   }
   if (chosen < 0) {
-    ZT_LOG(4, source, __LINE__, "CCalibrator3D: it should be impossible(1)");
+    ZT_LOG(4, source, 169, "CCalibrator3D: it should be impossible(1)");
     return false;
   }
   references.r1 = Corner(chosen);

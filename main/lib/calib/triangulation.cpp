@@ -101,8 +101,7 @@ void CTriangulation::AddPoint(std::int64_t x, std::int64_t y, const float* value
   for (const CVertex& vertex : vertices)
     if (vertex.x == x && vertex.y == y) return;
   const std::int32_t length = std::max(count, 0);
-  if (length > 0 && !values)
-    ZT_THROW(CException, "Using null-pointer", "AddPoint", source, __LINE__);
+  if (length > 0 && !values) ZT_THROW(CException, "Using null-pointer", "AddPoint", source, 105);
   isPrepared = false;
   vertices.push_back({x, y, std::vector<float>(values, values + length)});
   Connect(static_cast<std::int32_t>(vertices.size() - 1));
@@ -255,7 +254,7 @@ const CTriangulation::CLookup* CTriangulation::Find(std::int64_t x, std::int64_t
 
 void CTriangulation::Estimate(std::int64_t x, std::int64_t y, float* out, std::int32_t count) {
   if (!initialised || count <= 0) return;
-  if (!out) ZT_THROW(CException, "Using null-pointer", "Estimate", source, __LINE__);
+  if (!out) ZT_THROW(CException, "Using null-pointer", "Estimate", source, 258);
   if (!isPrepared) Prepare();
   const CLookup* const found = count <= dimensions ? Find(x, y) : nullptr;
   if (!found || found->values[0] == none) {

@@ -96,7 +96,7 @@ void CHistogram::Add(const CHistogram& other) {
 }
 
 void CHistogram::Make(const ByteImage& img) {
-  ZT_MUST_BE_FALSE(!img.Assigned(), "Make", source, __LINE__);
+  ZT_MUST_BE_FALSE(!img.Assigned(), "Make", source, 99);
   Clear();
   img_pixel_num_ = 0;
   if (!img.Assigned()) return;
@@ -145,7 +145,7 @@ int CHistogram::Median() const {
 float CHistogram::CentralMoment(int order) {
   img_pixel_num_ = Wrap(Sum());
   if (img_pixel_num_ == 0)
-    ZT_THROW(CException, "img_pixel_num_ must be non-zero", "CentralMoment", source, __LINE__);
+    ZT_THROW(CException, "img_pixel_num_ must be non-zero", "CentralMoment", source, 148);
   // From this order on the power of a whole number is 0, 1 or infinite, and only its sign may
   // change.
   constexpr int saturated = 130;
@@ -163,7 +163,7 @@ float CHistogram::CentralMoment(int order) {
 
 float CHistogram::RelativeEntropy(const CHistogram& other) const {
   if (img_pixel_num_ == 0 || other.img_pixel_num_ == 0)
-    ZT_THROW(CException, "img_pix_num_ shouldn't be zero", "RelativeEntropy", source, __LINE__);
+    ZT_THROW(CException, "img_pix_num_ shouldn't be zero", "RelativeEntropy", source, 166);
   float sum = 0;
   for (int i = 0; i < binCount; ++i) {
     const float p = static_cast<float>(bins[i]) / static_cast<float>(img_pixel_num_);
@@ -246,6 +246,6 @@ void TBlur(const CHistogram& in, CHistogram& out, int radius) {
 
 void TBlur(CHistogram& histogram, int low, int high, int radius) {
   if (low < 0 || low > lastBin || high < 0 || high > lastBin)
-    ZT_THROW(CException, "Invalid range", "TBlur", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "TBlur", source, 249);
   Blur(histogram.bins, histogram.bins, low, high, radius);
 }

@@ -37,13 +37,13 @@ void ApplyTable(Image& image, const std::uint8_t* table) {
 
 template <class Image>
 void TApply(Image& r_img, const std::uint8_t lut[256]) {
-  ZT_MUST_BE_FALSE(!r_img.Assigned(), "TApply", histogram_impl::source, __LINE__);
+  ZT_MUST_BE_FALSE(!r_img.Assigned(), "TApply", histogram_impl::source, 40);
   histogram_impl::ApplyTable(r_img, lut);
 }
 
 template <class Image>
 void TApplyAndSaturation(Image& r_img, const int lut[256]) {
-  ZT_MUST_BE_FALSE(!r_img.Assigned(), "TApplyAndSaturation", histogram_impl::source, __LINE__);
+  ZT_MUST_BE_FALSE(!r_img.Assigned(), "TApplyAndSaturation", histogram_impl::source, 46);
   std::uint8_t table[256];
   for (int i = 0; i < 256; ++i)
     table[i] = static_cast<std::uint8_t>(std::clamp(lut[i], 0, 255));

@@ -36,8 +36,7 @@ template <class Pixel, class Paint>
 void PaintRuns(const CMask& mask, TCImageView<Pixel>& image, bool inverse, const char* function,
                Paint paint) {
   if (image.dx != mask.GetWidth() || image.dy != mask.GetHeight())
-    ZT_THROW(CException, " CMask: invalid image dimensions for overlay", function, source,
-             __LINE__);
+    ZT_THROW(CException, " CMask: invalid image dimensions for overlay", function, source, 40);
   for (std::int32_t y = 0; y < image.dy; ++y) {
     const auto paintRun = [&](const CMaskRun& run) {
       std::for_each(image.PtrAt(run.start, y), image.PtrAt(run.end, y), paint);
@@ -71,8 +70,8 @@ auto RgbPaint(std::uint8_t b, std::uint8_t g, std::uint8_t r) {
 
 void CheckSizes(const CMask& a, const CMask& b, const char* widths, const char* heights,
                 const char* function) {
-  if (a.GetWidth() != b.GetWidth()) ZT_THROW(CException, widths, function, source, __LINE__);
-  if (a.GetHeight() != b.GetHeight()) ZT_THROW(CException, heights, function, source, __LINE__);
+  if (a.GetWidth() != b.GetWidth()) ZT_THROW(CException, widths, function, source, 74);
+  if (a.GetHeight() != b.GetHeight()) ZT_THROW(CException, heights, function, source, 75);
 }
 
 std::int32_t ToMaskSize(std::int64_t size) {
@@ -173,7 +172,7 @@ void CMask::SetPolygonsFromArrays(int newWidth, int newHeight,
                                   const std::vector<std::vector<short>>& arrays) {
   PolygonList polygons;
   for (const std::vector<short>& data : arrays) {
-    ZT_ASSERT(data.size() % 2 == 0, source, __LINE__);
+    ZT_ASSERT(data.size() % 2 == 0, source, 176);
     CMaskPolygon& polygon = polygons.emplace_back(data.size() / 2);
     for (std::size_t i = 0; i < polygon.size(); ++i)
       polygon[i] = {data[2 * i], data[2 * i + 1]};
@@ -183,7 +182,7 @@ void CMask::SetPolygonsFromArrays(int newWidth, int newHeight,
 
 void CMask::Invert(const CMask& in, CMask& out) {
   if (in.height <= 0)
-    ZT_THROW(CException, "CMask::Invert: input mask is empty", "Invert", source, __LINE__);
+    ZT_THROW(CException, "CMask::Invert: input mask is empty", "Invert", source, 186);
   CMask result(in.width, in.height);
   for (std::size_t y = 0; y < result.rows.size(); ++y)
     ForEachGap(in.rows[y], in.width, [&](const CMaskRun& gap) { result.rows[y].push_back(gap); });

@@ -93,17 +93,17 @@ bool PointOnSegment(CPointF a, CPointF b, CPointF p, CPointF& out, float toleran
   const CPointF foot = FootOn(line, p.x, p.y);
   const float distance = std::sqrt(SquaredLength(p.x - foot.x, p.y - foot.y));
   if (distance > tolerance) {
-    ZT_LOG(1, source, __LINE__, "Nincs rajta 0 d = %3.3f!\n", static_cast<double>(distance));
+    ZT_LOG(1, source, 96, "Nincs rajta 0 d = %3.3f!\n", static_cast<double>(distance));
     return false;
   }
   // A segment of one point has the direction of the line through it.
   const CPointF along = a.x == b.x && a.y == b.y ? CPointF{0, 1} : CPointF{b.x - a.x, b.y - a.y};
   if (along.x * (foot.x - a.x) + along.y * (foot.y - a.y) < 0) {
-    ZT_LOG(1, source, __LINE__, "Nincs rajta 1!\n");
+    ZT_LOG(1, source, 102, "Nincs rajta 1!\n");
     return false;
   }
   const bool behind = along.x * (foot.x - b.x) + along.y * (foot.y - b.y) > 0;
-  if (behind) ZT_LOG(1, source, __LINE__, "Nincs rajta 2!\n");
+  if (behind) ZT_LOG(1, source, 106, "Nincs rajta 2!\n");
   out = behind ? b : foot;
   return true;
 }

@@ -22,7 +22,7 @@ constexpr char source[] = "main/target/windll/codec_api";
 
 FrameInfo CheckedFrameInfo(Bytes frame, const char* function) {
   if (frame.size() < FrameHeader::minSize)
-    ZT_THROW(CException, "Invalid range", function, source, __LINE__);
+    ZT_THROW(CException, "Invalid range", function, source, 25);
   return ReadFrameInfo(frame);
 }
 
@@ -39,7 +39,7 @@ Bytes BytesIfAny(const ztlib_blob* blob) {
 
 template <class T>
 const T& Checked(const std::optional<T>& value, const char* function) {
-  if (!value) ZT_THROW(CException, "Invalid range", function, source, __LINE__);
+  if (!value) ZT_THROW(CException, "Invalid range", function, source, 42);
   return *value;
 }
 
@@ -177,7 +177,7 @@ void ztlib_copyAndAddHeader(void* user, ztlib_output out, const void* jpeg, std:
     CheckNotNull(out, site);
     const Bytes stream = BytesAt(jpeg, size, site);
     if (size > UINT32_MAX - FrameHeader::size)
-      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+      ZT_THROW(CException, "Invalid range", site.name, source, 180);
     const JpegSize picture = CJPEGDecoder().ReadHeader(stream);
     const FrameHeader header{.kind = FrameHeader::kindAdded,
                              .totalSize = size + FrameHeader::size,
@@ -218,7 +218,7 @@ std::int32_t ztlib_decomposeToLayers(const ztlib_blob* frame, void* const users[
     CheckNotNull(users, site);
     CheckNotNull(out, site);
     if (bytes.size() < FrameHeader::formatEnd)
-      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+      ZT_THROW(CException, "Invalid range", site.name, source, 221);
     if (!IsLayered(VideoFormatOf(bytes))) return 0;
     const auto split = SplitLayers(bytes);
     const LayerRecords& records = Checked(split, site.name);
@@ -235,7 +235,7 @@ void ztlib_composeFromLayers(void* user, ztlib_output out, const ztlib_blob* con
     CheckNotNull(out, site);
     CheckNotNull(layers, site);
     if (count < 1 || count > static_cast<std::int32_t>(LayeredHeader::layers))
-      ZT_THROW(CException, "Invalid range", site.name, source, __LINE__);
+      ZT_THROW(CException, "Invalid range", site.name, source, 238);
     Bytes records[LayeredHeader::layers];
     for (std::int32_t i = 0; i < count; ++i)
       records[i] = BytesOf(layers[i], site);

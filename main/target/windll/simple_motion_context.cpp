@@ -57,10 +57,10 @@ CResultRecord CSimpleMotionContext::VirtualConfigure() {
 GrayView CSimpleMotionContext::PlaneOf(const CZTImage& image) {
   GrayView plane{image.GetDx(), image.GetDy()};
   if (plane.width < 0 || plane.height < 0)
-    ZT_THROW(CException, "Invalid range", "Feed", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "Feed", source, 60);
   if (plane.width == 0 || plane.height == 0) return plane;
   plane.data = image.GetPtrAs<std::uint8_t>();
-  if (!plane.data) ZT_THROW(CException, "Using null-pointer", "Feed", source, __LINE__);
+  if (!plane.data) ZT_THROW(CException, "Using null-pointer", "Feed", source, 63);
   if (image.GetPixelFormat() == PixelFormat::GRAY) {
     plane.stride = image.GetView<TTGray<unsigned char>>().PlaneStride();
     return plane;

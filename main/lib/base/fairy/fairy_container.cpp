@@ -76,10 +76,10 @@ void CDataFairyBase::AddItem(Token token, AFairyItem* item) {
 
 template <class Clone>
 void CDataFairyBase::ClonePairwise(const ACDataFairy* other, Clone clone) {
-  if (!other) ZT_THROW(CException, "Using null-pointer", "CloneFrom", source, __LINE__);
+  if (!other) ZT_THROW(CException, "Using null-pointer", "CloneFrom", source, 79);
   const Items& originals = other->GetItems();
   if (originals.size() != items.size()) {
-    ZT_LOG(1, source, __LINE__, "Tried to clone CDataFairies of different sizes!");
+    ZT_LOG(1, source, 82, "Tried to clone CDataFairies of different sizes!");
     return;
   }
   for (std::size_t i = 0; i < items.size(); ++i) {

@@ -131,7 +131,7 @@ MotionStep CMotionBackground::ChooseStep(std::int64_t now) {
 std::int64_t CMotionBackground::ProcessImage(const GrayView& image, const std::int64_t* timeMs,
                                              const CMask* mask) {
   if (!image.data && image.width > 0 && image.height > 0)
-    ZT_THROW(CException, "Using null-pointer", "ProcessImage", source, __LINE__);
+    ZT_THROW(CException, "Using null-pointer", "ProcessImage", source, 134);
   const Size size{image.width, image.height};
   if (!configured) {
     ConfigureFromData(CData(), size);

@@ -69,19 +69,19 @@ void CSingleSimpleMotion::WarnOfThresholds(const Size& size) const {
   const float most =
       static_cast<float>(fullMaskArea) * 100.0F / static_cast<float>(size.width * size.height);
   if (most < signalThreshold)
-    ZT_LOG(2, source, __LINE__, "Alarm signal is not possible in this configuration!");
+    ZT_LOG(2, source, 72, "Alarm signal is not possible in this configuration!");
   if (most < restoreThreshold)
-    ZT_LOG(2, source, __LINE__, "VCA stay in restore forever in this configuration!");
+    ZT_LOG(2, source, 74, "VCA stay in restore forever in this configuration!");
 }
 
 // The blank in the condition is part of the text that is logged.
 // clang-format off
-#define ZT_CHECK_CONFIGURED(function) \
-  ZT_MUST_BE_FALSE(! IsConfigured(), function, source, __LINE__)
+#define ZT_CHECK_CONFIGURED(function, line) \
+  ZT_MUST_BE_FALSE(! IsConfigured(), function, source, line)
 // clang-format on
 
 float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const FrameTime& time) {
-  ZT_CHECK_CONFIGURED("Process");
+  ZT_CHECK_CONFIGURED("Process", 84);
   if (state == warmingUp) {
     if (firstFrameTime.timestampMs == 0) firstFrameTime = time;
     if (Elapsed(firstFrameTime.timestampMs, time.timestampMs) > warmupMs) state = running;
@@ -114,7 +114,7 @@ bool CSingleSimpleMotion::ProcessAndDecide(CData& result, const GrayView& image,
 }
 
 float CSingleSimpleMotion::VirtualProcess(CData&, const CData& item) {
-  ZT_CHECK_CONFIGURED("VirtualProcess");
+  ZT_CHECK_CONFIGURED("VirtualProcess", 117);
   state = running;
   const CDataValue* const found = item.Find(Tok::Motion, cdBinary);
   if (!found || !found->GetBinary()) return 0.0F;

@@ -31,7 +31,7 @@ std::unique_ptr<CVideoDecoderBase> CreateDecoder(int format) {
 
 bool DecodeFrame(CVideoDecoderBase** decoder, CZTImage& out, CBinData& frame) {
   if (frame.Size() < FrameHeader::formatEnd)
-    ZT_THROW(CException, "Invalid range", "DecodeFrame", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "DecodeFrame", source, 34);
   const std::int16_t format = ReadVideoFormat({frame.Data(), frame.Size()});
   if (!*decoder || (*decoder)->GetVideoFormat() != format) {
     std::unique_ptr<CVideoDecoderBase> created = CreateDecoder(format);

@@ -64,13 +64,13 @@ void CVideoEncoderMJPEG::Configure(const CData& config) {
 }
 
 void CVideoEncoderMJPEG::CheckConfigured(const char* site) const {
-  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", site, __LINE__);
+  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "Encode", site, 67);
 }
 
 void CVideoEncoderMJPEG::ForwardQuality(int newQuality, const char* site, int line) {
   const CAutoLock lock(&mutex);
   ZT_ASSERT(encoder_, site, line);
-  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", site, __LINE__);
+  if (!encoder_) ZT_THROW(CException, "Using null-pointer", "SetQuality", site, 73);
   encoder_->SetQuality(static_cast<std::uint32_t>(newQuality));
 }
 
@@ -97,7 +97,7 @@ void CVideoEncoderMJPEG::Encode(CBinData& out, const CZTImage& image,
                .pixels = converted.GetPtrAs<std::uint8_t>(),
                .distance = std::size_t{width} * 4};
     if (Area(converted.GetDx(), converted.GetDy()) < Area(width, height))
-      ZT_THROW(CException, "Invalid range", "Encode", source, __LINE__);
+      ZT_THROW(CException, "Invalid range", "Encode", source, 100);
   }
   EncodeStream(picture, 0);
   out = FinishFrame({.format = videoFormatMJPEG}, request);

@@ -25,17 +25,16 @@ std::int64_t PlaneStrideOf(const void* frame, std::int32_t width) {
 template <class T>
 TCImageView<T> WrapFrame(void* frame) {
   using Traits = PixelTraits<T>;
-  if (!frame) ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, __LINE__);
+  if (!frame) ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, 28);
   const int width = frame_manager::Width(frame);
   const int height = frame_manager::Height(frame);
-  if (width < 0 || height < 0)
-    ZT_THROW(CException, "Invalid range", "TCZTImageImpl", source, __LINE__);
+  if (width < 0 || height < 0) ZT_THROW(CException, "Invalid range", "TCZTImageImpl", source, 32);
   const int dx = width / Traits::sampleDx;
   const int dy = height / Traits::sampleDy;
-  CheckImageSize(dx, dy, Traits::sampleDx, Traits::sampleDy, "TCZTImageImpl", source, __LINE__);
+  CheckImageSize(dx, dy, Traits::sampleDx, Traits::sampleDy, "TCZTImageImpl", source, 35);
   void* const data = frame_manager::FirstPointer(frame);
   if (!data && dx > 0 && dy > 0)
-    ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, __LINE__);
+    ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, 38);
   TCImageView<T> view;
   view.Wrap(dx, dy, {frame, data},
             Traits::format == PixelFormat::GRAY ? PlaneStrideOf(frame, dx) : 0);
@@ -65,7 +64,7 @@ void TCZTImageImpl<T>::GetSizeInFormat(int* dx, int* dy, PixelFormat format) con
   const int sampleDx = ::GetSampleDx(format);
   const int sampleDy = ::GetSampleDy(format);
   if (sampleDx == 0 || sampleDy == 0)
-    ZT_THROW(CException, "Invalid range", "GetSizeInFormat", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "GetSizeInFormat", source, 68);
   *dx = GetDxInPixels() / sampleDx;
   *dy = GetDyInPixels() / sampleDy;
 }
@@ -108,7 +107,7 @@ std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateCopy() const {
 
 template <class T>
 std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMap() const {
-  CheckNotEmpty(view, "CreateMap", __LINE__);
+  CheckNotEmpty(view, "CreateMap", 111);
   return std::make_unique<TCZTImageImpl>(view);
 }
 
@@ -120,13 +119,13 @@ std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMapOfCorners(const Rec
 
 template <class T>
 std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateMapOfRect(const Rect& rect) const {
-  CheckNotEmpty(view, "CreateMap", __LINE__);
+  CheckNotEmpty(view, "CreateMap", 123);
   return std::make_unique<TCZTImageImpl>(TCImageView<T>::MapOf(view, rect));
 }
 
 template <class T>
 void TCZTImageImpl<T>::Reloc(int dx, int dy, const char* function) {
-  CheckNotEmpty(view, function, __LINE__);
+  CheckNotEmpty(view, function, 129);
   view.data += std::int64_t{dy} * view.scanline + dx;
   view.originX += dx;
   view.originY += dy;

@@ -33,9 +33,9 @@ struct SavedGeometry {
 // Throws for a geometry that cannot be built; otherwise returns the bytes that its body must have.
 std::uint64_t NeededBodySize(const SavedGeometry& saved) {
   if (!IsPixelFormat(saved.format))
-    ZT_THROW(CException, "Wrong format", "CreateNewImageBase", source, __LINE__);
+    ZT_THROW(CException, "Wrong format", "CreateNewImageBase", source, 36);
   CheckImageSize(saved.dx, saved.dy, GetSampleDx(saved.format), GetSampleDy(saved.format), "Create",
-                 "main/lib/base/image_rw", __LINE__);
+                 "main/lib/base/image_rw", 38);
   const auto samples = static_cast<std::uint64_t>(saved.dx) * static_cast<std::uint64_t>(saved.dy);
   if (saved.format == PixelFormat::BOOL8) return (samples + 7) / 8;
   return samples * VisitPixelType(saved.format,
@@ -51,7 +51,7 @@ int CZTImage::GetSizeOfSavedBody_V1() const {
                                 ? samples / 8 + packedBitsSlack
                                 : samples * image.GetSampleSize();
   if (size > std::numeric_limits<std::int32_t>::max() - savedHeaderSize)
-    ZT_THROW(CException, "Invalid range", "GetSizeOfSavedBody_V1", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "GetSizeOfSavedBody_V1", source, 54);
   return static_cast<int>(size);
 }
 
@@ -90,17 +90,17 @@ void CZTImage::SaveToBinData(CBinData& block) const {
 
 const void* CZTImage::LoadFromBuff(const void* buffer, int size) {
   if (size < savedHeaderSize || !buffer)
-    ZT_THROW(CException, "Invalid or nullptr memory!", "LoadFromBuff", source, __LINE__);
+    ZT_THROW(CException, "Invalid or nullptr memory!", "LoadFromBuff", source, 93);
   const auto* const header = static_cast<const std::uint8_t*>(buffer);
   const auto ver = LoadLE<std::uint32_t>(header + versionAt);
   // A warning and nothing else: blocks of unknown versions have always been read as version 1.
-  ZT_MUST_BE_FALSE(ver != 1, "LoadFromBuff", source, __LINE__);
+  ZT_MUST_BE_FALSE(ver != 1, "LoadFromBuff", source, 97);
   const SavedGeometry saved{LoadLE<PixelFormat>(header + formatAt),
                             LoadLE<std::int32_t>(header + dxAt),
                             LoadLE<std::int32_t>(header + dyAt)};
   const auto bodySize = static_cast<std::uint64_t>(size) - headerSize;
   if (bodySize < NeededBodySize(saved))
-    ZT_THROW(CException, "Invalid or nullptr memory!", "LoadFromBuff", source, __LINE__);
+    ZT_THROW(CException, "Invalid or nullptr memory!", "LoadFromBuff", source, 103);
 
   auto loaded = CreateNewImageBase(saved.format, saved.dx, saved.dy);
   const auto rowSize = static_cast<std::size_t>(loaded->GetRowSize());
@@ -126,10 +126,10 @@ void CZTImage::FromBindata(const CBinData& block) {
     return;
   }
   if (block.Size() < sizeof(std::uint32_t))
-    ZT_THROW(CException, "Invalid or nullptr memory!", "FromBindata", source, __LINE__);
+    ZT_THROW(CException, "Invalid or nullptr memory!", "FromBindata", source, 129);
   if (LoadLE<std::uint32_t>(block.Data()) != version1)
-    ZT_THROW(CException, "Wrong format", "FromBindata", source, __LINE__);
+    ZT_THROW(CException, "Wrong format", "FromBindata", source, 131);
   if (block.Size() > std::numeric_limits<std::int32_t>::max())
-    ZT_THROW(CException, "Invalid range", "FromBindata", source, __LINE__);
+    ZT_THROW(CException, "Invalid range", "FromBindata", source, 133);
   LoadFromBuff(block.Data(), static_cast<int>(block.Size()));
 }

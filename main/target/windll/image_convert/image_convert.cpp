@@ -16,7 +16,6 @@ void RefuseConversion(PixelFormat source, PixelFormat target) {
   if (source == PixelFormat::RGBBAYER && target == PixelFormat::YUV420BLOCK)
     target = PixelFormat::YUV;
   const char* const header = headers[static_cast<std::size_t>(target)];
-  if (header) ZT_THROW(CException, "Wrong format", "Convert", header, __LINE__);
-  ZT_THROW(CException, "Wrong format", "ConvertToNew", "main/target/windll/image/ztimage_impl",
-           __LINE__);
+  if (header) ZT_THROW(CException, "Wrong format", "Convert", header, 19);
+  ZT_THROW(CException, "Wrong format", "ConvertToNew", "main/target/windll/image/ztimage_impl", 21);
 }

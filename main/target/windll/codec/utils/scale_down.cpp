@@ -9,7 +9,7 @@ void ScaleDownUYVY_To_Gray(TCImageView<TTGray<unsigned char>>& target,
                            const TCImageView<TTUYVY<unsigned char>>& source, int factor) {
   if (factor < 2 || factor > 64 || !std::has_single_bit(static_cast<unsigned>(factor)))
     ZT_THROW(CException, "scaledown parameter is not 2,4,8,16,32,64", "ScaleDownUYVY_To_Gray",
-             "main/target/windll/codec/utils/scale_down", __LINE__);
+             "main/target/windll/codec/utils/scale_down", 12);
   const std::int32_t columns = source.dx / (factor / 2);
   const std::int32_t rows = source.dy / factor;
   const std::size_t distance = static_cast<std::size_t>(source.scanline) * sizeof(*source.data);
