@@ -5,6 +5,8 @@
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 
+using namespace ztlib;
+
 namespace {
 
 CData Configuration(bool hasMarks) {

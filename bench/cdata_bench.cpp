@@ -9,6 +9,8 @@
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
+using namespace ztlib;
+
 namespace {
 
 using nlohmann::json;

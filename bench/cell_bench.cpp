@@ -11,6 +11,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+using namespace ztlib;
+
 // The conversions of sensor pictures, groups and tiles, one frame a round. OpenCV demosaics to
 // three-byte BGR by the same bilinear rule as ours to RGB. The memcpy touches as many bytes as the
 // conversion does, which reads four-byte targets to keep their fourth bytes.

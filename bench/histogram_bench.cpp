@@ -10,6 +10,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+using namespace ztlib;
+
 // Histograms of a plane beside OpenCV's calcHist on one thread: of noise, of a smooth picture, and
 // of one gray value, where each counter has to be waited for; and of the half of it that a mask
 // leaves.

@@ -17,6 +17,8 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/video/background_segm.hpp>
 
+using namespace ztlib;
+
 // Motion detection from the picture to the result block, beside OpenCV's background subtractors on
 // one thread and the same planes, which end at the foreground plane, and beside a copy of as many
 // bytes as a model has to touch; two threads with a context each beside one. And the filling of a

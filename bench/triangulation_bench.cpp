@@ -13,6 +13,8 @@
 #include <CGAL/Triangulation_vertex_base_with_info_2.h>
 #include <benchmark/benchmark.h>
 
+using namespace ztlib;
+
 // A million estimates, of two values each, all over a frame with so many points in its mesh, beside
 // CGAL's Delaunay triangulation of the same points: its locate and barycentric coordinates.
 // Locating starts at the last face, which is its best case where pixels follow each other in rows.

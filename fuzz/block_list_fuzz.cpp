@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace ztlib;
+
 // The input is a list that may lie, and after its first byte the distances of blocks whose list
 // must come back as it was.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

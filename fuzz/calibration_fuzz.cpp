@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+using namespace ztlib;
+
 namespace {
 
 // Any answer is good, but one that is given is a number and within the table.

@@ -4,6 +4,8 @@
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "tests/support/row_kernel_shapes.h"
 
+using namespace ztlib;
+
 namespace {
 
 using codec_fuzz::Bytes;

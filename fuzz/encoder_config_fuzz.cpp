@@ -1,6 +1,8 @@
 #include "fuzz/codec_fuzz.h"
 #include "main/lib/base/cdata/HAData.h"
 
+using namespace ztlib;
+
 // Two configuration blocks for encoders of both video formats, and after each a picture of the
 // configured size, which comes out as a frame that decodes. Another size would end the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -2,6 +2,8 @@
 #include "fuzz/require.h"
 #include "main/lib/imgproc/mask.h"
 
+using namespace ztlib;
+
 namespace {
 
 // Runs in order, apart from each other and inside; area and box as they say.

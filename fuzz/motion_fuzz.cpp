@@ -3,6 +3,8 @@
 
 #include <memory>
 
+using namespace ztlib;
+
 namespace {
 
 using codec_fuzz::Frame;

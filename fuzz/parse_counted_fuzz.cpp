@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+using namespace ztlib;
+
 namespace {
 
 std::vector<std::uint8_t> Written(const CData& tree) {

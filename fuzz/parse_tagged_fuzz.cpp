@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+using namespace ztlib;
+
 namespace {
 
 bool Same(const CBinData& a, const CBinData& b) {

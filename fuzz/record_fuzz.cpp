@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <vector>
 
+using namespace ztlib;
+
 namespace {
 
 enum class Mode : std::int32_t { Off, On, Hidden };

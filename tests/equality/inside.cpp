@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace ztlib;
+
 namespace {
 
 void Convert(int source, int target, int width, int height) {
@@ -65,7 +67,7 @@ void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
 }  // namespace
 
 int main() {
-  frame_manager::Register(Frame::Allocate, Frame::Release, nullptr, false);
+  RegisterFrameManager(Frame::Allocate, Frame::Release, nullptr, false);
   for (int source = 0; source <= 8; ++source)
     for (int target = 0; target <= 8; ++target)
       Step(std::string("convert ") + formatNames[source] + " to " + formatNames[target], [&] {

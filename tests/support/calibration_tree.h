@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+using namespace ztlib;
+
 // Configurations of calibrators.
 
 using Numbers = std::vector<std::pair<Token, double>>;

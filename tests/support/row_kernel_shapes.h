@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <iterator>
 
+using namespace ztlib;
+
 // What one count of a row kernel reads and writes, for tests, fuzzing and benchmarks.
 struct RowKernelShape {
   const char* name;

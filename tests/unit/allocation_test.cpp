@@ -8,6 +8,8 @@
 #include <dlfcn.h>
 #include <malloc.h>
 
+using namespace ztlib;
+
 // The heap of this program, libjpeg's use of it included, counts its calls. A program of its own,
 // because it takes the place of the C library's functions.
 extern "C" {

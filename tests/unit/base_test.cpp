@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <map>
 
+using namespace ztlib;
+
 namespace {
 
 std::vector<std::string> written;

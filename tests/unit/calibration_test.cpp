@@ -6,6 +6,8 @@
 #include <map>
 #include <numbers>
 
+using namespace ztlib;
+
 namespace {
 
 constexpr int lowest = std::numeric_limits<int>::min();

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string_view>
 
+using namespace ztlib;
+
 namespace {
 
 using Block = std::vector<std::uint8_t>;

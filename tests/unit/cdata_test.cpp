@@ -4,6 +4,8 @@
 #include "tests/support/common.h"
 #include "tests/unit/rich_tree.h"
 
+using namespace ztlib;
+
 namespace {
 
 TEST(CData, LookupAnswersForTheFirstElementAndItsOwnKind) {

@@ -7,6 +7,8 @@
 #include "tests/support/pixel_model.h"
 #include "tests/support/test_frames.h"
 
+using namespace ztlib;
+
 namespace {
 
 // The model makes pixels, which are then stored in the target's format.
@@ -273,7 +275,7 @@ void CheckSizes(std::initializer_list<int> wide, int maxDx, int maxDy, std::size
 }
 
 TEST(ImageConvert, CellsFollowTheModel) {
-  const CTestFrames frames(&frame_manager::Register);
+  const CTestFrames frames(&RegisterFrameManager);
   CheckSizes<RgbImageView, BayerImageView>({63, 64, 65, 66, 67, 68, 255}, 41, 9);
   CheckSizes<GrayImageView, BayerBlockImageView>({64, 131}, 40, 6);
   CheckSizes<RgbImageView, BayerBlockImageView>({64, 131}, 40, 6);
@@ -301,7 +303,7 @@ TEST(ImageConvert, CellsKeepToSmallerTargets) {
 }
 
 TEST(ImageConvert, SensorToYuyvNamesTheFirstOfItsConditions) {
-  const CTestFrames frames(&frame_manager::Register);
+  const CTestFrames frames(&RegisterFrameManager);
   const GuardedMemory memory(4096);
   const std::tuple<int, int, std::size_t, std::size_t, const char*> cases[] = {
       {3, 4, 1, 1, "RGBBayer pic is too small."},

@@ -10,6 +10,8 @@
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
 
+using namespace ztlib;
+
 namespace {
 
 constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, PixelFormat::YUV,
@@ -141,7 +143,7 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
 
 class EncoderMJPEG : public testing::Test {
  protected:
-  CTestFrames frames{frame_manager::Register};
+  CTestFrames frames{RegisterFrameManager};
 
   static void Configure(CVideoEncoderMJPEG& encoder, int width, int height, int quality = 75) {
     CData config;

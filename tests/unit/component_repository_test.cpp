@@ -5,6 +5,8 @@
 
 #include <new>
 
+using namespace ztlib;
+
 namespace {
 
 std::vector<std::string> events;

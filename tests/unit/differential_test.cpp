@@ -13,6 +13,8 @@
 #include <map>
 #include <set>
 
+using namespace ztlib;
+
 namespace {
 
 using Blocks32 = std::vector<std::uint32_t>;
@@ -201,7 +203,7 @@ Bytes Picture(const Options& o, int t) {
 
 class Differential : public testing::Test {
  protected:
-  CTestFrames frames{frame_manager::Register};
+  CTestFrames frames{RegisterFrameManager};
 
   static void Configure(CVideoEncoderMJPEGDIFF& encoder, const Options& o) {
     CData config;

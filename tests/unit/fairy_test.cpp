@@ -8,6 +8,8 @@
 #include <sstream>
 #include <stdexcept>
 
+using namespace ztlib;
+
 namespace {
 
 std::vector<std::string> logged;

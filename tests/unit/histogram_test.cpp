@@ -7,6 +7,8 @@
 #include <array>
 #include <numeric>
 
+using namespace ztlib;
+
 namespace {
 
 using Bins = std::array<std::int32_t, 256>;

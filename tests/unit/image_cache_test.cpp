@@ -4,6 +4,8 @@
 
 #include <numeric>
 
+using namespace ztlib;
+
 namespace {
 
 // A frame of 6 by 5 whose rows are 8 bytes apart: luma 0 to 39, chroma pairs from 100 on.

@@ -9,6 +9,8 @@
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
+using namespace ztlib;
+
 namespace {
 
 constexpr std::uint8_t fill = 0xA5;
@@ -174,7 +176,7 @@ void CheckPair(int source, int target, int width, int height) {
 }
 
 TEST(ImageConvert, EveryCellOfTheMatrix) {
-  const CTestFrames frames(&frame_manager::Register, fill);
+  const CTestFrames frames(&RegisterFrameManager, fill);
   for (int source = 0; source < 9; ++source)
     for (int target = 0; target < 9; ++target)
       for (const auto& [width, height] :
@@ -184,7 +186,7 @@ TEST(ImageConvert, EveryCellOfTheMatrix) {
 
 // Parts of pictures have rows that lie further apart than they are long.
 TEST(ImageConvert, KeepsToTheRowsOfParts) {
-  const CTestFrames frames(&frame_manager::Register, fill);
+  const CTestFrames frames(&RegisterFrameManager, fill);
   YuyvImageView whole;
   UyvyImageView swapped;
   whole.Create(8, 4);

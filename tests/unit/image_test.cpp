@@ -6,13 +6,15 @@
 
 #include <numeric>
 
+using namespace ztlib;
+
 namespace {
 
 using Gray = TTGray<unsigned char>;
 
 class Images : public testing::Test {
  protected:
-  CTestFrames frames{frame_manager::Register};
+  CTestFrames frames{RegisterFrameManager};
 
   // Pixel n of a gray picture has the value n.
   static CZTImage& Count(CZTImage& image, int width, int height) {

@@ -3,6 +3,8 @@
 #include "main/lib/base/logger.h"
 #include "tests/support/common.h"
 
+using namespace ztlib;
+
 namespace {
 
 using LogLine = std::pair<int, std::string>;

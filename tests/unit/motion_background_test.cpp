@@ -5,6 +5,8 @@
 
 #include <xmmintrin.h>
 
+using namespace ztlib;
+
 namespace {
 
 using Floats = std::vector<float>;

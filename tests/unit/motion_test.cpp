@@ -2,6 +2,8 @@
 #include "main/lib/vca/old_vca_utils/simple_motion.h"
 #include "tests/support/export_fixture.h"
 
+using namespace ztlib;
+
 namespace {
 
 constexpr std::int64_t epochOffset = 11644473600000;

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+using namespace ztlib;
+
 // An element of every kind in the order of their bits, then the null payloads.
 inline CData RichTree() {
   CData data;

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+using namespace ztlib;
+
 namespace {
 
 TEST(TokenTable, EveryRowIsFoundByItsNameAndHasItsHash) {

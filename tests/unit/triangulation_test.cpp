@@ -4,6 +4,8 @@
 #include "tests/support/common.h"
 #include "tests/support/triangulation_model.h"
 
+using namespace ztlib;
+
 namespace {
 
 constexpr std::int32_t low = std::numeric_limits<std::int32_t>::min();

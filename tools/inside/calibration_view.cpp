@@ -8,6 +8,8 @@
 #include <array>
 #include <cmath>
 
+using namespace ztlib;
+
 namespace {
 
 constexpr float virtualSize = 16384;

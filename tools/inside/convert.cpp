@@ -15,6 +15,8 @@
 #include <fstream>
 #include <memory>
 
+using namespace ztlib;
+
 namespace {
 
 struct CConvertOptions {

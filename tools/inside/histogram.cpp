@@ -15,6 +15,8 @@
 
 #include <nlohmann/json.hpp>
 
+using namespace ztlib;
+
 namespace {
 
 struct CHistogramOptions {

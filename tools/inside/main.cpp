@@ -6,11 +6,13 @@
 #include "main/lib/base/logger.h"
 #include "tools/inside/commands.h"
 
+using namespace ztlib;
+
 namespace {
 
 // The library's pictures are frames of the pool.
 std::shared_ptr<void> OpenLibrary(bool isVerbose) {
-  frame_manager::Register(
+  RegisterFrameManager(
       [](int width, int height, int pixelFormat) -> void* {
         return CFramePool::Instance().Allocate(width, height, pixelFormat);
       },

@@ -7,6 +7,8 @@
 #include <set>
 #include <utility>
 
+using namespace ztlib;
+
 namespace {
 
 struct CMeshOptions {

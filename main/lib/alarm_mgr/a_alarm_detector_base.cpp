@@ -4,6 +4,8 @@
 
 #include <limits>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/alarm_mgr/a_alarm_detector_base";
@@ -88,3 +90,5 @@ CResultRecord AAlarmDetectorBase::Process(CData&, const FrameTime&, bool* signal
 CData AAlarmDetectorBase::GetStatusData() const {
   return {};
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // What an alarm detector is and how it alarms. Times in milliseconds, the limit in frames a second.
 class AAlarmDetectorBaseConfiguration : public CDataFairy<AAlarmDetectorBaseConfiguration> {
  public:
@@ -69,3 +71,5 @@ class AAlarmDetectorBase {
   std::int64_t frameIntervalMs = 0;
   AAlarmDetectorBaseConfiguration* const configuration;
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/debug.h"
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/alarm_mgr/a_alarm_detector_video";
@@ -37,3 +39,5 @@ CResultRecord AAlarmDetectorVideo::Process(CData& tree, const FrameTime& frame, 
   CResultRecord result = AAlarmDetectorBase::Process(tree, frame, signal);
   return result.Succeeded() ? analysis->Process(tree) : result;
 }
+
+}  // namespace ztlib

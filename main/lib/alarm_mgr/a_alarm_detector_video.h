@@ -3,6 +3,8 @@
 #include "main/lib/alarm_mgr/a_alarm_detector_base.h"
 #include "main/lib/vca/a_vca_base.h"
 
+namespace ztlib {
+
 // The interface of detectors of pictures. It adds nothing to that of all detectors.
 class AAlarmDetectorVideoConfiguration : public AAlarmDetectorBaseConfiguration {
  public:
@@ -27,3 +29,5 @@ class AAlarmDetectorVideo : public AAlarmDetectorBase {
  private:
   AVCABase* const analysis;
 };
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <type_traits>
 
+namespace ztlib {
+
 // The one way in which wire and memory formats are read and written: little-endian, unaligned.
 
 static_assert(std::endian::native == std::endian::little, "numbers are copied as they stand");
@@ -119,3 +121,5 @@ class ByteWriter {
   std::uint8_t* next;
   std::uint64_t room;
 };
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/lib/base/component_repository";
 constexpr int cycleLine = 99;
@@ -105,3 +107,5 @@ void CComponentRepository::DeleteAll() {
   }
   Print("[ComponentRepository] Done!\n");
 }
+
+}  // namespace ztlib

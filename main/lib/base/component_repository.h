@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace ztlib {
+
 // The common base of all components: singletons that are created on first use and deleted by
 // CComponentRepository::DeleteAll in reverse order of creation.
 class IComponent {
@@ -98,3 +100,5 @@ struct ComponentRegistration {
     CComponentRepository::Instance().Register<Interface, Concrete>(className);
   }
 };
+
+}  // namespace ztlib

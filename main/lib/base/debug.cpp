@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/lib/base/debug";
 }
@@ -26,3 +28,5 @@ CDebugScope::~CDebugScope() noexcept(false) {
     // The scope may be on its way out of another exception.
   }
 }
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/logger.h"
 
+namespace ztlib {
+
 // A place for a debugger's breakpoint: called before every throw and after every failed assertion.
 void DebugBreakHook() noexcept;
 
@@ -45,3 +47,5 @@ class CDebugScope {
  private:
   const char* name;
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdio>
 
+namespace ztlib {
+
 namespace {
 
 // Texts by error number. They are fixed vocabulary that clients match, spelling and capitals
@@ -161,3 +163,5 @@ CStdLibErrException::CStdLibErrException() {
   const int number = errno;
   std::snprintf(text, sizeof text, "std lib error: %d [%s]", number, ErrorText(number));
 }
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+namespace ztlib {
+
 // The exception family. Every text is bounded: a longer message is cut, never an overrun.
 // `source` is the path of the throwing source without extension; it is part of the text that
 // clients see.
@@ -40,3 +42,5 @@ class CStdLibErrException : public CException {
  public:
   CStdLibErrException();
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include <xmmintrin.h>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint32_t exceptionMasks = 0x1F80;
@@ -38,3 +40,5 @@ FloatingPointGuard::~FloatingPointGuard() {
   if (((presentX87 ^ savedX87) & x87Bits) != 0)
     WriteX87Control(static_cast<std::uint16_t>((presentX87 & ~x87Bits) | (savedX87 & x87Bits)));
 }
+
+}  // namespace ztlib

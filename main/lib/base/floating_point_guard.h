@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // Masks all six floating-point exceptions for a scope, so that float work cannot trap in a client
 // that runs with unmasked exceptions. Restores exactly the six mask bits, whatever a callback of
 // the client has made of them meanwhile, and keeps the sticky flags. Both units have such bits: the
@@ -17,3 +19,5 @@ class FloatingPointGuard {
   std::uint32_t saved;
   std::uint16_t savedX87;
 };
+
+}  // namespace ztlib

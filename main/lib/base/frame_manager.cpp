@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
-std::atomic<frame_manager::AllocateFunction> allocateFunction{nullptr};
-std::atomic<frame_manager::ReleaseFunction> releaseFunction{nullptr};
-std::atomic<frame_manager::ThirdFunction> thirdFunction{nullptr};
+std::atomic<AllocateFrameFunction> allocateFunction{nullptr};
+std::atomic<ReleaseFrameFunction> releaseFunction{nullptr};
+std::atomic<ThirdFrameFunction> thirdFunction{nullptr};
 
 template <class Function>
 void Replace(std::atomic<Function>& present, Function next, bool keepExisting) {
@@ -30,20 +32,20 @@ Field FieldAt(const void* frame, std::size_t offset) {
 
 }  // namespace
 
-void frame_manager::Register(AllocateFunction allocate, ReleaseFunction release,
-                             ThirdFunction third, bool keepExisting) noexcept {
+void RegisterFrameManager(AllocateFrameFunction allocate, ReleaseFrameFunction release,
+                          ThirdFrameFunction third, bool keepExisting) noexcept {
   Replace(allocateFunction, allocate, keepExisting);
   Replace(releaseFunction, release, keepExisting);
   Replace(thirdFunction, third, keepExisting);
 }
 
-void* frame_manager::Allocate(int width, int height, int pixelFormat) {
-  const AllocateFunction allocate = allocateFunction.load(std::memory_order_acquire);
+void* AllocateFrame(int width, int height, int pixelFormat) {
+  const AllocateFrameFunction allocate = allocateFunction.load(std::memory_order_acquire);
   return allocate ? allocate(width, height, pixelFormat) : nullptr;
 }
 
-void frame_manager::Release(void* frame) noexcept {
-  const ReleaseFunction release = releaseFunction.load(std::memory_order_acquire);
+void ReleaseFrame(void* frame) noexcept {
+  const ReleaseFrameFunction release = releaseFunction.load(std::memory_order_acquire);
   if (!release) return;
   const CancellationPause pause;
   try {
@@ -53,15 +55,17 @@ void frame_manager::Release(void* frame) noexcept {
   }
 }
 
-void* frame_manager::FirstPointer(const void* frame) noexcept {
+void* FramePointer(const void* frame) noexcept {
   return FieldAt<void*>(frame, 0);
 }
-int frame_manager::LineSize(const void* frame) noexcept {
+int FrameLineSize(const void* frame) noexcept {
   return FieldAt<std::int32_t>(frame, 64);
 }
-int frame_manager::Width(const void* frame) noexcept {
+int FrameWidth(const void* frame) noexcept {
   return FieldAt<std::int32_t>(frame, 104);
 }
-int frame_manager::Height(const void* frame) noexcept {
+int FrameHeight(const void* frame) noexcept {
   return FieldAt<std::int32_t>(frame, 108);
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <new>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/base/image_rw";
@@ -30,11 +32,10 @@ ClientFrame AllocateClientFrame(std::int32_t dx, std::int32_t dy, PixelFormat fo
   const int sampleDy = GetSampleDy(format);
   CheckImageSize(dx, dy, sampleDx, sampleDy, "Create", source, 31);
   ClientFrame client;
-  client.frame =
-      frame_manager::Allocate(dx * sampleDx, dy * sampleDy, static_cast<std::int32_t>(format));
-  if (client.frame) client.data = frame_manager::FirstPointer(client.frame);
+  client.frame = AllocateFrame(dx * sampleDx, dy * sampleDy, static_cast<std::int32_t>(format));
+  if (client.frame) client.data = FramePointer(client.frame);
   if (!client.data && dx > 0 && dy > 0) {
-    if (client.frame) frame_manager::Release(client.frame);
+    if (client.frame) ReleaseFrame(client.frame);
     ZT_THROW(CException, "Using null-pointer", "Create", source, 38);
   }
   return client;
@@ -44,7 +45,7 @@ template <class T>
 void TCSharedImage<T>::Free() {
   if (!owned) return;
   if (frame)
-    frame_manager::Release(frame);
+    ReleaseFrame(frame);
   else
     std::free(data);
 }
@@ -173,3 +174,5 @@ T* TCImageX<T, Index>::GetWritePtr() {
 
 template class TCImageX<unsigned char, long long>;
 template class TCImageX<float, long long>;
+
+}  // namespace ztlib

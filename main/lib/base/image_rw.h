@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace ztlib {
+
 // A rectangle in samples. Operations that take corners read it as left, top, right, bottom.
 struct Rect {
   std::int64_t x = 0;
@@ -165,3 +167,5 @@ class TCImageX {
 
 extern template class TCImageX<unsigned char, long long>;
 extern template class TCImageX<float, long long>;
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 const ComponentRegistration<ILogger, CLoggerWin> registration("CLoggerWin");
 }
@@ -52,3 +54,5 @@ void CLoggerWin::AddStream(ILogStream* stream) {
 ILogger& Logger() {
   return *Get<ILogger>();
 }
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include <deque>
 #include <memory>
 
+namespace ztlib {
+
 // A sink of log lines. Write runs under the logger's lock.
 class ILogStream {
  public:
@@ -72,3 +74,5 @@ class CLoggerWin : public ILogger {
 ILogger& Logger();
 
 #define ZT_LOG(level, source, line, ...) Logger().Log(level, source, line, __VA_ARGS__)
+
+}  // namespace ztlib

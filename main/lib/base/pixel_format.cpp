@@ -4,6 +4,8 @@
 
 #include <array>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/base/pixel_format";
@@ -26,3 +28,5 @@ int GetSampleDx(PixelFormat format) {
 int GetSampleDy(PixelFormat format) {
   return Lookup(sampleDy, format, "GetSampleDy", 516);
 }
+
+}  // namespace ztlib

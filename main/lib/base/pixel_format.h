@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // What an image is made of. The unit of all geometry is the sample: one pixel, or the smallest
 // group of pixels that a format stores together.
 
@@ -131,3 +133,5 @@ decltype(auto) VisitPixelType(PixelFormat format, F&& f) {
       return f(PixelTag<TTGray<unsigned char>>{});
   }
 }
+
+}  // namespace ztlib

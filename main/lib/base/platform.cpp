@@ -9,6 +9,8 @@
 #include <cxxabi.h>
 #endif
 
+namespace ztlib {
+
 #if defined(__GLIBCXX__) && !defined(_WIN32)
 // The reference is null: there is no object of C++ behind it.
 __attribute__((no_sanitize("null"))) void PassForcedUnwind() {
@@ -86,3 +88,5 @@ void OsMutex::unlock() {
 }
 
 #endif
+
+}  // namespace ztlib

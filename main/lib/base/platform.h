@@ -4,6 +4,8 @@
 #include <pthread.h>
 #endif
 
+namespace ztlib {
+
 // All that differs between operating systems, except the export macro of the public header.
 
 // Comes first in every `catch (...)` that does not throw again and that a callback of the client
@@ -57,3 +59,5 @@ class OsMutex {
   pthread_mutex_t handle;
 #endif
 };
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace ztlib {
+
 #undef ZT_SET
 #define ZT_SET(name) +(__builtin_cpu_supports(#name) ? 1 : 0)
 
@@ -14,3 +16,5 @@ std::size_t UsableInstructionSets() {
   }();
   return count;
 }
+
+}  // namespace ztlib

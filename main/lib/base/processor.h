@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <span>
 
+namespace ztlib {
+
 // Kernels are compiled once for every x86-64 processor, which is the baseline, and once more for
 // each instruction set of the build. ZTLIB_INSTRUCTION_SETS has a ZT_SET(name) for each of these,
 // where the name is that of the processor's feature; a set comes behind those that it includes.
@@ -34,3 +36,5 @@ template <class Kernels>
 // keeps one copy for all, and that could be one with instructions which the processor lacks.
 #define ZT_SET(name) , name
 #define ZT_KERNEL_TABLES(Kernels) static const Kernels baseline ZTLIB_INSTRUCTION_SETS
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <ctime>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/lib/base/synchron_pthread";
 
@@ -177,3 +179,5 @@ CAutoRWLock::CAutoRWLock(CRWMutex& mutex, bool forWriting) : mutex(mutex) {
 CAutoRWLock::~CAutoRWLock() {
   mutex.Unlock();
 }
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <pthread.h>
 
+namespace ztlib {
+
 // Locks over POSIX threads. Misuse throws CSynchronException; destructors never throw, they print.
 
 // A mutex of one of three kinds, held by one thread.
@@ -82,3 +84,5 @@ class CAutoRWLock {
  private:
   CRWMutex& mutex;
 };
+
+}  // namespace ztlib

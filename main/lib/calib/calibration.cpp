@@ -5,6 +5,8 @@
 #include <chrono>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibration";
@@ -43,3 +45,5 @@ std::shared_ptr<CCalibrator3D> CCalibration::GetCalibrator() const {
 void RegisterCalibration() {
   static const ComponentRegistration<CCalibration, CCalibration> registration("CCalibration");
 }
+
+}  // namespace ztlib

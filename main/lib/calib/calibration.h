@@ -5,6 +5,8 @@
 
 #include <memory>
 
+namespace ztlib {
+
 // The service that holds the camera's calibrator. Any thread may calibrate while others measure:
 // they finish with the calibrator that they got.
 class CCalibration : public IComponent {
@@ -21,3 +23,5 @@ class CCalibration : public IComponent {
 
 // Registers the component, so that Get<CCalibration> works. Calling it again does no harm.
 void RegisterCalibration();
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <iterator>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibrator1d";
@@ -280,3 +282,5 @@ CPointF CMyAssignTable::PointOf(float key) const {
 CLine CMyAssignTable::LineAcross(CPointF point) const {
   return LineToward(crossVanishingPoint, nearLine, point);
 }
+
+}  // namespace ztlib

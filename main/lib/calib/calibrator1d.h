@@ -7,6 +7,8 @@
 #include <optional>
 #include <vector>
 
+namespace ztlib {
+
 // A function from float to float as samples: linear between them, constant beyond them.
 class CAssignTable {
  public:
@@ -88,3 +90,5 @@ class C1DCalibrator {
     float keyOfEnd = 0;
   };
 };
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibrator2d";
@@ -173,3 +175,5 @@ bool CCalibrator2D::ImagePosition(float along01, float along03, CPointF& point) 
   };
   return Intersect(point, lineOf(tableAlong01, along01), lineOf(tableAlong03, along03));
 }
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 
+namespace ztlib {
+
 // Points that a client keeps with a calibration; nothing here reads them.
 class CCalibratorFixPointHelper : public CDataFairy<CCalibratorFixPointHelper> {
  public:
@@ -80,3 +82,5 @@ class CCalibrator2D : public CMutex {
 
   CPointF start;  // the corner where both tables begin
 };
+
+}  // namespace ztlib

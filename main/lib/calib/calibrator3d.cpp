@@ -10,6 +10,8 @@
 #include <memory>
 #include <stdexcept>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/calib/calibrator3d";
@@ -328,3 +330,5 @@ bool CCalibrator3D::IsThreeDReady() {
   const CAutoLock lock(this);
   return threeDReady;
 }
+
+}  // namespace ztlib

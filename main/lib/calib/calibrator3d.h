@@ -5,6 +5,8 @@
 #include <array>
 #include <optional>
 
+namespace ztlib {
+
 // Adds height to the ground: two upright objects of the same known height, marked by foot and head,
 // give the direction of verticals and a table of heights over one side of the rectangle. A point at
 // any other place is carried there along the ground, at its height. Without such marks, or with
@@ -66,3 +68,5 @@ class CCalibrator3D : public CCalibrator2D {
   CPointF parallelDirection;  // of verticals without a vanishing point
   C1DCalibrator::CMyAssignTable zTable;
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/calib/calibrator2d.h"
 
+namespace ztlib {
+
 // What the 3D calibrator reads, and what it tells a client to draw. Coordinates are in 1/16384 of
 // the picture's width and height.
 
@@ -88,3 +90,5 @@ class CCalibrator3DInfo : public CDataFairy<CCalibrator3DInfo> {
   CCalibrator3DInfoHorizon horizon{*this, Tok::Horizon};
   CCalibrator3DInfoAdditionalPoints additionalPoints{*this, Tok::AdditionalPoints};
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace ztlib {
+
 // The line helpers as the calibrators chain them: lines as values, and a crossing that may be
 // missing.
 
@@ -36,3 +38,5 @@ inline CPointF operator-(CPointF p, CPointF q) {
 inline CPointF operator+(CPointF p, CPointF q) {
   return {p.x + q.x, p.y + q.y};
 }
+
+}  // namespace ztlib

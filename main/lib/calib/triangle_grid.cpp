@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::size_t cellsPerTriangle = 8, maxCells = 4096, maxEntries = 8;
@@ -83,3 +85,5 @@ void CTriangleGrid::Build(const CBox& newFrame, std::span<const CArea> triangles
     ForEachCell(triangles[i],
                 [&](std::size_t cell) { entries[next[cell]++] = static_cast<std::uint32_t>(i); });
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // x * factorX + y * factorY + constant within 32 bits.
 struct CEdgeFunction {
   std::uint32_t factorX, factorY, constant;
@@ -73,3 +75,5 @@ class CTriangleGrid {
   std::vector<std::size_t> starts;  // of each cell in `entries`, and the end
   std::vector<std::uint32_t> entries;
 };
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/calib/triangulation";
@@ -268,3 +270,5 @@ void CTriangulation::Estimate(std::int64_t x, std::int64_t y, float* out, std::i
   for (std::int32_t i = 0; i < count; ++i)
     out[i] = weights.Mean(a[i], b[i], c[i]);
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace ztlib {
+
 // Scattered data on the image plane: points in pixels, each with a vector of floats, are joined
 // into triangles, and a vector can be estimated at any pixel by interpolation within the triangle
 // that holds it. Meant for tens of points: an insertion looks at every triangle and every point.
@@ -90,3 +92,5 @@ class CTriangulation {
   std::vector<float> known;      // complete values, those that Finalize would give included
   CTriangleGrid grid;
 };
+
+}  // namespace ztlib

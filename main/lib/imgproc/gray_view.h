@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // In pixels.
 struct Size {
   std::int64_t width = 0;
@@ -15,3 +17,5 @@ struct GrayView {
   const std::uint8_t* data = nullptr;
   std::int64_t stride = 0;
 };
+
+}  // namespace ztlib

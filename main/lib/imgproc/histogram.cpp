@@ -8,6 +8,8 @@
 #include <cstring>
 #include <numeric>
 
+namespace ztlib {
+
 using histogram_impl::source;
 
 namespace {
@@ -249,3 +251,5 @@ void TBlur(CHistogram& histogram, int low, int high, int radius) {
     ZT_THROW(CException, "Invalid range", "TBlur", source, 249);
   Blur(histogram.bins, histogram.bins, low, high, radius);
 }
+
+}  // namespace ztlib

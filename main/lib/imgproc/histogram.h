@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // A working plane of bytes.
 using ByteImage = TCImageX<unsigned char, long long>;
 
@@ -88,5 +90,7 @@ template <class Image>
 void TApply(Image& r_img, const std::uint8_t lut[256]);
 template <class Image>
 void TApplyAndSaturation(Image& r_img, const int lut[256]);
+
+}  // namespace ztlib
 
 #include "main/lib/imgproc/histogram_impl.h"

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace ztlib {
+
 namespace histogram_impl {
 
 inline constexpr char source[] = "main/lib/imgproc/histogram";
@@ -49,3 +51,5 @@ void TApplyAndSaturation(Image& r_img, const int lut[256]) {
     table[i] = static_cast<std::uint8_t>(std::clamp(lut[i], 0, 255));
   histogram_impl::ApplyTable(r_img, table);
 }
+
+}  // namespace ztlib

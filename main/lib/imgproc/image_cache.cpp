@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/imgproc/image_cache";
@@ -124,3 +126,5 @@ std::shared_ptr<CCachedImage> CImageDataCache::GetImage(int _level, int _plane) 
   images.emplace(key, cached);
   return cached;
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <map>
 #include <memory>
 
+namespace ztlib {
+
 // A frame as it is handed to those who analyse it.
 struct FrameRecord {
   FrameTime time;
@@ -64,3 +66,5 @@ class CImageDataCache {
   FrameRecord frame;
   std::map<std::uint32_t, std::shared_ptr<CCachedImage>> images;
 };
+
+}  // namespace ztlib

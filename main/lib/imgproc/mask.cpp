@@ -10,6 +10,8 @@
 #include <new>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/imgproc/mask";
@@ -252,3 +254,5 @@ void CMask::OverlayInverse(TCImageView<TTRGB<unsigned char>>& image, std::uint8_
                            std::uint8_t r) const {
   PaintRuns(*this, image, true, "OverlayInverse", RgbPaint(b, g, r));
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <list>
 #include <vector>
 
+namespace ztlib {
+
 // The pixels `start` to `end` - 1 of a row.
 struct CMaskRun {
   std::int32_t start;
@@ -95,3 +97,5 @@ class CMaskArray : public CFairyArrayItem<std::vector<short>> {
  public:
   using CFairyArrayItem::CFairyArrayItem;
 };
+
+}  // namespace ztlib

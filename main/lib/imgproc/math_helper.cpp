@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/imgproc/math_helper";
@@ -107,3 +109,5 @@ bool PointOnSegment(CPointF a, CPointF b, CPointF p, CPointF& out, float toleran
   out = behind ? b : foot;
   return true;
 }
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // Plane geometry in single precision, for calibration and triangulation. Every expression is
 // evaluated in float in the order written: results are the same to the bit on every target.
 
@@ -44,3 +46,5 @@ void Bisector(CLine& out, CPointF p, CPointF q);
 // behind `b` is logged too and becomes `b`.
 [[nodiscard]] bool PointOnSegment(CPointF a, CPointF b, CPointF p, CPointF& out,
                                   float tolerance = 1e-6f);
+
+}  // namespace ztlib

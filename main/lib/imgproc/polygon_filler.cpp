@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 // Keeps one of each odd number of equal values of a sorted range; returns the new end.
@@ -218,3 +220,5 @@ CMask::Row CPolygonFiller::RunsOf(std::size_t y) const {
   }
   return runs;
 }
+
+}  // namespace ztlib

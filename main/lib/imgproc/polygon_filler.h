@@ -8,6 +8,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // Fills polygons into a picture of bits, at a cost that follows what they add to it. Polygons may
 // come from outside by the hundred thousand, so none has a memory of the picture's size, equal
 // edges of a polygon cancel before they are walked, equal polygons are filled once, and where all
@@ -77,3 +79,5 @@ class CPolygonFiller {
   std::vector<Line> active;   // those of the present polygon that reach the present band
   std::uint64_t crossingCount = 0;
 };
+
+}  // namespace ztlib

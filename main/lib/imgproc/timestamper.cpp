@@ -1,5 +1,7 @@
 #include "main/lib/imgproc/timestamper.h"
 
+namespace ztlib {
+
 namespace {
 
 // From 1601 to 1970.
@@ -25,3 +27,5 @@ std::uint64_t CTimestamper::ToClientTime(const FrameTime& time) {
 void RegisterTimestamper() {
   static const ComponentRegistration<CTimestamper, CTimestamper> registration("CTimestamper");
 }
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // When a frame was taken. The first two words are those of cameras and stay 0 here.
 struct FrameTime {
   std::int64_t first = 0;
@@ -22,3 +24,5 @@ class CTimestamper : public IComponent {
 
 // At load, or earlier if asked to; a second call does nothing.
 void RegisterTimestamper();
+
+}  // namespace ztlib

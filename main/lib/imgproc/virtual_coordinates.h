@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // Places in a picture independent of its resolution: 16384 units across each axis. Rounded to
 // nearest with halves upwards (sums below zero round towards zero), never clamped.
 
@@ -15,3 +17,5 @@ inline constexpr std::int64_t virtualUnits = 16384;
   if (size == 0) return 0;
   return static_cast<std::int32_t>((position * virtualUnits + size / 2) / size);
 }
+
+}  // namespace ztlib

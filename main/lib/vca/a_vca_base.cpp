@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace ztlib {
+
 void ExportRecord(const ACDataFairy& record, CData& tree, Token key) {
   CDataValue* const present = tree.Find(key, cdNode);
   CData* const found = present ? present->GetNode() : nullptr;
@@ -47,3 +49,5 @@ CResultRecord AVCABase::Configure(const CData& tree) {
 void AVCABase::ExportConfiguration(CData& tree, Token key) const {
   ExportRecord(*configurationRecord, tree, key);
 }
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+namespace ztlib {
+
 class AAlarmDetectorBase;
 
 // How an operation of an analysis or a detector ended.
@@ -72,3 +74,5 @@ class AVCABase {
   CData configurationCopy;
   ACDataFairy* const configurationRecord;
 };
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <iterator>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/vca/alarm_event";
@@ -40,3 +42,5 @@ DetectorEventType::Enum DetectorEventType::FromText(std::string_view text) {
 }
 
 IAlarmNotifyReceiver::~IAlarmNotifyReceiver() = default;
+
+}  // namespace ztlib

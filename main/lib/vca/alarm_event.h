@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace ztlib {
+
 // What alarm detectors tell about themselves.
 
 // What a detector is doing.
@@ -44,3 +46,5 @@ class IAlarmNotifyReceiver {
   virtual void OnState(const CData& notice) = 0;
   virtual void OnEvent(const CData& notice) = 0;
 };
+
+}  // namespace ztlib

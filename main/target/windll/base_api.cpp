@@ -11,6 +11,8 @@
 #include <memory>
 #include <utility>
 
+using namespace ztlib;
+
 namespace {
 
 constexpr char source[] = "main/target/windll/base_api";
@@ -62,7 +64,7 @@ void ztlib_registerExceptionHandler(ztlib_exception_handler handler) {
 
 void ztlib_registerAVFrameMgr(ztlib_frame_allocate allocate, ztlib_frame_release release,
                               ztlib_frame_third third, uint8_t keepExisting) {
-  frame_manager::Register(allocate, release, third, keepExisting != 0);
+  RegisterFrameManager(allocate, release, third, keepExisting != 0);
 }
 
 void* ztlib_ztimage_create(void) {

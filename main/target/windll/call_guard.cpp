@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 
+namespace ztlib {
+
 namespace {
 
 std::atomic<ExceptionHandler> exceptionHandler{nullptr};
@@ -93,3 +95,5 @@ void RunGuarded(const ExportSite& site, void (*body)(void* context), void* conte
   }
   if (caught) caught->Report(site);
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <memory>
 #include <type_traits>
 
+namespace ztlib {
+
 // The frame of every guarded export: floating-point exceptions are masked while the body runs, and
 // whatever it throws becomes a log line of level 1, a call of the client's handler and the default
 // result. By the time of the report the client's floating-point mask is back. Only the unwinding of
@@ -37,3 +39,5 @@ Result GuardedCall(const ExportSite& site, Result fallback, Body&& body) {
   GuardedCall(site, [&] { fallback = body(); });
   return fallback;
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <span>
 
+namespace ztlib {
+
 // What clients pass by address, checked: a null pointer where an export needs memory throws "Using
 // null-pointer" in the name of the export's source. What comes back is the client's memory in
 // place.
@@ -43,3 +45,5 @@ inline CData ParseConfig(const ztlib_blob* blob, const ExportSite& site,
   ParseTagged(config, bytes.data(), bytes.size(), 0, limit);
   return config;
 }
+
+}  // namespace ztlib

@@ -16,6 +16,8 @@
 #include <span>
 #include <vector>
 
+using namespace ztlib;
+
 namespace {
 
 constexpr char source[] = "main/target/windll/codec_api";

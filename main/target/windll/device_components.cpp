@@ -4,6 +4,8 @@
 #include "main/lib/calib/calibration.h"
 #include "main/lib/imgproc/timestamper.h"
 
+namespace ztlib {
+
 namespace {
 
 class CEventServer : public IComponent {};
@@ -23,3 +25,5 @@ void RegisterDeviceComponents() {
   repository.Register<CUserManager, CUserManager>("CUserManager");
   RegisterCalibration();
 }
+
+}  // namespace ztlib

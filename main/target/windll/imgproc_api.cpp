@@ -6,6 +6,8 @@
 
 #include <new>
 
+using namespace ztlib;
+
 namespace {
 
 constexpr char source[] = "main/target/windll/imgproc_api";

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/target/windll/simple_motion_context";
 }
@@ -85,3 +87,5 @@ std::span<const std::uint8_t> CSimpleMotionContext::Write(const CData& tree) {
   }
   return output;
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // Motion detection on a client's images: one detector, one image cache and one analysis, wired as
 // they are in a camera. No pointer to an image outlives the call that brought it. One thread at a
 // time.
@@ -49,3 +51,5 @@ class CSimpleMotionContext : public AAlarmDetectorVideo, public IAlarmNotifyRece
   std::vector<std::uint8_t> staging;
   std::vector<std::uint8_t> output;
 };
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/simple_motion_context.h"
 
+using namespace ztlib;
+
 namespace {
 constexpr char source[] = "main/target/windll/vca_api";
 }

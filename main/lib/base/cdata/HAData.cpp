@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/base/cdata/HAData";
@@ -292,3 +294,5 @@ void CData::BuildIndex() const {
     if (elements[i].key != 0) built->Enter(KeyHash(elements[i].key), i);
   index = std::move(built);
 }
+
+}  // namespace ztlib

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+namespace ztlib {
+
 // The tree of named, typed values in which configuration, requests and results travel. A tree is
 // used by one thread at a time; only the bytes of a CBinData may be shared between trees of
 // different threads. Both flat forms come with it.
@@ -124,3 +126,5 @@ class CData {
   std::vector<std::string> localNames;
   mutable std::unique_ptr<CDataIndex> index;
 };
+
+}  // namespace ztlib

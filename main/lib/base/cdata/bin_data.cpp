@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace ztlib {
+
 CBinData::CBinData(const void* data, std::uint64_t size) {
   if (data == nullptr) return;
   *this = Uninitialised(size);
@@ -29,3 +31,5 @@ void CBinData::Resize(std::uint64_t size) {
   length = size;
   offset = 0;
 }
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace ztlib {
+
 // A run of bytes of which an offset cuts off the front. Copies share the bytes.
 class CBinData {
  public:
@@ -27,3 +29,5 @@ class CBinData {
   std::uint64_t length = 0;
   std::uint64_t offset = 0;
 };
+
+}  // namespace ztlib

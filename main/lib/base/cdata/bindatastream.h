@@ -4,6 +4,8 @@
 #include <istream>
 #include <streambuf>
 
+namespace ztlib {
+
 // Reads a block of memory, which must outlive the buffer, without copying it.
 class basic_bindatastream : public std::streambuf {
  public:
@@ -24,3 +26,5 @@ class bindatastream : public std::istream {
  private:
   basic_bindatastream buffer;
 };
+
+}  // namespace ztlib

@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 namespace {
 
 enum Type : std::uint8_t { typeBool, typeInt, typeFloat, typeString, typeByteArray, typeNode };
@@ -194,3 +196,5 @@ bool LoadCountedFile(CData& data, const char* path) {
   const std::uint8_t* cursor = in.Rest().data();
   return ParseCounted(data, count, cursor, in.Remaining());
 }
+
+}  // namespace ztlib

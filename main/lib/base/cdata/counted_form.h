@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 class CData;
 
 // The counted form, for files of bool, int, double, string, byte array and node. Elements of other
@@ -16,3 +18,5 @@ bool ParseCounted(CData& data, std::uint32_t count, const std::uint8_t*& cursor,
 // False when the file cannot be written or read, or is no counted form; the target then stays.
 [[nodiscard]] bool SaveCountedFile(const CData& data, const char* path);
 [[nodiscard]] bool LoadCountedFile(CData& data, const char* path);
+
+}  // namespace ztlib

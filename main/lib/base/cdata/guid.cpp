@@ -8,6 +8,8 @@
 #include <exception>
 #include <random>
 
+namespace ztlib {
+
 bool CGuid::IsEmpty() const {
   return *this == CGuid{};
 }
@@ -58,3 +60,5 @@ std::string CGuid::ToString() const {
   }
   return text += '}';
 }
+
+}  // namespace ztlib

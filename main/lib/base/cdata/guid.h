@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+namespace ztlib {
+
 // A globally unique identifier, its bytes in the order of its text.
 struct CGuid {
   std::uint8_t bytes[16] = {};
@@ -14,3 +16,5 @@ struct CGuid {
   [[nodiscard]] std::string ToString() const;
   bool operator==(const CGuid&) const = default;
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace ztlib {
+
 // A hash multimap from the hash of a name to the positions of the elements. The chain of a bucket
 // is in ascending order, so that a search meets the first position first.
 class CDataIndex {
@@ -49,3 +51,5 @@ class CDataIndex {
   std::vector<Bucket> buckets;
   std::vector<Link> links;  // by position
 };
+
+}  // namespace ztlib

@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 namespace {
 
 // Of everything but nodes and binaries.
@@ -307,3 +309,5 @@ bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16
   ParseNode(data, ByteReader(bytes, size), 0, {.skipMask = skipMask, .limit = limit});
   return true;
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 class CData;
 
 // The tagged form, in which a tree crosses the library's boundary. A size of 4 GiB or more throws
@@ -25,3 +27,5 @@ struct CDataListLimit {
 // end behind their last allowed node, and what follows in them costs nothing.
 bool ParseTagged(CData& data, const void* bytes, std::uint64_t size, std::uint16_t skipMask = 0,
                  const CDataListLimit* limit = nullptr);
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string_view>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint64_t MurmurHash64A(std::string_view text) {
@@ -81,3 +83,5 @@ Token TokenOf(std::string_view name) {
 std::uint64_t NameHash(std::string_view name) {
   return MurmurHash64A(name);
 }
+
+}  // namespace ztlib

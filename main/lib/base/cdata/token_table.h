@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace ztlib {
+
 // The fixed table of element names. A token is a row number; 0 is the empty name.
 using Token = std::int32_t;
 
@@ -46,3 +48,5 @@ extern const std::array<TokenRow, TokenCount> tokenRows;
 [[nodiscard]] Token TokenOf(std::string_view name);
 // MurmurHash64A, as std::hash<std::string> of libstdc++ has it.
 [[nodiscard]] std::uint64_t NameHash(std::string_view name);
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <type_traits>
 
+namespace ztlib {
+
 CDataValue CDataValue::OfString(std::string value) {
   CDataValue result;
   new (&result.text) std::string(std::move(value));
@@ -140,3 +142,5 @@ void CDataValue::DestroyOwned() noexcept {
       break;
   }
 }
+
+}  // namespace ztlib

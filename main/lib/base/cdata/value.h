@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 class CData;
 
 // One bit each, so that a set of kinds is a mask.
@@ -134,3 +136,5 @@ class CDataValue {
   };
   std::uint16_t kind = cdEmpty;
 };
+
+}  // namespace ztlib

@@ -15,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/base/fairy/fairy_base";
@@ -250,3 +252,5 @@ template class CFairySimpleItem<long long>;
 template class CFairySimpleItem<double>;
 template class CFairySimpleItem<CGuid>;
 template class CFairySimpleItem<std::shared_ptr<CBinData>>;
+
+}  // namespace ztlib

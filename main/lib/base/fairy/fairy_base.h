@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 // Typed records. A record class declares one item per field; each item registers itself with the
 // record under a token, and the record then goes to and from a tree, clones, resets and describes
 // itself without code of its own. Nothing here has a lock: the owner of a record serialises its
@@ -178,3 +180,5 @@ extern template class CFairySimpleItem<long long>;
 extern template class CFairySimpleItem<double>;
 extern template class CFairySimpleItem<CGuid>;
 extern template class CFairySimpleItem<std::shared_ptr<CBinData>>;
+
+}  // namespace ztlib

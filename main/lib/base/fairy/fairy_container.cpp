@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/base/fairy/fairy_container";
@@ -215,3 +217,5 @@ void CFairyNestedArrayBase::ToCDataOptions(Token token, CData& data) const {
 
 template class CFairyArrayItem<std::shared_ptr<CData>>;
 template class CFairyArrayItem<std::vector<short>>;
+
+}  // namespace ztlib

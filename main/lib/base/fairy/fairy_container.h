@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 // All behaviour of records. A record is an item itself, so that it can be a member of another one;
 // as an item it is cloned in full, and reading it does not set its own mark.
 class CDataFairyBase : public ACDataFairy, public AFairyItem {
@@ -132,3 +134,5 @@ class AlarmConfig : public CDataFairy<AlarmConfig<T>> {
 
 extern template class CFairyArrayItem<std::shared_ptr<CData>>;
 extern template class CFairyArrayItem<std::vector<short>>;
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <typeinfo>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/lib/base/fairy/fairy_enum";
 constexpr int namelessDefaultLine = 169;
@@ -66,3 +68,5 @@ void CEnumerationBase::ToCDataOptions(Token token, CData& data) const {
   if (!name) ReportFailedAssertion(source, namelessDefaultLine, "false");
   description.AddString(Tok::Default, name ? name : "");
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+namespace ztlib {
+
 // A value and its text in trees.
 struct CEnumerationEntry {
   std::int32_t value;
@@ -51,3 +53,5 @@ class CEnumeration : public CEnumerationBase {
   }
   [[nodiscard]] E GetDefault() const { return static_cast<E>(defaultValue); }
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/debug.h"
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/lib/base/fairy/fairy_numeric";
 constexpr int containsLine = 67;
@@ -41,3 +43,5 @@ void CFairyLimitedNumericItem<V>::ToCDataOptions(Token token, CData& data) const
 }
 
 template class CFairyLimitedNumericItem<long long>;
+
+}  // namespace ztlib

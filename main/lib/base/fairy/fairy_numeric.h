@@ -2,6 +2,8 @@
 
 #include "main/lib/base/fairy/fairy_base.h"
 
+namespace ztlib {
+
 // A number with limits, both of which are allowed values. V: long long. A value that is read from
 // outside of them is reported as the assertion "contains"; a cloned one is refused silently.
 template <class V>
@@ -26,3 +28,5 @@ class CFairyLimitedNumericItem : public CFairySimpleItem<V> {
 };
 
 extern template class CFairyLimitedNumericItem<long long>;
+
+}  // namespace ztlib

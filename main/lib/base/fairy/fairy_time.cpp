@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint64_t firstYear = 1601;
@@ -72,3 +74,5 @@ bool CTUTCTime::Read(const CDataValue& element, std::uint64_t& out) const {
   out = element.GetTime();
   return true;
 }
+
+}  // namespace ztlib

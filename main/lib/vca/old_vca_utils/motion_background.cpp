@@ -10,6 +10,8 @@
 
 #include <xmmintrin.h>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/vca/old_vca_utils/single_simple_motion";
@@ -225,3 +227,5 @@ std::int64_t CMotionBackground::CountRow(std::int64_t y, const CMask& mask) cons
   }
   return count;
 }
+
+}  // namespace ztlib

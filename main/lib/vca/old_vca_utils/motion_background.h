@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 using ByteImage = TCImageX<unsigned char, long long>;
 using FloatImage = TCImageX<float, long long>;
 
@@ -77,3 +79,5 @@ class CMotionBackground {
   bool configured = false;
   bool lightChange = true;
 };
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <stdexcept>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint32_t formatVersion = 1;
@@ -155,3 +157,5 @@ std::int64_t CMotionBlobView::CountRange(std::uint64_t begin, std::uint64_t end)
   }
   return count;
 }
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <memory>
 #include <span>
 
+namespace ztlib {
+
 // The bitmap of moving pixels as it travels in results: a header of 32 bytes, then one bit for each
 // pixel, row after row without padding, lowest bit first, then 16 bytes that take the last bits.
 
@@ -36,3 +38,5 @@ class CMotionBlobView {
   [[nodiscard]] std::int64_t CountRange(std::uint64_t begin, std::uint64_t end) const;
   std::span<const std::uint8_t> bytes;
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <immintrin.h>
 
+namespace ztlib {
+
 // Floats are evaluated as written, so that every set gives the same bits.
 namespace {
 
@@ -267,3 +269,5 @@ constinit const MotionKernels MotionKernels::ZTLIB_INSTRUCTION_SET = {
     .countSet = CountSet,
     .packBits = PackBits,
 };
+
+}  // namespace ztlib

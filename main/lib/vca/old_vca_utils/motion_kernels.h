@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // What the background model does with one frame.
 struct MotionStep {
   float threshold;     // factor on the variance that bounds the background
@@ -49,3 +51,5 @@ struct MotionKernels {
 
   ZT_KERNEL_TABLES(MotionKernels);
 };
+
+}  // namespace ztlib

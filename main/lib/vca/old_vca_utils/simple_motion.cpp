@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/vca/old_vca_utils/simple_motion";
@@ -182,3 +184,5 @@ void CVCASimpleMotion::Reset() {
   const CData last = GetConfigurationCopy();
   Configure(last);
 }
+
+}  // namespace ztlib

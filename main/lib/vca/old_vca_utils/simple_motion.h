@@ -8,6 +8,8 @@
 #include <memory>
 #include <vector>
 
+namespace ztlib {
+
 // Motion detection: times in milliseconds and the list of its areas, each with keys of its own.
 class CVCASimpleMotionConfiguration : public AVCABaseConfiguration {
  public:
@@ -57,3 +59,5 @@ class CVCASimpleMotion : public AVCABase {
   CVCASimpleMotionConfiguration configuration;
   std::vector<std::unique_ptr<CSingleSimpleMotion>> detectors;
 };
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/lib/vca/old_vca_utils/single_simple_motion";
@@ -177,3 +179,5 @@ void CSingleSimpleMotion::Leave() {
   signalSinceMs = notRunning;
   detectionProgress = 0.0F;
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // One detection area on a gray plane: the background model, the mask, the percentage of the frame
 // that moves, and the decision whether that is a signal, which waits and restores in time. What a
 // frame finds goes into a tree. One thread at a time.
@@ -67,3 +69,5 @@ class CSingleSimpleMotion : public CMotionBackground {
   std::int64_t restoreSinceMs = -1;
   bool inSignal = false;
 };
+
+}  // namespace ztlib

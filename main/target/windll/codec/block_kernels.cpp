@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 using Byte = std::uint8_t;
@@ -111,3 +113,5 @@ void AddDifference(Byte* __restrict target, const Byte* __restrict base,
 
 constinit const BlockKernels BlockKernels::ZTLIB_INSTRUCTION_SET = {
     MeanLuma, CompareGroups, SpreadMarks, HalfDifference, AddDifference};
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The pixel work of differential video. Rows may lie at any address; sources and targets must not
 // overlap.
 struct BlockKernels {
@@ -28,3 +30,5 @@ struct BlockKernels {
 
   ZT_KERNEL_TABLES(BlockKernels);
 };
+
+}  // namespace ztlib

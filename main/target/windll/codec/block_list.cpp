@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint64_t runRecordSize = 4;
@@ -125,3 +127,5 @@ void UnpackBlockList(std::vector<std::uint64_t>& blocks, std::span<const std::ui
     blocks.push_back(base + offset);
   }
 }
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // The list of changed blocks in a differential frame. Ascending block numbers are split into the
 // start of a bucket of 2^bits numbers and an offset within it; a run record says how many buckets
 // lie between one entry and the next. docs/formats.md has the bytes.
@@ -24,3 +26,5 @@ inline constexpr std::uint32_t maxBlockListBits = 31;
 // end. A list that lies about its contents ends where its bytes do; what was read before stays.
 void UnpackBlockList(std::vector<std::uint64_t>& blocks, std::span<const std::uint8_t> list,
                      std::uint64_t maxCount);
+
+}  // namespace ztlib

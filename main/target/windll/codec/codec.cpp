@@ -9,6 +9,8 @@
 
 #include <exception>
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/target/windll/codec/codec";
 }
@@ -47,3 +49,5 @@ bool DecodeFrame(CVideoDecoderBase** decoder, CZTImage& out, CBinData& frame) {
   (*decoder)->Decode(out, frame);
   return true;
 }
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace ztlib {
+
 class CBinData;
 class CVideoDecoderBase;
 class CVideoEncoderBase;
@@ -17,3 +19,5 @@ class CZTImage;
 // configuration, a null one is created. For a frame of an unknown format the result is false and
 // nothing changes; with a null decoder such a frame ends the process.
 bool DecodeFrame(CVideoDecoderBase** decoder, CZTImage& out, CBinData& frame);
+
+}  // namespace ztlib

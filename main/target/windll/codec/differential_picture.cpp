@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 // Blocks are copied by this much a sample, whatever the format. One-byte formats therefore copy
@@ -130,3 +132,5 @@ void DifferentialPicture::ApplyBlocks(CZTImage& out, const Plane& strip, PixelFo
     }
   }
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // What differential video of either kind keeps from frame to frame: the base picture, and buffers
 // for the list of changed blocks and for the strip in which they come. Sizes are in pixels.
 class DifferentialPicture {
@@ -56,3 +58,5 @@ class DifferentialPicture {
   std::vector<std::uint8_t> stripPixels;
   std::vector<std::uint64_t> blockList;
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::size_t formatOffset = 24;
@@ -62,3 +64,5 @@ FrameInfo ReadFrameInfo(std::span<const std::uint8_t> frame) {
   info.payload = frame.subspan(credible ? header.headerSize : FrameHeader::minSize);
   return info;
 }
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <span>
 
+namespace ztlib {
+
 // The header in front of every coded frame, 112 bytes little-endian; docs/formats.md has the table
 // of its bytes.
 
@@ -72,3 +74,5 @@ struct FrameInfo {
 // Reads a frame of at least FrameHeader::minSize bytes. A header size that cannot be true counts as
 // minSize.
 [[nodiscard]] FrameInfo ReadFrameInfo(std::span<const std::uint8_t> frame);
+
+}  // namespace ztlib

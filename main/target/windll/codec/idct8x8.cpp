@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+namespace ztlib {
+
 void InverseTransform8x8(std::int16_t* block) noexcept {
   constexpr int side = transformSide;
   using Number = Wrapped<std::uint32_t, std::int32_t>;
@@ -22,3 +24,5 @@ void InverseTransform8x8(std::int16_t* block) noexcept {
     values[i] = static_cast<std::int16_t>((work[i] >> transformShift).bits);
   std::memcpy(static_cast<void*>(block), values, sizeof values);
 }
+
+}  // namespace ztlib

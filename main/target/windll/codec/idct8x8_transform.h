@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 // The equations of the transform, for one number and for vectors of them. For sources that are
 // compiled for several instruction sets: nothing here may have external linkage.
 namespace {
@@ -72,3 +74,5 @@ inline void TransformEight(Number* x, int step) {
 }
 
 }  // namespace
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 
 #include <jerror.h>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::size_t minBlockSize = 64 * 1024;
@@ -103,3 +105,5 @@ void JpegArena::Reset() noexcept {
   blocks.clear();
   if (total > 0 && total <= maxKeptSize) (void)AddBlock(total);
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+namespace ztlib {
+
 // Gives an object of libjpeg the memory of one picture from blocks that stay for the next one, in
 // place of dozens of heap calls a picture. Only what libjpeg asks for through its own interface:
 // the coefficient arrays of progressive pictures stay on the heap.
@@ -41,3 +43,5 @@ class JpegArena {
   std::vector<Block> blocks;
   std::size_t used = 0;  // of the last block
 };
+
+}  // namespace ztlib

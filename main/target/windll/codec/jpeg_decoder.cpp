@@ -8,6 +8,8 @@
 
 #include <jerror.h>
 
+namespace ztlib {
+
 namespace {
 
 // libjpeg has no smaller scale.
@@ -199,3 +201,5 @@ void CJPEGDecoder::ReadPlanes(const RowPlan& plan) {
     join(plan.Row(y), row.y, chroma[0], chroma[1], samples);
   }
 }
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 
 #include <vector>
 
+namespace ztlib {
+
 struct JpegSize {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
@@ -65,3 +67,5 @@ class CJPEGDecoder {
   std::vector<std::uint8_t> scratch;
   bool swapRGB = false;
 };
+
+}  // namespace ztlib

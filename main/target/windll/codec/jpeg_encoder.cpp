@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 // How rows of a format become YUV; null for those that do not.
@@ -130,3 +132,5 @@ void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uin
   for (std::uint8_t* plane : planes)
     std::memset(plane + width, plane[width - 1], paddedWidth - width);
 }
+
+}  // namespace ztlib

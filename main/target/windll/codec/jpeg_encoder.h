@@ -7,6 +7,8 @@
 #include <array>
 #include <vector>
 
+namespace ztlib {
+
 // The pixels to encode, in a format whose rows convert to YUV one by one.
 struct JpegPicture {
   PixelFormat format = PixelFormat::YUV;
@@ -63,3 +65,5 @@ class CJPEGEncoder {
   std::array<std::uint8_t*, 2> vPair{};
   std::uint8_t* yuvRow = nullptr;
 };
+
+}  // namespace ztlib

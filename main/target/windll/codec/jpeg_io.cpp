@@ -4,6 +4,8 @@
 
 #include <jerror.h>
 
+namespace ztlib {
+
 namespace {
 
 [[noreturn]] void ErrorExit(j_common_ptr object) {
@@ -61,3 +63,5 @@ jpeg_destination_mgr* JpegDestination::Attach(std::span<std::uint8_t> room) {
   manager.free_in_buffer = room.size();
   return &manager;
 }
+
+}  // namespace ztlib

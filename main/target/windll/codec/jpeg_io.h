@@ -8,6 +8,8 @@
 
 #include <jpeglib.h>
 
+namespace ztlib {
+
 // How libjpeg is bound to this library: objects, failures and the compressed data.
 
 // An object of libjpeg that is destroyed as far as its creation got.
@@ -56,3 +58,5 @@ class JpegDestination {
  private:
   jpeg_destination_mgr manager{};
 };
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 
 #include <jerror.h>
 
+namespace ztlib {
+
 namespace {
 
 std::uint64_t BlocksOf(const jpeg_component_info& component) {
@@ -63,3 +65,5 @@ void JpegLimits::Monitor::CheckScan(jpeg_decompress_struct& object) {
   if (jpeg_has_multiple_scans(&object) && (scan > maxScans || visits > maxVisits))
     RaiseJpegError(object, JERR_BAD_PROGRESSION);
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // Keeps pictures in several scans, which libjpeg holds as a whole and passes over once a scan, in
 // proportion to their stream and to the picture that is asked for. Pictures in one scan are read
 // row by row and need no limit. A picture above a limit fails like any other bad stream.
@@ -45,3 +47,5 @@ class JpegLimits {
   Monitor monitor{};
   MemoryLimit clientMemoryLimit = 0;
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 
 // Samples that a block of a component is scaled to, across and down, and the least of them.
@@ -123,3 +125,5 @@ void JpegPlanes::ReadRest(jpeg_decompress_struct& object) {
   while (object.output_scanline < object.output_height)
     ReadGroup(object);
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace ztlib {
+
 // Reads the components of a YCbCr picture in libjpeg's raw form, which leaves out its scalar copy
 // of pixels. Made for the samplings of nearly all streams: full luma and chroma that is full,
 // halved across, or halved both ways.
@@ -59,3 +61,5 @@ class JpegPlanes {
   bool halvedAcross = false;
   bool halvedDown = false;
 };
+
+}  // namespace ztlib

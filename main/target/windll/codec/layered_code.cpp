@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint8_t escape = 128;
@@ -205,3 +207,5 @@ std::size_t LayeredCode::Decode(std::uint8_t* out, std::size_t count, BitSource&
   source = in;
   return static_cast<std::size_t>(out - start);
 }
+
+}  // namespace ztlib

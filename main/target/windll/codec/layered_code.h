@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+namespace ztlib {
+
 // The code of one layer: a Huffman code for bytes, made from their frequencies. It is read from the
 // least significant bit up, several bytes at a step where their codes are short.
 class LayeredCode {
@@ -66,3 +68,5 @@ class LayeredCode {
   // 63). The number is 0 for a longer code; the node that it has got to stands in place of bytes.
   std::array<std::uint64_t, tableSize> table;
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/byte_io.h"
 
+namespace ztlib {
+
 LayeredHeader LayeredHeader::Read(std::span<const std::uint8_t, size> bytes) {
   LayeredHeader header;
   const auto read = [&bytes]<std::size_t count>(std::size_t offset, std::uint32_t(&values)[count]) {
@@ -29,3 +31,5 @@ std::optional<std::span<const std::uint8_t>> CodedPictureOf(std::span<const std:
   if (at > frame.size() || frame.size() - at < LayeredHeader::size) return std::nullopt;
   return frame.subspan(at);
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <optional>
 #include <span>
 
+namespace ztlib {
+
 // The second header of layered frames, in front of the coded picture. Every offset in it counts
 // from its own first byte. docs/formats.md has the table of its bytes.
 struct LayeredHeader {
@@ -42,3 +44,5 @@ struct LayeredHeader {
 // the one that the frame begins with.
 [[nodiscard]] std::optional<std::span<const std::uint8_t>> CodedPictureOf(
     std::span<const std::uint8_t> frame, const FrameHeader& header);
+
+}  // namespace ztlib

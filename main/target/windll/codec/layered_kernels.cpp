@@ -3,6 +3,8 @@
 #include "main/target/windll/codec/idct8x8_transform.h"
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
+namespace ztlib {
+
 namespace {
 
 using Numbers = Wrapped<V32, S32>;
@@ -165,3 +167,5 @@ constinit const LayeredKernels LayeredKernels::ZTLIB_INSTRUCTION_SET = {
     .drawSquares4 = DrawSquares4,
     .joinYuv = JoinYuv,
 };
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The pixel work of layered pictures. Planes and rows may lie at any address and must not overlap.
 struct LayeredKernels {
   // Transforms a block of 64 coefficients, stored column by column, sets them to 0, and writes the
@@ -21,3 +23,5 @@ struct LayeredKernels {
 
   ZT_KERNEL_TABLES(LayeredKernels);
 };
+
+}  // namespace ztlib

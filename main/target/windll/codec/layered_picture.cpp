@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+namespace ztlib {
+
 namespace {
 
 // Enough for the rows of any common picture. What a giant needed is given back.
@@ -279,3 +281,5 @@ void LayeredPicture::StoreRow(const CZTImage& out, std::size_t row, std::size_t 
   }
   if constexpr (!isYuv) Convert(target, yuv);
 }
+
+}  // namespace ztlib

@@ -12,6 +12,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 class CZTImage;
 
 // Decodes the coded pictures of layered video: macroblocks of 16 by 16 pixels with four blocks of
@@ -94,3 +96,5 @@ class LayeredPicture {
   std::size_t planeDistance = 0;
   std::vector<TTYUV<unsigned char>> pixels;
 };
+
+}  // namespace ztlib

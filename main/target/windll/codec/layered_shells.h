@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The coefficients of a block fall into four shells, one for each layer: growing squares around the
 // first one, walked in a snake. Positions count row by row.
 inline constexpr std::uint8_t shellPositions[64] = {
@@ -74,3 +76,5 @@ void ReadRunsAndCoefficients(LayeredStream& in, std::size_t count, Put put) {
     }
   }
 }
+
+}  // namespace ztlib

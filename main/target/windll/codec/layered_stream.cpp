@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ztlib {
+
 void LayeredStream::Open(const LayeredCode& newCode, std::span<const std::uint8_t> coded,
                          std::uint32_t count) {
   Close();
@@ -28,3 +30,5 @@ void LayeredStream::Refill() {
   next = piece.data();
   end = out + valid;
 }
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+namespace ztlib {
+
 // The bytes behind one coded stream. They are decoded as far as somebody reads them, a piece at a
 // time, so that neither time nor memory depends on how many the stream announces.
 class LayeredStream {
@@ -50,3 +52,5 @@ class LayeredStream {
   const std::uint8_t* next = piece.data();
   const std::uint8_t* end = piece.data();
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 namespace {
 
 using Base = std::array<std::uint8_t, 64>;
@@ -67,3 +69,5 @@ LayeredTables MakeLayeredTables(std::int16_t family, std::int16_t quality) {
   const auto make = family == 0 ? ScaledTable : BlendedTable;
   return {make(luminanceBase, quality), make(chrominanceBase, quality)};
 }
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdint>
 
+namespace ztlib {
+
 // The factors that the coefficients of a layered picture are multiplied by: one for each place of
 // an 8 by 8 block in natural order, with 6 fractional bits.
 struct LayeredTables {
@@ -17,3 +19,5 @@ struct LayeredTables {
 
 // The tables of a family and a quality, which is any number.
 [[nodiscard]] LayeredTables MakeLayeredTables(std::int16_t family, std::int16_t quality);
+
+}  // namespace ztlib

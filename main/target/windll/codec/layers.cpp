@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+namespace ztlib {
+
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
@@ -121,3 +123,5 @@ std::optional<std::vector<std::uint8_t>> JoinLayers(std::span<const Bytes> recor
   MarkMissing(&frame[headerAt], records.size());
   return frame;
 }
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <span>
 #include <vector>
 
+namespace ztlib {
+
 // Layered frames cut into records of one layer each, and put together again, without a look at the
 // pictures. docs/formats.md has the bytes of a record. Results of nothing mean that offsets and
 // sizes do not fit the bytes.
@@ -30,3 +32,5 @@ using LayerRecords = std::array<std::vector<std::uint8_t>, LayeredHeader::layers
 // missing. Empty if the first record is not of a layered format.
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> JoinLayers(
     std::span<const std::span<const std::uint8_t>> records);
+
+}  // namespace ztlib

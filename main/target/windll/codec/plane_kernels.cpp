@@ -2,6 +2,8 @@
 
 #include "main/target/windll/image_convert/pixel_vectors.h"
 
+namespace ztlib {
+
 namespace {
 
 void SplitYuv(Byte* __restrict y, Byte* __restrict u, Byte* __restrict v,
@@ -90,3 +92,5 @@ constinit const PlaneKernels PlaneKernels::ZTLIB_INSTRUCTION_SET = {
     .joinYuyv = JoinYuyv,
     .joinUyvy = JoinUyvy,
 };
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The pixel work between JPEG components and pixels, one row a call. Rows may lie at any address
 // and must not overlap. The widening kernels read one byte in front of a row and one behind it.
 struct PlaneKernels {
@@ -39,3 +41,5 @@ struct PlaneKernels {
 
   ZT_KERNEL_TABLES(PlaneKernels);
 };
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include "main/lib/base/cdata/HAData.h"
 #include "main/target/windll/codec/frame_header.h"
 
+namespace ztlib {
+
 void CVideoDecoderBase::Configure(const CData& config) {
   const std::int32_t scale = config.GetInt(Tok::ScaleDown, scaleDown);
   if (scale > 0) scaleDown = scale;
@@ -15,3 +17,5 @@ CVideoDecoderBase::SizeInPixels CVideoDecoderBase::ScaledSize(const FrameHeader&
   const auto scale = static_cast<std::uint32_t>(scaleDown);
   return {static_cast<int>(header.width / scale), static_cast<int>(header.height / scale)};
 }
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 class CBinData;
 class CData;
 class CZTImage;
@@ -37,3 +39,5 @@ class CVideoDecoderBase {
   std::int32_t activeScale = 1;  // in force
   PixelFormat pixelFormat = PixelFormat::BOOL8;
 };
+
+}  // namespace ztlib

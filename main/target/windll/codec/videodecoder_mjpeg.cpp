@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 std::int16_t CVideoDecoderMJPEG::GetVideoFormat() const {
   return videoFormatMJPEG;
 }
@@ -54,3 +56,5 @@ void CVideoDecoderMJPEG::DecodeThroughYuv(CZTImage& picture, std::span<const std
   DecodeStream(decoded, stream);
   picture.ConvertOrMap(picture.GetPixelFormat(), decoded);
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 #include <memory>
 #include <span>
 
+namespace ztlib {
+
 // Plain video: every frame is one JPEG stream behind the header.
 class CVideoDecoderMJPEG : public CVideoDecoderBase {
  public:
@@ -27,3 +29,5 @@ class CVideoDecoderMJPEG : public CVideoDecoderBase {
  private:
   std::unique_ptr<CJPEGDecoder> decoder;
 };
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <exception>
 
+namespace ztlib {
+
 std::int16_t CVideoDecoderMJPEGDIFF::GetVideoFormat() const {
   return videoFormatMJPEGDIFF;
 }
@@ -111,3 +113,5 @@ DifferentialPicture::Plane CVideoDecoderMJPEGDIFF::DecodeStrip(Bytes stream, Jpe
                 scale);
   return strip;
 }
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/videodecoder_mjpeg.h"
 
+namespace ztlib {
+
 // Differential video: a base picture, which key frames replace and reference frames change; every
 // other frame is a copy of the base with blocks laid over it and may be lost.
 class CVideoDecoderMJPEGDIFF : public CVideoDecoderMJPEG {
@@ -29,3 +31,5 @@ class CVideoDecoderMJPEGDIFF : public CVideoDecoderMJPEG {
   void DecodeDifferential(CZTImage& out, const FrameHeader& header, Bytes list, Bytes stream);
   [[nodiscard]] DifferentialPicture::Plane DecodeStrip(Bytes stream, JpegSize size);
 };
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 
 #include <limits>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/target/windll/codec/videodecoder_mjpeg_diff_old";
@@ -73,3 +75,5 @@ void CVideoDecoderMJPEGDIFF_OLD::DecodeDifferential(CZTImage& out, const FrameHe
   differential.ApplyBlocks(out, DifferentialPicture::PlaneOf(strip), pixelFormat, activeScale,
                            frameTypePlain);
 }
+
+}  // namespace ztlib

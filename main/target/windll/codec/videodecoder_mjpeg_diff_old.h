@@ -3,6 +3,8 @@
 #include "main/target/windll/codec/layered_picture.h"
 #include "main/target/windll/codec/videodecoder_mjpeg_diff.h"
 
+namespace ztlib {
+
 // Differential layered video of older cameras: base picture and blocks are those of differential
 // video, key frames and strips are layered pictures. Frames have no types: each that is no key
 // frame is a copy of the base with blocks laid over it.
@@ -19,3 +21,5 @@ class CVideoDecoderMJPEGDIFF_OLD : public CVideoDecoderMJPEGDIFF {
 
   LayeredPicture picture;
 };
+
+}  // namespace ztlib

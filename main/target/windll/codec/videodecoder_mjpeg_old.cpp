@@ -4,6 +4,8 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/image/ztimage.h"
 
+namespace ztlib {
+
 CVideoDecoderMJPEG_OLD::CVideoDecoderMJPEG_OLD()
     : picture("main/target/windll/codec/videodecoder_mjpeg_old") {}
 
@@ -24,3 +26,5 @@ void CVideoDecoderMJPEG_OLD::Decode(CZTImage& out, CBinData& frame) {
   out.CreateBySizeInPixels(pixelFormat, width, height);
   picture.Draw(out);
 }
+
+}  // namespace ztlib

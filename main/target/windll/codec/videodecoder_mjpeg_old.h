@@ -3,6 +3,8 @@
 #include "main/target/windll/codec/layered_picture.h"
 #include "main/target/windll/codec/videodecoder_base.h"
 
+namespace ztlib {
+
 // Layered video of older cameras: every frame is a picture in four layers behind the header.
 class CVideoDecoderMJPEG_OLD : public CVideoDecoderBase {
  public:
@@ -14,3 +16,5 @@ class CVideoDecoderMJPEG_OLD : public CVideoDecoderBase {
  private:
   LayeredPicture picture;
 };
+
+}  // namespace ztlib

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace ztlib {
+
 class CBinData;
 class CData;
 class CZTImage;
@@ -38,3 +40,5 @@ class CVideoEncoderBase {
   std::uint32_t lineSize = 16;  // configurable, of no effect
   CMutex mutex{CMutex::Kind::Recursive};
 };
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <new>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/target/windll/codec/videoencoder_mjpeg";
@@ -122,3 +124,5 @@ CBinData CVideoEncoderMJPEG::FinishFrame(FrameHeader header, const EncodeRequest
   header.Write(std::span<std::uint8_t, FrameHeader::size>(buffer.get(), FrameHeader::size));
   return {buffer.get(), header.totalSize};
 }
+
+}  // namespace ztlib

@@ -8,6 +8,8 @@
 #include <memory>
 #include <span>
 
+namespace ztlib {
+
 // Plain video: every frame is one JPEG stream behind the header.
 class CVideoEncoderMJPEG : public CVideoEncoderBase {
  public:
@@ -51,3 +53,5 @@ class CVideoEncoderMJPEG : public CVideoEncoderBase {
   std::unique_ptr<std::uint8_t[]> buffer;
   std::size_t bufferSize = 0;
 };
+
+}  // namespace ztlib

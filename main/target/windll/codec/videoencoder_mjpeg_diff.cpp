@@ -9,6 +9,8 @@
 #include <cstring>
 #include <exception>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/target/windll/codec/videoencoder_mjpeg_diff";
@@ -278,3 +280,5 @@ void CVideoEncoderMJPEGDIFF::RenewReference(const Picture& picture, const Thumbn
           std::memcpy(reference.RowBytes(y) + 2 * column, present.RowBytes(y) + 2 * column, 2);
   }
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace ztlib {
+
 // Differential video: between key frames only the 16 by 16 blocks that differ from a reference,
 // side by side in one strip. The reference changes at key and reference frames only, so a receiver
 // may lose any other frame without harm to what follows.
@@ -72,3 +74,5 @@ class CVideoEncoderMJPEGDIFF : public CVideoEncoderMJPEG {
   std::vector<std::uint8_t> packedList;
   std::vector<std::uint8_t> strip;  // UYVY
 };
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/byte_io.h"
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::uint64_t lowBits = 0x0101010101010101;
@@ -63,3 +65,5 @@ void UnpackBits(std::uint8_t* pixels, const std::uint8_t* bits, std::size_t firs
   while (i < count)
     single();
 }
+
+}  // namespace ztlib

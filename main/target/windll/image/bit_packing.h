@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // One bit per pixel in raster order: pixel n is bit n % 16 of the little-endian 16-bit word n / 16.
 
 // Bytes of slack that a packed body has behind its bits / 8: the packer writes the word behind the
@@ -28,3 +30,5 @@ class BitPacker {
 // Writes `count` pixels, 0 or 1, starting at pixel number `first` of `bits`.
 void UnpackBits(std::uint8_t* pixels, const std::uint8_t* bits, std::size_t first,
                 std::size_t count);
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/debug.h"
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/target/windll/image/ztimage";
 }
@@ -103,3 +105,5 @@ void CZTImage::OverWrite(const CZTImage& from) {
     ZT_THROW(CException, "Unknown exception", "OverWrite", source, 132);
   CopyPixels(*impl, *from.impl);
 }
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace ztlib {
+
 class CBinData;
 
 // The image that clients and the rest of the library hold: empty, or a picture of one of the nine
@@ -95,3 +97,5 @@ class CZTImage {
 
   std::unique_ptr<CZTImageImplBase> impl;
 };
+
+}  // namespace ztlib

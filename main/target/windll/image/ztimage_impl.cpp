@@ -6,6 +6,8 @@
 
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 constexpr char source[] = "main/target/windll/image/ztimage_impl";
@@ -18,7 +20,7 @@ void CheckNotEmpty(const TCImageView<T>& view, const char* function, int line) {
 // Rows of a gray frame are padded to a multiple of 4 for those who analyse it, unless the frame
 // tells that they are as long as the picture is wide. 0 where both are the same.
 std::int64_t PlaneStrideOf(const void* frame, std::int32_t width) {
-  if (width % 4 == 0 || frame_manager::LineSize(frame) == width) return 0;
+  if (width % 4 == 0 || FrameLineSize(frame) == width) return 0;
   return (std::int64_t{width} + 3) / 4 * 4;
 }
 
@@ -26,13 +28,13 @@ template <class T>
 TCImageView<T> WrapFrame(void* frame) {
   using Traits = PixelTraits<T>;
   if (!frame) ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, 28);
-  const int width = frame_manager::Width(frame);
-  const int height = frame_manager::Height(frame);
+  const int width = FrameWidth(frame);
+  const int height = FrameHeight(frame);
   if (width < 0 || height < 0) ZT_THROW(CException, "Invalid range", "TCZTImageImpl", source, 32);
   const int dx = width / Traits::sampleDx;
   const int dy = height / Traits::sampleDy;
   CheckImageSize(dx, dy, Traits::sampleDx, Traits::sampleDy, "TCZTImageImpl", source, 35);
-  void* const data = frame_manager::FirstPointer(frame);
+  void* const data = FramePointer(frame);
   if (!data && dx > 0 && dy > 0)
     ZT_THROW(CException, "Using null-pointer", "TCZTImageImpl", source, 38);
   TCImageView<T> view;
@@ -61,8 +63,8 @@ TCZTImageImpl<T>::TCZTImageImpl(void* frame) : view(WrapFrame<T>(frame)) {}
 
 template <class T>
 void TCZTImageImpl<T>::GetSizeInFormat(int* dx, int* dy, PixelFormat format) const {
-  const int sampleDx = ::GetSampleDx(format);
-  const int sampleDy = ::GetSampleDy(format);
+  const int sampleDx = ztlib::GetSampleDx(format);
+  const int sampleDy = ztlib::GetSampleDy(format);
   if (sampleDx == 0 || sampleDy == 0)
     ZT_THROW(CException, "Invalid range", "GetSizeInFormat", source, 68);
   *dx = GetDxInPixels() / sampleDx;
@@ -173,3 +175,5 @@ template class TCZTImageImpl<TTUYVY<unsigned char>>;
 template class TCZTImageImpl<TTRGBBayer<unsigned char>>;
 template class TCZTImageImpl<TTYUVBayerBlock<unsigned char>>;
 template class TCZTImageImpl<TTYUV420Block<unsigned char>>;
+
+}  // namespace ztlib

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace ztlib {
+
 // The picture behind a CZTImage handle, whatever its pixel type. Geometry is in samples unless a
 // name says pixels.
 class CZTImageImplBase {
@@ -123,3 +125,5 @@ void CopyPixels(CZTImageImplBase& target, const CZTImageImplBase& from);
 [[nodiscard]] std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, int dx,
                                                                    int dy);
 [[nodiscard]] std::unique_ptr<CZTImageImplBase> CreateNewImageBase(PixelFormat format, void* frame);
+
+}  // namespace ztlib

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <limits>
 
+namespace ztlib {
+
 namespace {
 
 // The name under which clients know these failures is that of the image itself.
@@ -133,3 +135,5 @@ void CZTImage::FromBindata(const CBinData& block) {
     ZT_THROW(CException, "Invalid range", "FromBindata", source, 133);
   LoadFromBuff(block.Data(), static_cast<int>(block.Size()));
 }
+
+}  // namespace ztlib

@@ -2,6 +2,8 @@
 
 #include "main/lib/base/debug.h"
 
+namespace ztlib {
+
 namespace {
 constexpr char source[] = "main/target/windll/image/ztimagex";
 }
@@ -22,3 +24,5 @@ void ToCData(CData& list, Token token, const CZTImage* image, bool packed) {
   }
   list.AddBinary(token, std::move(block));
 }
+
+}  // namespace ztlib

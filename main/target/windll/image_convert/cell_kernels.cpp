@@ -5,6 +5,8 @@
 #include "main/target/windll/image_convert/image_convert_toyuv420block_impl.h"
 #include "main/target/windll/image_convert/image_convert_yuv420.h"
 
+namespace ztlib {
+
 constinit const CellKernels CellKernels::ZTLIB_INSTRUCTION_SET = {
     .bayerToRgb = {BayerToRgb<GreenRed>, BayerToRgb<BlueGreen>},
     .bayerToYuyv = {BayerToYuyv<GreenRed>, BayerToYuyv<BlueGreen>},
@@ -20,3 +22,5 @@ constinit const CellKernels CellKernels::ZTLIB_INSTRUCTION_SET = {
     .yuvToTiles = PixelsToTiles<FromYuv>,
     .yuyvToTiles = PixelsToTiles<FromYuyv>,
 };
+
+}  // namespace ztlib

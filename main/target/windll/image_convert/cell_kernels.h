@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The pixel work of the formats whose samples belong together in two dimensions: the mosaic of a
 // sensor, groups of 2 by 2 and tiles of 16 by 16 pixels. One call makes one row of pixels or the
 // two rows of a row of samples. Rows may lie at any address and must not overlap with targets.
@@ -70,3 +72,5 @@ struct CellKernels {
 
   ZT_KERNEL_TABLES(CellKernels);
 };
+
+}  // namespace ztlib

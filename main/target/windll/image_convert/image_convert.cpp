@@ -4,6 +4,8 @@
 
 #include <array>
 
+namespace ztlib {
+
 #define ZT_HEADER(target) "main/target/windll/image_convert/image_convert_to" target "_impl"
 
 void RefuseConversion(PixelFormat source, PixelFormat target) {
@@ -19,3 +21,5 @@ void RefuseConversion(PixelFormat source, PixelFormat target) {
   if (header) ZT_THROW(CException, "Wrong format", "Convert", header, 19);
   ZT_THROW(CException, "Wrong format", "ConvertToNew", "main/target/windll/image/ztimage_impl", 21);
 }
+
+}  // namespace ztlib

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ztlib {
+
 // The conversion matrix is the set of Convert overloads: Convert(target, source) fills `target`,
 // which has the source's size in pixels, truncated to whole samples. A pair without overload has no
 // conversion. The headers above hold the overloads by target format, those from sensor pictures and
@@ -40,3 +42,5 @@ concept IsConvertible = requires(TCImageView<Target>& target, const TCImageView<
 
 // Throws "Wrong format" in the name of the place that refuses the pair.
 [[noreturn]] void RefuseConversion(PixelFormat source, PixelFormat target);
+
+}  // namespace ztlib

@@ -3,6 +3,8 @@
 #include "main/lib/base/debug.h"
 #include "main/target/windll/image_convert/cell_kernels.h"
 
+namespace ztlib {
+
 namespace {
 
 // Clients know this name and the lines of its failures.
@@ -45,3 +47,5 @@ void Convert(YuyvImageView& target, const BayerImageView& source) {
     KernelsFor<CellKernels>().bayerToYuyv[y % 2](target.RowBytes(y), RowsAround(source, y),
                                                  static_cast<std::size_t>(width));
 }
+
+}  // namespace ztlib

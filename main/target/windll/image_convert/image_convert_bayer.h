@@ -6,15 +6,21 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 // Leaves a border of one pixel.
 void Convert(RgbImageView& target, const BayerImageView& source);
 // Throws if the source is smaller than 4 by 4, has an odd width, or a picture is not aligned to 4.
 void Convert(YuyvImageView& target, const BayerImageView& source);
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
+
+namespace ztlib {
 
 // Sensor pictures. A site has the colour of its filter; the two others come from its neighbours.
 // Sites of a row alternate between green and the row's other colour, red or blue; the third is the
@@ -238,5 +244,7 @@ void BayerToYuyv(Byte* __restrict target, const SensorRows& rows, std::size_t wi
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

@@ -3,6 +3,8 @@
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
 
+namespace ztlib {
+
 namespace {
 
 // The groups that both pictures have.
@@ -58,3 +60,5 @@ void Convert(YuyvImageView& target, const BayerBlockImageView& source) {
   Convert(yuv, source);
   Convert(target, yuv);
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 // Leaves a border of two pixels.
 void Convert(GrayImageView& target, const BayerBlockImageView& source);
 void Convert(RgbImageView& target, const BayerBlockImageView& source);
@@ -14,10 +16,14 @@ void Convert(YuvImageView& target, const BayerBlockImageView& source);
 // Asks the frame manager for a picture in between: its border, which is not written, shows.
 void Convert(YuyvImageView& target, const BayerBlockImageView& source);
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/image_convert_torgb_impl.h"
+
+namespace ztlib {
 
 // Groups of 2 by 2 pixels with luma at two of them. A word is one group (Y top left, Y bottom
 // right, U, V); its sums are made in two halves of 16 bits, which do not overflow, so that the same
@@ -203,5 +209,7 @@ void BlockBorderToRgb(Byte* __restrict target, const Byte* __restrict groups, in
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace ztlib {
+
 using GrayImageView = TCImageView<TTGray<unsigned char>>;
 using RgbImageView = TCImageView<TTRGB<unsigned char>>;
 using YuvImageView = TCImageView<TTYUV<unsigned char>>;
@@ -29,3 +31,5 @@ void ConvertRows(TCImageView<Target>& target, const TCImageView<Source>& source,
   for (std::int32_t y = 0; y < rows; ++y)
     row(target.RowBytes(y), source.RowBytes(y), static_cast<std::size_t>(samples));
 }
+
+}  // namespace ztlib

@@ -6,13 +6,19 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(BoolImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().grayToBool);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/pixel_vectors.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -26,5 +32,7 @@ inline void GrayToBool(Byte* __restrict target, const Byte* __restrict source, s
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(GrayImageView& target, const BoolImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().boolToGray);
 }
@@ -22,9 +24,13 @@ inline void Convert(GrayImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToGray);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/image_convert_toyuv_impl.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -75,5 +81,7 @@ void PairsToGray(Byte* __restrict target, const Byte* __restrict source, std::si
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

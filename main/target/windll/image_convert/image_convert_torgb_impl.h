@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(RgbImageView& target, const BoolImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().boolToRgb);
 }
@@ -22,9 +24,13 @@ inline void Convert(RgbImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToRgb);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/image_convert_toyuv_impl.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -121,5 +127,7 @@ void PairsToRgb(Byte* __restrict target, const Byte* __restrict source, std::siz
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

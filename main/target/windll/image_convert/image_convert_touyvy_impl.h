@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(UyvyImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().grayToUyvy);
 }
@@ -19,9 +21,13 @@ inline void Convert(UyvyImageView& target, const YuyvImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().yuyvToUyvy);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -36,5 +42,7 @@ inline void YuyvToUyvy(Byte* __restrict target, const Byte* __restrict source, s
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 void Convert(Yuv420ImageView& target, const YuvImageView& source);
 void Convert(Yuv420ImageView& target, const YuyvImageView& source);
 // From these formats clients get a block image with the content that the frame manager delivered.
@@ -14,9 +16,13 @@ inline void Convert(Yuv420ImageView&, const RgbImageView&) {}
 inline void Convert(Yuv420ImageView&, const UyvyImageView&) {}
 inline void Convert(Yuv420ImageView&, const BayerBlockImageView&) {}
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/image_convert_yuv420.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -129,5 +135,7 @@ void PixelsToTiles(Byte* __restrict luma, Byte* __restrict chroma, const Byte* _
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

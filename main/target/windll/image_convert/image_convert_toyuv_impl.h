@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(YuvImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().grayToYuv);
 }
@@ -19,9 +21,13 @@ inline void Convert(YuvImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToYuv);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/pixel_vectors.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -158,5 +164,7 @@ void PairsToYuv(Byte* __restrict target, const Byte* __restrict source, std::siz
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 inline void Convert(YuyvImageView& target, const GrayImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().grayToYuyv);
 }
@@ -19,9 +21,13 @@ inline void Convert(YuyvImageView& target, const UyvyImageView& source) {
   ConvertRows(target, source, KernelsFor<RowKernels>().uyvyToYuyv);
 }
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/image_convert_toyuv_impl.h"
+
+namespace ztlib {
 
 namespace {
 
@@ -115,5 +121,7 @@ inline void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, s
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

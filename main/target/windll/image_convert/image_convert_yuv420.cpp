@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+namespace ztlib {
+
 namespace {
 
 constexpr std::int32_t tileSize = 16;
@@ -154,3 +156,5 @@ void Convert(Yuv420ImageView& target, const YuvImageView& source) {
 void Convert(Yuv420ImageView& target, const YuyvImageView& source) {
   ConvertToTiles(target, source, KernelsFor<CellKernels>().yuyvToTiles);
 }
+
+}  // namespace ztlib

@@ -6,6 +6,8 @@
 
 #include "main/target/windll/image_convert/image_convert_rows.h"
 
+namespace ztlib {
+
 void Convert(GrayImageView& target, const Yuv420ImageView& source);
 void Convert(RgbImageView& target, const Yuv420ImageView& source);
 // Smooths chroma across the tiles.
@@ -15,10 +17,14 @@ void ConvertTilesAlone(YuvImageView& target, const Yuv420ImageView& source);
 void Convert(YuyvImageView& target, const Yuv420ImageView& source);
 void Convert(UyvyImageView& target, const Yuv420ImageView& source);
 
+}  // namespace ztlib
+
 #else
 
 #include "main/target/windll/image_convert/cell_kernels.h"
 #include "main/target/windll/image_convert/pixel_vectors.h"
+
+namespace ztlib {
 
 // Tiles of 16 by 16 pixels. Their rows are gathered from the tiles into rows of this many and then
 // worked on in registers that hold one tile in each 128 bits.
@@ -290,5 +296,7 @@ void TilesToPairs(Byte* __restrict upper, Byte* __restrict lower, const TileRowP
 }
 
 }  // namespace
+
+}  // namespace ztlib
 
 #endif

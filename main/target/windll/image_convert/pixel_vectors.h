@@ -6,6 +6,8 @@
 
 #include <immintrin.h>
 
+namespace ztlib {
+
 // What kernels of pixels are written in, for their sources only: single pixels as words, registers
 // of them, and the loops and stores around both. A register has 256 bits where the source is
 // compiled for AVX2, 128 bits otherwise. The types of registers differ in what an operator works
@@ -306,3 +308,5 @@ inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scala
 }
 
 }  // namespace
+
+}  // namespace ztlib

@@ -7,6 +7,8 @@
 #include "main/target/windll/image_convert/image_convert_toyuv_impl.h"
 #include "main/target/windll/image_convert/image_convert_toyuyv_impl.h"
 
+namespace ztlib {
+
 constinit const RowKernels RowKernels::ZTLIB_INSTRUCTION_SET = {
     .boolToGray = BoolToGray,
     .boolToRgb = GrayToRgb<true>,
@@ -32,3 +34,5 @@ constinit const RowKernels RowKernels::ZTLIB_INSTRUCTION_SET = {
     .uyvyToYuv = PairsToYuv<Uyvy>,
     .uyvyToYuyv = UyvyToYuyv,
 };
+
+}  // namespace ztlib

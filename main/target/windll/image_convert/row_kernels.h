@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ztlib {
+
 // The pixel work of the conversions, one row a call. Rows may lie at any address and must not
 // overlap. `count` is in samples of the format with the wider samples: pairs of pixels wherever
 // YUYV or UYVY takes part, pixels elsewhere. Four-byte RGB and YUV targets keep their fourth byte.
@@ -36,3 +38,5 @@ struct RowKernels {
 
   ZT_KERNEL_TABLES(RowKernels);
 };
+
+}  // namespace ztlib

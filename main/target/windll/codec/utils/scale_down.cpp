@@ -5,6 +5,8 @@
 
 #include <bit>
 
+namespace ztlib {
+
 void ScaleDownUYVY_To_Gray(TCImageView<TTGray<unsigned char>>& target,
                            const TCImageView<TTUYVY<unsigned char>>& source, int factor) {
   if (factor < 2 || factor > 64 || !std::has_single_bit(static_cast<unsigned>(factor)))
@@ -18,3 +20,5 @@ void ScaleDownUYVY_To_Gray(TCImageView<TTGray<unsigned char>>& target,
                                         static_cast<std::size_t>(columns),
                                         static_cast<unsigned>(factor));
 }
+
+}  // namespace ztlib
