@@ -9,13 +9,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace codec_fuzz;
   if (size == 0) return 0;
   const std::size_t cut = data[0] % size;
-  frameScale = 1;
+  LimitPictures();
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF}) {
-    const Codec encoder(ztlib_encoder_create(video), ztlib_encoder_destroy);
-    Codec decoder(ztlib_decoder_create(video), ztlib_decoder_destroy);
-    Configure(decoder.object, ZTLIB_UYVY, 1, false);
-    std::int64_t width = 16;
-    std::int64_t height = 16;
+    const Encoder encoder(video);
+    Decoder decoder(ZTLIB_UYVY, 1, video);
+    std::int64_t width = 16, height = 16;
     bool configured = false;
     for (const auto& [at, count] : {std::pair(std::size_t{1}, cut), {cut + 1, size - cut - 1}}) {
       if (at > size || count > size - at) continue;
@@ -41,13 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const bool whole = video == ZTLIB_VIDEO_MJPEG || (width % 8 == 0 && height % 8 == 0);
       if (!configured || !whole || width % 2 != 0) continue;
       for (int i = 0; i < 3; ++i) {
-        const Bytes frame = Encode(
-            encoder, ZTLIB_UYVY, static_cast<int>(width), static_cast<int>(height),
+        const Image picture = NewImage(
+            ZTLIB_UYVY, static_cast<int>(width), static_cast<int>(height),
             [i](std::size_t at) { return at / 99 == 3U * static_cast<unsigned>(i) ? at : 90; });
+        const Bytes frame = encoder.Process(picture.get());
         if (frame.empty()) continue;  // too small a picture
-        const Image decoded;
-        Decode(decoder, decoded, frame);
-        Require(static_cast<std::int64_t>(decoded.Pixels().size()) == width * height * 2);
+        const Image decoded = NewImage();
+        decoder.Process(decoded.get(), frame);
+        Require(static_cast<std::int64_t>(BytesOf(decoded).size()) == width * height * 2);
       }
     }
   }
