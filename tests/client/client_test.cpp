@@ -61,27 +61,11 @@ TEST_F(ClientTest, DrawnSceneIsTheSameEveryTime) {
     EXPECT_EQ(ReadBytes(Path("again/" + name)), ReadBytes(Path(name))) << name;
 }
 
-TEST_F(ClientTest, InfoFollowsTheFramesThroughTheFile) {
-  const nlohmann::json info = Info("demo.zts");
-  EXPECT_EQ(info["totals"]["frames"], frames);
-  EXPECT_TRUE(info["damage"].is_null());
-  std::size_t offset = 0;
-  for (const nlohmann::json& frame : info["frames"]) {
-    EXPECT_EQ(frame["offset"], offset);
-    offset += frame["bytes"].get<std::size_t>();
-    EXPECT_EQ(frame["formatName"], "mjpeg");
-    EXPECT_EQ(frame["typeName"], "key");
-    EXPECT_EQ(frame["height"], height);
-  }
-  EXPECT_EQ(offset, fs::file_size(Path("demo.zts")));
-  EXPECT_EQ(info["totals"]["bytes"], offset);
-  EXPECT_EQ(info["totals"]["payloadBytes"], offset - frames * headerSize);
-  EXPECT_EQ(Count(Run("info @demo.zts").output, "320x240"), std::size_t{frames});
-}
-
 TEST_F(ClientTest, PlaysThePixelsOfLibjpegAtEveryScale) {
   const Bytes file = ReadBytes(Path("demo.zts"));
   const nlohmann::json info = Info("demo.zts");
+  EXPECT_EQ(info["totals"]["payloadBytes"], file.size() - frames * headerSize);
+  EXPECT_EQ(Count(Run("info @demo.zts").output, "320x240"), std::size_t{frames});
   for (const int scale : {1, 2, 4, 8})
     for (const bool isGray : {false, true}) {
       const CRun play = Run("play @demo.zts --y4m - --scale " + std::to_string(scale) +

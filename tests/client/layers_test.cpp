@@ -35,28 +35,14 @@ TEST_F(LayersTest, RecordingsAreAsGoodAndAboutAsSmallAsJpeg) {
   }
 }
 
-TEST_F(LayersTest, DifferentialFramesMayBeLeftOut) {
-  Record("layereddiff --key-interval 7 --no-overflow-keys");
-  const nlohmann::json info = Info("l.zts");
-  const std::vector<Bytes> whole = Play("l.zts");
-  std::vector<Bytes> keys;
-  for (std::size_t i = 0; i < whole.size(); ++i) {
-    const nlohmann::json& frame = info["frames"][i];
-    EXPECT_EQ(frame["typeName"], i % 7 == 0 ? "key" : "diff");
-    if (i % 7 == 0) {
-      keys.push_back(whole[i]);
-      continue;
-    }
-    EXPECT_EQ(frame["bytes"], headerSize + frame["listBytes"].get<std::size_t>() +
-                                  frame["stripBytes"].get<std::size_t>());
-    EXPECT_GT(frame["blocks"], 0);
-  }
-  EXPECT_TRUE(Play("l.zts --drop plain") == keys);
-}
-
 TEST_F(LayersTest, SplitAndJoinedAgainIsTheSameFile) {
-  for (const std::string format : {"layered", "layereddiff --key-interval 5"}) {
+  for (const std::string format : {"layered", "layereddiff --key-interval 5 --no-overflow-keys"}) {
     Record(format);
+    // Differential frames may be left out.
+    const std::vector<Bytes> whole = Play("l.zts");
+    const bool isKeys = format == "layered";
+    EXPECT_TRUE(Play("l.zts --drop plain") ==
+                (isKeys ? whole : std::vector<Bytes>{whole.at(0), whole.at(5), whole.at(10)}));
     Succeed("layers split @l.zts @parts");
     Succeed("layers join @parts @again.zts");
     EXPECT_TRUE(ReadBytes(Path("again.zts")) == ReadBytes(Path("l.zts"))) << format;
