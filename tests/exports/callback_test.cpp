@@ -1,10 +1,10 @@
-#include "tests/support/codec_client.h"
-#include "tests/support/export_fixture.h"
+#include "tests/exports/blobs.h"
 
 #include <stdexcept>
 
 namespace {
 
+using namespace blobs;
 using codec_client::Decoder;
 using codec_client::Encoder;
 
@@ -24,16 +24,6 @@ class Callbacks : public ExportTest {
     const auto& old = *static_cast<CTestFrames::Frame*>(frame);
     std::memset(old.data, 0xEE, CTestFrames::PictureSize(old.width, old.height, old.format));
     CTestFrames::Release(frame);
-  }
-
-  static bool Load(const Image& image, const Bytes& block) {
-    const ztlib_blob memory{block.data(), block.size()};
-    return ztlib_ztimage_loadFromZTMem(image.get(), &memory);
-  }
-  static Bytes Saved(const Image& image) {
-    Output output;
-    ztlib_ztimage_saveToZTMem(image.get(), &output, Output::Receive);
-    return output.bytes;
   }
 };
 
