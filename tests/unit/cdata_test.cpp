@@ -4,6 +4,8 @@
 #include "tests/support/common.h"
 #include "tests/unit/rich_tree.h"
 
+#include <array>
+
 using namespace ztlib;
 
 namespace {
@@ -143,10 +145,18 @@ TEST(CGuid, ParsesSixteenPairsAndNothingLess) {
   EXPECT_FALSE(CGuid::Parse(nullptr, guid));
   EXPECT_TRUE(CGuid::Parse((text + "} behind").c_str(), guid));
   EXPECT_EQ(guid.ToString(), "{01234567-89AB-CDEF-0011-223344556677}");
-  const CGuid fresh = CGuid::Generate();
-  EXPECT_NE(fresh, CGuid::Generate());
-  EXPECT_EQ(fresh.bytes[6] >> 4, 4);
-  EXPECT_EQ(fresh.bytes[8] >> 6, 2);
+  // All bits are drawn but those of version and variant.
+  std::array<int, 128> counts{};
+  for (int round = 0; round < 100; ++round) {
+    const CGuid fresh = CGuid::Generate();
+    for (int bit = 0; bit < 128; ++bit)
+      counts[bit] += fresh.bytes[bit / 8] >> bit % 8 & 1;
+  }
+  for (int bit = 0; bit < 128; ++bit) {
+    const bool isFixed = (bit >= 52 && bit < 56) || bit == 70 || bit == 71;
+    EXPECT_EQ(counts[bit] % 100 == 0, isFixed) << bit;
+    EXPECT_EQ(counts[bit] == 100, bit == 54 || bit == 71) << bit;
+  }
 }
 
 }  // namespace

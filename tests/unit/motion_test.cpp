@@ -156,7 +156,7 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
 TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
   CSingleSimpleMotion detector;
   detector.Configure({}, {40, 25});
-  CData result, item;
+  CData result;
   for (const CData& blob :
        {Blob(80, 40, 25, 2), Blob(80, 40, 25, 1, 1), Blob(80, 40, 25, 1, 0, 156), Blob(80, 0, 25),
         Blob(80, 0x80000000, 0x80000000), Blob(80, 0x7FFFFFFF, 0x7FFFFFFF)}) {
@@ -170,7 +170,7 @@ TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
                   [&] { detector.VirtualProcess(result, Blob(0, 40, 25, 1, 0, size)); }),
               "vector::_M_range_check: __n (which is 35) >= this->size() (which is " +
                   std::to_string(size) + ")");
-  EXPECT_EQ(detector.VirtualProcess(result, item), 0.0F);
+  EXPECT_EQ(detector.VirtualProcess(result, {}), 0.0F);
   ExpectNoFailure();
 }
 
