@@ -173,11 +173,17 @@ TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   }
 }
 
-// Key and differential frames of both layered formats in turn.
-TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
+// Key and differential frames of both layered formats in turn. The decoders inherit one of JPEG,
+// which would take more blocks than the one of the object.
+TEST_F(Allocation, LayeredVideoTakesFramesOnlyAndNoJpegDecoder) {
   const Bytes scene = jpeg_reference::Scene(width, height);
   const CLayeredPlanes planes(scene.data(), 2 * width, width, height);
   for (bool isDifferential : {false, true}) {
+    const int video = isDifferential ? ZTLIB_VIDEO_LAYEREDDIFF : ZTLIB_VIDEO_LAYERED;
+    const int before = heapCalls;
+    void* decoder = ztlib_decoder_create(video);
+    EXPECT_EQ(heapCalls - before, 1) << video;
+    ztlib_decoder_destroy(&decoder);
     CLayeredSettings settings;
     settings.isDifferential = isDifferential;
     CLayeredEncoder encoder(settings);
@@ -186,17 +192,7 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
     if (isDifferential) stream.push_back(*encoder.EncodeBlocks(planes.Picture(), blocks));
     for (int scale : {1, 8})
       for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
-        ExpectNoneToDecode(isDifferential ? 4 : 0, format, stream, scale);
-  }
-}
-
-// It inherits a JPEG decoder, which would take more blocks than the one of the object.
-TEST_F(Allocation, LayeredVideoMakesNoJpegDecoder) {
-  for (int video : {0, 4}) {
-    const int before = heapCalls;
-    void* decoder = ztlib_decoder_create(video);
-    EXPECT_EQ(heapCalls - before, 1) << video;
-    ztlib_decoder_destroy(&decoder);
+        ExpectNoneToDecode(video, format, stream, scale);
   }
 }
 
@@ -217,21 +213,30 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   for (std::size_t at = 112 + 40; at < 112 + 64; at += 4)
     Put(longStreams, at, 30'000'000);
 
+  const auto put = [](Bytes& frame, std::initializer_list<std::pair<int, int>> fields) {
+    for (const auto& [at, value] : fields)
+      Put(frame, static_cast<std::size_t>(at), value);
+  };
   // A strip of 2^28 by 0 pixels, with a list of entries without bits.
   Bytes endlessList = *CLayeredEncoder(settings).EncodeBlocks(planes.Picture(), blocks);
   Put(endlessList, 66, std::uint16_t{1});
-  Put(endlessList, 84, 0x7FFFFFF0);
-  for (const auto& [at, value] : {std::pair(112, -1), {116, 0}, {120, 0}})
-    Put(endlessList, static_cast<std::size_t>(at), value);
+  put(endlessList, {{84, 0x7FFFFFF0}, {112, -1}, {116, 0}, {120, 0}});
 
   // A strip of 4,093 blocks, of which two are listed.
   const Encoder encoder(64, height, ZTLIB_VIDEO_MJPEGDIFF);
   Encode(encoder, Picture(ZTLIB_UYVY, 64, 64 * height * 2, [](int) { return 99; }));
   const Bytes jpegKey(coded, coded + codedSize);
-  Bytes wideStrip = Words(112, {3, 0, 112, 0, 0, 0, 0x10007, 0, 64, height});
-  for (const auto& [at, value] : {std::pair(72, 3), {84, 2}, {88, 16}, {112, 2}, {120, 6}})
-    Put(wideStrip, static_cast<std::size_t>(at), value);
-  Put(wideStrip, 124, 0);
+  Bytes wideStrip(128);
+  put(wideStrip, {{0, 3},
+                  {8, 112},
+                  {24, 0x10007},
+                  {32, 64},
+                  {36, height},
+                  {72, 3},
+                  {84, 2},
+                  {88, 16},
+                  {112, 2},
+                  {120, 6}});
   const Bytes stream = jpeg_reference::Encode(Bytes(65488 * 16 * 3, 99), 65488, 16);
   wideStrip.insert(wideStrip.end(), stream.begin(), stream.end());
 

@@ -126,6 +126,7 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
       {{0, 0, 3000, 3000, 100, 6000, 100, 1000}, 5, 88.7F, wrong},  // dented
       {{0, 0, 1, 1, 2, 2, 3, 3}, 5, 88.7F, wrong},
       {{7, 7, 7, 7, 7, 7, 7, 7}, 5, 88.7F, wrong},
+      {{0, 0, 0, 0, 8000, 0, 8000, 0}, 5, 88.7F, wrong},  // two ends without a width
       {sound, 5, 1e9F, ""},
       {{lowest, highest, highest, highest, lowest, lowest, highest, lowest}, 5, 88.7F, ""},
   };
@@ -150,9 +151,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   }
 }
 
-using Point = std::array<double, 2>;
-using Numbers = std::vector<std::pair<Token, double>>;
-using Marks = std::vector<std::array<double, 4>>;
 using Point = std::array<double, 2>;
 
 CPointF ToPoint(const Point& p) {
@@ -227,9 +225,8 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     }
     if (!calibrator.Height(point, top, meters)) return;
     errors[range == 0 ? "heights inside" : "heights anywhere"].push_back(std::abs(meters / up - 1));
-    ASSERT_TRUE(calibrator.Head(point, meters, head));
-    ASSERT_TRUE(calibrator.Height(point, head, meters));
-    ASSERT_TRUE(calibrator.Head(point, meters, back));
+    ASSERT_TRUE(calibrator.Head(point, meters, head) && calibrator.Height(point, head, meters) &&
+                calibrator.Head(point, meters, back));
     errors["heads"].push_back(std::hypot(back.x - head.x, back.y - head.y));
   };
   const auto whereSeen = [](const auto& work) {
@@ -315,6 +312,10 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
                      static_cast<float>(points.GetInt(Tok::R0y, 0))};
     CPointF head;
     ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
+    // Beside it, where lines over the ground are level, heads are on one level too.
+    CPointF beside;
+    ASSERT_TRUE(calibrator.Head({8192, r0.y}, 1.8F, beside));
+    EXPECT_NEAR(beside.y, head.y, 1);
     EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
     EXPECT_FALSE(calibrator.Height({8192, 100}, {8192, 50}, meters));
     EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
@@ -475,11 +476,9 @@ TEST_F(Calibration, ThreadsMeasureWhileTheComponentCalibrates) {
   const std::shared_ptr<CCalibrator3D> former = component.GetCalibrator();
   std::atomic<bool> stop = false;
   std::thread measuring([&] {
-    CPointF ground;
-    while (!stop) {
-      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground));
-      EXPECT_GT(component.GetCalibrator()->GetConfig().Count(), 10U);
-    }
+    for (CPointF ground; !stop;)
+      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground) &&
+                  component.GetCalibrator()->GetConfig().Count() > 10);
   });
   for (int i = 0; i < 20; ++i) {
     component.Calibrate(MarkedTree({}, twoMarks));

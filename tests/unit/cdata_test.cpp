@@ -126,10 +126,9 @@ TEST(CBinData, WrapsSharesCutsAndResizes) {
 }
 
 TEST(BinDataStream, ReadsTheBlockAndNothingBehindIt) {
-  bindatastream stream("x\n77", 3);
   int number = 0;
-  std::string word;
-  EXPECT_TRUE(stream >> word >> number);
+  bindatastream stream("x\n77", 3);
+  EXPECT_TRUE(stream.ignore(2) >> number);
   EXPECT_EQ(number, 7);
   EXPECT_FALSE(bindatastream(nullptr, 0) >> number);
 }

@@ -4,6 +4,8 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
 #include "main/target/windll/codec/jpeg_encoder.h"
+#include "main/target/windll/codec/layered_picture.h"
+#include "main/target/windll/codec/layers.h"
 #include "main/target/windll/codec/videoencoder_mjpeg.h"
 #include "main/target/windll/image/ztimage.h"
 #include "tests/support/common.h"
@@ -261,6 +263,44 @@ TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
   const Bytes coarse = Encode(encoder, image);
   EXPECT_LT(coarse.size(), frame.size());
   EXPECT_EQ(FrameHeader::Read(coarse).quality, 80);
+}
+
+// What follows the first layer in its record is left out where layers are packed.
+TEST(Layers, TheFirstRecordIsCutToItsLayer) {
+  constexpr std::uint32_t list = 3, layer = 5, more = 7;
+  Bytes first(32 + 224 + list + layer + more, 1), second(32 + 4, 2);
+  for (Bytes* record : {&first, &second})
+    Put(*record, 4, static_cast<std::uint32_t>(record->size()));
+  Put(first, 24, std::int32_t{ZTLIB_VIDEO_LAYEREDDIFF});
+  Put(first, 32 + 88, list);
+  Put(first, 32 + 112 + list + 80, layer);
+  const std::span<const std::uint8_t> records[] = {first, second};
+  const std::optional<Bytes> joined = JoinLayers(records);
+  Bytes expected(first.begin() + 32, first.end() - more);
+  for (const std::size_t at : {32U, 36U})  // layers that are not there
+    Put(expected, 112 + list + at, 0);
+  expected.insert(expected.end(), second.begin() + 32, second.end());
+  expected.resize(first.size() - 32 + 4 + 128);
+  EXPECT_EQ(joined, expected);
+}
+
+TEST(Layers, StreamsHaveABitForEveryByteAtLeast) {
+  constexpr std::uint32_t left = 40;
+  Bytes frame(224 + left);
+  for (const auto& [at, value] : {std::pair(96U, 1U), {100, 16}, {104, 16}, {64, 112}})
+    Put(frame, 112 + at, value);
+  for (std::size_t i = 0; i < 3; ++i) {
+    Put(frame, 112 + 16 + 4 * i, 112U);
+    Put(frame, 112 + 40 + 4 * i, 8 * left);
+  }
+  LayeredPicture picture("main/x");
+  const auto open = [&] { picture.Open(frame, FrameHeader::Read(frame), 1, PixelFormat::RGB); };
+  EXPECT_NO_THROW(open());
+  for (std::size_t i = 0; i < 3; ++i) {
+    Put(frame, 112 + 40 + 4 * i, 8 * left + 1);
+    EXPECT_EQ(MessageOf(open), "Invalid range");
+    Put(frame, 112 + 40 + 4 * i, 8 * left);
+  }
 }
 
 }  // namespace

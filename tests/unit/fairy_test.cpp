@@ -152,7 +152,10 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
   EXPECT_THROW(target.points.At(1), std::out_of_range);
 
   // Only what has no default, the number and the binary, stays.
+  for (const auto& item : target.GetItems())
+    item.second->changed = false;
   target.SetDefaults();
+  EXPECT_EQ(ChangedItems(target), 13);
   std::string expected = defaults;
   expected.replace(expected.find("Version=i0"), 10, "Version=i7");
   expected.replace(expected.find("Motion=x0"), 9, "Motion=x2");

@@ -47,7 +47,7 @@ TEST(Histogram, CountsPixelsAndThoseOfAMask) {
     for (const int values : {1, 3, 256}) {
       const ByteImage image = Noise(width, height, values);
       CMask mask;  // taller, and as wide or wider than the image
-      mask.SetPolygons(width + values % 3, height + 2, {{{1, 0}, {2 * width, 2}, {0, height + 1}}});
+      mask.SetPolygons(width + values % 3, height + 2, {{{0, 0}, {2 * width, 0}, {0, height + 1}}});
       Bins all{}, inside{};
       for (int y = 0; y < height; ++y) {
         const std::uint8_t* const row = image.GetPtr() + y * image.GetScanline();
@@ -204,6 +204,7 @@ TEST(Histogram, TablesAndTheirUse) {
       {&histogram, 200, -9, 0, 255}, {&ends, 0, 999, 0, 255},
       {&ends, 100, 1, 0, 255}};
   for (const auto& [from, percent, minimum, low, high] : stretches) {
+    table.fill(77);
     from->Stretch(table.data(), percent, minimum);
     for (int i = 0; i < 256; ++i)
       EXPECT_EQ(table[i], std::clamp(((i - low) * 255 + (high - low) / 2) / (high - low), 0, 255))

@@ -87,6 +87,7 @@ TEST(Geometry, DistancesAndSides) {
     bool integers, floats;
   } cases[] = {
       {{0, 0}, {10, 0}, {5, -1}, true, true},
+      {{0, 5}, {10, 5}, {5, 4}, true, true},
       {{0, 0}, {10, 0}, {5, 1}, false, false},
       {{0, 0}, {10, 0}, {20, 0}, false, false},
       {{3, 3}, {3, 3}, {5, 9}, false, false},

@@ -310,6 +310,7 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
               "Configs:8192{:8192{GenerateMetadata:1 ViolationTimeMs:16 RestoreDelayMs:16 } } } ");
     const CData& child = *exported.Child(Tok::Config).Child(Tok::Configs).At(0).value.GetNode();
     EXPECT_EQ(child.GetLongLong(Tok::ViolationTimeMs, 0), 70);
+    EXPECT_EQ(child.GetLongLong(Tok::RestoreDelayMs, 0), 3000);  // whatever is asked for
     analysis.Process(output);
     analysis.Reset();
   }
@@ -347,6 +348,10 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
     tree.AddString(Tok::DisplayName, "north gate");
     return detector.Configure(tree, false).message;
   };
+  for (auto* const item : {&record.violationTimeMs, &record.restoreDelayMs})
+    for (const auto& [value, isFit] :
+         {std::pair(-1, false), {0, true}, {100000, true}, {100001, false}})
+      EXPECT_EQ(item->Contains(value), isFit) << value;
   EXPECT_EQ(configure(1, 2, 9), "0");  // back to the defaults
   EXPECT_EQ(record.violationTimeMs.Get(), 0);
   EXPECT_EQ(configure(0, 3, 8), "");
