@@ -138,6 +138,14 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
     EXPECT_EQ(table.keys.empty(), !text.empty());
     if (text.empty()) ExpectSound(table);
   }
+  // Whichever corner is dented.
+  for (std::size_t i = 0; i < 4; ++i) {
+    Corners corners = sound;
+    for (const std::size_t axis : {0U, 1U})
+      corners[2 * i + axis] = (sound[2 * i + axis] + 3 * sound[2 * (3 - i) + axis]) / 4;
+    CTable table;
+    EXPECT_FALSE(Configure(table, corners, 5)) << i;
+  }
   // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
   std::mt19937 random(3);
   for (int round = 0; round < 500; ++round) {
@@ -287,7 +295,8 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
       {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
       {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
       {2, {{0.5, 0.1}, {0.5, 0.9}}, 0.015},
-      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06}};
+      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06},
+      {0, {{0.2, 0.5}, {0.8, 0.5}}, 0.001}};  // beside each other, along a side
   for (const auto& [tilt, marks, tolerance] : cases) {
     const CStreet street{3, tilt * std::numbers::pi / 180, 1.1, 0, -2, 12};
     CCalibrator3D calibrator;
@@ -310,6 +319,7 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
     const CData& points = config.Child(Tok::Info).Child(Tok::AdditionalPoints);
     const CPointF r0{static_cast<float>(points.GetInt(Tok::R0x, 0)),
                      static_cast<float>(points.GetInt(Tok::R0y, 0))};
+    EXPECT_EQ(r0.x, config.GetInt(Tok::X0Virtual, 0));  // the first of two that are as near
     CPointF head;
     ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
     // Beside it, where lines over the ground are level, heads are on one level too.

@@ -338,22 +338,24 @@ TEST_F(Differential, AThumbnailOfTheClientDecidesWhatChanged) {
   Configure(encoder, o);
   Encode(encoder, o, Flat(o, 100));
   EXPECT_EQ(Encode(encoder, o, Flat(o, 102)).size(), 124U);  // not above the threshold
-  const auto blocksOf = [&](int x, int y, int by) {
+  using Blocks = std::vector<std::uint64_t>;
+  // Where the thumbnail differs and by how much, and the blocks of the next frame; the third is a
+  // reference frame.
+  const std::tuple<int, int, int, Blocks> cases[] = {{3, 3, 10, {}},
+                                                     {3, 3, 11, {1, 4, 5, 6, 9}},
+                                                     {0, 0, -11, {0, 1, 4}},
+                                                     {0, 0, -11, {}},
+                                                     {7, 5, 99, {0, 1, 4, 7, 10, 11}}};
+  for (const auto& [x, y, by, expected] : cases) {
     Bytes small(48, 100);
     small[static_cast<std::size_t>(y * 8 + x)] = static_cast<std::uint8_t>(100 + by);
     CZTImage thumbnail;
     Fill(thumbnail, PixelFormat::GRAY, small, 8, 6);
     const Bytes frame = Encode(encoder, o, Flat(o, 200), {.thumbnail = &thumbnail});
-    std::vector<std::uint64_t> blocks;
+    Blocks blocks;
     UnpackBlockList(blocks, std::span(frame).subspan(112), 99);
-    return blocks;
-  };
-  using Blocks = std::vector<std::uint64_t>;
-  EXPECT_EQ(blocksOf(3, 3, 10), Blocks());
-  EXPECT_EQ(blocksOf(3, 3, 11), (Blocks{1, 4, 5, 6, 9}));
-  EXPECT_EQ(blocksOf(0, 0, -11), (Blocks{0, 1, 4}));  // a reference frame
-  EXPECT_EQ(blocksOf(0, 0, -11), Blocks());
-  EXPECT_EQ(blocksOf(7, 5, 99), (Blocks{0, 1, 4, 7, 10, 11}));
+    EXPECT_EQ(blocks, expected) << x << " by " << by;
+  }
 }
 
 TEST_F(Differential, AStripWiderThanAJpegPictureBecomesAKeyFrame) {

@@ -175,21 +175,18 @@ TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
 }
 
 TEST_F(Motion, ThresholdsOutOfReachAreWarnedOf) {
-  const Line impossible(2, "Alarm signal is not possible in this configuration!");
-  const Line forever(2, "VCA stay in restore forever in this configuration!");
-  const struct {
-    double percent;
-    Size size;
-    int warnings;
-  } cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1}, {150, {160, 120}, 2},
-               {std::nan(""), {9, 9}, 0}, {0.2, {1, 9}, 2},    {0.2, {0, 0}, 0}};
-  for (const auto& c : cases) {
+  // The first warnings, as many as there are.
+  const std::vector<Line> warnings{{2, "Alarm signal is not possible in this configuration!"},
+                                   {2, "VCA stay in restore forever in this configuration!"}};
+  const std::tuple<double, Size, int> cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1},
+                                                 {150, {160, 120}, 2},      {0.2, {1, 9}, 2},
+                                                 {std::nan(""), {9, 9}, 0}, {0.2, {0, 0}, 0}};
+  for (const auto& [percent, size, count] : cases) {
     CSingleSimpleMotion detector;
     CData item;
-    item.AddDouble(Tok::MotionPercent, c.percent);
-    EXPECT_TRUE(detector.Configure(item, c.size));
-    const std::vector<Line> both = {impossible, forever};
-    EXPECT_EQ(lines, std::vector<Line>(both.begin(), both.begin() + c.warnings)) << c.percent;
+    item.AddDouble(Tok::MotionPercent, percent);
+    EXPECT_TRUE(detector.Configure(item, size));
+    EXPECT_EQ(lines, std::vector<Line>(warnings.begin(), warnings.begin() + count)) << percent;
     Forget();
   }
 }
@@ -371,9 +368,21 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
   }
 }
 
-TEST_F(Motion, StatesWithoutANameAreErrors) {
-  EXPECT_STREQ(DetectorState::ToText(7), "dsError");
-  EXPECT_EQ(lines, (std::vector<Line>{{1, "Undefined state"}}));
+TEST_F(Motion, NamesOfStatesAndEvents) {
+  std::string states, events;
+  for (std::int32_t value = -1; value <= 7; ++value) {
+    states += DetectorState::ToText(value) + std::string(" ");
+    events += DetectorEventType::ToText(value) + std::string(" ");
+    EXPECT_EQ(DetectorEventType::FromText(DetectorEventType::ToText(value)),
+              value >= 0 && value < 3 ? value : 3);
+  }
+  EXPECT_EQ(states,
+            "dsError dsNotConfigured dsInit dsError dsUnableToOperate dsNormal dsSignal "
+            "dsDisabled dsError ");
+  EXPECT_EQ(events,
+            "detUnknown detSimpleEvent detSignal detRestore detUnknown detUnknown detUnknown "
+            "detUnknown detUnknown ");
+  EXPECT_EQ(lines, std::vector<Line>(2, {1, "Undefined state"}));
 }
 
 }  // namespace
