@@ -59,8 +59,7 @@ TEST(Logger, WritesToAllStreamsInOrderAndCutsLongLines) {
 
 TEST(Logger, CallbacksMayLogAndRegisterOnTheSameThread) {
   static CLoggerWin* current;
-  class CNestingStream : public ILogStream {
-   public:
+  struct CNestingStream : ILogStream {
     void Write(int level, const char*) override {
       if (level != 1) return;
       current->AddStream(new CRecordingStream("late"));

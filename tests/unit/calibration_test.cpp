@@ -371,6 +371,9 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
        {ready2D, wrong, noHeight, unready3D, done}},
       {MarkedTree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
        {ready2D, cheat, wrong, noHeight, unready3D, done}},
+      // Up to the corner of the picture.
+      {MarkedTree({{corner[4], 9000}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}),
+       {some2D, unready3D, done}},
       // From straight above.
       {MarkedTree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
   };
