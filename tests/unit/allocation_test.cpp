@@ -213,30 +213,21 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   for (std::size_t at = 112 + 40; at < 112 + 64; at += 4)
     Put(longStreams, at, 30'000'000);
 
-  const auto put = [](Bytes& frame, std::initializer_list<std::pair<int, int>> fields) {
-    for (const auto& [at, value] : fields)
-      Put(frame, static_cast<std::size_t>(at), value);
-  };
   // A strip of 2^28 by 0 pixels, with a list of entries without bits.
   Bytes endlessList = *CLayeredEncoder(settings).EncodeBlocks(planes.Picture(), blocks);
   Put(endlessList, 66, std::uint16_t{1});
-  put(endlessList, {{84, 0x7FFFFFF0}, {112, -1}, {116, 0}, {120, 0}});
+  Put(endlessList, 84, 0x7FFFFFF0);
+  for (const auto& [at, value] : {std::pair(112, -1), {116, 0}, {120, 0}})
+    Put(endlessList, static_cast<std::size_t>(at), value);
 
   // A strip of 4,093 blocks, of which two are listed.
   const Encoder encoder(64, height, ZTLIB_VIDEO_MJPEGDIFF);
   Encode(encoder, Picture(ZTLIB_UYVY, 64, 64 * height * 2, [](int) { return 99; }));
   const Bytes jpegKey(coded, coded + codedSize);
-  Bytes wideStrip(128);
-  put(wideStrip, {{0, 3},
-                  {8, 112},
-                  {24, 0x10007},
-                  {32, 64},
-                  {36, height},
-                  {72, 3},
-                  {84, 2},
-                  {88, 16},
-                  {112, 2},
-                  {120, 6}});
+  Bytes wideStrip = Words(112, {3, 0, 112, 0, 0, 0, 0x10007, 0, 64, height});
+  for (const auto& [at, value] : {std::pair(72, 3), {84, 2}, {88, 16}, {112, 2}, {120, 6}})
+    Put(wideStrip, static_cast<std::size_t>(at), value);
+  Put(wideStrip, 124, 0);
   const Bytes stream = jpeg_reference::Encode(Bytes(65488 * 16 * 3, 99), 65488, 16);
   wideStrip.insert(wideStrip.end(), stream.begin(), stream.end());
 
