@@ -5,8 +5,6 @@
 // Bytes that clients pass to the exports and get from them.
 namespace blobs {
 
-using codec_client::Image;
-
 inline Bytes First(const Bytes& bytes, std::size_t size) {
   return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)};
 }
@@ -42,14 +40,11 @@ struct FrameHeader {
   }
 };
 
-inline void Receive(void* user, const void* data, std::uint32_t size) {
-  const auto* const bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
-}
 // A coded picture as a frame; nothing after a failure.
 inline Bytes WithHeader(const Bytes& stream) {
   Bytes frame;
-  ztlib_copyAndAddHeader(&frame, Receive, stream.data(), static_cast<std::uint32_t>(stream.size()));
+  ztlib_copyAndAddHeader(&frame, kit::Collect, stream.data(),
+                         static_cast<std::uint32_t>(stream.size()));
   return frame;
 }
 
@@ -63,7 +58,7 @@ inline Bytes MemoryForm(int version, int format, int dx, int dy, int body) {
 }
 inline Bytes Saved(const Image& image) {
   Bytes block;
-  ztlib_ztimage_saveToZTMem(image.get(), &block, Receive);
+  ztlib_ztimage_saveToZTMem(image.get(), &block, kit::Collect);
   return block;
 }
 // From memory of exactly that size, so that a sanitizer sees a read behind it.

@@ -5,8 +5,8 @@
 namespace {
 
 using namespace blobs;
-using codec_client::Decoder;
-using codec_client::Encoder;
+using kit::Decoder;
+using kit::Encoder;
 
 // Callbacks of a client that do what nobody expects of them.
 class Callbacks : public ExportTest {
@@ -21,8 +21,8 @@ class Callbacks : public ExportTest {
   }
   // Who reads on gets other pixels.
   static void Release(void* frame) {
-    const auto& old = *static_cast<CTestFrames::Frame*>(frame);
-    std::memset(old.data, 0xEE, CTestFrames::PictureSize(old.width, old.height, old.format));
+    const auto& old = *static_cast<kit::Frame*>(frame);
+    std::ranges::fill(old.Picture(), 0xEE);
     CTestFrames::Release(frame);
   }
 };

@@ -4,9 +4,9 @@
 namespace {
 
 using namespace blobs;
-using codec_client::Decoder;
-using codec_client::Encoder;
 using jpeg_reference::Style;
+using kit::Decoder;
+using kit::Encoder;
 
 constexpr char process[] = "ztlib_decoder_process";
 constexpr char encode[] = "ztlib_encoder_process";
@@ -100,7 +100,7 @@ TEST_F(CodecExports, EncodesWhatLibjpegEncodes) {
        {std::tuple(96, 64, 75), {101, 67, 90}, {48, 50, 20}, {65, 49, 0}, {64, 64, 1000}}) {
     SCOPED_TRACE(testing::Message() << width << "x" << height << " q " << quality);
     Encoder encoder(width, height);
-    if (quality != 75) encoder.Configure(CodecConfig().Int("JPEGQuality", quality));
+    if (quality != 75) encoder.Configure(kit::Config().Int("JPEGQuality", quality));
     const Bytes scene = jpeg_reference::Scene(width, height);
     const Bytes frame = encoder.Process(YuvImage(scene, width, height).get());
     ExpectNoFailure();
@@ -120,7 +120,7 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   EXPECT_EQ(Encoder(ZTLIB_VIDEO_MJPEGDIFF).Process(image.get()), Bytes());
   ExpectFailure(encode, encoderSource + std::string("_diff"), "Using null-pointer");
 
-  encoder.Configure(CodecConfig().Int("Width", 64).Int("Height", 64));
+  encoder.Configure(kit::Config().Int("Width", 64).Int("Height", 64));
   const Bytes frame = encoder.Process(image.get());
   EXPECT_EQ(encoder.Process(NewImage().get()), Bytes());
   ASSERT_EQ(failures.size(), 1U);
@@ -132,21 +132,21 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   EXPECT_EQ(encoder.Process(YuvImage(scene, 32, 128).get()), frame);
 
   // 629 bytes of tables do not fit into 512.
-  encoder.Configure(CodecConfig().Int("Width", 16).Int("Height", 16));
+  encoder.Configure(kit::Config().Int("Width", 16).Int("Height", 16));
   EXPECT_EQ(encoder.Process(image.get()), Bytes());
   ExpectUnknownFailure(encode);
   for (const auto& [width, height] : {std::pair(0, 64), {65501, 64}}) {
-    encoder.Configure(CodecConfig().Int("Width", width).Int("Height", height));
+    encoder.Configure(kit::Config().Int("Width", width).Int("Height", height));
     (void)encoder.Process(NewImage(ZTLIB_YUV, 65501, 64, {}).get());
     ExpectUnknownFailure(encode);
   }
 
   // A configuration that fails, or is of other kinds, leaves the one in force.
-  encoder.Configure(CodecConfig().Int("Width", 64).Int("Height", 64));
-  encoder.Configure(CodecConfig().Int("Width", -1).Int("Height", -1).Int("JPEGQuality", 1));
+  encoder.Configure(kit::Config().Int("Width", 64).Int("Height", 64));
+  encoder.Configure(kit::Config().Int("Width", -1).Int("Height", -1).Int("JPEGQuality", 1));
   EXPECT_EQ(failures.size(), 1U);
   Forget();
-  encoder.Configure(CodecConfig().Short("Width", 16).Bool("JPEGQuality", true));
+  encoder.Configure(kit::Config().Short("Width", 16).Bool("JPEGQuality", true));
   EXPECT_EQ(encoder.Process(image.get()), frame);
   ExpectNoFailure();
 }
@@ -155,9 +155,9 @@ TEST_F(CodecExports, DecoderConfigurationKeepsWhatIsAbsent) {
   const Bytes frame = WithHeader(stream);
   const Image image = NewImage();
   Decoder decoder(ZTLIB_RGB, 2);
-  decoder.Configure(CodecConfig().Bool("SwapRGB", true));
+  decoder.Configure(kit::Config().Bool("SwapRGB", true));
   decoder.Configure(
-      CodecConfig().Int("ScaleDown", 0).Short("PixelFormat", ZTLIB_GRAY).Int("SwapRGB", 0));
+      kit::Config().Int("ScaleDown", 0).Short("PixelFormat", ZTLIB_GRAY).Int("SwapRGB", 0));
   decoder.Process(image.get(), frame);
   ExpectNoFailure();
   EXPECT_EQ(FrameOf(image)->width, 32);
@@ -171,7 +171,7 @@ TEST_F(CodecExports, DecoderConfigurationKeepsWhatIsAbsent) {
                    "Wrong format"),
         {9, "target/windll/image/ztimage_impl", "Invalid range"},
         {-1, "lib/base/pixel_format", "Invalid range"}}) {
-    decoder.Configure(CodecConfig().Int("PixelFormat", format));
+    decoder.Configure(kit::Config().Int("PixelFormat", format));
     decoder.Process(image.get(), frame);
     ExpectFailure(process, std::string("main/") + source, message);
   }
@@ -308,7 +308,7 @@ TEST_F(CodecExports, HandlesWorkOnSeveralThreads) {
     for (int i = 0; i < 10; ++i) {
       for (const Encoder* encoder : {&own, &shared})
         same &= encoder->Process(source.get()) == expected;
-      if (i == t) shared.Configure(CodecConfig().Int("LineSize", i));
+      if (i == t) shared.Configure(kit::Config().Int("LineSize", i));
       decoder.Process(decoded.get(), expected);
     }
     return same;

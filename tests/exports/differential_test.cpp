@@ -6,8 +6,8 @@
 namespace {
 
 using namespace blobs;
-using codec_client::Decoder;
-using codec_client::Encoder;
+using kit::Decoder;
+using kit::Encoder;
 
 constexpr char process[] = "ztlib_decoder_process";
 constexpr int width = 96;
@@ -115,9 +115,9 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   const Bytes second = Decode(decoder, key);
   const Bytes changed = Decode(decoder, plain);
   // Other scales wait for a key frame, other formats reach the base with it.
-  decoder.Configure(CodecConfig().Int("ScaleDown", 1));
+  decoder.Configure(kit::Config().Int("ScaleDown", 1));
   EXPECT_EQ(Decode(decoder, plain), changed);
-  decoder.Configure(CodecConfig().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
+  decoder.Configure(kit::Config().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
   Bytes empty = First(plain, 112);
   Put(empty, 84, 0);
   const Image image = NewImage();
@@ -129,10 +129,10 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   EXPECT_EQ(FrameOf(image)->format, ZTLIB_YUV);
   ExpectNoFailure();
   // A scale that the format cannot have never comes into force.
-  decoder.Configure(CodecConfig().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
+  decoder.Configure(kit::Config().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
   Decode(decoder, key);
   ExpectFailure(process, "main/target/windll/image/ztimage_impl", "Invalid range");
-  decoder.Configure(CodecConfig().Int("ScaleDown", 2));
+  decoder.Configure(kit::Config().Int("ScaleDown", 2));
   EXPECT_EQ(Decode(decoder, key), second);
   ExpectNoFailure();
 }
@@ -183,7 +183,7 @@ TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
   Decode(other, plain);
   EXPECT_EQ(failures.size(), 1U);
   Forget();
-  other.Configure(CodecConfig().Int("PixelFormat", ZTLIB_RGB));
+  other.Configure(kit::Config().Int("PixelFormat", ZTLIB_RGB));
   ztlib_decoder_setBaseImage(other.object, image.get());
   EXPECT_EQ(Decode(other, plain), changed);
   ztlib_decoder_setBaseImage(other.object, nullptr);

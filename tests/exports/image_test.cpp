@@ -13,7 +13,7 @@ constexpr char load[] = "ztlib_ztimage_loadFromZTMem";
 class ImageExports : public ExportTest {};
 
 TEST_F(ImageExports, WrapsAFrameAndReleasesItOnce) {
-  CTestFrames::Frame* const frame = CTestFrames::Make(1000, 600, 8);
+  kit::Frame* const frame = CTestFrames::Make(1000, 600, 8);
   {
     const Image image(ztlib_ztimage_create_avframe(8, frame));
     EXPECT_EQ(ztlib_ztimage_get_avframe(image.get()), frame);
@@ -30,7 +30,7 @@ TEST_F(ImageExports, RefusedFramesStayTheClients) {
     EXPECT_EQ(ztlib_ztimage_create_avframe(format, frame), nullptr);
     ExpectFailure(create, source, message);
   };
-  CTestFrames::Frame frame{};
+  kit::Frame frame{};
   refused(1, nullptr, impl, "Using null-pointer");
   for (int format : {9, -1, INT32_MIN})
     refused(format, &frame, handle, "Wrong format");

@@ -9,7 +9,7 @@
 namespace {
 
 using namespace blobs;
-using codec_client::Decoder;
+using kit::Decoder;
 
 constexpr int formats[] = {ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY};
 constexpr int scales[] = {1, 2, 4, 8};
@@ -32,7 +32,7 @@ std::uint32_t Get(const Bytes& bytes, std::size_t at) {
 
 // What the plain decoder makes of a coded picture in a new frame.
 Bytes Expected(const Bytes& coded, int width, int height, int scale, int format) {
-  Bytes picture(CTestFrames::PictureSize(width / scale, height / scale, format), 0xA5);
+  Bytes picture(kit::PictureSize(width / scale, height / scale, format), 0xA5);
   layered_reference::Draw(picture, width / scale, height / scale, coded, scale, format);
   return picture;
 }
@@ -134,7 +134,7 @@ class LayeredExports : public ExportTest {
     ExpectFailure("ztlib_decoder_process", source, text);
   }
   static Bytes Compose(const std::vector<Bytes>& records) {
-    const std::optional<Bytes> frame = codec_client::JoinLayers(records);
+    const std::optional<Bytes> frame = kit::JoinLayers(records);
     EXPECT_EQ(frame.has_value(), failures.empty());
     return frame.value_or(Bytes());
   }
@@ -199,7 +199,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
       expectPicture(none, base);
       // A new scale comes with the next key frame, which has the new size.
       const int other = 8 / scale;
-      decoder.Configure(CodecConfig().Int("ScaleDown", other));
+      decoder.Configure(kit::Config().Int("ScaleDown", other));
       expectPicture(diff, expected);
       expectPicture(key, Expected(From(key, 112), width, height, other, format));
       EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
@@ -305,8 +305,7 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
     if (text)
       ExpectRefused(source, text);
     else
-      EXPECT_EQ(BytesOf(image),
-                Bytes(CTestFrames::PictureSize(48 / scale, 32 / scale, format), 0xA5));
+      EXPECT_EQ(BytesOf(image), Bytes(kit::PictureSize(48 / scale, 32 / scale, format), 0xA5));
     ExpectNoFailure();
   }
 

@@ -2,8 +2,8 @@
 
 namespace {
 
-using codec_client::Decoder;
-using codec_client::Encoder;
+using kit::Decoder;
+using kit::Encoder;
 
 class Arguments : public ExportTest {
  protected:

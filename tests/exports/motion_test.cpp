@@ -1,4 +1,5 @@
 #include "tests/exports/blobs.h"
+#include "tests/kit/tree.h"
 #include "tests/support/jpeg_reference.h"
 
 namespace {
@@ -14,7 +15,7 @@ class MotionExports : public ExportTest {
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     void Configure(int width, int height, bool metadata = true) const {
-      CodecConfig()
+      kit::Config()
           .Bool("GenerateMetadata", metadata)
           .Apply(ztlib_simplemotion_configure, object, width, height);
     }
@@ -63,12 +64,9 @@ TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
     context.Configure(width, height);
     const Bytes result = Run(context, NewImage(ZTLIB_BOOL8, width, height, {0}),
                              NewImage(ZTLIB_BOOL8, width, height, {200}));
-    const std::string name = "DetectPercent";
-    const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
-    ASSERT_NE(found, result.end());
-    const auto at = static_cast<std::size_t>(found - result.begin()) + name.size() + 4;
     const auto all = static_cast<float>((width - 1) * (height - 1));
-    EXPECT_EQ(Get<double>(result, at), static_cast<float>(100 * pixels) / all) << width;
+    EXPECT_EQ(kit::Tree(result).Double("DetectPercent"), static_cast<float>(100 * pixels) / all)
+        << width;
   }
   ExpectNoFailure();
 }
@@ -76,11 +74,10 @@ TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
 // A gray picture in memory that ends with its last pixel; `noise` lies between the rows.
 Image WrappedGray(const Bytes& pixels, int width, int stride, int lineSize, std::uint8_t noise) {
   const int height = static_cast<int>(pixels.size()) / width;
-  CTestFrames::Frame* const frame = CTestFrames::Make(width, height, ZTLIB_GRAY);
   const auto size = static_cast<std::size_t>((height - 1) * stride + width);
-  frame->data = static_cast<std::uint8_t*>(std::realloc(frame->data, size));
+  kit::Frame* const frame = CTestFrames::Make(width, height, ZTLIB_GRAY, size);
   frame->lineSize = lineSize;
-  std::memset(frame->data, noise, size);
+  std::ranges::fill(frame->Picture(), noise);
   for (int y = 0; y < height; ++y)
     std::copy_n(&pixels[static_cast<std::size_t>(y * width)], width, frame->data + y * stride);
   return Image(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame));
@@ -105,7 +102,7 @@ TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
         ycc[static_cast<std::size_t>(x)] = ycc[static_cast<std::size_t>(3 * w * (h - 1) + x)] = 200;
       const Bytes stream = jpeg_reference::Encode(ycc, w, h, {.quality = 100});
       Image image = padded();
-      codec_client::Decoder(ZTLIB_GRAY).Process(image.get(), WithHeader(stream));
+      kit::Decoder(ZTLIB_GRAY).Process(image.get(), WithHeader(stream));
       return image;
     };
     const auto loaded = [&](const Image& from) {
@@ -118,8 +115,9 @@ TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
     const Bytes expected = run(still, moving);
     Bytes head(32);  // of the bitmap: version, size, and behind three words the size in pixels
     Put(head, 0, 1), Put(head, 4, w * h / 8 + 48), Put(head, 20, w), Put(head, 24, h);
-    const auto bitmap = std::search(expected.begin(), expected.end(), head.begin(), head.end());
-    ASSERT_NE(bitmap, expected.end());
+    const kit::Tree detectors = kit::Tree(expected).Child("Motions");
+    const Bytes bitmap = kit::Tree(detectors.elements.at(0).value).Binary("Motion");
+    ASSERT_EQ(First(bitmap, head.size()), head);
     for (int i = 0; i < w * h; ++i)
       ASSERT_EQ(bitmap[32 + i / 8] >> i % 8 & 1, i < w || i >= w * (h - 1)) << w << ": " << i;
 

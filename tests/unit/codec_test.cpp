@@ -22,7 +22,7 @@ constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, Pi
                                          PixelFormat::YUYV, PixelFormat::UYVY};
 
 std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
-  return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
+  return kit::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
 }
 
 Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
@@ -206,7 +206,7 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
 
 class EncoderMJPEG : public testing::Test {
  protected:
-  CTestFrames frames{RegisterFrameManager};
+  CTestFrames frames;
 
   static void Configure(CVideoEncoderMJPEG& encoder, int width, int height, int quality = 75) {
     CData config;
@@ -224,7 +224,7 @@ class EncoderMJPEG : public testing::Test {
   static void Fill(CZTImage& image, PixelFormat format, int width, int height) {
     image.CreateBySizeInPixels(format, width, height);
     const Bytes scene = jpeg_reference::Scene(width, height);
-    const std::size_t size = CTestFrames::PictureSize(width, height, static_cast<int>(format));
+    const std::size_t size = kit::PictureSize(width, height, static_cast<int>(format));
     for (std::size_t i = 0; i < size; ++i)
       image.GetPtrAs<std::uint8_t>()[i] = scene[i % scene.size()];
   }

@@ -203,7 +203,7 @@ Bytes Picture(const Options& o, int t) {
 
 class Differential : public testing::Test {
  protected:
-  CTestFrames frames{RegisterFrameManager};
+  CTestFrames frames;
 
   static void Configure(CVideoEncoderMJPEGDIFF& encoder, const Options& o) {
     CData config;

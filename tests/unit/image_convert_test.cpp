@@ -3,12 +3,13 @@
 #include "main/lib/base/exceptions.h"
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
+#include "tests/kit/pixels.h"
 #include "tests/support/common.h"
-#include "tests/support/pixel_model.h"
 #include "tests/support/row_kernel_shapes.h"
 #include "tests/support/test_frames.h"
 
 using namespace ztlib;
+using namespace kit;
 
 namespace {
 
@@ -146,7 +147,7 @@ void CheckPair(int source, int target, int width, int height) {
 }
 
 TEST(ImageConvert, EveryCellOfTheMatrix) {
-  const CTestFrames frames(&RegisterFrameManager, fill);
+  const CTestFrames frames(fill);
   for (int source = 0; source < 9; ++source)
     for (int target = 0; target < 9; ++target)
       for (const auto& [width, height] :
@@ -160,7 +161,7 @@ TEST(ImageConvert, EveryCellOfTheMatrix) {
 
 // Parts of pictures have rows that lie further apart than they are long.
 TEST(ImageConvert, KeepsToTheRowsOfParts) {
-  const CTestFrames frames(&RegisterFrameManager, fill);
+  const CTestFrames frames(fill);
   YuyvImageView whole;
   UyvyImageView swapped;
   whole.Create(8, 4);

@@ -14,7 +14,7 @@ using Gray = TTGray<unsigned char>;
 
 class Images : public testing::Test {
  protected:
-  CTestFrames frames{RegisterFrameManager};
+  CTestFrames frames;
 
   // Pixel n of a gray picture has the value n.
   static CZTImage& Count(CZTImage& image, int width, int height) {

@@ -212,7 +212,7 @@ void CheckPainting(const CMask& mask, Values... values) {
 }
 
 TEST(Mask, PaintsInsideOrOutside) {
-  const CTestFrames frames(&RegisterFrameManager);
+  const CTestFrames frames;
   const CMask mask = MaskOf(70, 9, {{{0, 0}, {50, 2}, {20, 8}}, {{60, 1}, {69, 1}, {69, 8}}});
   CheckPainting<TTGray<unsigned char>>(mask, std::uint8_t{1});
   CheckPainting<TTYUV<unsigned char>>(mask, std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3});
