@@ -1,6 +1,4 @@
-#include "bench/frame_pool.h"
-#include "include/ztlib.h"
-#include "tests/support/codec_config.h"
+#include "bench/decoding.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +26,7 @@ constexpr int width = 1920;
 constexpr int height = 1080;
 constexpr int quality = 75;
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace kit;
 
 // Soft gradients, fine texture, sensor noise and edges, as three planes.
 struct Scene {
@@ -68,50 +66,24 @@ Bytes Pixels(int format) {
   return pixels;
 }
 
-void RegisterFrames() {
-  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
+Image Picture(int format) {
+  return NewImage(format, width, height, Pixels(format));
 }
 
-void* MakeImage(int format) {
-  RegisterFrames();
-  auto* frame = static_cast<bench_frames::Frame*>(bench_frames::Allocate(width, height, format));
-  const Bytes pixels = Pixels(format);
-  std::copy(pixels.begin(), pixels.end(), frame->data);
-  return ztlib_ztimage_create_avframe(format, frame);
-}
-
-void Collect(void* user, const void* data, std::uint32_t size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
-}
-
-void* MakeEncoder() {
-  void* encoder = ztlib_encoder_create(ZTLIB_VIDEO_MJPEG);
-  CodecConfig()
-      .Int("Width", width)
-      .Int("Height", height)
-      .Int("JPEGQuality", quality)
-      .Apply(ztlib_encoder_config, encoder);
-  return encoder;
-}
+struct QualityEncoder : Encoder {
+  QualityEncoder() : Encoder(width, height) { Configure(Config().Int("JPEGQuality", quality)); }
+};
 
 const Bytes& TheFrame() {
-  static const Bytes frame = [] {
-    Bytes made;
-    void* image = MakeImage(ZTLIB_YUV);
-    void* encoder = MakeEncoder();
-    ztlib_encoder_process(encoder, &made, Collect, image, 0);
-    ztlib_encoder_destroy(&encoder);
-    ztlib_ztimage_destroy(image);
-    return made;
-  }();
+  static const Bytes frame = QualityEncoder().Process(Picture(ZTLIB_YUV).get());
   return frame;
 }
 
 constexpr std::size_t headerSize = 112;
 
 void DecodeZtlib(benchmark::State& state, int format, int scale) {
-  bench_frames::Decode(state, ZTLIB_VIDEO_MJPEG, TheFrame(), format, scale);
+  Decoder decoder(format, scale);
+  DecodeAgain(state, decoder, TheFrame());
 }
 
 void DecodeLibjpeg(benchmark::State& state, int scale) {
@@ -164,17 +136,8 @@ void DecodeFfmpeg(benchmark::State& state, int scale) {
 }
 
 void EncodeZtlib(benchmark::State& state, int format) {
-  void* image = MakeImage(format);
-  void* encoder = MakeEncoder();
-  std::uint32_t size = 0;
-  const auto take = [](void* user, const void*, std::uint32_t bytes) {
-    *static_cast<std::uint32_t*>(user) = bytes;
-  };
-  for (auto _ : state)
-    ztlib_encoder_process(encoder, &size, take, image, 0);
-  if (size == 0) state.SkipWithError("not encoded");
-  ztlib_encoder_destroy(&encoder);
-  ztlib_ztimage_destroy(image);
+  const Image image = Picture(format);
+  EncodeAgain(state, QualityEncoder(), {&image, 1});
 }
 
 // Blue, green and red are the components that the decoder gives, so that the stream is the same.

@@ -1,5 +1,4 @@
-#include "bench/frame_pool.h"
-#include "include/ztlib.h"
+#include "bench/decoding.h"
 
 #include <algorithm>
 #include <array>
@@ -31,7 +30,7 @@ constexpr int quality = 75;
 constexpr int columns = width / 16;
 constexpr int rows = height / 8 / 2;
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace kit;
 
 // Gradients, texture and noise in UYVY, the same at every call.
 Bytes Still() {
@@ -75,61 +74,29 @@ Bytes Changed(int percent, int phase) {
   return pixels;
 }
 
-struct Destroy {
-  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
+Image Picture(const Bytes& pixels) {
+  return NewImage(ZTLIB_UYVY, width, height, pixels);
+}
+
+struct QualityEncoder : Encoder {
+  QualityEncoder(int video, bool advanced) : Encoder(width, height, video) {
+    Configure(Config()
+                  .Int("JPEGQuality", quality)
+                  .Int("IFrameInterval", INT32_MAX)
+                  .Int("RPFrameInterval", INT32_MAX)
+                  .Bool("AdvancedProfile", advanced));
+  }
 };
-using Image = std::unique_ptr<void, Destroy>;
 
-Image MakeImage(const Bytes& pixels) {
-  ztlib_registerAVFrameMgr(bench_frames::Allocate, bench_frames::Release, nullptr, 0);
-  auto* frame =
-      static_cast<bench_frames::Frame*>(bench_frames::Allocate(width, height, ZTLIB_UYVY));
-  std::copy(pixels.begin(), pixels.end(), frame->data);
-  return Image(ztlib_ztimage_create_avframe(ZTLIB_UYVY, frame));
-}
-
-std::string Value(char tag, const std::string& name, std::int32_t value) {
-  const std::uint32_t size = tag == 'B' ? 1 : 4;
-  return tag + std::string(1, static_cast<char>(name.size())) + name +
-         std::string(reinterpret_cast<const char*>(&size), 4) +
-         std::string(reinterpret_cast<const char*>(&value), size);
-}
-
-void* MakeEncoder(int format, bool advanced) {
-  void* encoder = ztlib_encoder_create(format);
-  const std::string config =
-      Value('I', "Width", width) + Value('I', "Height", height) +
-      Value('I', "JPEGQuality", quality) + Value('I', "IFrameInterval", INT32_MAX) +
-      Value('I', "RPFrameInterval", INT32_MAX) + Value('B', "AdvancedProfile", advanced);
-  const ztlib_blob blob{config.data(), config.size()};
-  ztlib_encoder_config(encoder, &blob);
-  return encoder;
-}
-
-void Collect(void* user, const void* data, std::uint32_t size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
-}
-
-void Encode(benchmark::State& state, int format, int percent, bool advanced) {
-  const Image still = MakeImage(Still());
-  const Image images[] = {MakeImage(Changed(percent, 0)), MakeImage(Changed(percent, 1))};
-  void* encoder = MakeEncoder(format, advanced);
-  Bytes frame;
-  ztlib_encoder_process(encoder, &frame, Collect, still.get(), 1);
-  std::uint32_t size = 0;
-  const auto take = [](void* user, const void*, std::uint32_t bytes) {
-    *static_cast<std::uint32_t*>(user) = bytes;
-  };
-  std::size_t next = 0;
-  for (auto _ : state)
-    ztlib_encoder_process(encoder, &size, take, images[next++ % 2].get(), 0);
-  ztlib_encoder_process(encoder, &frame, Collect, images[0].get(), 0);
+void Encode(benchmark::State& state, int video, int percent, bool advanced) {
+  const Image images[] = {Picture(Changed(percent, 0)), Picture(Changed(percent, 1))};
+  const QualityEncoder encoder(video, advanced);
+  (void)encoder.Process(Picture(Still()).get(), true);
+  state.counters["bytes"] = EncodeAgain(state, encoder, images);
+  const Bytes frame = encoder.Process(images[0].get());
   std::int32_t blocks;
   std::memcpy(&blocks, &frame[84], sizeof blocks);
-  state.counters["bytes"] = size;
   state.counters["blocks"] = blocks;
-  ztlib_encoder_destroy(&encoder);
 }
 
 // A sum in vector registers of all bytes of the picture.
@@ -150,27 +117,11 @@ void ReadPass(benchmark::State& state) {
 }
 
 void Decode(benchmark::State& state, int video, int percent, bool advanced, int format) {
-  const Image still = MakeImage(Still());
-  const Image changed = MakeImage(Changed(percent, 0));
-  void* encoder = MakeEncoder(video, advanced);
-  Bytes key, frame;
-  ztlib_encoder_process(encoder, &key, Collect, still.get(), 1);
-  ztlib_encoder_process(encoder, &frame, Collect, changed.get(), 0);
-  ztlib_encoder_destroy(&encoder);
-  void* decoder = ztlib_decoder_create(video);
-  const std::string config = Value('I', "PixelFormat", format);
-  const ztlib_blob blob{config.data(), config.size()};
-  ztlib_decoder_config(decoder, &blob);
-  const Image image(ztlib_ztimage_create());
-  const auto decode = [&](Bytes& bytes) {
-    ztlib_decoder_process(&decoder, image.get(), bytes.data(),
-                          static_cast<std::uint32_t>(bytes.size()));
-  };
-  decode(key);
-  for (auto _ : state)
-    decode(frame);
-  if (!ztlib_ztimage_get_avframe(image.get())) state.SkipWithError("not decoded");
-  ztlib_decoder_destroy(&decoder);
+  const QualityEncoder encoder(video, advanced);
+  const Bytes key = encoder.Process(Picture(Still()).get(), true);
+  Decoder decoder(format, 1, video);
+  decoder.Process(NewImage().get(), key);
+  DecodeAgain(state, decoder, encoder.Process(Picture(Changed(percent, 0)).get()));
 }
 
 // Between two frames in turn, as the decoder copies its base into a client frame.

@@ -1,7 +1,5 @@
-#include "bench/frame_pool.h"
+#include "bench/decoding.h"
 #include "client/layered/layered_encoder.h"
-#include "include/ztlib.h"
-#include "tests/support/codec_config.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +26,7 @@ namespace {
 constexpr int width = 1920;
 constexpr int height = 1088;
 
-using Bytes = std::vector<std::uint8_t>;
+using kit::Bytes;
 
 // Gradients, texture, edges and noise, with chroma at half size.
 const CLayeredPicture& TheScene() {
@@ -110,7 +108,8 @@ const Bytes& TheJpeg() {
 }
 
 void DecodeZtlib(benchmark::State& state, int format, int scale) {
-  bench_frames::Decode(state, ZTLIB_VIDEO_LAYERED, TheFrame(), format, scale);
+  kit::Decoder decoder(format, scale, ZTLIB_VIDEO_LAYERED);
+  DecodeAgain(state, decoder, TheFrame());
   state.counters["bytes"] = static_cast<double>(TheFrame().size());
 }
 

@@ -1,6 +1,4 @@
-#include "bench/frame_pool.h"
-#include "include/ztlib.h"
-#include "main/lib/base/cdata/HAData.h"
+#include "bench/decoding.h"
 #include "main/lib/imgproc/mask.h"
 
 #include <cstdint>
@@ -34,39 +32,34 @@ class Clip {
   Clip(int width, int height) : width(width), height(height) {
     std::mt19937 random(3);
     for (int number = 0; number < length; ++number) {
-      auto frame = std::make_unique<bench_frames::Frame>();
-      frame->memory.resize(static_cast<std::size_t>(width) * height);
+      kit::Frame* const frame = kit::FramePool::Make(width, height, ZTLIB_GRAY);
       for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
-          frame->memory[static_cast<std::size_t>(y) * width + x] =
+          frame->data[static_cast<std::size_t>(y) * width + x] =
               static_cast<std::uint8_t>(60 + (x * 3 + y * 5) % 120 + random() % 7);
       for (int block = 0; block < 4; ++block) {
         const int left = (width / 5 * block + width / 40 * number) % (width - width / 10);
         for (int y = height / 5 * block; y < height / 5 * (block + 1); ++y)
-          std::memset(&frame->memory[static_cast<std::size_t>(y) * width + left], 240,
+          std::memset(&frame->data[static_cast<std::size_t>(y) * width + left], 240,
                       static_cast<std::size_t>(width) / 10);
       }
-      frame->data = frame->memory.data();
       frame->lineSize = width;
-      frame->width = width;
-      frame->height = height;
-      // Never destroyed: frame managers come and go in this program.
-      images.push_back(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame.get()));
-      frames.push_back(std::move(frame));
+      images.emplace_back(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame));
     }
   }
 
-  [[nodiscard]] const void* Image(std::int64_t number) const { return images[number % length]; }
+  [[nodiscard]] const void* Image(std::int64_t number) const {
+    return images[number % length].get();
+  }
   [[nodiscard]] cv::Mat Plane(std::int64_t number) const {
-    return {height, width, CV_8UC1, frames[number % length]->data};
+    return {height, width, CV_8UC1, kit::FrameOf(images[number % length])->data};
   }
 
   const int width;
   const int height;
 
  private:
-  std::vector<std::unique_ptr<bench_frames::Frame>> frames;
-  std::vector<void*> images;
+  std::vector<kit::Image> images;
 };
 
 const Clip& ClipOf(int width, int height) {
@@ -78,37 +71,16 @@ const Clip& ClipOf(int width, int height) {
   return *clips.emplace_back(std::make_unique<Clip>(width, height));
 }
 
-struct SmallFrame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-};
-void* AllocateFrame(int width, int height, int) {
-  return new SmallFrame{
-      new std::uint8_t[static_cast<std::size_t>(width) * height], {}, width, height};
-}
-void ReleaseFrame(void* frame) {
-  delete[] static_cast<SmallFrame*>(frame)->data;
-  delete static_cast<SmallFrame*>(frame);
-}
-
 // `detectors` areas, each a triangle of the picture if `masked`.
 std::shared_ptr<void> NewContext(const Clip& clip, int detectors, bool masked) {
-  static std::mutex mutex;
-  const std::lock_guard lock(mutex);
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 1);
-  CData tree;
-  CData& configs = tree.AddChild(Tok::Configs);
-  for (int i = 0; i < detectors; ++i) {
-    CData& detector = configs.AddChild(Tok::Empty);
-    if (masked)
-      detector.AddChild(Tok::Masks).AddShortArray(Tok::Empty, {0, 0, 16000, 100, 8000, 9000});
-  }
-  const CBinData bytes = ToTagged(tree);
-  const ztlib_blob config{bytes.Data(), bytes.Size()};
+  kit::Config detector, detectorList;
+  if (masked) detector.Child("Masks", kit::Config().Shorts("", {0, 0, 16000, 100, 8000, 9000}));
+  for (int i = 0; i < detectors; ++i)
+    detectorList.Child("", detector);
   std::shared_ptr<void> context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
-  ztlib_simplemotion_configure(context.get(), &config, clip.width, clip.height);
+  kit::Config()
+      .Child("Configs", detectorList)
+      .Apply(ztlib_simplemotion_configure, context.get(), clip.width, clip.height);
   return context;
 }
 

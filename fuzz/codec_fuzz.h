@@ -2,94 +2,26 @@
 
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "include/ztlib.h"
-#include "tests/support/codec_config.h"
+#include "tests/kit/codec.h"
 
-// A client of the codec exports for fuzzing: a frame manager that refuses large pictures, and a
-// frame that is known to be good.
+#include <array>
+#include <utility>
+
+// A client of the exports for fuzzing: a frame manager that refuses large pictures, good frames,
+// and what becomes of them.
 namespace codec_fuzz {
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace kit;
 
-// Of the picture before it is scaled down, which is what the time of decoding goes by.
-inline constexpr std::int64_t maxPixels = 1 << 19;
-inline int frameScale = 1;
-inline int framesAlive = 0;
+inline constexpr std::array scales = {1, 2, 4, 8, 3, 5, 16, 1000};
 
-struct Frame {
-  std::uint8_t* data;
-  char unread[56];
-  std::int32_t lineSize;
-  char unreadEither[36];
-  std::int32_t width;
-  std::int32_t height;
-  Bytes memory;
+// Never destroyed: who comes last at the end of a program is not known.
+inline FramePool& frames = *new FramePool;
 
-  // To memory of exactly that size, so that a sanitizer sees a read behind it.
-  void Resize(std::size_t size) {
-    memory = Bytes(size);
-    data = memory.data();
-  }
-};
-
-inline void* AllocateFrame(int width, int height, int format) {
-  constexpr int halfBytesPerPixel[] = {2, 2, 8, 8, 4, 4, 2, 2, 3};
-  const std::int64_t pixels = std::int64_t{width} * height;
-  if (pixels * frameScale > maxPixels / frameScale) return nullptr;
-  ++framesAlive;
-  auto* const frame = new Frame{};
-  frame->Resize(static_cast<std::size_t>(pixels * halfBytesPerPixel[format] / 2));
-  frame->width = width;
-  frame->height = height;
-  return frame;
-}
-inline void ReleaseFrame(void* frame) {
-  --framesAlive;
-  delete static_cast<Frame*>(frame);
-}
-inline const bool registered = [] {
-  ztlib_registerAVFrameMgr(AllocateFrame, ReleaseFrame, nullptr, 0);
-  return true;
-}();
-
-struct Image {
-  Image() : object(ztlib_ztimage_create()) {}
-  Image(int format, Frame* frame) : object(ztlib_ztimage_create_avframe(format, frame)) {}
-  ~Image() { ztlib_ztimage_destroy(object); }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
-  [[nodiscard]] Bytes Pixels() const {
-    const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(object));
-    return frame ? frame->memory : Bytes();
-  }
-  void* object;
-};
-
-inline void Collect(void* user, const void* data, std::uint32_t size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(data);
-  static_cast<Bytes*>(user)->assign(bytes, bytes + size);
-}
-
-struct Codec {
-  Codec(void* object, void (*destroy)(void**)) : object(object), destroy(destroy) {}
-  ~Codec() { destroy(&object); }
-  Codec(const Codec&) = delete;
-  Codec& operator=(const Codec&) = delete;
-  void* object;
-  void (*destroy)(void**);
-};
-
-inline void Configure(void* decoder, std::int32_t format, std::int32_t scale, bool swap) {
-  CodecConfig()
-      .Int("PixelFormat", format)
-      .Int("ScaleDown", scale)
-      .Bool("SwapRGB", swap)
-      .Apply(ztlib_decoder_config, decoder);
-}
-
-inline void Decode(Codec& decoder, const Image& image, Bytes frame) {
-  ztlib_decoder_process(&decoder.object, image.object, frame.data(),
-                        static_cast<std::uint32_t>(frame.size()));
+// The limit is that of the picture before it is scaled down, which is what the time of decoding
+// goes by.
+inline void LimitPictures(int scale = 1) {
+  FramePool::maxPixels = (1 << 19) / (scale * scale);
 }
 
 // Sets so many bytes at places that the input names.
@@ -100,33 +32,64 @@ inline void Change(Input& in, Bytes& bytes, std::size_t count) {
   }
 }
 
-// The frame of a picture whose byte i is `byteAt(i)`; nothing after a failure.
-template <class ByteAt>
-Bytes Encode(const Codec& encoder, int format, int width, int height, ByteAt&& byteAt) {
-  auto* const picture = static_cast<Frame*>(AllocateFrame(width, height, format));
-  for (std::size_t i = 0; i < picture->memory.size(); ++i)
-    picture->memory[i] = static_cast<std::uint8_t>(byteAt(i));
-  const Image image(format, picture);
-  Bytes frame;
-  ztlib_encoder_process(encoder.object, &frame, Collect, image.object, 0);
-  return frame;
-}
+// A decoder under a script. The first two bytes choose scale and format, then come steps: a good
+// frame with some bytes changed, a frame of the input's own, another configuration, or one of the
+// target's own, which may change the frame. After each of them the frame is decoded.
+struct Script {
+  Script(std::span<const std::uint8_t> data, int video, const std::vector<Bytes>& goodFrames)
+      : in{data}, video(video), good(goodFrames), frame(good[0]), decoder(ZTLIB_GRAY, 1, video) {
+    Configure(false);
+  }
+  // Steps below `ownEnd` and `configureEnd` are of these kinds, the others are handed to `other`.
+  template <class Other>
+  void Run(std::size_t ownEnd, std::size_t configureEnd, Other other) {
+    while (!in.rest.empty()) {
+      const std::size_t step = in.Byte();
+      if (step < 16 * good.size()) {
+        frame = good[step / 16];
+        Change(in, frame, step % 16);
+      } else if (step < ownEnd) {
+        frame = in.Block();
+      } else if (step < configureEnd) {
+        Configure(step == configureEnd - 1);
+      } else {
+        other(step);
+      }
+      decoder.Process(image.get(), frame);
+    }
+  }
+  // Whatever came, a key frame decodes as on a new handle.
+  void RequireSameAsNew(const Bytes& key) {
+    const auto pixels = [&](Decoder& with) {
+      // The first one puts a decoder of its format behind the handle, which knows no configuration.
+      with.Process(NewImage().get(), key);
+      with.Configure(format, scale, swapRgb);
+      const Image out = NewImage();
+      with.Process(out.get(), key);
+      return BytesOf(out);
+    };
+    Decoder fresh(ZTLIB_GRAY, 1, video);
+    Require(pixels(decoder) == pixels(fresh));
+  }
 
-// 64 by 64 pixels of several frequencies.
-inline const Bytes& GoodFrame() {
-  static const Bytes frame = [] {
-    constexpr std::int32_t side = 64;
-    const Codec encoder(ztlib_encoder_create(ZTLIB_VIDEO_MJPEG), ztlib_encoder_destroy);
-    CodecConfig()
-        .Int("Width", side)
-        .Int("Height", side)
-        .Apply(ztlib_encoder_config, encoder.object);
-    const Bytes made = Encode(encoder, ZTLIB_YUV, side, side,
-                              [](std::size_t i) { return i * i / 512 + i % 7 * 20; });
-    Require(!made.empty());
-    return made;
-  }();
-  return frame;
-}
+  Input in;
+  const int video;
+  const std::vector<Bytes>& good;
+  Bytes frame;
+  Decoder decoder;
+  Image image = NewImage();
+  int scale = 1, format = 0;
+  bool swapRgb = false;
+
+ private:
+  void Configure(bool swap) {
+    scale = scales[in.Byte() % scales.size()];
+    format = in.Byte() % 10;
+    swapRgb = swap;
+    // Pictures of differential video that are not scaled down yet may come at any scale.
+    LimitPictures(video == ZTLIB_VIDEO_MJPEG ? scale : 1);
+    decoder.Configure(format, scale, swapRgb);
+  }
+};
 
 }  // namespace codec_fuzz

@@ -8,9 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ztlib_copyAndAddHeader(&frame, Collect, data, static_cast<std::uint32_t>(size));
   if (frame.empty()) return 0;
   const auto frameSize = static_cast<std::uint32_t>(frame.size());
-  std::int32_t width = -1;
-  std::int32_t height = -1;
-  std::int32_t format = -1;
+  std::int32_t width = -1, height = -1, format = -1;
   const void* payload = nullptr;
   std::uint32_t payloadSize = 0;
   ztlib_getFrameInfo2(frame.data(), frameSize, &width, &height, &format, nullptr, nullptr, nullptr,
@@ -20,12 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(std::memcmp(payload, data, size) == 0);
   Require(width >= 0 && width <= 65535 && height >= 0 && height <= 65535);
 
-  Codec decoder(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG), ztlib_decoder_destroy);
-  Configure(decoder.object, ZTLIB_GRAY, 1, false);
-  frameScale = 1;
-  const Image image;
-  Decode(decoder, image, frame);
-  if (const auto* picture = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.object)))
+  LimitPictures();
+  const Image image = NewImage();
+  Decoder(ZTLIB_GRAY).Process(image.get(), frame);
+  if (const Frame* const picture = FrameOf(image))
     Require(picture->width == width && picture->height == height);
   return 0;
 }

@@ -4,9 +4,9 @@
 // and what the block had too much.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
-  frameScale = 1;
-  const Image holder;
-  void* const image = holder.object;
+  LimitPictures();
+  const Image holder = NewImage();
+  void* const image = holder.get();
   const ztlib_blob block{data, size};
   if (ztlib_ztimage_loadFromZTMem(image, &block)) {
     Bytes saved;

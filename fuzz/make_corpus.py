@@ -109,12 +109,9 @@ def convert():
     ramp = bytes(range(0, 256, 3)) + bytes(range(255, -1, -5))
     for pair in range(9 * 11):
         source, target = divmod(pair, 11)
-        yield f"pair_{source}_{target}", bytes([source, target, 37, 3, pair]) + ramp
+        yield f"pair_{source}_{target}", bytes([source, target, 37, 3]) + ramp
     for source, target, width, height in ((6, 2, 37, 7), (6, 4, 38, 7), (6, 4, 36, 4), (8, 3, 5, 2)):
-        yield f"size_{source}_{target}_{width}", bytes([source, target, width, height, 0]) + ramp
-    for kernel in range(30):
-        for width in (0, 1, 9, 255):
-            yield f"kernel_{kernel:02}_{width}", bytes([1, 1, width, 0, kernel]) + ramp
+        yield f"size_{source}_{target}_{width}", bytes([source, target, width, height]) + ramp
 
 
 def jpeg(width, height, *options):
@@ -159,17 +156,17 @@ def mjpeg_frame(stream, video_format=3):
 
 
 def decoder_process():
-    def frames(*parts, choice=0, pixels=2):
-        return b"".join(u16(len(part)) + part for part in parts) + bytes([choice, pixels])
+    def frames(*parts, scale=0, pixels=2):
+        return bytes([scale, pixels]) + b"".join(b"\xc8" + u16(len(part)) + part for part in parts)
 
     every = dict(pictures())
     for name, stream in every.items():
         for pixels in (1, 2, 3, 5):
             yield f"{name}_format_{pixels}", frames(mjpeg_frame(stream), pixels=pixels)
-    for choice in range(8):
-        yield f"scale_{choice}", frames(mjpeg_frame(every["420"]), choice=choice, pixels=3)
+    for scale in range(8):
+        yield f"scale_{scale}", frames(mjpeg_frame(every["420"]), scale=scale, pixels=3)
     for pixels in range(10):
-        yield f"swap_{pixels}", frames(mjpeg_frame(every["422"]), choice=128, pixels=pixels)
+        yield f"swap_{pixels}", frames(mjpeg_frame(every["422"])) + bytes([255, 0, pixels, 0])
     streams = [mjpeg_frame(every[name]) for name in ("420", "progressive", "444")]
     yield "sequence", frames(*streams, pixels=4)
     yield "cut", frames(streams[0][:-9], streams[1][:300], streams[2][:60], pixels=3)
@@ -236,11 +233,11 @@ def layered():
         return b"\xa0" + u16(len(frame)) + frame
 
     every = b"".join(good(number) for number in range(9))
-    for scale in range(6):
+    for scale in range(8):
         for pixels in range(10):
             yield f"all_{scale}_{pixels}", bytes([scale, pixels]) + every
     yield "scales", bytes([0, 4]) + b"".join(
-        bytes([170, scale, 5]) + good(3) + good(4) for scale in range(6))
+        bytes([170, scale, 5]) + good(3) + good(4) for scale in range(8))
     # Every field of the second header, which differential frames have behind their list.
     for number, inner in ((2, 112), (3, 112), (4, 144)):
         for field in range(0, 112, 2):
@@ -285,7 +282,7 @@ def encoder_config():
     blocks = {name: b"".join(elements) + b"\0" for name, elements in sets.items()}
     for name, block in blocks.items():
         for other in ("plain", "advanced"):
-            yield f"{name}_{other}", bytes([len(block)]) + block + blocks[other]
+            yield f"{name}_{other}", b"".join(u16(len(b)) + b for b in (block, blocks[other]))
 
 
 def load_image():

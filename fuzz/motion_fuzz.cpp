@@ -1,29 +1,23 @@
 #include "fuzz/codec_fuzz.h"
-#include "main/lib/base/cdata/HAData.h"
-
-#include <memory>
-
-using namespace ztlib;
+#include "tests/kit/tree.h"
 
 namespace {
 
-using codec_fuzz::Frame;
+using namespace codec_fuzz;
 
 // Whatever was configured, a result has all of its keys or is nearly empty, and every bitmap is
 // that of the picture.
-void CheckResult(const CData& tree, bool signal) {
-  if (tree.Count() == 0) return Require(!signal);
-  const CData& motions = tree.Child(Tok::Motions);
-  if (tree.Count() == 1) return Require(motions.Count() == 0);
-  Require(motions.Count() >= 1 && motions.Count() <= 8);
-  Require(tree.GetDouble(Tok::AlarmPercent, -1) >= 0);
-  Require(tree.GetDouble(Tok::DetectPercent, -1) >= 0);
-  const CData& resolution = tree.Child(Tok::Resolution);
-  const int pixels = resolution.GetInt(Tok::Width, -1) * resolution.GetInt(Tok::Height, -1);
-  for (const CDataElement& element : motions.Elements()) {
-    const CBinData& blob = *element.value.GetNode()->At(0).value.GetBinary();
-    Require(blob.Size() == static_cast<std::size_t>(pixels / 8 + 48));
-  }
+void CheckResult(const Tree& tree, bool signal) {
+  if (tree.elements.empty()) return Require(!signal);
+  const Tree motions = tree.Child("Motions");
+  if (tree.elements.size() == 1) return Require(motions.elements.empty());
+  Require(!motions.elements.empty() && motions.elements.size() <= 8);
+  Require(tree.Double("AlarmPercent") >= 0 && tree.Double("DetectPercent") >= 0);
+  const Tree resolution = tree.Child("Resolution");
+  const int pixels = resolution.Int("Width") * resolution.Int("Height");
+  for (const Tree::Element& element : motions.elements)
+    Require(Tree(element.value).Binary("Motion").size() ==
+            static_cast<std::size_t>(pixels / 8 + 48));
 }
 
 void Detect(void* context, int format, int width, int height, std::uint8_t seed,
@@ -35,22 +29,17 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
   // so.
   const bool isDense = format == ZTLIB_GRAY && seed % 2 == 1;
   const int stride = format == ZTLIB_GRAY && !isDense ? (width + 3) / 4 * 4 : width;
-  auto* const frame = static_cast<Frame*>(codec_fuzz::AllocateFrame(width, height, format));
+  Frame* const frame = FramePool::Make(width, height, format,
+                                       stride > width && height > 0
+                                           ? static_cast<std::size_t>((height - 1) * stride + width)
+                                           : PictureSize(width, height, format));
   if (isDense) frame->lineSize = width;
-  if (stride > width && height > 0)
-    frame->Resize(static_cast<std::size_t>((height - 1) * stride + width));
-  for (std::size_t i = 0; i < frame->memory.size(); ++i)
+  for (std::size_t i = 0; i < frame->size; ++i)
     frame->data[i] = static_cast<std::uint8_t>(seed < 200 ? seed : (i * seed) >> 3);
-  const codec_fuzz::Image image(format, frame);
-  std::vector<CData> results;
-  const bool signal = ztlib_simplemotion_detect(
-      context, &results,
-      [](void* user, const void* data, std::uint32_t bytes) {
-        ParseTagged(static_cast<std::vector<CData>*>(user)->emplace_back(), data, bytes);
-      },
-      image.object, time);
-  Require(results.size() == 1);
-  CheckResult(results[0], signal);
+  const Image image(ztlib_ztimage_create_avframe(format, frame));
+  Bytes result;
+  const bool signal = ztlib_simplemotion_detect(context, &result, Collect, image.get(), time);
+  CheckResult(Tree(result), signal);
 }
 
 }  // namespace
@@ -64,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (int steps = 0; !in.rest.empty() && steps < 8; ++steps) {
     const int choice = in.Byte(), width = in.Byte() % 72, height = in.Byte() % 40;
     if (choice >= 128) {
-      const std::vector<std::uint8_t> block = in.Block();
+      const Bytes block = in.Block();
       const ztlib_blob config{block.data(), block.size()};
       ztlib_simplemotion_configure(context.get(), &config, choice == 255 ? -width : width, height);
     } else {

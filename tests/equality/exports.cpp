@@ -2,37 +2,23 @@
 // exceptions unmasked.
 #include "client/layered/layered_encoder.h"
 #include "tests/equality/steps.h"
-#include "tests/support/codec_client.h"
+#include "tests/kit/codec.h"
 #include "tests/support/jpeg_reference.h"
 
 #include <xmmintrin.h>
 
 namespace {
 
+using namespace kit;
+
 constexpr unsigned exceptionMasks = 0x1F80;
 
 constexpr int width = 96, height = 80;
 
-using codec_client::Image;
-
-Image NewImage(int format, const Bytes& content, int columns = width) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
-  const std::span<std::uint8_t> picture = frame->Picture();
-  for (std::size_t i = 0; i < picture.size(); ++i)
-    picture[i] = content[i % content.size()];
-  return Image(ztlib_ztimage_create_avframe(format, frame));
-}
-
-void MixImage(const Image& image) {
-  if (const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get())))
-    MixPicture(*frame);
-}
-
 // Outputs are mixed in and, if `user` is a block of bytes, kept there.
 void Receive(void* user, const void* data, std::uint32_t size) {
-  const auto* const bytes = static_cast<const std::uint8_t*>(data);
-  Mix(std::span(bytes, size));
-  if (user) static_cast<Bytes*>(user)->assign(bytes, bytes + size);
+  Mix(std::span(static_cast<const std::uint8_t*>(data), size));
+  if (user) Collect(user, data, size);
 }
 
 // A picture of YUV pixels of which a part changes from moment to moment.
@@ -48,11 +34,11 @@ Bytes Scene(int moment) {
 }
 
 std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvanced) {
-  codec_client::Encoder encoder(width, height, videoFormat);
-  encoder.Configure(CodecConfig().Int("JPEGQuality", quality).Bool("AdvancedProfile", isAdvanced));
+  Encoder encoder(width, height, videoFormat);
+  encoder.Configure(Config().Int("JPEGQuality", quality).Bool("AdvancedProfile", isAdvanced));
   std::vector<Bytes> frames;
   for (int moment = 0; moment < 6; ++moment) {
-    const Image image = NewImage(source, Scene(moment));
+    const Image image = NewImage(source, width, height, Scene(moment));
     frames.emplace_back();
     ztlib_encoder_process(encoder.object, &frames.back(), Receive, image.get(), moment == 4);
   }
@@ -60,11 +46,11 @@ std::vector<Bytes> Encode(int videoFormat, int source, int quality, bool isAdvan
 }
 
 void Decode(int videoFormat, std::vector<Bytes> frames, int target, int scale) {
-  codec_client::Decoder decoder(target, scale, videoFormat);
-  decoder.Configure(CodecConfig().Bool("SwapRGB", target == ZTLIB_RGB && scale == 2));
-  const Image base = NewImage(target, Scene(9));
+  Decoder decoder(target, scale, videoFormat);
+  decoder.Configure(Config().Bool("SwapRGB", target == ZTLIB_RGB && scale == 2));
+  const Image base = NewImage(target, width, height, Scene(9));
   ztlib_decoder_setBaseImage(decoder.object, base.get());
-  const Image image(ztlib_ztimage_create());
+  const Image image = NewImage();
   for (Bytes& frame : frames) {
     decoder.Process(image.get(), frame);
     MixImage(image);
@@ -117,7 +103,7 @@ void Layers(std::vector<Bytes>& frames) {
     Mix(ztlib_decomposeToLayers(&blob, users, Receive));
     for (std::size_t i = 0; i < 4; ++i) {
       Mix(std::span(records[i]));
-      const auto joined = codec_client::JoinLayers(std::span(records).first(i + 1));
+      const auto joined = JoinLayers(std::span(records).first(i + 1));
       Mix(std::span(joined.value()));
     }
   }
@@ -139,9 +125,8 @@ void LayeredVideo() {
       std::vector<Bytes> frames;
       Step(name + " encode", [&] {
         for (int moment = 0; moment < 6; ++moment) {
-          const Image image = NewImage(ZTLIB_UYVY, Scene(moment));
-          const auto* frame = static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get()));
-          const CLayeredPlanes planes(frame->data, 2 * width, width, height);
+          const Image image = NewImage(ZTLIB_UYVY, width, height, Scene(moment));
+          const CLayeredPlanes planes(FrameOf(image)->data, 2 * width, width, height);
           frames.push_back(encoder.Encode(planes.Picture(), moment == 4));
           Mix(std::span(frames.back()));
         }
@@ -166,8 +151,8 @@ void JpegFiles() {
       Bytes frame;
       ztlib_copyAndAddHeader(&frame, Receive, file.data(), static_cast<std::uint32_t>(file.size()));
       for (const int target : {1, 2, 3, 4, 5}) {
-        codec_client::Decoder decoder(target);
-        const Image image(ztlib_ztimage_create());
+        Decoder decoder(target);
+        const Image image = NewImage();
         // The second half of the bytes is missing at first.
         for (const std::size_t size : {frame.size() / 2, frame.size()}) {
           decoder.Process(image.get(), Bytes(frame.begin(), frame.begin() + size));
@@ -180,10 +165,10 @@ void JpegFiles() {
 void Images() {
   for (int format = 0; format <= 8; ++format)
     Step(std::string("image memory ") + formatNames[format], [&] {
-      const Image image = NewImage(format, Noise(9999, 7));
+      const Image image = NewImage(format, width, height, Noise(9999, 7));
       Bytes memory;
       ztlib_ztimage_saveToZTMem(image.get(), &memory, Receive);
-      const Image loaded(ztlib_ztimage_create());
+      const Image loaded = NewImage();
       const ztlib_blob blob{memory.data(), memory.size()};
       Mix(ztlib_ztimage_loadFromZTMem(loaded.get(), &blob));
       MixImage(loaded);
@@ -224,7 +209,7 @@ void Motion() {
   for (const int columns : {width, width - 3})
     Step(columns == width ? "motion" : "motion of odd width", [&] {
       void* const context = ztlib_simplemotion_create();
-      CodecConfig().Apply(ztlib_simplemotion_configure, context, columns, height);
+      Config().Apply(ztlib_simplemotion_configure, context, columns, height);
       for (int moment = 0; moment < 60; ++moment) {
         Bytes picture =
             Noise(static_cast<std::size_t>(columns * height), static_cast<std::uint32_t>(moment));
@@ -233,7 +218,7 @@ void Motion() {
         // Something bright comes once the model has learned.
         for (int y = 10; moment >= 45 && y < 40; ++y)
           std::fill_n(&picture[static_cast<std::size_t>(y * columns + moment)], 30, 230);
-        const Image image = NewImage(ZTLIB_GRAY, picture, columns);
+        const Image image = NewImage(ZTLIB_GRAY, columns, height, picture);
         Mix(ztlib_simplemotion_detect(context, nullptr, Receive, image.get(),
                                       13'000'000'000'000 + 100 * moment));
       }
@@ -274,7 +259,7 @@ void Triangulation() {
 
 int main() {
   _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
-  ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0);
+  const FramePool frames;
   ztlib_context_create();
   // Failures are results as well.
   ztlib_registerLogger([](int level, const char* text) {

@@ -2,7 +2,6 @@
 // matrix, the data tree, the statistics behind motion, and calibration.
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
-#include "main/lib/base/frame_manager.h"
 #include "main/lib/calib/calibrator3d.h"
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
@@ -18,13 +17,12 @@ using namespace ztlib;
 namespace {
 
 void Convert(int source, int target, int width, int height) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(width, height, source));
-  const Bytes noise = Noise(frame->Picture().size(), 5);
-  std::copy(noise.begin(), noise.end(), frame->Picture().begin());
+  kit::Frame* const frame = kit::FramePool::Make(width, height, source);
+  std::ranges::copy(Noise(frame->size, 5), frame->data);
   const auto image = CreateNewImageBase(static_cast<PixelFormat>(source), frame);
   try {
     const auto converted = image->ConvertToNew(static_cast<PixelFormat>(target));
-    MixPicture(*static_cast<const Frame*>(converted->GetFrame()));
+    MixPicture(*static_cast<const kit::Frame*>(converted->GetFrame()));
   } catch (const CException& error) {
     Mix(error.what());
   }
@@ -67,7 +65,7 @@ void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
 }  // namespace
 
 int main() {
-  RegisterFrameManager(Frame::Allocate, Frame::Release, nullptr, false);
+  const kit::FramePool frames;
   for (int source = 0; source <= 8; ++source)
     for (int target = 0; target <= 8; ++target)
       Step(std::string("convert ") + formatNames[source] + " to " + formatNames[target], [&] {

@@ -1,17 +1,15 @@
 #pragma once
 
-#include <cstdint>
+#include "tests/kit/image.h"
+
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <span>
 #include <string>
-#include <vector>
 
 // What the programs of this folder share. They print one line per step with a hash of what the
 // library made; every system and instruction set has to print the same lines.
 
-using Bytes = std::vector<std::uint8_t>;
+using kit::Bytes;
 
 inline std::uint64_t hash = 0;  // of the present step
 
@@ -48,42 +46,17 @@ inline Bytes Noise(std::size_t size, std::uint32_t seed) {
 inline constexpr const char* formatNames[] = {
     "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
 
-inline std::size_t PictureSize(int width, int height, int pixelFormat) {
-  constexpr std::size_t halfBytesPerPixel[] = {2, 2, 8, 8, 4, 4, 2, 2, 3};
-  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
-         halfBytesPerPixel[pixelFormat] / 2;
-}
-
-// The client's frames; pictures start as zeros, so that bytes that stay unwritten are equal too.
-struct Frame {
-  std::uint8_t* data;
-  char unread[56];
-  std::int32_t lineSize;
-  char unreadEither[36];
-  std::int32_t width, height, format;
-
-  [[nodiscard]] std::span<std::uint8_t> Picture() const {
-    return {data, PictureSize(width, height, format)};
-  }
-  static void* Allocate(int width, int height, int format) {
-    auto* const memory =
-        static_cast<std::uint8_t*>(std::calloc(PictureSize(width, height, format) + 1, 1));
-    return new Frame{memory, {}, width, {}, width, height, format};
-  }
-  static void Release(void* frame) {
-    std::free(static_cast<Frame*>(frame)->data);
-    delete static_cast<Frame*>(frame);
-  }
-};
-
 // The unused byte of four-byte pixels is nobody's result.
-inline void MixPicture(const Frame& frame) {
+inline void MixPicture(const kit::Frame& frame) {
   Mix(frame.width);
   Mix(frame.height);
   Mix(frame.format);
   Bytes picture(frame.Picture().begin(), frame.Picture().end());
-  if (frame.format == 2 || frame.format == 3)
+  if (frame.format == ZTLIB_RGB || frame.format == ZTLIB_YUV)
     for (std::size_t i = 3; i < picture.size(); i += 4)
       picture[i] = 0;
   Mix(std::span(picture));
+}
+inline void MixImage(const kit::Image& image) {
+  if (const kit::Frame* const frame = kit::FrameOf(image)) MixPicture(*frame);
 }

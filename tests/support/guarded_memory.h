@@ -9,63 +9,41 @@
 #include <windows.h>
 #else
 #include <sys/mman.h>
-#include <unistd.h>
 #endif
 
 // Memory with a page on either side that faults.
 class GuardedMemory {
  public:
-  explicit GuardedMemory(std::size_t capacity) {
-    const std::size_t page = PageSize();
-    size = (capacity + page - 1) / page * page;
-    mapped = size + 2 * page;
-    base = Reserve(mapped);
-    begin = base + page;
-    EXPECT_TRUE(Open(begin, size));
+  explicit GuardedMemory(std::size_t capacity) : size((capacity + page - 1) / page * page) {
+#if defined(_WIN32)
+    base = VirtualAlloc(nullptr, size + 2 * page, MEM_RESERVE, PAGE_NOACCESS);
+    EXPECT_NE(VirtualAlloc(Begin(), size, MEM_COMMIT, PAGE_READWRITE), nullptr);
+#else
+    base = mmap(nullptr, size + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_EQ(mprotect(Begin(), size, PROT_READ | PROT_WRITE), 0);
+#endif
   }
-  ~GuardedMemory() { Free(base, mapped); }
+  ~GuardedMemory() {
+#if defined(_WIN32)
+    VirtualFree(base, 0, MEM_RELEASE);
+#else
+    munmap(base, size + 2 * page);
+#endif
+  }
   GuardedMemory(const GuardedMemory&) = delete;
   GuardedMemory& operator=(const GuardedMemory&) = delete;
 
   // Room that starts `offset` behind the front guard, or ends as far before the rear one.
   [[nodiscard]] std::uint8_t* Room(std::size_t bytes, std::size_t offset, bool atEnd) const {
-    return atEnd ? begin + size - bytes - offset : begin + offset;
+    return Begin() + (atEnd ? size - bytes - offset : offset);
   }
 
  private:
-#if defined(_WIN32)
-  static std::size_t PageSize() {
-    SYSTEM_INFO info;
-    GetSystemInfo(&info);
-    return info.dwPageSize;
+  [[nodiscard]] std::uint8_t* Begin() const {
+    return static_cast<std::uint8_t*>(base) + page;
   }
-  static std::uint8_t* Reserve(std::size_t bytes) {
-    return static_cast<std::uint8_t*>(VirtualAlloc(nullptr, bytes, MEM_RESERVE, PAGE_NOACCESS));
-  }
-  static bool Open(void* start, std::size_t bytes) {
-    return VirtualAlloc(start, bytes, MEM_COMMIT, PAGE_READWRITE) != nullptr;
-  }
-  static void Free(void* start, std::size_t) {
-    VirtualFree(start, 0, MEM_RELEASE);
-  }
-#else
-  static std::size_t PageSize() {
-    return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  }
-  static std::uint8_t* Reserve(std::size_t bytes) {
-    return static_cast<std::uint8_t*>(
-        mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  }
-  static bool Open(void* start, std::size_t bytes) {
-    return mprotect(start, bytes, PROT_READ | PROT_WRITE) == 0;
-  }
-  static void Free(void* start, std::size_t bytes) {
-    munmap(start, bytes);
-  }
-#endif
 
+  static constexpr std::size_t page = 4096;  // of every x86-64 system
   std::size_t size;
-  std::size_t mapped;
-  std::uint8_t* base;
-  std::uint8_t* begin;
+  void* base;
 };

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "include/ztlib.h"
+#include "tests/kit/bytes.h"
+#include "tests/kit/frames.h"
+#include "tests/kit/pixels.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -12,7 +14,7 @@
 // Direct calls of libjpeg, the yardstick of the codec's results, and pictures to feed them with.
 namespace jpeg_reference {
 
-using Bytes = std::vector<std::uint8_t>;
+using kit::Bytes;
 
 // Three components a pixel: gradients, noise and hard edges from a fixed seed.
 inline Bytes Scene(int width, int height, std::uint32_t seed = 1) {
@@ -122,17 +124,13 @@ inline Bytes Pixels(const Bytes& stream, int format, int scale, int width, int h
                                  : format == ZTLIB_RGB ? JCS_EXT_BGR
                                                        : JCS_YCbCr,
                                  scale);
-  Bytes pixels;
-  for (int i = 0; i < width * height; ++i) {
-    const std::uint8_t* const p = picture.At(i % width, i / width);
-    const auto mean = [p](int c) { return static_cast<std::uint8_t>((p[c - 3] + p[c] + 1) >> 1); };
-    if (format <= ZTLIB_YUV) pixels.insert(pixels.end(), p, p + picture.components);
-    if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels.push_back(255);
-    if (format <= ZTLIB_YUV || i % width % 2 == 0) continue;
-    if (format == ZTLIB_YUYV)
-      pixels.insert(pixels.end(), {p[-3], mean(1), p[0], mean(2)});
-    else
-      pixels.insert(pixels.end(), {mean(1), p[-3], mean(2), p[0]});
+  Bytes pixels(kit::PictureSize(width, height, format), 255);
+  std::vector<kit::Pixel> row(static_cast<std::size_t>(width));
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x)
+      std::copy_n(picture.At(x, y), picture.components, row[x].begin());
+    for (int x = 0; x < width; ++x)
+      kit::StorePixel(&pixels[kit::PictureSize(width, y, format)], x, row, x, format);
   }
   return pixels;
 }

@@ -4,12 +4,12 @@
 
 #include <array>
 #include <cstdint>
-#include <random>
 #include <vector>
 
-// Pixels one by one, as the formats' definitions have them, for tests of the conversions.
+// Pixels one by one, as the definitions of the formats have them: the plain model beside which
+// conversions and decoders are tested. Pure functions; arguments are trusted.
+namespace kit {
 
-using Bytes = std::vector<std::uint8_t>;
 using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
 
 inline Pixel RgbToYuv(const Pixel& p) {
@@ -26,18 +26,6 @@ inline Pixel YuvToRgb(const Pixel& p) {
   const int v = p[2] - 128;
   return {Saturate((y + u * 454) >> 8), Saturate((y + u * -88 + v * -183) >> 8),
           Saturate((y + v * 359) >> 8)};
-}
-
-// Random bytes with many values at the ends and around the middle, where rounding shows.
-inline Bytes EdgyBytes(std::size_t size) {
-  static std::mt19937 random(20);
-  constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
-  Bytes bytes(size);
-  for (auto& byte : bytes) {
-    const auto value = static_cast<std::uint32_t>(random());
-    byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
-  }
-  return bytes;
 }
 
 // A picture as rows of pixels.
@@ -91,3 +79,5 @@ inline void StorePixel(std::uint8_t* row, int at, const std::vector<Pixel>& pixe
   for (int c = 1; c <= 2; ++c)
     put(at / 2 * 4 + 2 * c - 1 - shift, (left[c] + p[c] + 1) >> 1);
 }
+
+}  // namespace kit

@@ -1,23 +1,14 @@
 #pragma once
 
-#include "tests/support/codec_config.h"
+#include "tests/kit/config.h"
+#include "tests/kit/image.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <memory>
 #include <optional>
-#include <span>
-#include <vector>
 
-// Codecs and images as a client of the exports holds them.
-namespace codec_client {
-
-using Bytes = std::vector<std::uint8_t>;
-
-struct ImageDeleter {
-  void operator()(void* image) const { ztlib_ztimage_destroy(image); }
-};
-using Image = std::unique_ptr<void, ImageDeleter>;
+// Codecs as a client of the exports holds them: each object owns its handle. A decoder belongs to
+// one thread at a time, an encoder serialises its calls. Failures are the library's: they go to the
+// client's exception handler, and what a call hands out is empty then.
+namespace kit {
 
 template <void (*destroy)(void**), void (*config)(void*, const ztlib_blob*)>
 struct Handle {
@@ -25,15 +16,20 @@ struct Handle {
   ~Handle() { destroy(&object); }
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
-  void Configure(const CodecConfig& values) { values.Apply(config, object); }
+  void Configure(const Config& values) { values.Apply(config, object); }
   void* object;
 };
 
+// `video` is a ztlib_video_format, `format` a ztlib_pixel_format, `scale` divides both sides.
 struct Decoder : Handle<ztlib_decoder_destroy, ztlib_decoder_config> {
   Decoder() : Handle(ztlib_decoder_create(ZTLIB_VIDEO_MJPEG)) {}
   explicit Decoder(int format, int scale = 1, int video = ZTLIB_VIDEO_MJPEG)
       : Handle(ztlib_decoder_create(video)) {
-    Configure(CodecConfig().Int("PixelFormat", format).Int("ScaleDown", scale));
+    Configure(format, scale);
+  }
+  using Handle::Configure;
+  void Configure(int format, int scale, bool swapRgb = false) {
+    Configure(Config().Int("PixelFormat", format).Int("ScaleDown", scale).Bool("SwapRGB", swapRgb));
   }
   // From memory of exactly that size, so that a sanitizer sees a read behind it. What the decoder
   // writes into the frame is seen by the caller.
@@ -49,25 +45,22 @@ struct Decoder : Handle<ztlib_decoder_destroy, ztlib_decoder_config> {
   }
 };
 
+// The size is in pixels.
 struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
   explicit Encoder(int video = ZTLIB_VIDEO_MJPEG) : Handle(ztlib_encoder_create(video)) {}
   Encoder(int width, int height, int video = ZTLIB_VIDEO_MJPEG) : Encoder(video) {
-    Configure(CodecConfig().Int("Width", width).Int("Height", height));
+    Configure(Config().Int("Width", width).Int("Height", height));
   }
-  // The frame; nothing after a failure.
+  // The frame.
   [[nodiscard]] Bytes Process(const void* image, bool key = false) const {
     Bytes frame;
-    const auto receive = [](void* user, const void* data, std::uint32_t size) {
-      const auto* const bytes = static_cast<const std::uint8_t*>(data);
-      static_cast<Bytes*>(user)->assign(bytes, bytes + size);
-    };
-    ztlib_encoder_process(object, &frame, receive, image, key);
+    ztlib_encoder_process(object, &frame, Collect, image, key);
     return frame;
   }
 };
 
 // A frame of the records of its layers; nothing if none was handed out.
-inline std::optional<Bytes> JoinLayers(std::span<const Bytes> records) {
+[[nodiscard]] inline std::optional<Bytes> JoinLayers(std::span<const Bytes> records) {
   std::vector<ztlib_blob> blobs;
   for (const Bytes& record : records)
     blobs.push_back({record.data(), record.size()});
@@ -76,12 +69,11 @@ inline std::optional<Bytes> JoinLayers(std::span<const Bytes> records) {
     pointers[i] = &blobs[i];
   std::optional<Bytes> frame;
   const auto receive = [](void* user, const void* data, std::uint32_t size) {
-    const auto* const bytes = static_cast<const std::uint8_t*>(data);
-    static_cast<std::optional<Bytes>*>(user)->emplace(bytes, bytes + size);
+    Collect(&static_cast<std::optional<Bytes>*>(user)->emplace(), data, size);
   };
   ztlib_composeFromLayers(&frame, receive, pointers.data(),
                           static_cast<std::int32_t>(records.size()));
   return frame;
 }
 
-}  // namespace codec_client
+}  // namespace kit

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "tests/kit/codec.h"
+
+#include <benchmark/benchmark.h>
+
+// What benchmarks of the exports share.
+
+// Frames that come back are given out again, as clients do. Never destroyed: some images stay.
+inline kit::FramePool& frames = *new kit::FramePool({.reuse = true});
+
+// Decodes one frame over and over.
+inline void DecodeAgain(benchmark::State& state, kit::Decoder& decoder, kit::Bytes frame) {
+  const kit::Image image = kit::NewImage();
+  for (auto _ : state)
+    ztlib_decoder_process(&decoder.object, image.get(), frame.data(),
+                          static_cast<std::uint32_t>(frame.size()));
+  if (!kit::FrameOf(image)) state.SkipWithError("no picture");
+}
+
+// Encodes pictures in turn and returns the size of the last frame.
+inline std::uint32_t EncodeAgain(benchmark::State& state, const kit::Encoder& encoder,
+                                 std::span<const kit::Image> images) {
+  std::uint32_t size = 0;
+  const auto take = [](void* user, const void*, std::uint32_t bytes) {
+    *static_cast<std::uint32_t*>(user) = bytes;
+  };
+  std::size_t next = 0;
+  for (auto _ : state)
+    ztlib_encoder_process(encoder.object, &size, take, images[next++ % images.size()].get(), 0);
+  if (size == 0) state.SkipWithError("not encoded");
+  return size;
+}
