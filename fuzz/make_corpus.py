@@ -5,6 +5,7 @@ Each function in TARGETS yields (file name, bytes). The same script gives the sa
 """
 
 import pathlib
+import random
 import struct
 import subprocess
 import sys
@@ -324,13 +325,13 @@ def triangulation():
     def init(x0, y0, x1, y1, dimensions=2):
         return b"\0" + b"".join(map(u32, (x0, y0, x1, y1))) + bytes([dimensions & 255])
 
-    def point(x, y, *values):
-        return b"\1" + u32(x) + u32(y) + bytes([len(values)]) + bytes(values)
+    def point(x, y, *values, kind=1):
+        return bytes([kind]) + u32(x) + u32(y) + bytes([len(values)]) + bytes(values)
 
     finalize = b"\2"
 
     def estimate(x, y, count=2):
-        return b"\3" + u32(x) + u32(y) + bytes([count])
+        return b"\3" + u32(x) + u32(y) + bytes([count + 2])
 
     low, high = -(2**31), 2**31 - 1
     yield "early", calls(point(1, 1, 2), finalize, estimate(1, 1))
@@ -350,6 +351,22 @@ def triangulation():
     for dimensions in (0, 1, 3, -1):
         yield f"dimensions_{dimensions}", calls(init(0, 0, 12, 12, dimensions), grid,
                                                 estimate(4, 5, 1), finalize, estimate(4, 5, 3))
+    # Where the random points lie, half of them where they join the mesh.
+    numbers = random.Random(1)
+    frames = ((0, 0, 20, 20), (-9, 4, 6, 30), (0, 0, 640, 480), (100, 100, 1000, 103),
+              (low, low, high, high), (0, 0, 70000, 70000), (high - 9, low, high, low + 9))
+    for number, (x0, y0, x1, y1) in enumerate(frames * 8):
+        def place():
+            return numbers.randint(x0 - (x0 > low), x1), numbers.randint(y0, y1 + (y1 < high))
+
+        parts = [init(x0, y0, x1, y1)]
+        for i in range(60):
+            values = numbers.choices(range(256), k=1 if number % 3 == 0 and i % 4 == 0 else 2)
+            parts += [point(*place(), *values, kind=4 if number < 28 else 1),
+                      estimate(*place(), i % 4)]
+            if i in (40, 59) and number % 3 == 1:
+                parts.append(finalize)
+        yield f"random_{number:02}", calls(*parts, *(estimate(*place()) for _ in range(200)))
 
 
 def record():

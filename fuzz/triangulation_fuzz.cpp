@@ -3,28 +3,37 @@
 #include "include/ztlib.h"
 #include "tests/support/triangulation_model.h"
 
+#include <iterator>
+
 // Calls in any order, of which the model beside the library makes the same. Each is a byte, then
 // its 32-bit coordinates and, in bytes, a signed number of dimensions, a number of values with the
-// values, or a number of floats to estimate.
+// values, or a number of floats to estimate. One kind of call adds a point close to the centre of a
+// triangle, where it joins the mesh; its coordinates are the triangle's number and a distance.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size > 4096) return 0;
   Input in{{data, size}};
   void* const handle = ztlib_triangulation_create();
   TriangulationModel model;
   while (!in.rest.empty()) {
-    const int call = in.Byte() % 4;
+    const int call = in.Byte() % 5;
     if (call == 2) {
       ztlib_triangulation_finalize(handle);
       static_cast<void>(model.Finalize());
       continue;
     }
-    const std::int32_t x = in.Take<std::int32_t>(), y = in.Take<std::int32_t>();
+    std::int32_t x = in.Take<std::int32_t>(), y = in.Take<std::int32_t>();
+    if (call == 4 && model.initialised) {
+      const auto& near = *std::next(model.triangles.begin(),
+                                    static_cast<std::uint32_t>(x) % model.triangles.size());
+      x = static_cast<std::int32_t>(std::clamp(near.second.x, -2e9f, 2e9f)) + y % 2;
+      y = static_cast<std::int32_t>(std::clamp(near.second.y, -2e9f, 2e9f));
+    }
     if (call == 0) {
       const std::int32_t right = in.Take<std::int32_t>(), bottom = in.Take<std::int32_t>();
       const auto dimensions = static_cast<std::int8_t>(in.Byte());
       ztlib_triangulation_init(handle, x, y, right, bottom, dimensions);
       model.Init(x, y, right, bottom, dimensions);
-    } else if (call == 1) {
+    } else if (call != 3) {
       std::vector<float> values(in.Byte() % 8);
       for (float& value : values)
         value = static_cast<float>(in.Byte()) - 100;
