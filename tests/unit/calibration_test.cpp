@@ -29,14 +29,11 @@ class Calibration : public ExportTest {
                            behind);
   }
   static void ExpectSound(const CTable& table) {
-    ASSERT_EQ(table.keys.size(), table.values.size());
-    EXPECT_EQ(table.minimumKey, table.keys.at(0));
-    EXPECT_EQ(table.maximumKey, table.keys.at(table.keys.size() - 1));
-    EXPECT_GE(table.keys.size(), 2U);
-    for (const std::vector<float>* samples : {&table.keys, &table.values}) {
-      EXPECT_TRUE(std::isfinite(samples->front()) && std::isfinite(samples->back()));
-      EXPECT_TRUE(std::is_sorted(samples->begin(), samples->end(), std::less_equal<>()));
-    }
+    ASSERT_GE(table.keys.size(), 2U);
+    EXPECT_TRUE(table.minimumKey == table.keys.front() && table.maximumKey == table.keys.back());
+    for (const std::vector<float>* samples : {&table.keys, &table.values})
+      EXPECT_TRUE(samples->size() == table.keys.size() && std::isfinite(samples->back()) &&
+                  std::is_sorted(samples->begin(), samples->end(), std::less_equal<>()));
   }
   static std::vector<std::string> TakeLines() {
     std::vector<std::string> texts;
@@ -50,17 +47,12 @@ class Calibration : public ExportTest {
 TEST_F(Calibration, TableLookUp) {
   CAssignTable table;
   EXPECT_EQ(table.Get(3), 0);
-  EXPECT_EQ(table.GetInverse(3), 0);
-  table.keys = {2};
-  table.values = {7};
-  for (const float at : {-9.0F, 2.0F, 9.0F, nan})
-    EXPECT_EQ(table.Get(at) - table.GetInverse(at), 5);
   // Too close together for a line, in keys, then in values.
   constexpr float last = 6.0000005F;
   table.keys = {-4, 0, 0.0000005F, 8, 9};
   table.values = {-1, 1, 2, 6, last};
-  const float at[] = {-5, -4, -3, 0, 2e-7F, 4, 8, 8.9F, 9, 99, nan, infinity};
-  const float expected[] = {-1, -1, -0.5F, 1, 1, 4, 6, 6, last, last, -1, last};
+  const float at[] = {-5, -3, 2e-7F, 4, 8, 8.9F, 9, 99, nan};
+  const float expected[] = {-1, -0.5F, 1, 4, 6, 6, last, last, -1};
   for (std::size_t i = 0; i < std::size(at); ++i)
     EXPECT_FLOAT_EQ(table.Get(at[i]), expected[i]) << at[i];
   EXPECT_FLOAT_EQ(table.GetInverse(4), 4);
@@ -83,7 +75,7 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
   // A trapezium twice as wide at its near end; its sides meet at twice its height.
   ASSERT_TRUE(Configure(table, {0, 6000, 8000, 6000, 2000, 0, 6000, 0}, 12, 88.7F, 60, 60));
   ExpectSound(table);
-  for (const int y : {9000, 6000, 5999, 4000, 2000, 0, -1500, -3000}) {
+  for (const int y : {9000, 6000, 4000, 0, -3000}) {
     float key = 0;
     ASSERT_TRUE(table.KeyOf({3000, static_cast<float>(y)}, key));
     EXPECT_NEAR(table.Get(key), 12.0 * (6000 - y) / (y + 6000), 0.02) << y;
@@ -92,7 +84,6 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
   }
   // Minus a length is in the plane of the camera: the reach keeps away from it.
   EXPECT_GT(table.values.front(), -12);
-  EXPECT_NEAR(table.values.back(), 72, 1e-4);
 
   // Tables are joined where their ranges meet.
   CTable other;
@@ -100,7 +91,6 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
   table.Append(other);
   EXPECT_NEAR(table.values.back(), 72, 1e-4);
   table.Reset();
-  EXPECT_TRUE(table.keys.empty() && table.values.empty());
   table.Append(other);
   EXPECT_EQ(table.keys, other.keys);
   ASSERT_TRUE(Configure(table, sound, 1e-6F, 88.7F, 3));
@@ -118,13 +108,9 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
       {sound, -9e-7F, 88.7F, noMeter},
       {sound, 2e-6F, 0, wrong},
       {sound, 5, nan, wrong},
-      {sound, -5, 88.7F, wrong},
-      {sound, nan, 88.7F, wrong},
       {sound, infinity, 88.7F, wrong},
-      {{0, 8000, 3000, 8000, 3000, 0, 0, 0}, 5, 88.7F, wrong},      // crossed
-      {{0, 8000, 0, 0, 3000, 8000, 3000, 0}, 5, 88.7F, ""},         // turned, and sound
-      {{0, 0, 3000, 3000, 100, 6000, 100, 1000}, 5, 88.7F, wrong},  // dented
-      {{0, 0, 1, 1, 2, 2, 3, 3}, 5, 88.7F, wrong},
+      {{0, 8000, 3000, 8000, 3000, 0, 0, 0}, 5, 88.7F, wrong},  // crossed
+      {{0, 8000, 0, 0, 3000, 8000, 3000, 0}, 5, 88.7F, ""},     // turned, and sound
       {{7, 7, 7, 7, 7, 7, 7, 7}, 5, 88.7F, wrong},
       {{0, 0, 0, 0, 8000, 0, 8000, 0}, 5, 88.7F, wrong},  // two ends without a width
       {sound, 5, 1e9F, ""},
@@ -149,10 +135,9 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
   std::mt19937 random(3);
   for (int round = 0; round < 500; ++round) {
-    const std::uint32_t range = round % 64 == 0 ? 0xFFFFFFFF : round % 4 == 1 ? 40 : 16385;
     Corners corners;
     for (int& c : corners)
-      c = static_cast<int>(random() % range);
+      c = static_cast<int>(random() % (round % 64 == 0 ? ~0U : round % 4 == 1 ? 40 : 16385));
     if (round % 3 == 1) corners[7] = corners[5], corners[3] = corners[1];  // level ends
     CTable table;
     if (Configure(table, corners, 6, round == 2 ? 0.01F : 88.7F, 60, 60)) ExpectSound(table);
@@ -212,37 +197,25 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
   };
   constexpr double degree = std::numbers::pi / 180;
   std::map<std::string, std::vector<double>> errors;
-  const auto measure = [&](const CStreet& street, CCalibrator3D& calibrator, double range) {
-    const double half01 = street.length01 / 2, half03 = street.length03 / 2;
+  const auto measure = [&](const CStreet& street, CCalibrator3D& calibrator, bool isInside) {
+    const double range = isInside ? 0 : 1;
     const double u = street.length01 * between(-range, 1 + range);
-    const double v = street.length03 * between(-range, 1 + range);
-    const double up = between(0.5, range == 0 ? 3 : 6);
+    const double v = street.length03 * between(-range, 1 + range), up = between(0.5, 3);
     const CPointF point = ToPoint(street.See(u, v)), top = ToPoint(street.See(u, v, up));
     const Point truth = street.Expected(u, v);
     CPointF ground, back, head;
     float meters = 0;
-    if (calibrator.GetGround(point, ground)) {
-      errors[range == 0   ? "inside"
-             : range == 1 ? "around"
-                          : "far"]
-          .push_back(std::hypot(ground.x - truth[0], ground.y - truth[1]));
-      ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
-      errors["back again"].push_back(std::hypot(back.x - point.x, back.y - point.y));
-      ASSERT_TRUE(calibrator.Distance(point, ToPoint(street.See(half01, half03)), meters));
-      errors["distances"].push_back(std::abs(meters - std::hypot(u - half01, v - half03)));
-    }
-    if (!calibrator.Height(point, top, meters)) return;
-    errors[range == 0 ? "heights inside" : "heights anywhere"].push_back(std::abs(meters / up - 1));
+    if (!calibrator.GetGround(point, ground) || !calibrator.Height(point, top, meters)) return;
+    errors[isInside ? "inside" : "around"].push_back(
+        std::hypot(ground.x - truth[0], ground.y - truth[1]));
+    errors[isInside ? "heights inside" : "heights around"].push_back(std::abs(meters / up - 1));
+    ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
+    errors["back again"].push_back(std::hypot(back.x - point.x, back.y - point.y));
     ASSERT_TRUE(calibrator.Head(point, meters, head) && calibrator.Height(point, head, meters) &&
                 calibrator.Head(point, meters, back));
     errors["heads"].push_back(std::hypot(back.x - head.x, back.y - head.y));
-  };
-  const auto whereSeen = [](const auto& work) {
-    try {
-      return work(), true;
-    } catch (const std::out_of_range&) {
-      return false;
-    }
+    ASSERT_TRUE(calibrator.Distance(point, ToPoint(street.See(1, 2)), meters));
+    errors["distances"].push_back(std::abs(meters - std::hypot(u - 1, v - 2)));
   };
   for (int cameras = 0; cameras < 150;) {
     CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
@@ -255,30 +228,25 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     street.x = half03 * std::sin(street.turn) - half01 * std::cos(street.turn);
     street.y = street.height / std::tan(street.tilt) - half01 * std::sin(street.turn) -
                half03 * std::cos(street.turn);
-    CCalibrator3D calibrator;
-    CData tree;
-    const auto place = [&] { return Point{between(0.05, 0.95), between(0.05, 0.95)}; };
-    if (!whereSeen([&] { tree = street.Configuration({place(), place()}); })) continue;
-    const auto footX = [&](std::uint64_t i) {
-      return tree.Child(Tok::RefSegment).At(i).value.GetNode()->GetInt(Tok::X0Virtual, 0);
-    };
-    if (std::abs(footX(0) - footX(1)) < 600) continue;
-    calibrator.Configure(tree);
-    ASSERT_TRUE(calibrator.IsThreeDReady());
-    ++cameras;
-    for (int i = 0; i < 60; ++i)
-      whereSeen([&] { measure(street, calibrator, i < 10 ? 0 : i < 20 ? 1 : 5); });
+    const std::vector<Point> places{{between(0.05, 0.4), between(0.05, 0.95)},
+                                    {between(0.6, 0.95), between(0.05, 0.95)}};
+    try {
+      CCalibrator3D calibrator;
+      calibrator.Configure(street.Configuration(places));
+      ASSERT_TRUE(calibrator.IsThreeDReady());
+      ++cameras;
+      for (int i = 0; i < 40; ++i)
+        measure(street, calibrator, i % 2 == 0);
+    } catch (const std::out_of_range&) {  // or the rest of this camera's points
+    }
   }
-  // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic.
+  // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic: the
+  // median, the worst of nearly all, and the worst.
   const std::tuple<const char*, double, double, double> expected[] = {
-      {"inside", 0.001, 0.004, 0.006},
-      {"around", 0.002, 0.015, 0.03},
-      {"far", 0.02, 0.25, 0.6},
-      {"distances", 0.006, 0.2, 0.6},
-      {"back again", 0.003, 0.01, 0.02},
-      {"heights inside", 0.0006, 0.03, 0.08},
-      {"heights anywhere", 0.001, 0.05, 0.15},
-      {"heads", 0.3, 12, 40}};
+      {"inside", 0.001, 0.006, 0.012},        {"around", 0.002, 0.022, 0.04},
+      {"heights inside", 0.0008, 0.03, 0.15}, {"heights around", 0.001, 0.05, 0.15},
+      {"back again", 0.003, 0.01, 0.02},      {"heads", 0.3, 12, 100},
+      {"distances", 0.006, 0.2, 0.6}};
   for (const auto& [what, median, most, worst] : expected) {
     std::vector<double>& found = errors[what];
     ASSERT_GE(found.size(), 500U) << what;
@@ -294,7 +262,6 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
   const std::tuple<double, std::vector<Point>, double> cases[] = {
       {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
       {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
-      {2, {{0.5, 0.1}, {0.5, 0.9}}, 0.015},
       {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06},
       {0, {{0.2, 0.5}, {0.8, 0.5}}, 0.001}};  // beside each other, along a side
   for (const auto& [tilt, marks, tolerance] : cases) {
@@ -304,26 +271,21 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
     EXPECT_EQ(TakeLines().size(), marks[0][0] == marks[1][0] ? 3U : 2U);
     float meters = 0;
     for (const double along01 : {0.5, 2.0, 3.5})
-      for (const double along03 : {1.0, 4.0, 7.5}) {
-        const CPointF foot = ToPoint(street.See(along01, along03));
-        const CPointF head = ToPoint(street.See(along01, along03, 1.8));
-        for (const float aside : {0.0F, 50.0F}) {  // as marked by hand
-          ASSERT_TRUE(calibrator.Height(foot, {head.x + aside, head.y}, meters));
-          EXPECT_NEAR(meters, 1.8, tolerance) << tilt << ": " << along01 << ", " << along03;
-        }
+      for (const float aside : {0.0F, 50.0F}) {  // as marked by hand
+        const CPointF foot = ToPoint(street.See(along01, 4));
+        const CPointF top = ToPoint(street.See(along01, 4, 1.8));
         ASSERT_TRUE(calibrator.Height(foot, {foot.x, foot.y + 500}, meters));
         EXPECT_EQ(meters, 0);
+        ASSERT_TRUE(calibrator.Height(foot, {top.x + aside, top.y}, meters));
+        EXPECT_NEAR(meters, 1.8, tolerance) << tilt << ": " << along01;
       }
     // In the corner over which heights are measured, above the table, and in the sky.
     const CData config = calibrator.GetConfig();
-    const CData& points = config.Child(Tok::Info).Child(Tok::AdditionalPoints);
-    const CPointF r0{static_cast<float>(points.GetInt(Tok::R0x, 0)),
-                     static_cast<float>(points.GetInt(Tok::R0y, 0))};
-    EXPECT_EQ(r0.x, config.GetInt(Tok::X0Virtual, 0));  // the first of two that are as near
-    CPointF head;
+    const CPointF r0{static_cast<float>(config.GetInt(Tok::X0Virtual, 0)),
+                     static_cast<float>(config.GetInt(Tok::Y0Virtual, 0))};
+    CPointF head, beside;
     ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
     // Beside it, where lines over the ground are level, heads are on one level too.
-    CPointF beside;
     ASSERT_TRUE(calibrator.Head({8192, r0.y}, 1.8F, beside));
     EXPECT_NEAR(beside.y, head.y, 1);
     EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
@@ -331,7 +293,6 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
     EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
     EXPECT_FALSE(calibrator.Head({8192, 100}, 1, head));
     EXPECT_NEAR(meters, 1.8, 1e-4);
-    EXPECT_EQ(points.GetDouble(Tok::RefVpointY, -1), 0);
   }
 }
 
@@ -354,11 +315,8 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
       {{}, {ready2D, unready3D, done}},
       {MarkedTree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
       {MarkedTree({{Tok::Distance01, 0}}), {unready2D}},
-      {MarkedTree({{Tok::Distance03, -9e-7}}), {unready2D}},
       {MarkedTree({{Tok::Distance03, 2e-6}}), {some2D, unready3D, done}},
       {MarkedTree({{Tok::Distance03, -4}}), {wrong, unready2D}},
-      {MarkedTree({{Tok::Distance01, nan}}), {wrong, unready2D}},
-      {MarkedTree({{Tok::Distance01, 1e300}}), {wrong, unready2D}},
       {MarkedTree({{corner[0], 16384}}), {wrong, wrong, unready2D}},
       {text, {unready2D}},
       {MarkedTree({}, {{4000, 8000, 4000, 6000}}), {ready2D, noMarks, unready3D, done}},
@@ -385,7 +343,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
     for (const bool isSecond : {false, true}) {
       calibrator.Configure(tree);
       const std::vector<std::string> texts = TakeLines();
-      if (isSecond && &tree != &cases[9].first) {  // the text could not be compared
+      if (isSecond && &tree != &cases[6].first) {
         EXPECT_EQ(texts[0], "4 Calibrator3D:  the same config as the previous");
         EXPECT_EQ(texts.size(), 1U);
       } else {
@@ -425,24 +383,13 @@ std::string Shape(const CData& tree) {
 }
 
 TEST_F(Calibration, ConfigurationAndResultAsATree) {
-  const auto list = [](const std::string& node, std::size_t count) {
-    return count == 0 ? "{} " : "{{" + node + "} " + std::string(count - 1, '+') + "} ";
-  };
   const std::string segment = "X0Virtual Y0Virtual X1Virtual Y1Virtual ";
   const std::string record =
       segment + "X2Virtual Y2Virtual X3Virtual Y3Virtual Distance01 Distance03 ";
-  const auto info = [&](std::size_t heads) {
-    const auto points = [&](std::size_t count) { return list("X Y ", count); };
-    return "Info{IsConfigured Ready Grid{XLines" + points(18) + "YLines" + points(18) +
-           "} Plane0{Points" + points(4) + "} Plane1{Points" + points(heads) + "} Horizon{Points" +
-           points(2) + "} AdditionalPoints{R0x R0y R1x R1y RefVpointX RefVpointY } } ";
-  };
-  EXPECT_EQ(Shape(CCalibrator2D().GetConfig()), record);
   CCalibrator3D calibrator;
   EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment{} RefDistanceMeter ");
   calibrator.Configure({});
   CData tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment{} RefDistanceMeter " + info(0));
   // What was read back changes nothing but what it has of its own.
   tree.AddChild(Tok::FixPointHelper).AddChild(Tok::Points).AddInt(Tok::X, 5);
   TakeLines();
@@ -450,33 +397,31 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   EXPECT_EQ(TakeLines().size(), 3U);
   calibrator.Configure(MarkedTree({}, twoMarks));
   tree = calibrator.GetConfig();
-  EXPECT_EQ(Shape(tree), record + "RefSegment" + list(segment, 2) +
-                             "RefDistanceMeter FixPointHelper{Points{X } } " + info(4));
+  EXPECT_EQ(Shape(tree),
+            record + "RefSegment{{" + segment +
+                "} +} RefDistanceMeter FixPointHelper{Points{X } } Info{IsConfigured Ready "
+                "Grid{XLines{{X Y } +++++++++++++++++} YLines{{X Y } +++++++++++++++++} } "
+                "Plane0{Points{{X Y } +++} } Plane1{Points{{X Y } +++} } Horizon{Points{{X Y } +} "
+                "} AdditionalPoints{R0x R0y R1x R1y RefVpointX RefVpointY } } ");
 
+  // All numbers of the result, and some of them: corners, their heads, and the horizon.
   const CData& result = tree.Child(Tok::Info);
-  const auto expectAt = [](const CData& list, std::uint64_t i, CPointF expected) {
-    const CData& node = *list.At(i).value.GetNode();
-    EXPECT_NEAR(node.GetDouble(Tok::X, 0), expected.x, 0.01) << i;
-    EXPECT_NEAR(node.GetDouble(Tok::Y, 0), expected.y, 0.01) << i;
+  const CBinData bytes = ToTagged(result);
+  EXPECT_EQ(HashOf({bytes.Data(), bytes.Data() + bytes.Size()}), 0xf5dca6ac8048cc45U);
+  const auto at = [&result](Token part, Token list, std::uint64_t i) {
+    const CData& node = *result.Child(part).Child(list).At(i).value.GetNode();
+    return ToPoint({node.GetDouble(Tok::X, 0), node.GetDouble(Tok::Y, 0)});
   };
-  const CPointF corners[] = {{563, 8755}, {8090, 9421}, {10342, 4864}, {5734, 4659}};
-  const CData& grid = result.Child(Tok::Grid);
-  for (const auto& [i, x, y] : {std::tuple(0U, 1, 1), {1U, 0, 2}, {16U, 2, 0}, {17U, 3, 3}}) {
-    expectAt(grid.Child(Tok::XLines), i, corners[x]);
-    expectAt(grid.Child(Tok::YLines), i, corners[y]);
-  }
-  for (std::uint64_t i = 0; i < 4; ++i) {
-    CPointF head;
-    ASSERT_TRUE(calibrator.Head(corners[i], 1.8F, head));
-    expectAt(result.Child(Tok::Plane0).Child(Tok::Points), i, corners[i]);
-    expectAt(result.Child(Tok::Plane1).Child(Tok::Points), i, head);
-  }
-  const CData& horizon = result.Child(Tok::Horizon).Child(Tok::Points);
-  const auto heightAt = [&](std::uint64_t i) {
-    return static_cast<float>(horizon.At(i).value.GetNode()->GetDouble(Tok::Y, 0));
-  };
-  const float middle = (heightAt(0) + heightAt(1)) / 2;
   CPointF head;
+  ASSERT_TRUE(calibrator.Head({8090, 9421}, 1.8F, head));
+  for (const auto& [found, expected] :
+       {std::pair{at(Tok::Grid, Tok::XLines, 0), CPointF{8090, 9421}},
+        {at(Tok::Grid, Tok::YLines, 17), {5734, 4659}},
+        {at(Tok::Plane0, Tok::Points, 2), {10342, 4864}},
+        {at(Tok::Plane1, Tok::Points, 1), head}})
+    EXPECT_LT(std::hypot(found.x - expected.x, found.y - expected.y), 0.02);
+  const float middle =
+      (at(Tok::Horizon, Tok::Points, 0).y + at(Tok::Horizon, Tok::Points, 1).y) / 2;
   EXPECT_FALSE(calibrator.Head({8192, middle - 5}, 1, head));
   EXPECT_TRUE(calibrator.Head({8192, middle + 5}, 1, head));
 }
