@@ -100,12 +100,9 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
 
 TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
   // The first time, the step, and the first frame with a percentage.
-  for (const auto& [first, step, found] :
-       {std::tuple<std::int64_t, std::uint64_t, int>(1000, 100, 32),
-        {0, 100, 33},
-        {5, 1, 3101},
-        {-3000, 500, 31},
-        {latest - 9, 100, 32}}) {
+  const std::tuple<std::int64_t, std::uint64_t, int> cases[] = {
+      {1000, 100, 32}, {0, 100, 33}, {5, 1, 3101}, {-3000, 500, 31}, {latest - 9, 100, 32}};
+  for (const auto& [first, step, found] : cases) {
     CSingleSimpleMotion detector;
     detector.Configure({}, {40, 24});
     auto time = static_cast<std::uint64_t>(first);
@@ -379,11 +376,9 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
   EXPECT_EQ(
       lines,
       (std::vector<Line>{{2, "Configuration failed and fallback config invalid! north gate"}}));
-  for (const auto& [fps, interval] : {std::pair<double, std::int64_t>(-1, 0),
-                                      {25, 40},
-                                      {0x1p-63 * 1000, latest},
-                                      {1e-300, latest},
-                                      {std::nan(""), 0}}) {
+  const std::pair<double, std::int64_t> intervals[] = {
+      {-1, 0}, {25, 40}, {0x1p-63 * 1000, latest}, {1e-300, latest}, {std::nan(""), 0}};
+  for (const auto& [fps, interval] : intervals) {
     EXPECT_EQ(configure(0, fps, 1), "");
     EXPECT_EQ(detector.GetFrameIntervalMs(), interval) << fps;
   }
