@@ -178,13 +178,45 @@ Canvas Model(const TCImageView<Pairs>& target, const Yuv420ImageView& source) {
   return canvas;
 }
 
-Pixel PixelAt(const YuvImageView& source, int x, int y) {
-  const auto& pixel = *source.PtrAt(x, y);
-  return {pixel.y, pixel.u, pixel.v};
+// Formats whose samples lie in rows.
+template <class S>
+Pixel PixelAt(const TCImageView<S>& source, int x, int y) {
+  constexpr auto format = static_cast<int>(PixelTraits<S>::format);
+  constexpr int shift = format == ZTLIB_UYVY;
+  const std::uint8_t* const row = source.RowBytes(y);
+  if (format == ZTLIB_BOOL8) return {-row[x] & 255, -row[x] & 255, -row[x] & 255};
+  if (format == ZTLIB_GRAY) return {row[x], row[x], row[x]};
+  if (format < ZTLIB_YUYV) return {row[4 * x], row[4 * x + 1], row[4 * x + 2]};
+  return {row[2 * x + shift], row[x / 2 * 4 + 1 - shift], row[x / 2 * 4 + 3 - shift]};
 }
-Pixel PixelAt(const YuyvImageView& source, int x, int y) {
-  const auto& pair = *source.PtrAt(x / 2, y);
-  return {x % 2 ? pair.y1 : pair.y0, pair.u, pair.v};
+template <class T, class S>
+Canvas Model(const TCImageView<T>&, const TCImageView<S>& source) {
+  constexpr auto from = static_cast<int>(PixelTraits<S>::format);
+  constexpr auto to = static_cast<int>(PixelTraits<T>::format);
+  constexpr bool isBlended = from == ZTLIB_UYVY || (from == ZTLIB_YUYV && to != ZTLIB_UYVY);
+  Canvas canvas = Blank(source.dx * PixelTraits<S>::sampleDx, source.dy);
+  for (int y = 0; y < source.dy; ++y) {
+    std::vector<Pixel>& row = canvas[y];
+    for (std::size_t x = 0; x < row.size(); ++x)
+      row[x] = PixelAt(source, static_cast<int>(x), y);
+    for (std::size_t x = 1; isBlended && x + 1 < row.size(); x += 2)
+      for (const int c : {1, 2}) {
+        const int left = row[x][c];
+        row[x][c] = (3 * left + row[x + 1][c] + 2) >> 2;
+        // One format blends with what is blended already.
+        row[x + 1][c] = ((from == ZTLIB_UYVY ? row[x][c] : left) + 3 * row[x + 1][c] + 2) >> 2;
+      }
+    for (Pixel& p : row)
+      if (from == ZTLIB_RGB)
+        p = RgbToYuv(p);
+      else if (to == ZTLIB_BOOL8)
+        p = {p[0] != 0};
+      else if (from < ZTLIB_RGB && to != ZTLIB_RGB)
+        p = {p[0], 128, 128};
+      else if (from > ZTLIB_RGB && to == ZTLIB_RGB)
+        p = YuvToRgb(p);
+  }
+  return canvas;
 }
 
 template <class T, class S>
@@ -194,7 +226,8 @@ void DrawModel(TCImageView<T>& target, const TCImageView<S>& source) {
   for (int y = 0; y < std::min(target.dy, static_cast<int>(canvas.size())); ++y)
     for (int x = 0; x < std::min(dx, static_cast<int>(canvas[y].size())); ++x)
       if (canvas[y][x] != untouched)
-        StorePixel(target.RowBytes(y), x, canvas[y], x, static_cast<int>(PixelTraits<T>::format));
+        StorePixel(target.RowBytes(y), x, canvas[y], x,
+                   std::max<int>(static_cast<int>(PixelTraits<T>::format), ZTLIB_GRAY));
 }
 // Each chroma sample of a tile is the mean of four pixels.
 template <class S>
@@ -275,8 +308,20 @@ void CheckSizes(std::initializer_list<int> wide, int maxDx, int maxDy, std::size
     check(dx, maxDy);
 }
 
-TEST(ImageConvert, CellsFollowTheModel) {
+template <class Source, class... Targets>
+void CheckRows() {
+  (CheckSizes<Targets, Source>({255, 641}, 67, 2), ...);
+}
+
+TEST(ImageConvert, RowsAndCellsFollowTheModel) {
   const CTestFrames frames;
+  CheckRows<BoolImageView, GrayImageView, RgbImageView>();
+  CheckRows<GrayImageView, BoolImageView, RgbImageView, YuvImageView, YuyvImageView,
+            UyvyImageView>();
+  CheckRows<RgbImageView, GrayImageView, YuvImageView, YuyvImageView, UyvyImageView>();
+  CheckRows<YuvImageView, GrayImageView, RgbImageView, YuyvImageView, UyvyImageView>();
+  CheckRows<YuyvImageView, GrayImageView, RgbImageView, YuvImageView, UyvyImageView>();
+  CheckRows<UyvyImageView, GrayImageView, RgbImageView, YuvImageView, YuyvImageView>();
   CheckSizes<RgbImageView, BayerImageView>({63, 64, 65, 66, 67, 68, 255}, 41, 9);
   CheckSizes<GrayImageView, BayerBlockImageView>({64, 131}, 40, 6);
   CheckSizes<RgbImageView, BayerBlockImageView>({64, 131}, 40, 6);
