@@ -47,6 +47,13 @@ def every_tag():
     ]
 
 
+def damages(whole):
+    for at in range(len(whole)):
+        yield f"cut_{at}", whole[:at]
+        for flip in (0x01, 0x80):
+            yield f"flip_{at}_{flip}", whole[:at] + bytes([whole[at] ^ flip]) + whole[at + 1:]
+
+
 def parse_tagged():
     def block(*elements, mask=0, end=b"\0"):
         return b"".join(elements) + end + u16(mask)
@@ -63,9 +70,8 @@ def parse_tagged():
         nested = tagged("@", "", nested) + b"\0"
         if depth in (10, 256, 257, 300):
             yield f"depth_{depth}", nested + u16(0)
-    for cut in (1, 5, 20):
-        whole = block(*every_tag())[:-2]
-        yield f"cut_{cut}", whole[:-cut] + u16(0)
+    for name, damaged in damages(block(*every_tag())[:-2]):
+        yield name, damaged + u16(0)
     yield "odd_wide", block(tagged("W", "Text", b"abc"), tagged("*", "", b"2abc"))
     yield "bad_subtype", block(tagged("*", "", b"3abc"))
     yield "bad_size", block(tagged("I", "", b"abc"))
@@ -93,7 +99,7 @@ def parse_counted():
     yield "six_types", node(*six)
     for number, element in enumerate(six):
         yield f"type_{number}", node(element)
-    yield "cut", node(*six)[:-7]
+    yield from damages(node(*six))
     yield "huge_count", node(*six, count=0xFFFFFFFF)
     yield "bad_type", node(six[0], counted(6, "", u32(0)), six[1])
     yield "bad_child", node(counted(5, "", node(counted(9, "", u32(0)))), six[1])

@@ -113,7 +113,6 @@ TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   WriteBytes(Path("cut.y4m"), stream);
   for (const auto& [arguments, name, count, rows] :
        {std::tuple{"png/%06d.png --quality 90", "a.zts", frames, height},
-        {"a.y4m", "a.zts", frames, height},
         {"a.mkv", "a.zts", frames, height},
         {"cut.y4m", "a.zts", 3, height},
         {"png/000003.png --size 161x75", "one.zts", 1, 75},
@@ -179,12 +178,9 @@ TEST_F(ClientTest, DamageIsNamedAndTheRestIsKept) {
     std::string message;
   } cases[] = {
       {"cut in the payload", all - 1, 0, "", 11, cutOff},
-      {"cut in the header", last + 30, 0, "", 11, cutOff + ", 30"},
       {"no size", all, fifth + 4, std::string(2, '\0'), 5, bad + "damaged"},
-      {"huge size", all, fifth + 7, "\xFF", 5, bad + "cut or damaged"},
       {"unknown kind", all, fifth, "\x09", 12, ""},
       {"unknown format", all, fifth + 24, "\5", 11, decode + "unknown video format 5"},
-      {"no JPEG", all, fifth + headerSize, "x", 11, decode},
       {"giant", all, size, "\xFF\xD0\xFF", 11, decode},
   };
   for (const auto& test : cases) {
@@ -214,34 +210,28 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
   ExpectErrors({
       {"", "subcommand"},
       {"play @missing.zts", "missing.zts: cannot read"},
-      {"info @.", "cannot read"},
       {"play @empty.zts", "no frame"},
       {"info --json @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},
-      {"play @demo.zts --pixels cmyk", "--pixels"},
       {"play @demo.zts --video @a.unknown", "a.unknown"},
-      {"play @demo.zts --y4m @no/a.y4m", "no/a.y4m: cannot write"},
       {"play @demo.zts --y4m /dev/full", "/dev/full: cannot write"},
       {"play @odd.zts --pixels yuyv", "whole pairs of pixels"},
       {"record @missing.avi @a.zts", "missing.avi: cannot open: No such file"},
       {"record @text.txt @a.zts", "text.txt: "},
-      {"record @png/000000.png @a.zts --size 640", "--size"},
       {"record @png/000000.png @a.zts --size 8x8", "cannot be encoded"},
       {"record @png/000000.png @a.zts --advanced", "--advanced needs --format mjpegdiff"},
       {"record @png/000000.png @a.zts --format mjpegdiff --bits 32", "--bits"},
       {"record @png/000000.png @a.zts --format mjpegdiff --size 15x64", "too small"},
-      {"play @demo-diff.zts --drop all", "--drop"},
       {"play @demo-diff.zts --drop-every 2", "--drop"},
       {"play @demo-diff.zts --pixels gray", "no gray pictures"},
       {"triangulate @points.csv", "--rect is required"},
       {"triangulate @points.csv --rect 0,0,9,9 --at 4,x", "--at"},
-      {"triangulate @points.csv --rect 0,0,5,5,5", "--rect"},
       {"triangulate @points.csv --rect 0,0,0,9 --png @a.zts", "--rect"},
       {"triangulate @wrong.csv --rect 0,0,9,9", "wrong.csv:1: is no point"},
       {"ztinside calibrate @png/000000.png --config @zero.json --out @a.zts", "no calibration"},
       {"demo --out /dev/null/x", "/dev/null/x"},
   });
-  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
+  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "7"}) {
     WriteText("mask.json", mask);
     ExpectError("ztinside histogram @png/000003.png --mask @mask.json", "mask.json");
   }

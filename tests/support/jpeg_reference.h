@@ -4,6 +4,7 @@
 #include "tests/kit/frames.h"
 #include "tests/kit/pixels.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -38,6 +39,9 @@ struct Style {
   bool progressive = false;
   int restartInterval = 0;  // in rows of units
   int quality = 75;
+  // How often U and V are sampled, each across and down, where luma is lumaAcross times lumaDown.
+  std::array<int, 4> chroma = {1, 1, 1, 1};
+  J_COLOR_SPACE space = JCS_YCbCr;  // the name under which three components are stored
 };
 
 // Encodes three-byte YCbCr pixels, or their luma alone.
@@ -52,11 +56,16 @@ inline Bytes Encode(const Bytes& ycc, int width, int height, const Style& style 
   object.image_width = static_cast<JDIMENSION>(width);
   object.image_height = static_cast<JDIMENSION>(height);
   object.input_components = style.components;
-  object.in_color_space = style.components == 3 ? JCS_YCbCr : JCS_GRAYSCALE;
+  object.in_color_space = style.components == 3 ? style.space : JCS_GRAYSCALE;
   jpeg_set_defaults(&object);
+  jpeg_set_colorspace(&object, object.in_color_space);
   jpeg_set_quality(&object, style.quality, TRUE);
   object.comp_info[0].h_samp_factor = style.lumaAcross;
   object.comp_info[0].v_samp_factor = style.lumaDown;
+  for (int i = 1; i < style.components; ++i) {
+    object.comp_info[i].h_samp_factor = style.chroma[2 * i - 2];
+    object.comp_info[i].v_samp_factor = style.chroma[2 * i - 1];
+  }
   if (style.progressive) jpeg_simple_progression(&object);
   object.restart_in_rows = style.restartInterval;
   jpeg_start_compress(&object, TRUE);

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <span>
 #include <stdexcept>
 #include <string_view>
 
@@ -132,14 +131,13 @@ TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
   // By how many elements more are read.
   const std::vector<std::string_view> cases[] = {
       // Behind the terminator; no tags; wrong sizes; names of bad lengths; behind the end.
-      {"00 'B' 00 01000000 01", "'Y' 00 01000000 01", "'A' 00 01000000 01", "ff 00 01000000 01",
-       "'I' 00 03000000 010203", "'I' 00 05000000 0102030405", "'B' 00 00000000",
-       "'B' 00 02000000 0101", "'Q' 00 04000000 01020304",
+      {"00 'B' 00 01000000 01", "'Y' 00 01000000 01", "'I' 00 03000000 010203",
+       "'I' 00 05000000 0102030405", "'B' 00 02000000 0101", "'T' 00 04000000 01020304",
        "'G' 00 0f000000 000000000000000000000000000000 00", "'I' 80 04000000 01020304",
        "'I' ff 04000000 01020304", "'I' 7f 04000000 01020304", "'I' 00 04000000 010203",
-       "'S' 00 ffffffff 'abc'", "'@' 00 ffffffff 00", "'X' 00 ffffffff 00",
+       "'S' 00 ffffffff 'abc'", "'@' 00 ffffffff 00",
        // No subtype; metadata that does not end.
-       "'*' 00 00000000", "'*' 00 02000000 '3' 01", "'X' 00 00000000", "'X' 00 03000000 'I' 00 01",
+       "'*' 00 00000000", "'*' 00 02000000 '3' 01", "'X' 00 00000000",
        "'X' 00 07000000 'I' 80 01000000 00", "'X' 00 07000000 'I' 00 ffffffff 00",
        "'X' 00 08000000 'Z' 01 'n' 01000000 00"},
       // Metadata passed over; an empty child or text; odd sizes lose their last byte.
@@ -165,28 +163,13 @@ TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
 }
 
 TEST(TaggedForm, ALimitedListEndsBehindItsLastAllowedNode) {
-  const auto list = [](int nodes) {
-    CData list;
-    for (int i = 0; i < nodes; ++i) {
-      list.AddInt(Tok::Empty, i);
-      list.AddChild(Tok::Bits);
-    }
-    return list;
-  };
-  const auto tree = [&](int nodes) {
-    CData tree = list(3);
-    tree.AddChild(Tok::Config, list(nodes)).AddChild(Tok::Config, list(3));
-    tree.AddChild(Tok::Empty, list(3));
-    tree.AddChild(Tok::Config, list(nodes));
-    return tree;
-  };
-  CData whole = tree(2);
-  whole.At(6).value.GetNode()->RemoveAll(Tok::Config);  // a third node of its list
-  const Block bytes = Tagged(tree(2));
+  const std::string node = "'@' 00 01000000 00 'B' 00 01000000 01", list = "'@' 06 'Config' ";
+  const std::string whole = node + node + node + list + "16000000" + node + "'@' 00 01000000 00";
+  const Block bytes = Bytes(node + node + node + list + "2b000000" + node + node + node + "00");
   const CDataListLimit limit{Tok::Config, 2};
   CData read;
   EXPECT_TRUE(ParseTagged(read, bytes.data(), bytes.size(), 0, &limit));
-  EXPECT_EQ(Tagged(read), Tagged(whole));
+  EXPECT_EQ(Tagged(read), Bytes(whole + "00 00"));
 }
 
 TEST(TaggedForm, ValuesAbove16MiBAreInvalidButForNodesAndBinaries) {
@@ -256,28 +239,6 @@ TEST(BothForms, NestEndsAtTheLimit) {
     }
     EXPECT_EQ(Depth(ParsedTagged(tagged)), cdDeepestNode);
     EXPECT_EQ(Depth(ParsedCounted(counted)), cdDeepestNode);
-  }
-}
-
-// What a parser makes of any block can be written, and reads back as the same bytes.
-TEST(BothForms, SurviveEveryTruncationAndEveryChangedByte) {
-  for (const bool tagged : {true, false}) {
-    const auto rewrite = [tagged](const Block& b) {
-      return tagged ? Tagged(ParsedTagged(b)) : Counted(ParsedCounted(b));
-    };
-    const auto expectStable = [&](const Block& bytes) {
-      const Block written = rewrite(bytes);
-      ASSERT_EQ(rewrite(written), written);
-    };
-    const Block whole = Bytes(tagged ? richTagged : richCounted);
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-      expectStable({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)});
-      for (const int flip : {0x01, 0x80, 0xFF}) {
-        Block bytes = whole;
-        bytes[at] = static_cast<std::uint8_t>(bytes[at] ^ flip);
-        expectStable(bytes);
-      }
-    }
   }
 }
 
@@ -358,23 +319,7 @@ TEST(BothForms, SizesAbove4GiBAreRefused) {
   EXPECT_THROW((void)ToTagged(data), std::length_error);
 }
 
-TEST(ByteIo, RefusesWhatDoesNotFitAsAWhole) {
-  const Block bytes = Bytes("01 0203 04050607");
-  ByteReader in(bytes);
-  std::uint8_t first = 0;
-  std::uint16_t second = 0;
-  std::uint64_t whole = 9;
-  std::span<const std::uint8_t> span;
-  EXPECT_FALSE(in.Read(whole));
-  EXPECT_EQ(whole, 9u);
-  EXPECT_TRUE(in.Read(first) && in.Read(second));
-  EXPECT_EQ(second, 0x0302);
-  EXPECT_FALSE(in.ReadSpan(UINT64_MAX, span) || in.Skip(5) || in.ReadSpan(5, span));
-  EXPECT_TRUE(in.ReadSpan(4, span));
-  EXPECT_EQ(LoadLE<std::int32_t>(span.data()), 0x07060504);
-  EXPECT_TRUE(in.Skip(0));
-  EXPECT_FALSE(in.Read(first));
-
+TEST(ByteIo, WritesOnlyWhatFitsAsAWhole) {
   Block out(5);
   ByteWriter writer(out);
   writer.Write(std::uint32_t{0x04030201});

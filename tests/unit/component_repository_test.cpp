@@ -79,8 +79,8 @@ TEST(ComponentRepository, OnlyWantOfMemoryIsNotFinal) {
 }
 
 TEST(ComponentRepository, ReportsWhatIsMissingTwiceOrCircular) {
-  auto& repository = CComponentRepository::Instance();
-  const std::string printed = PrintedBy([&] {
+  const std::string printed = PrintedBy([] {
+    auto& repository = CComponentRepository::Instance();
     EXPECT_EQ(TextOf([] { Get<IService<10>>(); }),
               "Exception [main/lib/base/component_repository:112] - Not registered component!");
     repository.Register<IService<11>, CUserOf<11, 12>>("Eleven");
