@@ -282,7 +282,7 @@ def encoder_config():
     blocks = {name: b"".join(elements) + b"\0" for name, elements in sets.items()}
     for name, block in blocks.items():
         for other in ("plain", "advanced"):
-            yield f"{name}_{other}", bytes([len(block)]) + block + blocks[other]
+            yield f"{name}_{other}", b"".join(u16(len(b)) + b for b in (block, blocks[other]))
 
 
 def load_image():

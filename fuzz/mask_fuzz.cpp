@@ -24,12 +24,11 @@ void RequireSound(const CMask& mask) {
 
 bool Same(const CMask& a, const CMask& b) {
   Require(a.GetHeight() == b.GetHeight());
-  for (int y = 0; y < a.GetHeight(); ++y) {
-    const CMask::Row &first = a.GetRow(y), &second = b.GetRow(y);
-    if (first.size() != second.size()) return false;
-    for (std::size_t i = 0; i < first.size(); ++i)
-      if (first[i].start != second[i].start || first[i].end != second[i].end) return false;
-  }
+  const auto isSame = [](const CMaskRun& one, const CMaskRun& other) {
+    return one.start == other.start && one.end == other.end;
+  };
+  for (int y = 0; y < a.GetHeight(); ++y)
+    if (!std::ranges::equal(a.GetRow(y), b.GetRow(y), isSame)) return false;
   return true;
 }
 
