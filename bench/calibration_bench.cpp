@@ -1,4 +1,5 @@
 #include "main/lib/calib/calibrator3d.h"
+#include "tests/support/calibration_tree.h"
 
 #include <vector>
 
@@ -10,18 +11,7 @@ using namespace ztlib;
 namespace {
 
 CData Configuration(bool hasMarks) {
-  CData tree;
-  if (!hasMarks) return tree;
-  CData& marks = tree.AddChild(Tok::RefSegment);
-  for (const int x : {4000, 8000}) {
-    CData& mark = marks.AddChild(Tok::Empty);
-    mark.AddInt(Tok::X0Virtual, x);
-    mark.AddInt(Tok::Y0Virtual, 8000);
-    mark.AddInt(Tok::X1Virtual, x);
-    mark.AddInt(Tok::Y1Virtual, 6000);
-  }
-  tree.AddDouble(Tok::RefDistanceMeter, 1.8);
-  return tree;
+  return hasMarks ? MarkedTree({}, {{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}}) : CData();
 }
 
 void Configure(benchmark::State& state, bool hasMarks) {

@@ -18,6 +18,8 @@ template <class T>
 struct CLimits {
   T least, most;
 };
+template <class T>
+CLimits(T, T) -> CLimits<T>;
 
 struct COption {
   using Parse = std::function<void(const std::string&)>;

@@ -38,8 +38,8 @@ void ParseNumbers(const std::string& option, const std::string& text,
     const bool isGood =
         error == std::errc() && (i + 1 < numbers.size() ? end < last && *end == ',' : end == last);
     if (!isGood)
-      throw CError(option + ": " + text +
-                   Text(" is not %zu whole numbers with commas between them", numbers.size()));
+      throw CError(Text("%s: %s is not %zu whole numbers with commas between them", option.c_str(),
+                        text.c_str(), numbers.size()));
     at = end + 1;
   }
 }

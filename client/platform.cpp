@@ -270,6 +270,7 @@ std::optional<int> RunBeside(const std::string& program,
   std::vector<std::string> words{path.string()};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> line;
+  line.reserve(words.size() + 1);
   for (std::string& word : words)
     line.push_back(word.data());
   line.push_back(nullptr);

@@ -13,21 +13,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF}) {
     const Encoder encoder(video);
     Decoder decoder(ZTLIB_UYVY, 1, video);
-    std::int32_t width = 0, height = 0;
+    int width = 0, height = 0;
     Input in{{data, size}};
     for (int steps = 0; !in.rest.empty() && steps < 4; ++steps) {
       const Bytes block = in.Block();
       CData tree;
       ParseTagged(tree, block.data(), block.size());
-      const std::int32_t newWidth = tree.GetInt(Tok::Width, width);
-      const std::int32_t newHeight = tree.GetInt(Tok::Height, height);
+      const std::int64_t newWidth = tree.GetInt(Tok::Width, width);
+      const std::int64_t newHeight = tree.GetInt(Tok::Height, height);
       // Buffers of the encoder's own are as large as the size says.
       constexpr std::int64_t most = 1 << 16;
-      if (newWidth < 0 || newHeight < 0 || std::int64_t{newWidth} * newHeight > most) continue;
+      if (std::min(newWidth, newHeight) < 0 || std::max(newWidth, newHeight) > most) continue;
+      if (newWidth * newHeight > most) continue;
       failed = false;
       const ztlib_blob blob{block.data(), block.size()};
       ztlib_encoder_config(encoder.object, &blob);
-      if (!failed) std::tie(width, height) = std::tie(newWidth, newHeight);
+      if (!failed) {
+        width = static_cast<int>(newWidth);
+        height = static_cast<int>(newHeight);
+      }
       const bool isWhole = video == ZTLIB_VIDEO_MJPEG || (width % 8 == 0 && height % 8 == 0);
       if (width * height == 0 || !isWhole || width % 2 != 0) continue;
       for (const unsigned part : {0, 3, 6}) {

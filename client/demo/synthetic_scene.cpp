@@ -9,8 +9,6 @@ namespace {
 
 // Heights in units of 1/480 of the picture.
 constexpr float horizon = 215, lane = 335;
-constexpr float curb = CSyntheticScene::curb, nearCurb = CSyntheticScene::nearCurb,
-                bottom = CSyntheticScene::bottom;
 constexpr float pi = std::numbers::pi_v<float>;
 
 // The camera: its height over the street in meters, the focal length and the height in the picture
@@ -274,9 +272,10 @@ std::vector<CSyntheticScene::CStanding> CSyntheticScene::Standing() const {
 }
 
 void CSyntheticScene::Draw(CCanvas& target, const CPerson& person, float time) const {
-  const auto [x, size, swing, bob] = StepOf(person, time);
-  const auto at = [&, x = x, size = size](float dx, float dy) {
-    return Place(x + dx * size, person.feet - dy * size);
+  const CStep step = StepOf(person, time);
+  const float size = step.size, swing = step.swing, bob = step.bob;
+  const auto at = [&](float dx, float dy) {
+    return Place(step.x + dx * size, person.feet - dy * size);
   };
   const auto limb = [&](CPoint from, CPoint to, float thickness, const CColor& color) {
     target.DrawLine(at(from.x, from.y), at(to.x, to.y), thickness * size * unit, {color});

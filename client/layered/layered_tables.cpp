@@ -1,6 +1,7 @@
 #include "client/layered/layered_tables.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace {
@@ -28,7 +29,8 @@ LayeredTable Scaled(const Base& base, int quality) {
   LayeredTable table;
   std::transform(base.begin(), base.end(), table.begin(), [&](int entry) {
     // The coarsest steps do not fit into 16 bits: decoders see what is left of them.
-    const auto wide = static_cast<std::int32_t>(static_cast<float>(entry) * 64.0F * scale + 0.5F);
+    const auto wide =
+        static_cast<std::int32_t>(std::floor(static_cast<float>(entry) * 64.0F * scale + 0.5F));
     return std::clamp(static_cast<std::int16_t>(wide), std::int16_t{64}, std::int16_t{16320});
   });
   return table;

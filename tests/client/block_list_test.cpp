@@ -1,12 +1,9 @@
 #include "client/block_list.h"
 
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "tests/support/common.h"
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using Blocks = std::vector<std::uint64_t>;
 
 TEST(BlockList, HoldsWhatItsBytesHold) {
@@ -17,12 +14,7 @@ TEST(BlockList, HoldsWhatItsBytesHold) {
     bytes[at] = value;
     return bytes;
   };
-  struct CCase {
-    const char* name;
-    Bytes list;
-    Blocks blocks;
-  };
-  const CCase cases[] = {
+  const std::tuple<const char*, Bytes, Blocks> cases[] = {
       {"whole", good, {0, 63, 64, 200}},
       {"fewer than it has", changed(0, 2), {0, 63}},
       {"more than it has", changed(3, 255), {0, 63, 64, 200}},
@@ -34,8 +26,8 @@ TEST(BlockList, HoldsWhatItsBytesHold) {
       {"too many bits", changed(8, 32), {}},
       {"no bits", changed(8, 0), {0, 0, 1}},
   };
-  for (const CCase& test : cases)
-    EXPECT_EQ(ReadBlockList(test.list), test.blocks) << test.name;
+  for (const auto& [name, list, blocks] : cases)
+    EXPECT_EQ(ReadBlockList(list), blocks) << name;
 }
 
 }  // namespace

@@ -1,34 +1,74 @@
 #pragma once
 
-#include <cstdint>
+#include "tests/support/common.h"
+#include "tests/support/jpeg_reference.h"
+
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <span>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
 
-using Bytes = std::vector<std::uint8_t>;
+namespace fs = std::filesystem;
 
 struct CRun {
   int status = 0;
   std::string output, errors;
-  [[nodiscard]] std::size_t ErrorLines() const;
 };
 
-[[nodiscard]] Bytes ReadBytes(const std::filesystem::path& path);
-void WriteBytes(const std::filesystem::path& path, const Bytes& bytes);
+inline Bytes ReadBytes(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteBytes(const fs::path& path, const Bytes& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::size_t Count(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+    ++count;
+  return count;
+}
+
+inline void ExpectPart(const std::string& text, const std::string& part) {
+  EXPECT_GT(Count(text, part), 0U) << "'" << part << "' in: " << text;
+}
 
 // libjpeg's own answer, as planes: the way a YUV4MPEG2 stream holds them.
-[[nodiscard]] Bytes DecodePlanes(std::span<const std::uint8_t> picture, int scale, bool isGray);
+inline Bytes DecodePlanes(std::span<const std::uint8_t> stream, int scale, bool isGray) {
+  const auto picture = jpeg_reference::Decode(Bytes(stream.begin(), stream.end()),
+                                              isGray ? JCS_GRAYSCALE : JCS_YCbCr, scale);
+  const auto channels = static_cast<std::size_t>(picture.components);
+  Bytes planes(picture.pixels.size());
+  for (std::size_t i = 0; i < planes.size(); ++i)
+    planes[i % channels * (planes.size() / channels) + i / channels] = picture.pixels[i];
+  return planes;
+}
 
 // A YUV4MPEG2 stream taken apart; what is not whole frames of that size fails the test.
 struct CY4m {
   std::string header;
   std::vector<Bytes> frames;
 };
-[[nodiscard]] CY4m ParseY4m(const std::string& stream, std::size_t frameBytes);
+inline CY4m ParseY4m(const std::string& stream, std::size_t frameBytes) {
+  const std::string mark = "FRAME\n";
+  const std::size_t end = std::min(stream.find('\n'), stream.size() - 1) + 1;
+  CY4m y4m{stream.substr(0, end), {}};
+  for (std::size_t at = end; at < stream.size(); at += mark.size() + frameBytes) {
+    const std::string frame = stream.substr(at, mark.size() + frameBytes);
+    EXPECT_TRUE(frame.starts_with(mark) && frame.size() == mark.size() + frameBytes) << at;
+    y4m.frames.emplace_back(frame.begin() + static_cast<std::ptrdiff_t>(mark.size()), frame.end());
+  }
+  return y4m;
+}
 
 // A folder for each test with "demo.zts", twelve frames of the drawn scene, and its report.
 class ClientTest : public testing::Test {
@@ -36,22 +76,73 @@ class ClientTest : public testing::Test {
   static constexpr int frames = 12, width = 320, height = 240;
   static constexpr std::size_t headerSize = 112;
 
-  void SetUp() override;
-  void TearDown() override;
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "ztclient.XXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    folder = name;
+    EXPECT_EQ(Succeed("demo --frames 12 --size 320x240 --out @.").errors, "");
+  }
+  void TearDown() override {
+    if (!folder.empty()) fs::remove_all(folder);
+  }
 
   [[nodiscard]] std::string Path(const std::string& name) const { return (folder / name).string(); }
-  // Runs ztclient with these arguments, "@" before a name standing for the folder. Where the first
-  // of them is "ztinside", the others go to that program.
-  [[nodiscard]] CRun Run(const std::string& arguments) const;
-  [[nodiscard]] nlohmann::json Info(const std::string& name) const;
+  // Each "@" stands for the folder.
+  [[nodiscard]] std::string Expand(std::string arguments) const {
+    for (std::size_t at; (at = arguments.find('@')) != std::string::npos;)
+      arguments.replace(at, 1, folder.string() + "/");
+    return arguments;
+  }
+  // Runs ztclient with these arguments. Where the first of them is "ztinside", the others go to
+  // that program.
+  [[nodiscard]] CRun Run(const std::string& arguments) const {
+    const std::string program = IsInside(arguments) ? ZTINSIDE : ZTCLIENT;
+    const std::string rest = arguments.substr(IsInside(arguments) ? inside.size() : 0);
+    const std::string command =
+        "'" + program + Expand("' " + rest + " >@stdout 2>@stderr </dev/null");
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText("stdout"), ReadText("stderr")};
+  }
+  // The same for what must not fail.
+  CRun Succeed(const std::string& arguments) const {
+    CRun run = Run(arguments);
+    EXPECT_EQ(run.status, 0) << arguments << ": " << run.errors;
+    return run;
+  }
+  // For what must end with status 1 and one line with this text.
+  void ExpectError(const std::string& arguments, const std::string& text) const {
+    const CRun run = Run(arguments);
+    EXPECT_EQ(run.status, 1) << arguments;
+    EXPECT_EQ(Count(run.errors, "\n"), 1U) << arguments << ": " << run.errors;
+    EXPECT_TRUE(run.errors.starts_with(IsInside(arguments) ? "ztinside: " : "ztclient: "));
+    ExpectPart(run.errors, text);
+  }
+  void ExpectErrors(std::initializer_list<std::pair<const char*, const char*>> cases) const {
+    for (const auto& [arguments, text] : cases)
+      ExpectError(arguments, text);
+  }
+  [[nodiscard]] nlohmann::json Info(const std::string& name) const {
+    return nlohmann::json::parse(Run("info --json @" + name).output);
+  }
   // What is played in YUV; the size is that of the demo unless it is given.
   [[nodiscard]] std::vector<Bytes> Play(const std::string& arguments, int scale = 1,
-                                        int pixels = width * height) const;
-  [[nodiscard]] std::string ReadText(const std::string& name) const;
-  void WriteText(const std::string& name, const std::string& text) const;
-  // Each of the calls ends with status 1 and one line with this text.
-  void ExpectErrors(
-      std::initializer_list<std::pair<const char*, const char*>> argumentsAndTexts) const;
+                                        int pixels = width * height) const {
+    const std::string options = "play --pixels yuv --y4m - --scale " + std::to_string(scale);
+    return ParseY4m(Succeed(options + " @" + arguments).output,
+                    static_cast<std::size_t>(3 * pixels / scale / scale))
+        .frames;
+  }
+  [[nodiscard]] std::string ReadText(const std::string& name) const {
+    const Bytes bytes = ReadBytes(Path(name));
+    return {bytes.begin(), bytes.end()};
+  }
+  void WriteText(const std::string& name, const std::string& text) const {
+    WriteBytes(Path(name), {text.begin(), text.end()});
+  }
 
-  std::filesystem::path folder;
+  fs::path folder;
+
+ private:
+  static inline const std::string inside = "ztinside ";
+  static bool IsInside(const std::string& arguments) { return arguments.starts_with(inside); }
 };

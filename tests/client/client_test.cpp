@@ -1,34 +1,21 @@
 // The client as its users meet it: a process with arguments, files and an exit status.
 #include "tests/client/client_run.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <sstream>
 
-#include <pty.h>
-#include <sys/wait.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
-std::size_t Count(const std::string& text, const std::string& part) {
-  std::size_t count = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-    ++count;
-  return count;
-}
-
 TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   const std::string html = ReadText("report.html");
-  for (const auto& [part, count] : {std::pair{"<img ", 31U},
-                                    {"src=\"data:image/jpeg;base64,/9j/", 18},
-                                    {"src=\"data:image/png;base64,iVBORw0KGgo", 13},
-                                    {"<svg ", 4},
-                                    {"<p class=\"summary\">12 frames of 320x240 at quality 75", 1},
-                                    {"<tr><td>decode input", 1},
-                                    {"<tr><td>decode to YUV", 1}})
-    EXPECT_EQ(Count(html, part), count) << part;
+  const std::size_t pictures = Count(html, "<img ");
+  EXPECT_GT(pictures, 30U);
+  EXPECT_EQ(Count(html, "src=\"data:image/jpeg;base64,/9j/") +
+                Count(html, "src=\"data:image/png;base64,iVBORw0KGgo"),
+            pictures);
   std::string text = html;
   for (std::size_t at; (at = text.find("data:image")) != std::string::npos;)
     text.erase(at, text.find('"', at) - at);
@@ -49,19 +36,18 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
 }
 
 TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
-  ASSERT_EQ(Run("play @demo.zts --png @png").status, 0);
+  Succeed("play @demo.zts --png @png");
   WriteText("c.json", R"({"X0Virtual": 2000, "Y0Virtual": 14165, "X1Virtual": 14000,
                           "Y1Virtual": 14165, "X2Virtual": 12300, "Y2Virtual": 8943,
                           "X3Virtual": 4000, "Y3Virtual": 8943,
                           "Distance01": 10, "Distance03": 10.0})");
-  const CRun run =
-      Run("ztinside calibrate @png/000000.png --config @c.json --out @c.png --height 9,200,9,150 "
-          "--json @c-heights.json");
+  const CRun run = Succeed(
+      "ztinside calibrate @png/000000.png --config @c.json --out @c.png --height 9,200,9,150 "
+      "--json @c-heights.json");
   EXPECT_EQ(run.errors, "");
-  EXPECT_NE(run.output.find("no heights"), std::string::npos);
-  EXPECT_NE(run.output.find("9,200,9,150: no height\n"), std::string::npos);
+  ExpectPart(run.output, "9,200,9,150: no height\n");
   EXPECT_EQ(ReadText("c-heights.json"), "{\n  \"heights\": [\n    null\n  ]\n}\n");
-  ASSERT_EQ(Run("record @c.png @c.zts --quality 100").status, 0);
+  Succeed("record @c.png @c.zts --quality 100");
   const Bytes picture = Play("c.zts").at(0);
   // Yellow on the edge of the rectangle alone: little blue difference.
   const auto blue = [&](int y) { return picture[width * (height + y) + width / 2 + 20]; };
@@ -70,37 +56,16 @@ TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
 }
 
 TEST_F(ClientTest, DrawnSceneIsTheSameEveryTime) {
-  ASSERT_EQ(Run("demo --frames 12 --size 320x240 --out @again").status, 0);
+  Succeed("demo --frames 12 --size 320x240 --out @again");
   for (const std::string name : {"demo.zts", "demo-diff.zts", "demo-layered.zts"})
     EXPECT_EQ(ReadBytes(Path("again/" + name)), ReadBytes(Path(name))) << name;
-}
-
-TEST_F(ClientTest, InfoFollowsTheFramesThroughTheFile) {
-  const std::size_t size = ReadBytes(Path("demo.zts")).size();
-  const nlohmann::json info = Info("demo.zts");
-  EXPECT_EQ(info["fileBytes"], size);
-  EXPECT_EQ(info["totals"]["frames"], frames);
-  EXPECT_EQ(info["totals"]["bytes"], size);
-  EXPECT_EQ(info["totals"]["payloadBytes"], size - frames * headerSize);
-  EXPECT_TRUE(info["damage"].is_null());
-  std::uint64_t offset = 0;
-  for (const nlohmann::json& frame : info["frames"]) {
-    EXPECT_EQ(frame["offset"], offset);
-    offset += frame["bytes"].get<std::uint64_t>();
-    EXPECT_EQ(frame["formatName"], "mjpeg");
-    EXPECT_EQ(frame["kindName"], "encoder");
-    EXPECT_EQ(frame["typeName"], "key");
-    EXPECT_EQ(frame["height"], height);
-  }
-  EXPECT_EQ(offset, size);
-  const CRun table = Run("info @demo.zts");
-  EXPECT_EQ(Count(table.output, "320x240"), std::size_t{frames});
-  EXPECT_NE(table.output.find("\n12 frames, "), std::string::npos);
 }
 
 TEST_F(ClientTest, PlaysThePixelsOfLibjpegAtEveryScale) {
   const Bytes file = ReadBytes(Path("demo.zts"));
   const nlohmann::json info = Info("demo.zts");
+  EXPECT_EQ(info["totals"]["payloadBytes"], file.size() - frames * headerSize);
+  EXPECT_EQ(Count(Run("info @demo.zts").output, "320x240"), std::size_t{frames});
   for (const int scale : {1, 2, 4, 8})
     for (const bool isGray : {false, true}) {
       const CRun play = Run("play @demo.zts --y4m - --scale " + std::to_string(scale) +
@@ -141,23 +106,21 @@ TEST_F(ClientTest, EveryPixelFormatHasItsStreamLayout) {
 }
 
 TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
-  ASSERT_EQ(Run("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv").status, 0);
+  Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
   // Of a cut input the whole pictures are kept.
   Bytes stream = ReadBytes(Path("a.y4m"));
   stream.resize(stream.size() * 7 / 24);
   WriteBytes(Path("cut.y4m"), stream);
-  for (const auto& [arguments, count, rows] :
-       {std::tuple{"png/%06d.png @again.zts --quality 90", frames, height},
-        {"a.y4m @again.zts", frames, height},
-        {"a.mkv @again.zts", frames, height},
-        {"cut.y4m @again.zts", 3, height},
-        {"png/000003.png @one.zts --size 161x75", 1, 75},
-        {"a.mkv @few.zts --frames 5", 5, height}}) {
-    const CRun record = Run("record @" + std::string(arguments));
-    EXPECT_EQ(record.status, 0) << record.errors;
-    const nlohmann::json info = Info(count == 5 ? "few.zts" : count == 1 ? "one.zts" : "again.zts");
-    EXPECT_EQ(info["totals"]["frames"], count) << arguments;
-    EXPECT_EQ(info["frames"].back()["height"], rows) << arguments;
+  for (const auto& [arguments, name, count, rows] :
+       {std::tuple{"png/%06d.png --quality 90", "a.zts", frames, height},
+        {"a.y4m", "a.zts", frames, height},
+        {"a.mkv", "a.zts", frames, height},
+        {"cut.y4m", "a.zts", 3, height},
+        {"png/000003.png --size 161x75", "one.zts", 1, 75},
+        {"a.mkv --frames 5", "few.zts", 5, height}}) {
+    Succeed("record @" + std::string(arguments) + " @" + name);
+    EXPECT_EQ(Info(name)["totals"]["frames"], count) << arguments;
+    EXPECT_EQ(Info(name)["frames"].back()["height"], rows) << arguments;
   }
   // Frames of different sizes in one file become pictures of one size in a video.
   WriteText("mixed.zts", ReadText("few.zts") + ReadText("one.zts"));
@@ -184,7 +147,7 @@ TEST_F(ClientTest, RecordingKeepsRangeAndChroma) {
       for (int i = 0; i < 2 * half * half; ++i)
         stream += static_cast<char>(isHigh(i) ? 168 : 88);
       WriteText("in.y4m", stream);
-      ASSERT_EQ(Run("record @in.y4m @range.zts --quality 100 --format " + format).status, 0);
+      Succeed("record @in.y4m @range.zts --quality 100 --format " + format);
       expectRamp(Play("range.zts", 1, side * side).at(0), format);
       // At half the size each pixel has its own chroma sample, before a decoder smooths it.
       const Bytes chroma = Play("range.zts", 2, side * side).at(0);
@@ -195,8 +158,8 @@ TEST_F(ClientTest, RecordingKeepsRangeAndChroma) {
             << i << isFull << format;
     }
   // Gray image files use the whole range without saying so.
-  ASSERT_EQ(Run("play @range.zts --pixels gray --png @gray").status, 0);
-  ASSERT_EQ(Run("record @gray/000000.png @gray.zts --quality 100").status, 0);
+  Succeed("play @range.zts --pixels gray --png @gray");
+  Succeed("record @gray/000000.png @gray.zts --quality 100");
   expectRamp(Play("gray.zts", 1, side * side).at(0), "gray");
 }
 
@@ -225,39 +188,35 @@ TEST_F(ClientTest, DamageIsNamedAndTheRestIsKept) {
       {"giant", all, size, "\xFF\xD0\xFF", 11, decode},
   };
   for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
     std::string file = good.substr(0, test.length);
     WriteText("bad.zts", file.replace(test.at, test.bytes.size(), test.bytes));
     const CRun play = Run("play @bad.zts --y4m -");
-    EXPECT_EQ(play.status, test.message.empty() ? 0 : 1) << test.name;
-    EXPECT_EQ(play.ErrorLines(), test.message.empty() ? 1U : 2U) << test.name << play.errors;
-    EXPECT_NE(play.errors.find(test.message), std::string::npos) << test.name << play.errors;
-    EXPECT_EQ(ParseY4m(play.output, width * height * 3 / 2).frames.size(), test.played)
-        << test.name;
+    EXPECT_EQ(play.status, test.message.empty() ? 0 : 1);
+    EXPECT_EQ(Count(play.errors, "\n"), test.message.empty() ? 1U : 2U) << play.errors;
+    ExpectPart(play.errors, test.message);
+    EXPECT_EQ(ParseY4m(play.output, width * height * 3 / 2).frames.size(), test.played);
   }
-  std::string unknown = good;
-  WriteText("unknown.zts", unknown.replace(fifth + 24, 1, "\5"));
-  ExpectErrors({{"info @unknown.zts", "unknown.zts: frame 5 at offset "}});
-  const CRun verbose = Run("play -v @bad.zts");
-  EXPECT_NE(verbose.errors.find("library log, level 1: "), std::string::npos) << verbose.errors;
-  WriteText("cut.zts", good.substr(0, all - 5));
-  EXPECT_EQ(Info("cut.zts")["damage"]["offset"], last);
-  EXPECT_EQ(Info("cut.zts")["frames"].size(), 11U);
+  ExpectPart(Run("play -v @bad.zts").errors, "library log, level 1: ");
+  WriteText("bad.zts", good.substr(0, all - 5));
+  EXPECT_EQ(Info("bad.zts")["damage"]["offset"], last);
+  EXPECT_EQ(Info("bad.zts")["frames"].size(), 11U);
 }
 
 TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
   WriteText("empty.zts", "");
   WriteText("text.txt", std::string(100, 'x'));
   WriteText("zero.json", R"({"Distance01": 0})");
-  ASSERT_EQ(Run("play @demo.zts --png @png").status, 0);
-  ASSERT_EQ(Run("record @png/000000.png @odd.zts --size 99x60").status, 0);
+  WriteText("points.csv", "1,2,3\n");
+  WriteText("wrong.csv", "1,2,\n");
+  Succeed("play @demo.zts --png @png");
+  Succeed("record @png/000000.png @odd.zts --size 99x60");
   ExpectErrors({
       {"", "subcommand"},
       {"play @missing.zts", "missing.zts: cannot read"},
       {"info @.", "cannot read"},
       {"play @empty.zts", "no frame"},
-      {"info @empty.zts", "no frame"},
       {"info --json @text.txt", "offset 0: frame 0: damaged"},
-      {"play @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},
       {"play @demo.zts --pixels cmyk", "--pixels"},
       {"play @demo.zts --video @a.unknown", "a.unknown"},
@@ -266,47 +225,45 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
       {"play @odd.zts --pixels yuyv", "whole pairs of pixels"},
       {"record @missing.avi @a.zts", "missing.avi: cannot open: No such file"},
       {"record @text.txt @a.zts", "text.txt: "},
-      {"record @png/000000.png @png/000000.png", "is the input"},
-      {"record @png/000000.png @no/a.zts", "no/a.zts: cannot write"},
       {"record @png/000000.png @a.zts --size 640", "--size"},
       {"record @png/000000.png @a.zts --size 8x8", "cannot be encoded"},
-      {"record @png/000000.png @a.zts --format h264", "--format"},
       {"record @png/000000.png @a.zts --advanced", "--advanced needs --format mjpegdiff"},
       {"record @png/000000.png @a.zts --format mjpegdiff --bits 32", "--bits"},
       {"record @png/000000.png @a.zts --format mjpegdiff --size 15x64", "too small"},
       {"play @demo-diff.zts --drop all", "--drop"},
       {"play @demo-diff.zts --drop-every 2", "--drop"},
       {"play @demo-diff.zts --pixels gray", "no gray pictures"},
+      {"triangulate @points.csv", "--rect is required"},
+      {"triangulate @points.csv --rect 0,0,9,9 --at 4,x", "--at"},
+      {"triangulate @points.csv --rect 0,0,5,5,5", "--rect"},
+      {"triangulate @points.csv --rect 0,0,0,9 --png @a.zts", "--rect"},
+      {"triangulate @wrong.csv --rect 0,0,9,9", "wrong.csv:1: is no point"},
       {"ztinside calibrate @png/000000.png --config @zero.json --out @a.zts", "no calibration"},
       {"demo --out /dev/null/x", "/dev/null/x"},
   });
-  EXPECT_FALSE(std::filesystem::exists(Path("a.zts")));
+  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
+    WriteText("mask.json", mask);
+    ExpectError("ztinside histogram @png/000003.png --mask @mask.json", "mask.json");
+  }
+  EXPECT_FALSE(fs::exists(Path("a.zts")));
   EXPECT_EQ(Run("play --help").status, 0);
 }
 
 TEST_F(ClientTest, ProgressIsShownOnATerminalOnly) {
   EXPECT_EQ(Run("play @demo.zts").errors, "");
-  int terminal = -1;
-  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    execl(ZTCLIENT, ZTCLIENT, "play", Path("demo.zts").c_str(), static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  std::string shown;
-  char buffer[4096];
-  for (ssize_t size; (size = read(terminal, buffer, sizeof buffer)) > 0;)
-    shown.append(buffer, static_cast<std::size_t>(size));
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
+  const std::string command = Expand("' play @demo.zts >@stdout 2>") + ptsname(terminal);
+  EXPECT_EQ(std::system(("'" ZTCLIENT + command).c_str()), 0);
+  std::string shown(4096, '\0');
+  shown.resize(static_cast<std::size_t>(std::max(read(terminal, &shown[0], 4096), ssize_t{0})));
+  ExpectPart(shown, " %  1 frame");
+  EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
   close(terminal);
-  int status = -1;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0) << shown;
-  for (const char* part : {"\rplay  [##", " %  1 frame", "frames/s", " left", "\r\x1b[K"})
-    EXPECT_NE(shown.find(part), std::string::npos) << part << "\n" << shown;
 }
 
 TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
-  ASSERT_EQ(Run("play @demo.zts --pixels gray --png @png").status, 0);
+  Succeed("play @demo.zts --pixels gray --png @png");
   const Bytes yuv = Play("demo.zts").at(3);
   std::vector<int> all(32), left(32);
   for (int i = 0; i < width * height; ++i) {
@@ -327,10 +284,6 @@ TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
   EXPECT_EQ(ReadBytes(Path("plot.png")).at(1), 'P');
   WriteText("mask.json", R"({"Masks": [[0, 0, 8192, 0, 8192, 16384, 0, 16384]]})");
   EXPECT_EQ(barsOf(" --mask @mask.json"), left);
-  for (const char* mask : {"[[0, 0, 5]]", "[[0, 40000]]", "{}", "[0", "7"}) {
-    WriteText("mask.json", mask);
-    ExpectErrors({{"ztinside histogram @png/000003.png --mask @mask.json", "mask.json"}});
-  }
 }
 
 TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
@@ -339,22 +292,14 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
   for (int i = 0; i < 144; i += 3)
     points << i % 12 << ", " << i / 12 << "," << 2 * (i % 12) - i / 12 << ",7\n";
   WriteText("points.csv", points.str());
-  WriteText("wrong.csv", "1,2,\n");
   const std::string command = "triangulate @points.csv --rect 0,0,12,12";
   EXPECT_EQ(Run(command + " --at 4,5 --at 12,13").output, "4,5,3,7\n12,13,0,0\n");
-  EXPECT_EQ(Run(command).output.substr(0, 16), "0,0,0,7\n3,0,6,7\n");
-  EXPECT_NE(Run(command + " --png @field.png").output.find("field.png: -11 to "),
-            std::string::npos);
-  EXPECT_EQ(Run("ztinside mesh @points.csv --rect 0,0,12,12 --out @mesh.png").status, 0);
-  EXPECT_EQ(ReadBytes(Path("field.png")).at(1), 'P');
-  EXPECT_EQ(ReadBytes(Path("mesh.png")).at(1), 'P');
+  EXPECT_TRUE(Run(command).output.starts_with("0,0,0,7\n3,0,6,7\n"));
+  ExpectPart(Run(command + " --png @field.png").output, "field.png: -11 to ");
+  Succeed("ztinside mesh @points.csv --rect 0,0,12,12 --out @mesh.png");
+  for (const char* name : {"field.png", "mesh.png"})
+    EXPECT_EQ(ReadBytes(Path(name)).at(1), 'P');
   EXPECT_NE(ReadBytes(Path("field.png")), ReadBytes(Path("mesh.png")));
-  ExpectErrors({{"triangulate @points.csv", "--rect is required"},
-                {"triangulate @points.csv --rect 0,0,9,9 --at 4", "--at"},
-                {"triangulate @points.csv --rect 0,0,9,9 --at 4,x", "--at"},
-                {"triangulate @points.csv --rect 0,0,5,5,5", "--rect"},
-                {"triangulate @points.csv --rect 0,0,0,9 --png @a", "--rect"},
-                {"triangulate @wrong.csv --rect 0,0,9,9", "wrong.csv:1: is no point"}});
 }
 
 // The exports come from the shared library, what they do not reach from the static twin.
@@ -364,16 +309,13 @@ TEST_F(ClientTest, NoProgramHoldsTheLibraryTwice) {
 }
 
 TEST_F(ClientTest, ADemoWithoutItsNeighbourLeavesThatSectionOut) {
-  std::filesystem::create_directory(Path("alone"));
-  std::filesystem::copy_file(ZTCLIENT, Path("alone/ztclient"));
-  ASSERT_EQ(
-      std::system(("'" + Path("alone/ztclient") + "' demo --frames 12 --size 320x240 --out '" +
-                   Path("alone") + "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'")
-                      .c_str()),
-      0);
-  EXPECT_NE(ReadText("stderr").find("need ztinside beside this program"), std::string::npos);
-  EXPECT_EQ(ReadText("alone/report.html").find("Meters in the picture"), std::string::npos);
-  EXPECT_NE(ReadText("report.html").find("Meters in the picture"), std::string::npos);
+  fs::create_directory(Path("alone"));
+  fs::copy_file(ZTCLIENT, Path("alone/ztclient"));
+  const std::string command = "@alone/ztclient demo --frames 12 --out @alone >@stdout 2>@stderr";
+  EXPECT_EQ(std::system(Expand(command).c_str()), 0);
+  ExpectPart(ReadText("stderr"), "need ztinside beside this program");
+  EXPECT_EQ(Count(ReadText("alone/report.html"), "Meters in the picture"), 0U);
+  ExpectPart(ReadText("report.html"), "Meters in the picture");
 }
 
 }  // namespace

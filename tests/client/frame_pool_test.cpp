@@ -27,33 +27,31 @@ TEST(FramePool, HoldsAllRowsWithoutPadding) {
 
 TEST(FramePool, ReusesAFrameOfTheSameShapeUnlessItsBufferIsStillSeen) {
   CFramePool& pool = CFramePool::Instance();
-  CFrame* first = pool.Allocate(64, 48, ZTLIB_YUV);
-  const std::uint8_t* pixels = first->data[0];
-  pool.Release(first);
-  CFrame* other = pool.Allocate(64, 48, ZTLIB_RGB);
-  EXPECT_NE(other->data[0], pixels);
-  CFrame* again = pool.Allocate(64, 48, ZTLIB_YUV);
-  EXPECT_EQ(again->data[0], pixels);
+  const auto take = [&](int format) {
+    CFrame* const frame = pool.Allocate(64, 48, format);
+    const std::uint8_t* const pixels = frame->data[0];
+    pool.Release(frame);
+    return pixels;
+  };
+  const std::uint8_t* const pixels = take(ZTLIB_YUV);
+  EXPECT_NE(take(ZTLIB_RGB), pixels);
+  EXPECT_EQ(take(ZTLIB_YUV), pixels);
 #if defined(ZTCLIENT_FFMPEG)
+  CFrame* const frame = pool.Allocate(64, 48, ZTLIB_YUV);
   FramePtr seen(av_frame_alloc());
   ASSERT_NE(seen, nullptr);
-  seen->buf[0] = av_buffer_ref(again->buf[0]);
-  pool.Release(again);
-  CFrame* fresh = pool.Allocate(64, 48, ZTLIB_YUV);
-  EXPECT_NE(fresh->data[0], pixels);
-  pool.Release(fresh);
-#else
-  pool.Release(again);
+  seen->buf[0] = av_buffer_ref(frame->buf[0]);
+  pool.Release(frame);
+  EXPECT_NE(take(ZTLIB_YUV), pixels);
 #endif
-  pool.Release(other);
 }
 
 TEST(FramePool, RefusesWhatNoPictureNeeds) {
   CFramePool& pool = CFramePool::Instance();
   constexpr int most = std::numeric_limits<int>::max();
-  for (const auto& [width, height, format] :
-       {std::tuple{0, 10, 1}, std::tuple{10, -1, 1}, std::tuple{10, 10, 9}, std::tuple{10, 10, -1},
-        std::tuple{most, most, 8}, std::tuple{65500, 65500, 2}, std::tuple{1, 8, 4}})
+  constexpr int shapes[][3] = {{0, 10, 1},      {10, -1, 1},       {10, 10, 9}, {10, 10, -1},
+                               {most, most, 8}, {65500, 65500, 2}, {1, 8, 4}};
+  for (const auto& [width, height, format] : shapes)
     EXPECT_EQ(pool.Allocate(width, height, format), nullptr)
         << width << "x" << height << " " << format;
 }

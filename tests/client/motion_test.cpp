@@ -1,60 +1,45 @@
 // Motion as the users of the client meet it: videos in, alarms out.
 #include "tests/client/client_run.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <string>
-
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int side = 62, rows = 48;
 constexpr int boxWidth = 10, boxHeight = 8, boxLeft = 6, boxTop = 20;
 constexpr int first = 40, last = 60, all = 110;  // frames; something moves from first to last
 
-// Ten frames a second of a gray wall; a box crosses the left half of the picture.
-Bytes Clip() {
-  const std::string head = "YUV4MPEG2 W62 H48 F10:1 Ip A1:1 Cmono\n", mark = "FRAME\n";
-  Bytes clip(head.begin(), head.end());
-  for (int frame = 0; frame < all; ++frame) {
-    Bytes picture(side * rows, 90);
-    for (int y = boxTop; y < boxTop + boxHeight && frame >= first && frame < last; ++y)
-      std::memset(&picture[static_cast<std::size_t>(y * side + boxLeft + frame - first)], 200,
-                  boxWidth);
-    clip.insert(clip.end(), mark.begin(), mark.end());
-    clip.insert(clip.end(), picture.begin(), picture.end());
-  }
-  return clip;
-}
-
 class MotionClientTest : public ClientTest {
  protected:
+  // Ten frames a second of a gray wall; a box crosses the left half of the picture.
   void SetUp() override {
     ClientTest::SetUp();
-    WriteBytes(Path("clip.y4m"), Clip());
+    std::string clip = "YUV4MPEG2 W62 H48 F10:1 Ip A1:1 Cmono\n";
+    for (int frame = 0; frame < all; ++frame) {
+      std::string picture(side * rows, 90);
+      for (int y = boxTop; y < boxTop + boxHeight && frame >= first && frame < last; ++y)
+        picture.replace(static_cast<std::size_t>(y * side + boxLeft + frame - first), boxWidth,
+                        boxWidth, '\xC8');
+      clip += "FRAME\n" + picture;
+    }
+    WriteText("clip.y4m", clip);
   }
   [[nodiscard]] nlohmann::json Motion(const std::string& input, const std::string& config,
                                       const std::string& more = "") const {
     WriteText("config.json", config);
-    const CRun run = Run("motion @" + input + " --config @config.json --json @out.json " + more);
-    EXPECT_EQ(run.status, 0) << run.errors;
+    const CRun run =
+        Succeed("motion @" + input + " --config @config.json --json @out.json " + more);
     EXPECT_EQ(run.errors, "");
-    EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'),
-              all + 2 + (run.output.find("\nalarm 1: from ") != std::string::npos));
+    EXPECT_EQ(Count(run.output, "\n"), all + 2 + Count(run.output, "\nalarm 1: from "));
     return nlohmann::json::parse(ReadText("out.json"));
   }
 };
 
 TEST_F(MotionClientTest, AnAlarmHasItsTimeItsPlaceAndItsSize) {
-  ASSERT_EQ(Run("record @clip.y4m @clip.zts --quality 100").status, 0);
+  Succeed("record @clip.y4m @clip.zts --quality 100");
   for (const std::string input : {"clip.y4m", "clip.zts"}) {
     const nlohmann::json result = Motion(input, "{}", "--fps 10 --png @png --video @shown.mkv");
     ASSERT_EQ(result["frames"].size(), std::size_t{all});
-    const nlohmann::json& before = result["frames"][first - 1];
-    EXPECT_EQ(before["percent"], 0.0);
-    EXPECT_EQ(before["detectors"][0]["blobs"].size(), 0U);
+    EXPECT_EQ(result["frames"][first - 1]["percent"], 0.0);
+    EXPECT_EQ(result["frames"][first - 1]["detectors"][0]["blobs"].size(), 0U);
     const nlohmann::json& frame = result["frames"][first];
     EXPECT_EQ(frame["timeMs"], 100 * first);
     EXPECT_EQ(frame["signal"], true);
@@ -69,15 +54,14 @@ TEST_F(MotionClientTest, AnAlarmHasItsTimeItsPlaceAndItsSize) {
     const nlohmann::json& event = result["events"][0];
     EXPECT_EQ(event["startMs"], 100 * first);
     EXPECT_EQ(event["endMs"].get<int>() - event["startMs"].get<int>(), event["lengthMs"]);
-    EXPECT_GE(event["endMs"], 100 * (last - 1) + 3100);
-    EXPECT_LE(event["endMs"], 100 * (last - 1) + 3600);
+    EXPECT_NEAR(event["endMs"], 100 * (last - 1) + 3350, 250);
     EXPECT_LT(event["meanPercent"], event["highestPercent"]);
   }
   EXPECT_EQ(std::distance(fs::directory_iterator(Path("png")), {}), all);
-  ASSERT_EQ(Run("record @shown.mkv @shown.zts").status, 0);
+  Succeed("record @shown.mkv @shown.zts");
   EXPECT_EQ(Info("shown.zts")["totals"]["frames"], all);
   // Still pictures are shown as they are; where the box is they turn red, with a frame of red.
-  ASSERT_EQ(Run("record @png/%06d.png @shown.zts --quality 100").status, 0);
+  Succeed("record @png/%06d.png @shown.zts --quality 100");
   const std::vector<Bytes> shown = Play("shown.zts", 1, side * rows);
   for (const auto& [index, x, y, isRed] : {std::tuple{first - 1, boxLeft + 4, boxTop + 4, false},
                                            {first, boxLeft + 4, boxTop + 4, true},
@@ -93,15 +77,11 @@ TEST_F(MotionClientTest, AnAlarmHasItsTimeItsPlaceAndItsSize) {
 
 TEST_F(MotionClientTest, ReportMarksTheAlarm) {
   WriteText("config.json", R"({"ViolationTimeMs":500,"Configs":[{"MotionPercent":1}]})");
-  ASSERT_EQ(Run("demo @clip.y4m --config @config.json --out @.").status, 0);
+  Succeed("demo @clip.y4m --config @config.json --out @.");
   const std::string html = ReadText("report.html");
-  const std::string row = "<tr><td>1</td><td class=\"n\">0:04.50</td>";
-  for (const char* part : {row.c_str(), "<figcaption>Alarm 1, at 0:0", "comes after 0.5 s"})
-    EXPECT_NE(html.find(part), std::string::npos) << part;
+  ExpectPart(html, "<tr><td>1</td><td class=\"n\">0:04.50</td>");
   // In both plots the alarm is a field from 4.5 s of 10.9 s on.
-  const std::size_t plot = html.find("<rect class=\"span\" x=\"445.");
-  ASSERT_NE(plot, std::string::npos);
-  EXPECT_NE(html.find("<rect class=\"span\" x=\"445.", plot + 1), std::string::npos);
+  EXPECT_EQ(Count(html, "<rect class=\"span\" x=\"445."), 2U);
 }
 
 TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
@@ -118,19 +98,18 @@ TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
       {configs(R"({"MotionPercent":50})"), 0},
       {R"({"GenerateMetadata":false})", 4000}};
   for (const auto& [config, startMs] : cases) {
-    const nlohmann::json result = Motion("clip.y4m", config);
-    ASSERT_EQ(result["events"].size(), startMs > 0 ? 1U : 0U) << config;
-    for (const nlohmann::json& event : result["events"])
-      EXPECT_EQ(event["startMs"], startMs) << config;
+    const nlohmann::json events = Motion("clip.y4m", config)["events"];
+    EXPECT_EQ(events.empty() ? 0 : events[0]["startMs"].get<int>(), startMs) << config;
+    EXPECT_LE(events.size(), 1U) << config;
   }
   // The client counts the same pixels under a crooked mask as the library, at any size.
   const std::string polygons =
       "[100,3000,9000,200,8000,12000,4000,5000,600,11000],[-900,4100,9000,4100,9000,30000,3,7000]";
-  for (const char* width : {"62", "20", "33"}) {
-    const nlohmann::json result =
-        Motion("clip.y4m", configs(masked(polygons + ",[1,1]")), std::string("--width ") + width);
+  for (const int width : {62, 20, 33}) {
+    const nlohmann::json result = Motion("clip.y4m", configs(masked(polygons + ",[1,1]")),
+                                         "--width " + std::to_string(width));
     const int w = result["width"], h = result["height"];
-    EXPECT_EQ(std::to_string(w), width);
+    EXPECT_EQ(w, width);
     int counted = 0;
     for (const nlohmann::json& frame : result["frames"]) {
       int pixels = 0;
@@ -151,24 +130,17 @@ TEST_F(MotionClientTest, ErrorsAreOneLine) {
   const std::string coded = ReadText("demo.zts");
   WriteText("cut.zts", coded.substr(0, coded.size() - 9));
   ExpectErrors({{"motion @missing.avi", "missing.avi: cannot open"},
-                {"motion @missing.zts", "missing.zts: cannot read"},
                 {"motion @cut.zts", "cut.zts: offset "},
                 {"motion @clip.y4m --width 0", "--width"},
-                {"motion @clip.y4m --json @no/a.json", "no/a.json: cannot write"},
                 {"motion @clip.y4m --config @no.json", "no.json: cannot read"},
                 {"motion @clip.y4m --config @bad.json", "bad.json: no JSON"},
                 {"motion @clip.y4m --config @kind.json", "motion detectors refused"},
-                {"tree @bad.json", "bad.json: no JSON"},
                 {"tree @cut.json", "cut.json: offset 0: no element"},
-                {"tree @.", "cannot read"},
                 {"demo --config @key.json", "--config"}});
-  const CRun misspelt = Run("motion @clip.y4m --config @key.json");
-  EXPECT_EQ(misspelt.status, 0);
-  EXPECT_NE(misspelt.errors.find("key.json: Sensitivty is no key"), std::string::npos);
-  ASSERT_EQ(Run("tree @key.json").status, 0);
-  fs::copy(Path("stdout"), Path("key.bin"));
-  EXPECT_EQ(Run("tree --json @key.bin").output, R"({"Configs":[{"Sensitivty":1}]})"
-                                                "\n");
+  ExpectPart(Succeed("motion @clip.y4m --config @key.json").errors,
+             "key.json: Sensitivty is no key");
+  WriteText("key.bin", Succeed("tree @key.json").output);
+  EXPECT_EQ(Run("tree --json @key.bin").output, "{\"Configs\":[{\"Sensitivty\":1}]}\n");
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-#include "tests/support/codec_client.h"
-#include "tests/support/export_fixture.h"
+#include "tests/exports/blobs.h"
 
 #include <stdexcept>
 
 namespace {
 
-using codec_client::Decoder;
-using codec_client::Encoder;
+using namespace blobs;
+using kit::Decoder;
+using kit::Encoder;
 
 // Callbacks of a client that do what nobody expects of them.
 class Callbacks : public ExportTest {
@@ -21,19 +21,9 @@ class Callbacks : public ExportTest {
   }
   // Who reads on gets other pixels.
   static void Release(void* frame) {
-    const auto& old = *static_cast<CTestFrames::Frame*>(frame);
-    std::memset(old.data, 0xEE, CTestFrames::PictureSize(old.width, old.height, old.format));
+    const auto& old = *static_cast<kit::Frame*>(frame);
+    std::ranges::fill(old.Picture(), 0xEE);
     CTestFrames::Release(frame);
-  }
-
-  static bool Load(const Image& image, const Bytes& block) {
-    const ztlib_blob memory{block.data(), block.size()};
-    return ztlib_ztimage_loadFromZTMem(image.get(), &memory);
-  }
-  static Bytes Saved(const Image& image) {
-    Output output;
-    ztlib_ztimage_saveToZTMem(image.get(), &output, Output::Receive);
-    return output.bytes;
   }
 };
 

@@ -1,11 +1,11 @@
-#include "tests/support/codec_client.h"
+#include "tests/kit/codec.h"
 #include "tests/support/export_fixture.h"
 
 #include <pthread.h>
 
 namespace {
 
-using codec_client::Encoder;
+using kit::Encoder;
 
 enum Place { nowhere, inLog, inHandler, inAllocate, inRelease, inOutput };
 

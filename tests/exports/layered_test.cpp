@@ -1,7 +1,6 @@
 // Layered video through the exports, beside a plain decoder and the encoder of the client.
 #include "client/layered/layered_encoder.h"
-#include "tests/support/codec_client.h"
-#include "tests/support/export_fixture.h"
+#include "tests/exports/blobs.h"
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/layered_reference.h"
 
@@ -9,12 +8,20 @@
 
 namespace {
 
-using namespace codec_client;
+using namespace blobs;
+using kit::Decoder;
 
 constexpr int formats[] = {ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY};
 constexpr int scales[] = {1, 2, 4, 8};
 constexpr char layeredSource[] = "main/target/windll/codec/videodecoder_mjpeg_old";
 constexpr char diffSource[] = "main/target/windll/codec/videodecoder_mjpeg_diff_old";
+
+// Where the fields of a layered header lie.
+namespace at {
+constexpr std::size_t base = 16, layer1 = 28, layer3 = 36, baseBytes = 40, layer1Bytes = 52;
+constexpr std::size_t model = 64, layerSize = 80, group = 96, width = 100, height = 104;
+constexpr std::size_t family = 108, quality = 110, end = 112;
+}  // namespace at
 
 void Put(Bytes& bytes, std::size_t at, std::uint32_t value, int size = 4) {
   StoreNumber(bytes, at, value, size);
@@ -22,13 +29,10 @@ void Put(Bytes& bytes, std::size_t at, std::uint32_t value, int size = 4) {
 std::uint32_t Get(const Bytes& bytes, std::size_t at) {
   return ::Get<std::uint32_t>(bytes, at);
 }
-Bytes From(const Bytes& bytes, std::size_t at) {
-  return {bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end()};
-}
 
 // What the plain decoder makes of a coded picture in a new frame.
 Bytes Expected(const Bytes& coded, int width, int height, int scale, int format) {
-  Bytes picture(CTestFrames::PictureSize(width / scale, height / scale, format), 0xA5);
+  Bytes picture(kit::PictureSize(width / scale, height / scale, format), 0xA5);
   layered_reference::Draw(picture, width / scale, height / scale, coded, scale, format);
   return picture;
 }
@@ -42,16 +46,16 @@ Bytes RandomPicture(unsigned seed) {
   const unsigned across = seed % 40 == 0 ? 60 : below(9);
   const unsigned width = 16 * across + below(16), height = 16 * below(4) + below(16);
   const unsigned squares = (width / 16) * (height / 16);
-  Put(coded, 96, below(4) == 0 ? 0xFFFFFFFF : 1 + below(9));
-  Put(coded, 100, width);
-  Put(coded, 104, height);
-  Put(coded, 108, below(2), 2);
-  Put(coded, 110, below(120) - 5, 2);
+  Put(coded, at::group, below(4) == 0 ? 0xFFFFFFFF : 1 + below(9));
+  Put(coded, at::width, width);
+  Put(coded, at::height, height);
+  Put(coded, at::family, below(2), 2);
+  Put(coded, at::quality, below(120) - 5, 2);
   constexpr unsigned perSquare[] = {4, 1, 1, 18, 72, 200};
   for (unsigned stream = 0; stream < 6; ++stream) {
     const unsigned layer = stream < 3 ? 0 : stream - 2;
     if (stream != 1 && stream != 2) {
-      Put(coded, 64 + 4 * layer, static_cast<std::uint32_t>(coded.size()));
+      Put(coded, at::model + 4 * layer, static_cast<std::uint32_t>(coded.size()));
       const unsigned kind = below(8);  // no symbol, one, all alike, powers of two, or any
       for (unsigned i = 0; i < 16; ++i) {
         const unsigned any = below(16) < 9 ? below(500) : 20000 + below(40000);
@@ -70,8 +74,8 @@ Bytes RandomPicture(unsigned seed) {
     // Some streams end early, some behind the end of the frame.
     const unsigned full = squares * perSquare[stream] + (stream == 0 ? 0 : below(40));
     const unsigned count = stream > 0 && below(5) == 0 ? below(full + 1) : full;
-    Put(coded, 16 + 4 * stream, static_cast<std::uint32_t>(coded.size()));
-    Put(coded, 40 + 4 * stream, count);
+    Put(coded, at::base + 4 * stream, static_cast<std::uint32_t>(coded.size()));
+    Put(coded, at::baseBytes + 4 * stream, count);
     for (unsigned left = (count + 7) / 8 + (below(3) == 0 ? 0 : count / 2); left > 0; --left)
       AppendNumber(coded, below(256), 1);
   }
@@ -86,6 +90,16 @@ Bytes Encode(const CLayeredSettings& settings, int width, int height, unsigned s
   CLayeredEncoder encoder(settings);
   return blocks.empty() ? encoder.Encode(planes.Picture())
                         : *encoder.EncodeBlocks(planes.Picture(), blocks);
+}
+// What a layer travels in on its own.
+Bytes Record(std::size_t layer, std::uint32_t format, const Bytes& body) {
+  Bytes record(32);
+  Put(record, 0, 1);
+  Put(record, 4, static_cast<std::uint32_t>(32 + body.size()));
+  Put(record, 16, 4);
+  Put(record, 20, static_cast<std::uint32_t>(layer));
+  Put(record, 24, format);
+  return Joined(record, body);
 }
 CLayeredSettings Differential() {
   CLayeredSettings settings;
@@ -120,7 +134,7 @@ class LayeredExports : public ExportTest {
     ExpectFailure("ztlib_decoder_process", source, text);
   }
   static Bytes Compose(const std::vector<Bytes>& records) {
-    const std::optional<Bytes> frame = JoinLayers(records);
+    const std::optional<Bytes> frame = kit::JoinLayers(records);
     EXPECT_EQ(frame.has_value(), failures.empty());
     return frame.value_or(Bytes());
   }
@@ -145,9 +159,8 @@ TEST_F(LayeredExports, AnyBitsAreWhatThePlainDecoderMakesOfThem) {
     Bytes frame(112);
     for (const std::size_t at : {32, 36})
       Put(frame, at, seed % 3 == 0 ? 64 : Get(coded, 68 + at) / 16 * 16 + seed % 3 / 2 * 16);
-    frame.insert(frame.end(), coded.begin(), coded.end());
     SCOPED_TRACE(seed);
-    ExpectAsPlain(frame);
+    ExpectAsPlain(Joined(frame, coded));
     if (HasFatalFailure()) return;
   }
 }
@@ -159,7 +172,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
   Bytes diff = Encode(Differential(), width, height, 9, blocks);
   // The type of the frame says nothing.
   Put(diff, 72, 5);
-  Bytes none(diff.begin(), diff.begin() + 112);
+  Bytes none = First(diff, FrameHeader::size);
   Put(none, 84, 0);
   for (const int scale : scales)
     for (const int format : formats) {
@@ -186,7 +199,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
       expectPicture(none, base);
       // A new scale comes with the next key frame, which has the new size.
       const int other = 8 / scale;
-      decoder.Configure(CodecConfig().Int("ScaleDown", other));
+      decoder.Configure(kit::Config().Int("ScaleDown", other));
       expectPicture(diff, expected);
       expectPicture(key, Expected(From(key, 112), width, height, other, format));
       EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
@@ -199,8 +212,10 @@ TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
   for (const Bytes& frame : {Encode({}, 80, 48), Encode(Differential(), 80, 48),
                              Encode(Differential(), 80, 48, 2, blocks)}) {
     const std::size_t list = Get(frame, 88), inner = 112 + list;
-    const auto layerAt = [&](std::size_t i) { return inner + Get(frame, inner + 64 + 4 * i); };
-    const auto layerSize = [&](std::size_t i) { return Get(frame, inner + 80 + 4 * i); };
+    const auto layerAt = [&](std::size_t i) {
+      return inner + Get(frame, inner + at::model + 4 * i);
+    };
+    const auto layerSize = [&](std::size_t i) { return Get(frame, inner + at::layerSize + 4 * i); };
     const ztlib_blob blob{frame.data(), frame.size()};
     EXPECT_EQ(ztlib_getLayerCount(&blob), 4);
     std::uint32_t sizes[4] = {};
@@ -209,21 +224,16 @@ TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
     std::size_t total = 128;
     for (std::size_t i = 0; i < 4; ++i) {
       EXPECT_EQ(sizes[i], layerSize(i) + (i == 0 ? list : 0));
-      Bytes expected(32);
-      if (i == 0) expected.insert(expected.end(), frame.begin(), frame.begin() + inner + 112);
-      expected.insert(expected.end(), &frame[layerAt(i)], &frame[layerAt(i)] + layerSize(i));
-      Put(expected, 0, 1);
-      Put(expected, 4, static_cast<std::uint32_t>(expected.size()));
-      Put(expected, 16, 4);
-      Put(expected, 20, static_cast<std::uint32_t>(i));
-      Put(expected, 24, frame[24]);
+      const Bytes body = First(From(frame, layerAt(i)), layerSize(i));
+      const Bytes expected =
+          Record(i, frame[24], i == 0 ? Joined(First(frame, inner + at::end), body) : body);
       EXPECT_EQ(records[i], expected);
 
       // Layers that are not there are named as missing, and all else is as it was.
       total += records[i].size() - 32;
-      Bytes joined(frame.begin(), frame.begin() + layerAt(i) + layerSize(i));
+      Bytes joined = First(frame, layerAt(i) + layerSize(i));
       for (std::size_t missing = i + 1; missing < 4; ++missing)
-        Put(joined, inner + 24 + 4 * missing, 0);
+        Put(joined, inner + at::layer1 + 4 * (missing - 1), 0);
       joined.resize(total);
       EXPECT_EQ(Compose({records.begin(), records.begin() + i + 1}), joined);
       if (frame[24] == ZTLIB_VIDEO_LAYERED) ExpectAsPlain(joined);
@@ -236,37 +246,47 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
   const std::uint32_t blocks[] = {1, 4};
   const Bytes good = Encode({}, 48, 32), key = Encode(Differential(), 48, 32);
   const Bytes diff = Encode(Differential(), 48, 32, 2, blocks);
-  const auto size = static_cast<std::uint32_t>(good.size());
-  constexpr std::uint32_t inner = 112;
-  // The largest scale at which each value is a failure.
-  const std::tuple<std::size_t, std::uint32_t, int> values[] = {{inner + 96, 0, 8},
-                                                                {inner + 16, size, 8},
-                                                                {inner + 40, 23, 8},
-                                                                {inner + 44, 8 * size, 8},
-                                                                {inner + 64, size - inner - 31, 8},
-                                                                {inner + 28, size, 4},
-                                                                {inner + 52, 0xFFFFFFFF, 4},
-                                                                {inner + 72, 0xFFFFFFFF, 2},
-                                                                {inner + 36, 0xFFFFFFF0, 1},
-                                                                {inner + 100, 0xFFFFFFFF, 8}};
-  for (const auto& [at, value, largest] : values)
-    for (const int scale : scales) {
-      Decoder decoder(ZTLIB_YUYV, scale, ZTLIB_VIDEO_LAYERED);
-      Bytes frame = good;
-      Put(frame, at, value);
-      const Image image = NewImage(ZTLIB_GRAY, 3, 1, {7, 8, 9});
-      decoder.Process(image.get(), frame);
-      if (scale > largest) {
+  constexpr std::size_t inner = FrameHeader::size;
+  const auto size = static_cast<std::uint32_t>(good.size() - inner);
+  const auto offset = [&](std::size_t at) { return Get(good, inner + at); };
+  const auto bytesOf = [&](std::size_t bits) {
+    return size - static_cast<std::uint32_t>(bits + 7) / 8;
+  };
+  // The value that is just good, the one that is just a failure, and the largest scale at which it
+  // is; at others a layer is not read.
+  const std::tuple<std::size_t, std::uint32_t, std::uint32_t, int> values[] = {
+      {at::group, 1, 0, 8},
+      {at::width, 63, 64, 8},
+      {at::baseBytes, 24, 23, 8},
+      {at::base, bytesOf(24), bytesOf(24) + 1, 8},
+      {at::baseBytes + 4, 8 * (size - offset(at::base + 4)), 8 * (size - offset(at::base + 4)) + 1,
+       8},
+      {at::model, size - 32, size - 31, 8},
+      {at::model + 4, size - 32, size - 31, 4},
+      {at::model + 12, size - 32, size - 31, 1},
+      {at::layer1, bytesOf(offset(at::layer1Bytes)), bytesOf(offset(at::layer1Bytes)) + 1, 4},
+      {at::layer1Bytes, 8 * (size - offset(at::layer1)), 8 * (size - offset(at::layer1)) + 1, 4},
+      {at::model + 8, 0, 0xFFFFFFFF, 2},
+      {at::layer3, 0, 0xFFFFFFF0, 1}};
+  for (const auto& [at, most, tooMuch, largest] : values)
+    for (const int scale : scales)
+      for (const std::uint32_t value : {most, tooMuch}) {
+        SCOPED_TRACE(testing::Message() << at << ": " << value << " 1/" << scale);
+        Decoder decoder(ZTLIB_YUYV, scale, ZTLIB_VIDEO_LAYERED);
+        Bytes frame = good;
+        Put(frame, inner + at, value);
+        const Image image = NewImage(ZTLIB_GRAY, 3, 1, {7, 8, 9});
+        decoder.Process(image.get(), frame);
+        if (value == tooMuch && scale <= largest) {
+          ExpectRefused(layeredSource, "Invalid range");
+          EXPECT_EQ(BytesOf(image), Bytes({7, 8, 9}));
+        }
         ExpectNoFailure();
-        continue;
       }
-      ExpectRefused(layeredSource, "Invalid range");
-      EXPECT_EQ(BytesOf(image), Bytes({7, 8, 9})) << at;
-    }
 
-  // Pixel formats, tables and scales that are none, in the order in which they count.
+  // Pixel formats, tables and scales that are none, in the order in which they count: pixel format,
+  // width, scale, table family, and the refusal; with none nothing is drawn.
   const char* const impl = "main/target/windll/image/ztimage_impl";
-  // Pixel format, width, scale, table family, and the refusal; with none nothing is drawn.
   const std::tuple<int, int, int, int, const char*, const char*> outcomes[] = {
       {10, 48, 1, 0, "main/lib/base/pixel_format", "Invalid range"},
       {ZTLIB_UYVY, 47, 1, 0, impl, "Invalid range"},
@@ -278,15 +298,14 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
   for (const auto& [format, width, scale, family, source, text] : outcomes) {
     Bytes frame = good;
     Put(frame, 32, static_cast<std::uint32_t>(width));
-    Put(frame, inner + 108, static_cast<std::uint32_t>(family), 2);
+    Put(frame, inner + at::family, static_cast<std::uint32_t>(family), 2);
     Decoder decoder(format, scale, ZTLIB_VIDEO_LAYERED);
     const Image image = NewImage();
     decoder.Process(image.get(), frame);
     if (text)
       ExpectRefused(source, text);
     else
-      EXPECT_EQ(BytesOf(image),
-                Bytes(CTestFrames::PictureSize(48 / scale, 32 / scale, format), 0xA5));
+      EXPECT_EQ(BytesOf(image), Bytes(kit::PictureSize(48 / scale, 32 / scale, format), 0xA5));
     ExpectNoFailure();
   }
 
@@ -296,13 +315,11 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
     const Image image = NewImage();
     decoder.Process(image.get(), video == 0 ? good : key);
     const Bytes before = BytesOf(image);
-    std::vector<Bytes> frames(224 - 26, *whole);
-    for (std::size_t i = 0; i < frames.size(); ++i)
-      frames[i].resize(26 + i);
+    std::vector<Bytes> frames{First(*whole, 26), First(*whole, 111), First(*whole, 223)};
     if (whole == &diff) {
-      frames.resize(frames.size() + 2, diff);
-      Put(frames.back(), 84, 0x7FFFFFFF);
-      Put(frames.end()[-2], 88, 0xFFFFFFFF);
+      frames.resize(5, diff);
+      Put(frames[3], 84, 0x7FFFFFFF);
+      Put(frames[4], 88, 0xFFFFFFFF);
     }
     for (const Bytes& frame : frames) {
       decoder.Process(image.get(), frame);
@@ -313,76 +330,88 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
 }
 
 TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
-  constexpr char compose[] = "ztlib_composeFromLayers", decompose[] = "ztlib_decomposeToLayers";
+  constexpr char decompose[] = "ztlib_decomposeToLayers";
   constexpr char api[] = "main/target/windll/codec_api";
   const Bytes good = Encode({}, 32, 32);
-  std::uint32_t sizes[4] = {1, 2, 3, 4};
-  const auto expectNoSizes = [&](const Bytes& frame) {
+  const auto sizesOf = [](const Bytes& frame) {
+    std::vector<std::uint32_t> sizes{1, 2, 3, 4};
     const ztlib_blob blob{frame.data(), frame.size()};
-    ztlib_getLayerSizes(&blob, sizes);
-    EXPECT_EQ(std::vector<std::uint32_t>(sizes, sizes + 4),
-              std::vector<std::uint32_t>({1, 2, 3, 4}));
+    ztlib_getLayerSizes(&blob, sizes.data());
+    return sizes;
   };
-  std::vector<Bytes> damaged;
-  for (const std::size_t size :
-       {std::size_t{0}, std::size_t{25}, std::size_t{111}, std::size_t{223}, good.size() - 9})
-    damaged.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
-  for (const std::size_t at : {64U, 76U, 80U, 92U}) {
-    damaged.push_back(good);
-    Put(damaged.back(), 112 + at, 0xFFFFFFFF);
-  }
+  // The end of a layer lies at the end of the frame at the most.
+  const auto coded = static_cast<std::uint32_t>(good.size() - FrameHeader::size);
+  const auto with = [&](std::size_t at, std::uint32_t value) {
+    Bytes frame = good;
+    Put(frame, FrameHeader::size + at, value);
+    return frame;
+  };
+  const std::uint32_t room = coded - Get(good, FrameHeader::size + at::model);
+  EXPECT_EQ(Decompose(with(at::layerSize, room))[0].size(), 32U + 224 + room);
+  EXPECT_EQ(sizesOf(with(at::layerSize, room))[0], room);
+  std::vector<Bytes> damaged{with(at::layerSize, room + 1), with(at::layerSize + 12, 0xFFFFFFFF),
+                             with(at::model, 0xFFFFFFFF), with(at::model + 12, 0xFFFFFFFF)};
+  for (const std::size_t size : {26U, 111U, 223U})
+    damaged.push_back(First(good, size));
   for (const Bytes& frame : damaged) {
-    expectNoSizes(frame);
+    EXPECT_EQ(sizesOf(frame), (std::vector<std::uint32_t>{1, 2, 3, 4}));
     Decompose(frame, 0);
     ExpectFailure(decompose, api, "Invalid range");
   }
   Bytes other = good;
   Put(other, 24, 7, 2);
-  expectNoSizes(other);
-  Decompose(other, 0);
-  const ztlib_blob otherBlob{other.data(), other.size()}, empty{nullptr, 0}, bad{nullptr, 5};
-  EXPECT_EQ(ztlib_getLayerCount(&otherBlob), 0);
-  for (const ztlib_blob* blob : {static_cast<const ztlib_blob*>(nullptr), &empty, &bad}) {
-    EXPECT_EQ(ztlib_getLayerCount(blob), 0);
-    ztlib_getLayerSizes(blob, sizes);
-  }
-  ztlib_getLayerSizes(&otherBlob, nullptr);
+  EXPECT_EQ(sizesOf(other)[3], 4U);
+  Decompose(First(other, 26), 0);
+  const Bytes headers = FrameHeader{.format = ZTLIB_VIDEO_LAYERED}.With(Bytes(at::end));
+  EXPECT_EQ(sizesOf(headers), std::vector<std::uint32_t>(4));
+  ExpectNoFailure();
+}
+
+TEST_F(LayeredExports, RecordsAreTakenAsFarAsTheySay) {
+  constexpr char compose[] = "ztlib_composeFromLayers", api[] = "main/target/windll/codec_api";
+  const std::vector<Bytes> records = Decompose(Encode({}, 32, 32));
+  const auto changed = [&](const auto& change) {
+    std::vector<Bytes> copies = records;
+    change(copies);
+    return Compose(copies);
+  };
+  const Bytes whole = Compose(records);
+  // What lies behind the size that a record tells is nobody's.
+  EXPECT_EQ(changed([](auto& r) { r[0].push_back(7), r[3].push_back(7); }), whole);
+  // The first record of format 4 also ends where its layer does, behind both headers; what it had
+  // behind that still counts.
+  Bytes body(FrameHeader::size + 8 + at::end + 5, 1);
+  Put(body, 88, 8);
+  Put(body, FrameHeader::size + 8 + at::layerSize, 3);
+  const Bytes second = Record(1, 4, {9});
+  Bytes expected = Joined(First(body, body.size() - 2), {9});
+  expected.resize(body.size() + 1 + 128);
+  for (const std::size_t at : {at::layer1 + 4, at::layer3})
+    Put(expected, FrameHeader::size + 8 + at, 0);
+  EXPECT_EQ(Compose({Record(0, 4, body), second}), expected);
+  // A layer may be empty, and the headers all that there is.
+  body.resize(FrameHeader::size + 8 + at::end);
+  Put(body, FrameHeader::size + 8 + at::layerSize, 0);
+  EXPECT_EQ(Compose({Record(0, 4, body), Record(1, 4, {})}).size(), body.size() + 128);
+  EXPECT_EQ(Compose({Record(0, 0, Bytes(224))}).size(), 224U + 128);
+  EXPECT_EQ(changed([](auto& r) { Put(r[0], 24, 3); }), Bytes());
   ExpectNoFailure();
 
-  const std::vector<Bytes> records = Decompose(good);
-  std::vector<Bytes> changed = records;
-  Put(changed[0], 24, 3);
-  EXPECT_EQ(Compose(changed), Bytes());
-  ExpectNoFailure();
-  const std::function<void(std::vector<Bytes>&)> damages[] = {
-      [](auto& r) { r.clear(); },
-      [](auto& r) { r.push_back(r[3]); },
-      [](auto& r) { Put(r[0], 4, 255); },
-      [](auto& r) { Put(r[2], 4, 31); },
-      [](auto& r) { r[1].pop_back(); },
-      [](auto& r) { r[3].resize(7); },
-      [](auto& r) { Put(r[0], 24, 4), Put(r[0], 144 + 80, 1U << 30); },
-      [](auto& r) { Put(r[0], 24, 4), Put(r[0], 56, 4 | 1U << 16), Put(r[0], 120, 1U << 30); },
-  };
-  for (const auto& damage : damages) {
-    changed = records;
-    damage(changed);
-    EXPECT_EQ(Compose(changed), Bytes());
+  Bytes tooLarge = body;
+  Put(tooLarge, FrameHeader::size + 8 + at::layerSize, 1);
+  const std::vector<Bytes> refused[] = {{Record(0, 0, Bytes(223))},
+                                        {Record(0, 4, tooLarge)},
+                                        {Record(0, 4, First(body, body.size() - 1))},
+                                        {records[0], First(records[1], records[1].size() - 1)},
+                                        {records[0], First(records[1], 7)},
+                                        {records[0], First(second, 31)}};
+  for (const std::vector<Bytes>& layers : refused) {
+    EXPECT_EQ(Compose(layers), Bytes());
     ExpectFailure(compose, api, "Invalid range");
   }
-  void* users[4] = {};
-  const ztlib_blob blob{good.data(), good.size()};
-  const ztlib_blob* const pointers[] = {&blob, nullptr};
-  const auto expectNull = [&](const char* function) {
-    ExpectFailure(function, api, "Using null-pointer");
-  };
-  for (const int missing : {0, 1, 2}) {
-    ztlib_decomposeToLayers(missing == 0 ? nullptr : &blob, missing == 1 ? nullptr : users,
-                            missing == 2 ? nullptr : Output::Receive);
-    expectNull(decompose);
-    ztlib_composeFromLayers(nullptr, missing == 0 ? nullptr : Output::Receive,
-                            missing == 1 ? nullptr : pointers, 2);
-    expectNull(compose);
+  for (const auto& [at, size] : {std::pair{0, 255}, {2, 31}}) {
+    EXPECT_EQ(changed([&, at = at, size = size](auto& r) { Put(r[at], 4, size); }), Bytes());
+    ExpectFailure(compose, api, "Invalid range");
   }
 }
 

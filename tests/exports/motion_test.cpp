@@ -1,12 +1,10 @@
-#include "tests/support/codec_config.h"
-#include "tests/support/export_fixture.h"
-#include "tests/support/guarded_memory.h"
+#include "tests/exports/blobs.h"
+#include "tests/kit/tree.h"
 #include "tests/support/jpeg_reference.h"
 
 namespace {
 
-constexpr char api[] = "main/target/windll/vca_api";
-constexpr char null[] = "Using null-pointer";
+using namespace blobs;
 
 class MotionExports : public ExportTest {
  protected:
@@ -17,7 +15,7 @@ class MotionExports : public ExportTest {
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     void Configure(int width, int height, bool metadata = true) const {
-      CodecConfig()
+      kit::Config()
           .Bool("GenerateMetadata", metadata)
           .Apply(ztlib_simplemotion_configure, object, width, height);
     }
@@ -42,31 +40,11 @@ class MotionExports : public ExportTest {
   }
 };
 
-TEST_F(MotionExports, NullArguments) {
-  constexpr char configure[] = "ztlib_simplemotion_configure";
-  constexpr char detect[] = "ztlib_simplemotion_detect";
+TEST_F(MotionExports, ResultsFollowTheConfiguration) {
   const Context context;
   const Image image = Scene(false);
-  const ztlib_blob empty{nullptr, 0}, missing{nullptr, 3};
-  ztlib_simplemotion_destroy(nullptr);
-  for (const auto& [object, config] : {std::pair<void*, const ztlib_blob*>(nullptr, &empty),
-                                       {context.object, nullptr},
-                                       {context.object, &missing}}) {
-    ztlib_simplemotion_configure(object, config, 4, 4);
-    ExpectFailure(configure, api, null);
-  }
-  ztlib_simplemotion_configure(context.object, &empty, -4, 4);
-  ExpectFailure(configure, "main/target/windll/image/ztimage_impl", "Invalid range");
-  Output output;
-  const auto fails = [&](void* object, const void* picture, const char* source) {
-    EXPECT_FALSE(ztlib_simplemotion_detect(object, &output, Output::Receive, picture, 0));
-    EXPECT_EQ(output.calls, 0);
-    ExpectFailure(detect, source, null);
-  };
-  fails(nullptr, image.get(), api);
-  fails(context.object, nullptr, api);
-  fails(context.object, NewImage().get(), "main/target/windll/image/ztimage");
   EXPECT_EQ(context.Detect(image, 0), Bytes{0});
+  const ztlib_blob empty{nullptr, 0};
   ztlib_simplemotion_configure(context.object, &empty, 48, 32);
   EXPECT_FALSE(ztlib_simplemotion_detect(context.object, nullptr, nullptr, image.get(), 1));
   EXPECT_GT(context.Detect(image, 2).size(), 48U * 32 / 8 + 48);
@@ -76,64 +54,38 @@ TEST_F(MotionExports, NullArguments) {
   ExpectNoFailure();
 }
 
-// Rows of anything but gray are read at multiples of 4 as far as the picture has bytes, whatever
-// its samples are.
-TEST_F(MotionExports, PicturesOfAllFormatsAreReadWithinTheirBytes) {
-  for (int format = 0; format <= 8; ++format)
-    for (const int width : {16, 48, 49, 50, 51}) {
-      const bool block = format == ZTLIB_YUV420BLOCK;
-      const int columns = block                  ? (width + 15) / 16 * 16
-                          : format == ZTLIB_GRAY ? width
-                                                 : width & ~1;
-      const Context context;
-      context.Configure(columns, 32);
-      const Image still = NewImage(format, columns, 32, {1});
-      for (int i = 0; i < 40; ++i)
-        context.Detect(still, i * 100);
-      EXPECT_FALSE(context.Detect(still, 4100).empty());
-    }
-  // All bytes of a picture without padding count, row ends or not; those behind are black.
-  const Context context;
-  context.Configure(5, 9);
-  const Image still = NewImage(ZTLIB_BOOL8, 5, 9, {0}), moving = NewImage(ZTLIB_BOOL8, 5, 9, {200});
-  const Bytes result = Run(context, still, moving);
-  const std::string name = "DetectPercent";
-  const auto found = std::search(result.begin(), result.end(), name.begin(), name.end());
-  ASSERT_NE(found, result.end());
+// Rows of anything but gray are read at multiples of 4 as far as the picture has bytes, row ends or
+// not; what would lie behind them is black.
+TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
   // 45 bytes are five rows of eight, five of each in the picture, and one of five.
-  const auto at = static_cast<std::size_t>(found - result.begin()) + name.size() + 4;
-  EXPECT_EQ(Get<double>(result, at), 3000.0F / 32);
+  constexpr int shapes[][3] = {{5, 9, 30}, {8, 9, 72}, {5, 3, 10}};
+  for (const auto& [width, height, pixels] : shapes) {
+    const Context context;
+    context.Configure(width, height);
+    const Bytes result = Run(context, NewImage(ZTLIB_BOOL8, width, height, {0}),
+                             NewImage(ZTLIB_BOOL8, width, height, {200}));
+    const auto all = static_cast<float>((width - 1) * (height - 1));
+    EXPECT_EQ(kit::Tree(result).Double("DetectPercent"), static_cast<float>(100 * pixels) / all)
+        << width;
+  }
   ExpectNoFailure();
 }
 
-// A gray picture in memory of its own that ends where nothing may be read; `noise` lies between the
-// rows.
-struct WrappedGray {
-  WrappedGray(const GuardedMemory& memory, const Bytes& pixels, int width, int stride, int lineSize,
-              std::uint8_t noise)
-      : frame(CTestFrames::Make(width, static_cast<int>(pixels.size()) / width, ZTLIB_GRAY)) {
-    std::free(frame->data);
-    const int size = (frame->height - 1) * stride + width;
-    frame->data = memory.Room(static_cast<std::size_t>(size), 0, true);
-    frame->lineSize = lineSize;
-    std::memset(frame->data, noise, static_cast<std::size_t>(size));
-    for (int y = 0; y < frame->height; ++y)
-      std::memcpy(frame->data + y * stride, &pixels[static_cast<std::size_t>(y * width)],
-                  static_cast<std::size_t>(width));
-    image.reset(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame));
-  }
-  ~WrappedGray() { frame->data = nullptr; }
-  WrappedGray(const WrappedGray&) = delete;
-  WrappedGray& operator=(const WrappedGray&) = delete;
-
-  CTestFrames::Frame* frame;
-  codec_client::Image image;
-};
+// A gray picture in memory that ends with its last pixel; `noise` lies between the rows.
+Image WrappedGray(const Bytes& pixels, int width, int stride, int lineSize, std::uint8_t noise) {
+  const int height = static_cast<int>(pixels.size()) / width;
+  const auto size = static_cast<std::size_t>((height - 1) * stride + width);
+  kit::Frame* const frame = CTestFrames::Make(width, height, ZTLIB_GRAY, size);
+  frame->lineSize = lineSize;
+  std::ranges::fill(frame->Picture(), noise);
+  for (int y = 0; y < height; ++y)
+    std::copy_n(&pixels[static_cast<std::size_t>(y * width)], width, frame->data + y * stride);
+  return Image(ztlib_ztimage_create_avframe(ZTLIB_GRAY, frame));
+}
 
 // A picture that the library fills has rows without padding, whatever its frame or the one before
 // it says; rows that a client wraps are padded unless the frame says that they are dense.
 TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
-  const GuardedMemory first(856 * 480), second(856 * 480);
   for (const auto& [width, height] : {std::pair{90, 72}, {854, 480}, {38, 40}, {3, 3}}) {
     const int w = width, h = height;
     const auto run = [&](const Image& still, const Image& moving) {
@@ -149,27 +101,23 @@ TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
       for (int x = 0; x < 3 * w && moves; ++x)
         ycc[static_cast<std::size_t>(x)] = ycc[static_cast<std::size_t>(3 * w * (h - 1) + x)] = 200;
       const Bytes stream = jpeg_reference::Encode(ycc, w, h, {.quality = 100});
-      Output frame;
-      ztlib_copyAndAddHeader(&frame, Output::Receive, stream.data(),
-                             static_cast<std::uint32_t>(stream.size()));
       Image image = padded();
-      codec_client::Decoder(ZTLIB_GRAY).Process(image.get(), frame.bytes);
+      kit::Decoder(ZTLIB_GRAY).Process(image.get(), WithHeader(stream));
       return image;
     };
     const auto loaded = [&](const Image& from) {
-      Output saved;
-      ztlib_ztimage_saveToZTMem(from.get(), &saved, Output::Receive);
-      const ztlib_blob memory{saved.bytes.data(), saved.bytes.size()};
       Image image = padded();
-      EXPECT_TRUE(ztlib_ztimage_loadFromZTMem(image.get(), &memory));
+      EXPECT_TRUE(Load(image, Saved(from)));
       return image;
     };
 
     const Image still = decoded(false), moving = decoded(true);
     const Bytes expected = run(still, moving);
-    const Bytes head = Words(32, {1, w * h / 8 + 48, 0, 0, 0, w, h});
-    const auto bitmap = std::search(expected.begin(), expected.end(), head.begin(), head.end());
-    ASSERT_NE(bitmap, expected.end());
+    Bytes head(32);  // of the bitmap: version, size, and behind three words the size in pixels
+    Put(head, 0, 1), Put(head, 4, w * h / 8 + 48), Put(head, 20, w), Put(head, 24, h);
+    const kit::Tree detectors = kit::Tree(expected).Child("Motions");
+    const Bytes bitmap = kit::Tree(detectors.elements.at(0).value).Binary("Motion");
+    ASSERT_EQ(First(bitmap, head.size()), head);
     for (int i = 0; i < w * h; ++i)
       ASSERT_EQ(bitmap[32 + i / 8] >> i % 8 & 1, i < w || i >= w * (h - 1)) << w << ": " << i;
 
@@ -177,9 +125,9 @@ TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
     const int rounded = (w + 3) / 4 * 4;
     for (const auto& [stride, lineSize] :
          {std::pair{rounded, 0}, {rounded, rounded}, {rounded, 1024}, {w, w}}) {
-      const WrappedGray a(first, BytesOf(still), w, stride, lineSize, 0);
-      const WrappedGray b(second, BytesOf(moving), w, stride, lineSize, 255);
-      EXPECT_TRUE(run(a.image, b.image) == expected) << w << ": " << stride << ", " << lineSize;
+      const Image a = WrappedGray(BytesOf(still), w, stride, lineSize, 0);
+      const Image b = WrappedGray(BytesOf(moving), w, stride, lineSize, 255);
+      EXPECT_TRUE(run(a, b) == expected) << w << ": " << stride << ", " << lineSize;
     }
   }
   ExpectNoFailure();

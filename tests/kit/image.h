@@ -28,10 +28,11 @@ requires std::is_invocable_v<ByteAt, std::size_t>
     frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
   return Image(ztlib_ztimage_create_avframe(format, frame));
 }
-// The same of bytes that are repeated as often as the picture needs.
+// The same of bytes that are repeated as often as the picture needs; of none it is all zeros.
 [[nodiscard]] inline Image NewImage(int format, int width, int height, const Bytes& content) {
-  return NewImage(format, width, height,
-                  [&content](std::size_t i) { return content[i % content.size()]; });
+  return NewImage(format, width, height, [&content](std::size_t i) {
+    return content.empty() ? 0 : content[i % content.size()];
+  });
 }
 
 // The frame of the pool that an image shows, which stays the image's; null for an empty image.

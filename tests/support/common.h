@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/kit/bytes.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -21,7 +23,7 @@
 
 // What tests of all kinds need.
 
-using Bytes = std::vector<std::uint8_t>;
+using kit::Bytes;
 
 // The text of the exception of this class that a call throws.
 template <class Exception = std::exception, class Call>
@@ -70,6 +72,18 @@ inline Bytes NoiseBytes(std::size_t size, unsigned seed = 1) {
   Bytes bytes(size);
   for (std::uint8_t& byte : bytes)
     byte = static_cast<std::uint8_t>(random());
+  return bytes;
+}
+
+// Random bytes with many values at the ends and around the middle, where rounding shows.
+inline Bytes EdgyBytes(std::size_t size) {
+  static std::mt19937 random(20);
+  constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
+  Bytes bytes(size);
+  for (auto& byte : bytes) {
+    const auto value = static_cast<std::uint32_t>(random());
+    byte = value & 0x100 ? edges[value & 7] : static_cast<std::uint8_t>(value);
+  }
   return bytes;
 }
 

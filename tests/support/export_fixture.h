@@ -1,9 +1,13 @@
 #pragma once
 
-#include "include/ztlib.h"
-#include "tests/support/codec_client.h"
+#include "tests/kit/codec.h"
 #include "tests/support/common.h"
 #include "tests/support/test_frames.h"
+
+using kit::BytesOf;
+using kit::FrameOf;
+using kit::Image;
+using kit::NewImage;
 
 // A client of the exports: registers a frame manager, a logger and a handler once, and starts each
 // test with empty records of what they were told.
@@ -11,7 +15,7 @@ class ExportTest : public testing::Test {
  protected:
   using Line = std::pair<int, std::string>;
 
-  CTestFrames frames{ztlib_registerAVFrameMgr};
+  CTestFrames frames;
 
   static inline std::vector<Line> lines;
   static inline std::vector<std::string> failures;
@@ -59,29 +63,6 @@ class ExportTest : public testing::Test {
     EXPECT_TRUE(lines.empty()) << lines.front().second;
   }
 
-  using Image = codec_client::Image;
-  static Image NewImage() { return Image(ztlib_ztimage_create()); }
-
-  // An image around a frame whose bytes are `content`, repeated.
-  static Image NewImage(int format, int width, int height, const Bytes& content) {
-    CTestFrames::Frame* frame = CTestFrames::Make(width, height, format);
-    if (format == ZTLIB_GRAY) frame->lineSize = width;
-    const std::size_t size = CTestFrames::PictureSize(width, height, format);
-    for (std::size_t i = 0; i < size && !content.empty(); ++i)
-      frame->data[i] = content[i % content.size()];
-    return Image(ztlib_ztimage_create_avframe(format, frame));
-  }
-
-  static const CTestFrames::Frame* FrameOf(const Image& image) {
-    return static_cast<const CTestFrames::Frame*>(ztlib_ztimage_get_avframe(image.get()));
-  }
-  static Bytes BytesOf(const Image& image) {
-    const CTestFrames::Frame* frame = FrameOf(image);
-    if (!frame) return {};
-    return {frame->data,
-            frame->data + CTestFrames::PictureSize(frame->width, frame->height, frame->format)};
-  }
-
   // Collects what an export hands out; `calls` counts.
   struct Output {
     Bytes bytes;
@@ -89,8 +70,7 @@ class ExportTest : public testing::Test {
     static void Receive(void* user, const void* data, uint32_t size) {
       auto& self = *static_cast<Output*>(user);
       ++self.calls;
-      const auto* begin = static_cast<const std::uint8_t*>(data);
-      self.bytes.assign(begin, begin + size);
+      kit::Collect(&self.bytes, data, size);
     }
   };
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/kit/bytes.h"
 #include "tests/kit/frames.h"
 #include "tests/kit/pixels.h"
 
@@ -14,7 +15,7 @@
 // Direct calls of libjpeg, the yardstick of the codec's results, and pictures to feed them with.
 namespace jpeg_reference {
 
-using Bytes = std::vector<std::uint8_t>;
+using kit::Bytes;
 
 // Three components a pixel: gradients, noise and hard edges from a fixed seed.
 inline Bytes Scene(int width, int height, std::uint32_t seed = 1) {

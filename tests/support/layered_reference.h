@@ -1,8 +1,8 @@
 #pragma once
 
 #include "client/layered/layered_tables.h"
-#include "include/ztlib.h"
-#include "tests/support/pixel_model.h"
+#include "tests/kit/bytes.h"
+#include "tests/kit/pixels.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@
 // tables are those of the client's encoder, which shares nothing with the library.
 namespace layered_reference {
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace kit;
 using Frequencies = std::array<unsigned, 256>;
 
 inline unsigned Number(const Bytes& bytes, std::size_t at, int size) {

@@ -1,7 +1,7 @@
 #include "client/layered/layered_encoder.h"
 #include "main/lib/calib/calibrator3d.h"
+#include "tests/kit/codec.h"
 #include "tests/support/calibration_tree.h"
-#include "tests/support/codec_client.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
 
@@ -59,36 +59,16 @@ void free(void* memory) {
 
 namespace {
 
-using codec_client::Decoder;
-using codec_client::Encoder;
+using namespace kit;
 
 constexpr int width = 640;
 constexpr int height = 480;
+constexpr int roomOfFrame = width * height * 4;
 
-// Frames that never come from the heap.
-struct Frame {
-  std::uint8_t* data;
-  char unread[96];
-  std::int32_t width;
-  std::int32_t height;
-  bool taken;
-  static void* Allocate(int w, int h, int);
-  static void Release(void* frame) { static_cast<Frame*>(frame)->taken = false; }
-} frames[8];
-std::uint8_t frameMemory[std::size(frames)][width * height * 4];
-
-void* Frame::Allocate(int w, int h, int) {
-  auto* const free = std::find_if(frames, std::end(frames), [](auto& f) { return !f.taken; });
-  *free = {frameMemory[free - frames], {}, w, h, true};
-  return free;
-}
-
-using codec_client::Image;
-
-// A picture whose byte i is `byteAt(i)`.
+// A picture whose byte i is `byteAt(i)`, with room for any of that size.
 template <class ByteAt>
 Image Picture(int format, int columns, int size, ByteAt byteAt) {
-  auto* const frame = static_cast<Frame*>(Frame::Allocate(columns, height, format));
+  Frame* const frame = FramePool::Make(columns, height, format, roomOfFrame);
   for (int i = 0; i < size; ++i)
     frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
   return Image(ztlib_ztimage_create_avframe(format, frame));
@@ -96,7 +76,13 @@ Image Picture(int format, int columns, int size, ByteAt byteAt) {
 
 class Allocation : public testing::Test {
  protected:
-  Allocation() { ztlib_registerAVFrameMgr(Frame::Allocate, Frame::Release, nullptr, 0); }
+  // Frames come from the heap here, and not again.
+  FramePool frames{{.reuse = true}};
+  Allocation() {
+    Image images[8];
+    for (Image& image : images)
+      image = NewImage(ZTLIB_RGB, width, height, {0});
+  }
 
   // The latest frame of an encoder.
   static inline std::uint8_t coded[width * height * 2];
@@ -137,7 +123,7 @@ TEST_F(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
   for (int format : {ZTLIB_GRAY, ZTLIB_RGB, ZTLIB_YUV, ZTLIB_YUYV, ZTLIB_UYVY}) {
     SCOPED_TRACE(format);
     const Encoder encoder(width, height);
-    const Image image = Picture(format, width, sizeof frameMemory[0],
+    const Image image = Picture(format, width, roomOfFrame,
                                 [&](std::size_t i) { return scene[i % scene.size()] / 4; });
     EXPECT_EQ(CallsOfTen([&] { Encode(encoder, image); }), 10);
     ASSERT_GT(codedSize, 112U);
@@ -150,7 +136,7 @@ TEST_F(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
 TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   for (bool advanced : {false, true}) {
     Encoder encoder(width, height, ZTLIB_VIDEO_MJPEGDIFF);
-    encoder.Configure(CodecConfig().Int("RPFrameInterval", 3).Bool("AdvancedProfile", advanced));
+    encoder.Configure(Config().Int("RPFrameInterval", 3).Bool("AdvancedProfile", advanced));
     const auto picture = [](int n) {
       return Picture(ZTLIB_UYVY, width, width * height * 2, [n](int at) {
         const bool object = at % (2 * width) < 200 && at / (2 * width) - 100U < 40U;
@@ -173,11 +159,17 @@ TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   }
 }
 
-// Key and differential frames of both layered formats in turn.
-TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
+// Key and differential frames of both layered formats in turn. The decoders inherit one of JPEG,
+// which would take more blocks than the one of the object.
+TEST_F(Allocation, LayeredVideoTakesFramesOnlyAndNoJpegDecoder) {
   const Bytes scene = jpeg_reference::Scene(width, height);
   const CLayeredPlanes planes(scene.data(), 2 * width, width, height);
   for (bool isDifferential : {false, true}) {
+    const int video = isDifferential ? ZTLIB_VIDEO_LAYEREDDIFF : ZTLIB_VIDEO_LAYERED;
+    const int before = heapCalls;
+    void* decoder = ztlib_decoder_create(video);
+    EXPECT_EQ(heapCalls - before, 1) << video;
+    ztlib_decoder_destroy(&decoder);
     CLayeredSettings settings;
     settings.isDifferential = isDifferential;
     CLayeredEncoder encoder(settings);
@@ -186,17 +178,7 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnly) {
     if (isDifferential) stream.push_back(*encoder.EncodeBlocks(planes.Picture(), blocks));
     for (int scale : {1, 8})
       for (int format : {ZTLIB_RGB, ZTLIB_UYVY})
-        ExpectNoneToDecode(isDifferential ? 4 : 0, format, stream, scale);
-  }
-}
-
-// It inherits a JPEG decoder, which would take more blocks than the one of the object.
-TEST_F(Allocation, LayeredVideoMakesNoJpegDecoder) {
-  for (int video : {0, 4}) {
-    const int before = heapCalls;
-    void* decoder = ztlib_decoder_create(video);
-    EXPECT_EQ(heapCalls - before, 1) << video;
-    ztlib_decoder_destroy(&decoder);
+        ExpectNoneToDecode(video, format, stream, scale);
   }
 }
 
@@ -255,10 +237,8 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
     ztlib_decoder_process(&decoder.object, images[1].get(), frame.data(),
                           static_cast<std::uint32_t>(frame.size()));
     EXPECT_LT(largestBlock, most);
-    const auto* const expected =
-        static_cast<const Frame*>(ztlib_ztimage_get_avframe(images[0].get()));
-    const auto* const picture =
-        static_cast<const Frame*>(ztlib_ztimage_get_avframe(images[1].get()));
+    const auto* const expected = FrameOf(images[0]);
+    const auto* const picture = FrameOf(images[1]);
     ASSERT_NE(picture, nullptr);
     EXPECT_TRUE(
         std::equal(picture->data, picture->data + 64 * 64 * 2 / (scale * scale), expected->data));
@@ -291,7 +271,7 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
     constexpr int columns = width - 3;
     const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
                                                          ztlib_simplemotion_destroy};
-    CodecConfig().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
+    Config().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
     const Image image = Picture(format, columns, 0, [](int) { return 0; });
     std::int64_t time = 0;
     const auto detect = [&] {
@@ -331,7 +311,7 @@ TEST_F(Allocation, EncodersKeepNothingForSizesWithoutPixels) {
     for (const auto& [w, h] : {std::pair(-1, 0), {0, -1}, {-1, 1}, {1, -1}, {-1, -1}}) {
       Encoder encoder(width, height, video);
       largestBlock = 0;
-      encoder.Configure(CodecConfig().Int("Width", w).Int("Height", h));
+      encoder.Configure(Config().Int("Width", w).Int("Height", h));
       EXPECT_LT(largestBlock, std::size_t{1} << 20) << w << ", " << h;
     }
 }
@@ -390,7 +370,7 @@ TEST_F(Allocation, CallsWithoutGuardTakeNoMemory) {
   Decoder decoder(ZTLIB_RGB);
   Encoder encoder(64, 64, ZTLIB_VIDEO_MJPEGDIFF);
   void* const motion = ztlib_simplemotion_create();
-  CodecConfig().Apply(ztlib_simplemotion_configure, motion, width, height);
+  Config().Apply(ztlib_simplemotion_configure, motion, width, height);
   void* const mesh = ztlib_triangulation_create();
   ztlib_triangulation_init(mesh, 0, 0, 9, 9, 1);
   std::uint32_t sizes[4] = {};

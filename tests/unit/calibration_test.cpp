@@ -126,6 +126,7 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
       {{0, 0, 3000, 3000, 100, 6000, 100, 1000}, 5, 88.7F, wrong},  // dented
       {{0, 0, 1, 1, 2, 2, 3, 3}, 5, 88.7F, wrong},
       {{7, 7, 7, 7, 7, 7, 7, 7}, 5, 88.7F, wrong},
+      {{0, 0, 0, 0, 8000, 0, 8000, 0}, 5, 88.7F, wrong},  // two ends without a width
       {sound, 5, 1e9F, ""},
       {{lowest, highest, highest, highest, lowest, lowest, highest, lowest}, 5, 88.7F, ""},
   };
@@ -136,6 +137,14 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
     EXPECT_EQ(TakeLines(), std::vector<std::string>(text.empty() ? 0 : 1, text));
     EXPECT_EQ(table.keys.empty(), !text.empty());
     if (text.empty()) ExpectSound(table);
+  }
+  // Whichever corner is dented.
+  for (std::size_t i = 0; i < 4; ++i) {
+    Corners corners = sound;
+    for (const std::size_t axis : {0U, 1U})
+      corners[2 * i + axis] = (sound[2 * i + axis] + 3 * sound[2 * (3 - i) + axis]) / 4;
+    CTable table;
+    EXPECT_FALSE(Configure(table, corners, 5)) << i;
   }
   // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
   std::mt19937 random(3);
@@ -150,9 +159,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   }
 }
 
-using Point = std::array<double, 2>;
-using Numbers = std::vector<std::pair<Token, double>>;
-using Marks = std::vector<std::array<double, 4>>;
 using Point = std::array<double, 2>;
 
 CPointF ToPoint(const Point& p) {
@@ -227,9 +233,8 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     }
     if (!calibrator.Height(point, top, meters)) return;
     errors[range == 0 ? "heights inside" : "heights anywhere"].push_back(std::abs(meters / up - 1));
-    ASSERT_TRUE(calibrator.Head(point, meters, head));
-    ASSERT_TRUE(calibrator.Height(point, head, meters));
-    ASSERT_TRUE(calibrator.Head(point, meters, back));
+    ASSERT_TRUE(calibrator.Head(point, meters, head) && calibrator.Height(point, head, meters) &&
+                calibrator.Head(point, meters, back));
     errors["heads"].push_back(std::hypot(back.x - head.x, back.y - head.y));
   };
   const auto whereSeen = [](const auto& work) {
@@ -290,7 +295,8 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
       {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
       {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
       {2, {{0.5, 0.1}, {0.5, 0.9}}, 0.015},
-      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06}};
+      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06},
+      {0, {{0.2, 0.5}, {0.8, 0.5}}, 0.001}};  // beside each other, along a side
   for (const auto& [tilt, marks, tolerance] : cases) {
     const CStreet street{3, tilt * std::numbers::pi / 180, 1.1, 0, -2, 12};
     CCalibrator3D calibrator;
@@ -313,8 +319,13 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
     const CData& points = config.Child(Tok::Info).Child(Tok::AdditionalPoints);
     const CPointF r0{static_cast<float>(points.GetInt(Tok::R0x, 0)),
                      static_cast<float>(points.GetInt(Tok::R0y, 0))};
+    EXPECT_EQ(r0.x, config.GetInt(Tok::X0Virtual, 0));  // the first of two that are as near
     CPointF head;
     ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
+    // Beside it, where lines over the ground are level, heads are on one level too.
+    CPointF beside;
+    ASSERT_TRUE(calibrator.Head({8192, r0.y}, 1.8F, beside));
+    EXPECT_NEAR(beside.y, head.y, 1);
     EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
     EXPECT_FALSE(calibrator.Height({8192, 100}, {8192, 50}, meters));
     EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
@@ -360,6 +371,9 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
        {ready2D, wrong, noHeight, unready3D, done}},
       {MarkedTree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
        {ready2D, cheat, wrong, noHeight, unready3D, done}},
+      // Up to the corner of the picture.
+      {MarkedTree({{corner[4], 9000}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}),
+       {some2D, unready3D, done}},
       // From straight above.
       {MarkedTree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
   };
@@ -475,11 +489,9 @@ TEST_F(Calibration, ThreadsMeasureWhileTheComponentCalibrates) {
   const std::shared_ptr<CCalibrator3D> former = component.GetCalibrator();
   std::atomic<bool> stop = false;
   std::thread measuring([&] {
-    CPointF ground;
-    while (!stop) {
-      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground));
-      EXPECT_GT(component.GetCalibrator()->GetConfig().Count(), 10U);
-    }
+    for (CPointF ground; !stop;)
+      EXPECT_TRUE(component.GetCalibrator()->GetGround({7000, 7000}, ground) &&
+                  component.GetCalibrator()->GetConfig().Count() > 10);
   });
   for (int i = 0; i < 20; ++i) {
     component.Calibrate(MarkedTree({}, twoMarks));

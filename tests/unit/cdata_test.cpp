@@ -4,6 +4,9 @@
 #include "tests/support/common.h"
 #include "tests/unit/rich_tree.h"
 
+#include <array>
+#include <string_view>
+
 using namespace ztlib;
 
 namespace {
@@ -124,10 +127,9 @@ TEST(CBinData, WrapsSharesCutsAndResizes) {
 }
 
 TEST(BinDataStream, ReadsTheBlockAndNothingBehindIt) {
-  bindatastream stream("x\n77", 3);
   int number = 0;
-  std::string word;
-  EXPECT_TRUE(stream >> word >> number);
+  bindatastream stream("x\n77", 3);
+  EXPECT_TRUE(stream.ignore(2) >> number);
   EXPECT_EQ(number, 7);
   EXPECT_FALSE(bindatastream(nullptr, 0) >> number);
 }
@@ -143,10 +145,41 @@ TEST(CGuid, ParsesSixteenPairsAndNothingLess) {
   EXPECT_FALSE(CGuid::Parse(nullptr, guid));
   EXPECT_TRUE(CGuid::Parse((text + "} behind").c_str(), guid));
   EXPECT_EQ(guid.ToString(), "{01234567-89AB-CDEF-0011-223344556677}");
-  const CGuid fresh = CGuid::Generate();
-  EXPECT_NE(fresh, CGuid::Generate());
-  EXPECT_EQ(fresh.bytes[6] >> 4, 4);
-  EXPECT_EQ(fresh.bytes[8] >> 6, 2);
+  // All bits are drawn but those of version and variant.
+  std::array<int, 128> counts{};
+  for (int round = 0; round < 100; ++round) {
+    const CGuid fresh = CGuid::Generate();
+    for (int bit = 0; bit < 128; ++bit)
+      counts[bit] += fresh.bytes[bit / 8] >> bit % 8 & 1;
+  }
+  for (int bit = 0; bit < 128; ++bit) {
+    const bool isFixed = (bit >= 52 && bit < 56) || bit == 70 || bit == 71;
+    EXPECT_EQ(counts[bit] % 100 == 0, isFixed) << bit;
+    EXPECT_EQ(counts[bit] == 100, bit == 54 || bit == 71) << bit;
+  }
+}
+
+TEST(TokenTable, EveryRowIsFoundByItsNameAndHasItsHash) {
+  for (Token token = 0; token < TokenCount; ++token) {
+    const std::string_view text = TokenText(token);
+    EXPECT_EQ(TokenOf(text), token) << text;
+    EXPECT_EQ(TokenHash(token), std::hash<std::string_view>()(text)) << text;
+  }
+  std::string name;
+  for (int i = 0; i < 40; ++i, name += static_cast<char>(250 - 37 * i))
+    EXPECT_EQ(NameHash(name), std::hash<std::string>()(name)) << i;
+  // The seed is no secret, so a client can send a name with the hash of another.
+  EXPECT_EQ(NameHash("otherwis\x74\x6b\x66\x04\x83\xc9\xae\x59"), TokenHash(Tok::AbandonedObjects));
+}
+
+TEST(TokenTable, RowsStandWhereTheNumbersSayAndAreSpeltAsOnTheWire) {
+  std::string all;
+  for (Token token = -1; token <= TokenCount; ++token)
+    all += std::string(TokenText(token)) + "\n";
+  EXPECT_EQ(HashOf({all.begin(), all.end()}), 0x7802fa3a47e9453U);
+  EXPECT_EQ(TokenText(Tok::MeltinReduction), "MeltinReduction");
+  for (const std::string_view name : {"config", "Config ", "Confi", "no such name"})
+    EXPECT_EQ(TokenOf(name), 0) << name;
 }
 
 }  // namespace

@@ -2,12 +2,13 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/target/windll/image/ztimage.h"
 #include "main/target/windll/image_convert/image_convert.h"
+#include "tests/kit/pixels.h"
 #include "tests/support/common.h"
 #include "tests/support/guarded_memory.h"
-#include "tests/support/pixel_model.h"
 #include "tests/support/test_frames.h"
 
 using namespace ztlib;
+using namespace kit;
 
 namespace {
 
@@ -275,7 +276,7 @@ void CheckSizes(std::initializer_list<int> wide, int maxDx, int maxDy, std::size
 }
 
 TEST(ImageConvert, CellsFollowTheModel) {
-  const CTestFrames frames(&RegisterFrameManager);
+  const CTestFrames frames;
   CheckSizes<RgbImageView, BayerImageView>({63, 64, 65, 66, 67, 68, 255}, 41, 9);
   CheckSizes<GrayImageView, BayerBlockImageView>({64, 131}, 40, 6);
   CheckSizes<RgbImageView, BayerBlockImageView>({64, 131}, 40, 6);
@@ -303,7 +304,7 @@ TEST(ImageConvert, CellsKeepToSmallerTargets) {
 }
 
 TEST(ImageConvert, SensorToYuyvNamesTheFirstOfItsConditions) {
-  const CTestFrames frames(&RegisterFrameManager);
+  const CTestFrames frames;
   const GuardedMemory memory(4096);
   const std::tuple<int, int, std::size_t, std::size_t, const char*> cases[] = {
       {3, 4, 1, 1, "RGBBayer pic is too small."},

@@ -4,11 +4,15 @@
 #include "main/target/windll/codec/frame_header.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
 #include "main/target/windll/codec/jpeg_encoder.h"
+#include "main/target/windll/codec/layered_picture.h"
+#include "main/target/windll/codec/layers.h"
 #include "main/target/windll/codec/videoencoder_mjpeg.h"
 #include "main/target/windll/image/ztimage.h"
 #include "tests/support/common.h"
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
+
+#include <array>
 
 using namespace ztlib;
 
@@ -18,7 +22,7 @@ constexpr PixelFormat targetFormats[] = {PixelFormat::GRAY, PixelFormat::RGB, Pi
                                          PixelFormat::YUYV, PixelFormat::UYVY};
 
 std::size_t PixelBytes(PixelFormat format, std::size_t pixels) {
-  return CTestFrames::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
+  return kit::PictureSize(static_cast<int>(pixels), 1, static_cast<int>(format));
 }
 
 Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int width, int height,
@@ -33,13 +37,75 @@ Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int
   return pixels;
 }
 
+// Components with these factors, across in tens and down in units, as their samples stand.
+Bytes EncodeComponents(const Bytes& scene, int width, int height, J_COLOR_SPACE space,
+                       const std::array<int, 3>& factors) {
+  jpeg_compress_struct object{};
+  jpeg_error_mgr errors;
+  object.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&object);
+  unsigned char* memory = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&object, &memory, &size);
+  object.image_width = static_cast<JDIMENSION>(width);
+  object.image_height = static_cast<JDIMENSION>(height);
+  object.input_components = 3;
+  object.in_color_space = space;
+  jpeg_set_defaults(&object);
+  jpeg_set_colorspace(&object, space);
+  for (std::size_t i = 0; i < 3; ++i) {
+    object.comp_info[i].h_samp_factor = factors[i] / 10;
+    object.comp_info[i].v_samp_factor = factors[i] % 10;
+  }
+  jpeg_start_compress(&object, TRUE);
+  while (object.next_scanline < object.image_height) {
+    auto* row = const_cast<JSAMPROW>(&scene[std::size_t{object.next_scanline} * width * 3]);
+    jpeg_write_scanlines(&object, &row, 1);
+  }
+  jpeg_finish_compress(&object);
+  Bytes stream(memory, memory + size);
+  jpeg_destroy_compress(&object);
+  std::free(memory);
+  return stream;
+}
+
+// Components of any size among each other, whichever of the roads they take.
+TEST(JpegDecoder, AnySamplingIsWhatLibjpegMakesOfIt) {
+  CJPEGDecoder decoder;
+  constexpr std::array<int, 3> samplings[] = {
+      {22, 11, 11}, {21, 11, 11}, {12, 11, 11}, {11, 11, 11}, {22, 22, 11}, {22, 11, 22},
+      {22, 21, 21}, {22, 12, 12}, {22, 12, 11}, {22, 11, 21}, {11, 22, 22}, {21, 22, 22},
+      {12, 22, 22}, {11, 21, 21}, {11, 12, 12}, {41, 11, 11}, {14, 11, 11}, {42, 11, 11},
+      {24, 11, 11}, {41, 21, 21}, {14, 12, 12}, {31, 11, 11}, {13, 11, 11}};
+  for (const auto& [width, height] :
+       {std::pair(48, 32), {38, 21}, {10, 35}, {6, 9}, {4, 3}, {3, 5}})
+    for (const std::array<int, 3>& factors : samplings) {
+      const Bytes stream =
+          EncodeComponents(jpeg_reference::Scene(width, height), width, height, JCS_YCbCr, factors);
+      for (const int scale : {1, 2, 4, 8})
+        for (const PixelFormat format : {PixelFormat::YUV, PixelFormat::UYVY}) {
+          const int columns = std::max(width / scale / 2 * 2, 2);
+          const int rows = (height + scale - 1) / scale;
+          if (columns > (width + scale - 1) / scale) continue;
+          EXPECT_EQ(Decode(decoder, stream, format, columns, rows, scale),
+                    jpeg_reference::Pixels(stream, static_cast<int>(format), scale, columns, rows))
+              << width << "x" << height << " / " << scale << ": " << factors[0] << " " << factors[1]
+              << " " << factors[2];
+        }
+    }
+  const Bytes red = EncodeComponents(jpeg_reference::Scene(48, 32), 48, 32, JCS_RGB, {11, 11, 11});
+  EXPECT_THROW(Decode(decoder, red, PixelFormat::YUV, 48, 32), int);
+}
+
 TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
   CJPEGDecoder decoder;
-  for (bool fallback : {false, true}) {
-    const jpeg_reference::Style style{.lumaAcross = fallback ? 4 : 2};
-    const Bytes stream = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32, style);
-    const Bytes odd = jpeg_reference::Encode(jpeg_reference::Scene(47, 32), 47, 32, style);
+  for (int across : {2, 4})
     for (PixelFormat format : targetFormats) {
+      const auto encode = [&](int width) {
+        return jpeg_reference::Encode(jpeg_reference::Scene(width, 32), width, 32,
+                                      {.lumaAcross = across});
+      };
+      const Bytes stream = encode(48), odd = encode(47);
       const Bytes whole = Decode(decoder, stream, format, 48, 32);
       constexpr int sizes[][2] = {{48, 32}, {64, 40}, {32, 48}, {24, 64}, {46, 31}, {46, 33},
                                   {48, 10}, {50, 20}, {2, 2},   {0, 0},   {0, 7},   {48, 0}};
@@ -60,11 +126,8 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
       for (int y = 0; y < 32; ++y)
         EXPECT_TRUE(std::equal(&narrow[92 * y], &narrow[92 * y] + 92, &wide[128 * y]));
     }
-  }
 }
 
-// One row more than is wanted is read up to the end of the stream, which may be damaged; of several
-// nothing is read.
 TEST(JpegDecoder, RowsThatNobodyWants) {
   CJPEGDecoder decoder;
   for (int across : {2, 4})
@@ -143,7 +206,7 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
 
 class EncoderMJPEG : public testing::Test {
  protected:
-  CTestFrames frames{RegisterFrameManager};
+  CTestFrames frames;
 
   static void Configure(CVideoEncoderMJPEG& encoder, int width, int height, int quality = 75) {
     CData config;
@@ -161,29 +224,28 @@ class EncoderMJPEG : public testing::Test {
   static void Fill(CZTImage& image, PixelFormat format, int width, int height) {
     image.CreateBySizeInPixels(format, width, height);
     const Bytes scene = jpeg_reference::Scene(width, height);
-    const std::size_t size = CTestFrames::PictureSize(width, height, static_cast<int>(format));
+    const std::size_t size = kit::PictureSize(width, height, static_cast<int>(format));
     for (std::size_t i = 0; i < size; ++i)
       image.GetPtrAs<std::uint8_t>()[i] = scene[i % scene.size()];
   }
 };
 
 TEST_F(EncoderMJPEG, SourcesOfAllFormatsAreEncodedAsTheirConversion) {
-  for (const auto& [width, height] : {std::pair(96, 64), {66, 51}})
-    for (PixelFormat format : targetFormats) {
-      CZTImage image;
-      Fill(image, format, width, height + 1);
-      CVideoEncoderMJPEG encoder;
-      Configure(encoder, width, height);
-      CZTImage yuv;
-      yuv.ConvertOrMap(PixelFormat::YUV, image);
-      const int before = CTestFrames::allocated;
-      const Bytes frame = Encode(encoder, image);
-      EXPECT_EQ(CTestFrames::allocated, before);  // no second picture
-      EXPECT_EQ(frame, Encode(encoder, yuv)) << static_cast<int>(format);
-      // A wider picture is read as one run of its converted pixels.
-      Configure(encoder, width - 2, height);
-      EXPECT_EQ(Encode(encoder, image), Encode(encoder, yuv)) << static_cast<int>(format);
-    }
+  constexpr int width = 66, height = 51;
+  for (PixelFormat format : targetFormats) {
+    CZTImage image, yuv;
+    Fill(image, format, width, height + 1);
+    CVideoEncoderMJPEG encoder;
+    Configure(encoder, width, height);
+    yuv.ConvertOrMap(PixelFormat::YUV, image);
+    const int before = CTestFrames::allocated;
+    const Bytes frame = Encode(encoder, image);
+    EXPECT_EQ(CTestFrames::allocated, before);  // no second picture
+    EXPECT_EQ(frame, Encode(encoder, yuv)) << static_cast<int>(format);
+    // A wider picture is read as one run of its converted pixels.
+    Configure(encoder, width - 2, height);
+    EXPECT_EQ(Encode(encoder, image), Encode(encoder, yuv)) << static_cast<int>(format);
+  }
 }
 
 TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
@@ -201,6 +263,44 @@ TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {
   const Bytes coarse = Encode(encoder, image);
   EXPECT_LT(coarse.size(), frame.size());
   EXPECT_EQ(FrameHeader::Read(coarse).quality, 80);
+}
+
+// What follows the first layer in its record is left out where layers are packed.
+TEST(Layers, TheFirstRecordIsCutToItsLayer) {
+  constexpr std::uint32_t list = 3, layer = 5, more = 7;
+  Bytes first(32 + 224 + list + layer + more, 1), second(32 + 4, 2);
+  for (Bytes* record : {&first, &second})
+    Put(*record, 4, static_cast<std::uint32_t>(record->size()));
+  Put(first, 24, std::int32_t{ZTLIB_VIDEO_LAYEREDDIFF});
+  Put(first, 32 + 88, list);
+  Put(first, 32 + 112 + list + 80, layer);
+  const std::span<const std::uint8_t> records[] = {first, second};
+  const std::optional<Bytes> joined = JoinLayers(records);
+  Bytes expected(first.begin() + 32, first.end() - more);
+  for (const std::size_t at : {32U, 36U})  // layers that are not there
+    Put(expected, 112 + list + at, 0);
+  expected.insert(expected.end(), second.begin() + 32, second.end());
+  expected.resize(first.size() - 32 + 4 + 128);
+  EXPECT_EQ(joined, expected);
+}
+
+TEST(Layers, StreamsHaveABitForEveryByteAtLeast) {
+  constexpr std::uint32_t left = 40;
+  Bytes frame(224 + left);
+  for (const auto& [at, value] : {std::pair(96U, 1U), {100, 16}, {104, 16}, {64, 112}})
+    Put(frame, 112 + at, value);
+  for (std::size_t i = 0; i < 3; ++i) {
+    Put(frame, 112 + 16 + 4 * i, 112U);
+    Put(frame, 112 + 40 + 4 * i, 8 * left);
+  }
+  LayeredPicture picture("main/x");
+  const auto open = [&] { picture.Open(frame, FrameHeader::Read(frame), 1, PixelFormat::RGB); };
+  EXPECT_NO_THROW(open());
+  for (std::size_t i = 0; i < 3; ++i) {
+    Put(frame, 112 + 40 + 4 * i, 8 * left + 1);
+    EXPECT_EQ(MessageOf(open), "Invalid range");
+    Put(frame, 112 + 40 + 4 * i, 8 * left);
+  }
 }
 
 }  // namespace

@@ -30,6 +30,12 @@ struct CUserOf : IService<N> {
   ~CUserOf() override { events.push_back("-" + std::to_string(N)); }
 };
 
+std::string PrintedBy(const std::function<void()>& work) {
+  testing::internal::CaptureStdout();
+  work();
+  return testing::internal::GetCapturedStdout();
+}
+
 TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   auto& repository = CComponentRepository::Instance();
   repository.Register<IService<1>, CService<1>>("One");
@@ -38,22 +44,15 @@ TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   events.clear();
   Get<IService<1>>();
   EXPECT_EQ(Get<IService<2>>(), Get<IService<2>>());
-  testing::internal::CaptureStdout();
-  repository.DeleteAll();
-  testing::internal::GetCapturedStdout();
-  EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1"}));
-  testing::internal::CaptureStdout();
-  repository.DeleteAll();
-  const std::string text = testing::internal::GetCapturedStdout();
+  PrintedBy([&] { repository.DeleteAll(); });
   const std::string critical = "[ComponentRepository] (CRITICAL) Component of '";
-  EXPECT_NE(text.find(critical + "Two' deleted twice!\n" + critical + "Three' deleted twice!\n" +
+  EXPECT_NE(PrintedBy([&] { repository.DeleteAll(); })
+                .find(critical + "Two' deleted twice!\n" + critical + "Three' deleted twice!\n" +
                       critical + "One' deleted twice!\n"),
             std::string::npos);
-
   // The caches were cleared with the components: no dangling pointer is handed out.
-  events.clear();
   Get<IService<1>>();
-  EXPECT_EQ(events, std::vector<std::string>{"+1"});
+  EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1", "+1"}));
 }
 
 // Fails at first: for want of memory, or for another reason.
@@ -73,30 +72,29 @@ TEST(ComponentRepository, OnlyWantOfMemoryIsNotFinal) {
   EXPECT_THROW(Get<IService<22>>(), std::bad_alloc);
   EXPECT_NE(Get<IService<22>>(), nullptr);
   EXPECT_THROW(Get<IService<23>>(), std::exception);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(MessageOf([] { Get<IService<23>>(); }), "Cycle in ComponentCreation");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+  EXPECT_EQ(PrintedBy([] {
+              EXPECT_EQ(MessageOf([] { Get<IService<23>>(); }), "Cycle in ComponentCreation");
+            }),
             "\n\n -= Cycle in ComponentCreation (Other)! =- \n\n");
 }
 
 TEST(ComponentRepository, ReportsWhatIsMissingTwiceOrCircular) {
   auto& repository = CComponentRepository::Instance();
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(TextOf([] { Get<IService<10>>(); }),
-            "Exception [main/lib/base/component_repository:112] - Not registered component!");
-  repository.Register<IService<11>, CUserOf<11, 12>>("Eleven");
-  repository.Register<IService<12>, CUserOf<12, 11>>("Twelve");
-  repository.Register<IService<12>, CService<12>>("Other");
-  EXPECT_EQ(TextOf([] { Get<IService<11>>(); }),
-            "Exception [main/lib/base/component_repository:99] - Cycle in ComponentCreation");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "\n\n -= Not registered component! =- \n\n"
-            "\n-= Already registered component! =-\n"
-            "\n\n -= Cycle in ComponentCreation (Eleven)! =- \n\n");
-  // The failure is final, and it holds no lock.
-  testing::internal::CaptureStdout();
-  EXPECT_THROW(Get<IService<12>>(), CException);
-  testing::internal::GetCapturedStdout();
+  const std::string printed = PrintedBy([&] {
+    EXPECT_EQ(TextOf([] { Get<IService<10>>(); }),
+              "Exception [main/lib/base/component_repository:112] - Not registered component!");
+    repository.Register<IService<11>, CUserOf<11, 12>>("Eleven");
+    repository.Register<IService<12>, CUserOf<12, 11>>("Twelve");
+    repository.Register<IService<12>, CService<12>>("Other");
+    EXPECT_EQ(TextOf([] { Get<IService<11>>(); }),
+              "Exception [main/lib/base/component_repository:99] - Cycle in ComponentCreation");
+    // The failure is final, and it holds no lock.
+    EXPECT_THROW(Get<IService<12>>(), CException);
+  });
+  EXPECT_EQ(printed.find("\n\n -= Not registered component! =- \n\n"
+                         "\n-= Already registered component! =-\n"
+                         "\n\n -= Cycle in ComponentCreation (Eleven)! =- \n\n"),
+            0U);
 }
 
 }  // namespace

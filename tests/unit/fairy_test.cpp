@@ -152,7 +152,10 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
   EXPECT_THROW(target.points.At(1), std::out_of_range);
 
   // Only what has no default, the number and the binary, stays.
+  for (const auto& item : target.GetItems())
+    item.second->changed = false;
   target.SetDefaults();
+  EXPECT_EQ(ChangedItems(target), 13);
   std::string expected = defaults;
   expected.replace(expected.find("Version=i0"), 10, "Version=i7");
   expected.replace(expected.find("Motion=x0"), 9, "Motion=x2");
@@ -261,20 +264,18 @@ TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
   target.SetDefaults();
   EXPECT_EQ(target.number.Get(), 5);
 
-  // Value, default and limits of an item after the clone of another, in part or in full.
+  // Value, default and limits of an item after the clone of another, in part or in full. Limits are
+  // taken, and nothing that breaks them.
   CDataFairyBase owner;
   using Limited = CFairyLimitedNumericItem<long long>;
   const Limited wide(owner, Tok::Fps, 1, 50, 40, 60), wrong(owner, Tok::Fps, 1, 9, 0, 5);
   Limited narrow(owner, Tok::Fps, 1, 1, 0, 5);
-  const auto expect = [&](const Limited& from, bool full, long long value, long long most) {
-    narrow.CloneFrom(from, full);
-    EXPECT_EQ(narrow.Get(), value);
-    EXPECT_EQ(narrow.GetDefault(), value);
+  for (const auto& [from, full, value, most] :
+       {std::tuple(&wide, false, 1, 5), {&wide, true, 50, 60}, {&wrong, true, 50, 5}}) {
+    narrow.CloneFrom(*from, full);
+    EXPECT_TRUE(narrow.Get() == value && narrow.GetDefault() == value);
     EXPECT_EQ(narrow.GetMaximum(), most);
-  };
-  expect(wide, false, 1, 5);
-  expect(wide, true, 50, 60);
-  expect(wrong, true, 50, 5);  // the limits, and nothing that breaks them
+  }
   CEnumeration<Color> few(owner, Tok::Type, 1, Color::Red, {{1, "red", true}});
   for (const bool full : {false, true}) {
     few.CloneFrom(source.color, full);

@@ -21,31 +21,24 @@ struct Frame {
 TEST(ImageCache, ViewsAreThoseOfTheLastFrame) {
   const Frame frame;
   CImageDataCache cache;
-  cache.SetFrame(frame.record);
-  const struct {
-    int level, plane;
-    GrayView view;
-  } cases[] = {{0, planeY, {6, 5, frame.record.luma, 8}},
-               {0, planeUV, {6, 2, frame.record.chroma, 8}},
-               {0, planeU, {}},
-               {0, 4, {}},
-               {1, planeY, {}},
-               {-1, planeUV, {}}};
-  for (const auto& [level, plane, expected] : cases) {
-    const GrayView view = cache.GetPlaneView(level, plane);
-    EXPECT_TRUE(view.width == expected.width && view.height == expected.height &&
-                view.data == expected.data && view.stride == expected.stride)
-        << level << ", " << plane;
+  for (const long long stride : {8, 6}) {
+    FrameRecord record = frame.record;
+    record.stride = stride == 8 ? 0 : stride;
+    cache.SetFrame(record);
+    for (int level = -1; level <= 1; ++level)
+      for (int plane = -1; plane <= 4; ++plane) {
+        const bool isLuma = plane == planeY, isThere = level == 0 && (isLuma || plane == planeUV);
+        const GrayView view = cache.GetPlaneView(level, plane);
+        EXPECT_EQ(view.data, !isThere ? nullptr : isLuma ? record.luma : record.chroma);
+        EXPECT_EQ(view.width, isThere ? 6 : 0);
+        EXPECT_EQ(view.height, !isThere ? 0 : isLuma ? 5 : 2);
+        EXPECT_EQ(view.stride, isThere ? stride : 0) << level << ", " << plane;
+      }
+    EXPECT_EQ(cache.GetImage(0, planeY)->image.GetScanline(), stride);
   }
   EXPECT_EQ(cache.GetSize(1).width, 0);
   EXPECT_EQ(cache.GetLevelForWidth(99999), 0);
   EXPECT_EQ(cache.GetPlanePointer(1), nullptr);
-  FrameRecord dense = frame.record;
-  dense.stride = 6;
-  cache.SetFrame(dense);
-  EXPECT_EQ(cache.GetPlaneView(0, planeY).stride, 6);
-  EXPECT_EQ(cache.GetPlaneView(0, planeUV).stride, 6);
-  EXPECT_EQ(cache.GetImage(0, planeY)->image.GetScanline(), 6);
 }
 
 TEST(ImageCache, PlanesAreSharedUntilTheNextFrame) {

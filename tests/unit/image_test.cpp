@@ -14,7 +14,7 @@ using Gray = TTGray<unsigned char>;
 
 class Images : public testing::Test {
  protected:
-  CTestFrames frames{RegisterFrameManager};
+  CTestFrames frames;
 
   // Pixel n of a gray picture has the value n.
   static CZTImage& Count(CZTImage& image, int width, int height) {
@@ -145,18 +145,6 @@ TEST_F(Images, MapsShareAndSlide) {
   EXPECT_EQ(empty->GetUseCount(), 0);
 }
 
-TEST_F(Images, SizesInOtherFormatsAreTruncated) {
-  CZTImage image;
-  image.CreateBySizeInPixels(PixelFormat::GRAY, 1001, 601);
-  const TCZTImageImpl<Gray> picture(image.GetView<Gray>());
-  const auto tiles = picture.CreateSameSize(PixelFormat::YUV420BLOCK);
-  EXPECT_EQ(tiles->GetDx(), 62);
-  EXPECT_EQ(tiles->GetDy(), 37);
-  EXPECT_EQ(tiles->GetDxInPixels(), 992);
-  EXPECT_EQ(picture.CreateSameSize(PixelFormat::UYVY)->GetRowSize(), 2000);
-  EXPECT_EQ(picture.GetRectInPixels().width, 1001);
-}
-
 TEST_F(Images, WorkingBuffersArePaddedAndCopiedOnWrite) {
   using Buffer = TCImageX<unsigned char, long long>;
   EXPECT_EQ(Buffer(5, 3).GetScanline(), 8);
@@ -176,26 +164,40 @@ TEST_F(Images, WorkingBuffersArePaddedAndCopiedOnWrite) {
 }
 
 TEST_F(Images, BlocksOfATree) {
-  CZTImage image;
+  CZTImage image, loaded;
   Count(image, 6, 3);
   CData tree;
   ToCData(tree, Tok::Image, &image, false);
   ToCData(tree, Tok::Masks, &image, true);
-  CZTImage loaded;
-  loaded.FromBindata(*tree.At(0).value.GetBinary());
-  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 17);
-  loaded.FromBindata(*tree.At(1).value.GetBinary());
-  EXPECT_EQ(loaded.GetPixelFormat(), PixelFormat::BOOL8);
-  EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), 1);
+  for (const std::uint64_t i : {0U, 1U}) {
+    loaded.FromBindata(*tree.At(i).value.GetBinary());
+    EXPECT_EQ(loaded.GetPixelFormat(), i == 0 ? PixelFormat::GRAY : PixelFormat::BOOL8);
+    EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(5, 2), i == 0 ? 17 : 1);
+  }
+  const auto load = [&](const CBinData& block) { loaded.FromBindata(block); };
   EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, nullptr, false); }), "Using null-pointer");
   EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
-  tree.At(1).value.GetBinary()->Data()[0] = 2;
-  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(*tree.At(1).value.GetBinary()); }), "Wrong format");
-  EXPECT_EQ(MessageOf([&] { loaded.FromBindata(CBinData("\1\0", 2)); }),
-            "Invalid or nullptr memory!");
-  loaded.FromBindata(CBinData());
+  EXPECT_EQ(MessageOf([&] { load(CBinData("\2\0\0\0", 4)); }), "Wrong format");
+  EXPECT_EQ(MessageOf([&] { load(CBinData("\1\0", 2)); }), "Invalid or nullptr memory!");
+  // The greatest block, of which no more than the header is looked at, and one that is too great.
+  Bytes header = Words(32, {1, 0, 32, 0, 99});
+  for (const auto& [size, text] :
+       {std::pair(0x7FFFFFFFU, "Wrong format"), {0x80000000U, "Invalid range"}})
+    EXPECT_EQ(MessageOf([&, n = size] { load(CBinData::Wrap(header.data(), n)); }), text);
+  load(CBinData());
   EXPECT_EQ(loaded.GetDx(), 16);
   EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(15, 0), 0);
+
+  // The sizes of pictures that are announced, and not written.
+  for (const int missing : {0, 1}) {
+    auto* const frame = CTestFrames::Make(0, 0, 1);
+    frame->width = 0x7FFFFFFF - 32 + missing;
+    frame->height = 1;
+    CZTImage giant;
+    giant.WrapFrame(PixelFormat::GRAY, frame);
+    EXPECT_EQ(MessageOf([&] { (void)giant.GetSizeOfSavedBody_V1(); }),
+              missing == 0 ? "no exception" : "Invalid range");
+  }
 }
 
 }  // namespace

@@ -115,28 +115,25 @@ TEST(Mask, WorkFollowsWhatPolygonsAdd) {
     return filler.GetCrossingCount();
   };
   const CMaskPolygon triangle = {{0, 0}, {300, 20}, {100, 239}};
-  EXPECT_EQ(crossings({triangle}), 2U * 239);
   EXPECT_EQ(crossings(PolygonList(500, triangle)), 2U * 239);
   EXPECT_EQ(
       crossings({triangle, {{100, 239}, {300, 20}, {0, 0}}, {{-9, 0}, {300, 20}, {100, 999}}}),
       2U * 239);
   // An edge that is passed an even number of times does nothing.
-  CMaskPolygon rounds;
-  for (int round = 1; round <= 101; ++round) {
+  CMaskPolygon rounds = triangle;
+  for (const unsigned passes : {2U, 3U}) {
     rounds.insert(rounds.end(), triangle.begin(), triangle.end());
-    if (round >= 100) {
-      EXPECT_EQ(crossings({rounds}), round % 2 * 2U * 239);
-    }
+    EXPECT_EQ(crossings({rounds}), passes % 2 * 2 * 239);
   }
-
   // Of polygons everywhere, nearly all lie where those before them have been.
   std::mt19937 random{7};
-  PolygonList scattered;
+  const auto point = [&] {
+    return CMaskPoint{static_cast<int>(random() % width), static_cast<int>(random() % height)};
+  };
+  PolygonList scattered(2000);
   std::uint64_t rows = 0;
-  for (int count = 0; count < 2000; ++count) {
-    CMaskPolygon& polygon = scattered.emplace_back();
-    for (int corner = 0; corner < 3; ++corner)
-      polygon.push_back({static_cast<int>(random() % width), static_cast<int>(random() % height)});
+  for (CMaskPolygon& polygon : scattered) {
+    polygon = {point(), point(), point()};
     const auto [low, high] = std::minmax({polygon[0].y, polygon[1].y, polygon[2].y});
     rows += 2 * static_cast<std::uint64_t>(high - low);
   }
@@ -146,34 +143,27 @@ TEST(Mask, WorkFollowsWhatPolygonsAdd) {
 }
 
 TEST(Mask, TreesHoldVirtualCoordinates) {
-  const struct {
-    const char* name;
-    std::vector<std::vector<short>> arrays;
-    Size size;
-    PolygonList polygons;  // the same in pixels
-  } cases[] = {
-      {"none", {}, {9, 7}, {{{0, 0}, {8, 0}, {8, 6}, {0, 6}}}},
-      {"empty and half a point", {{}, {5}}, {9, 7}, {{{0, 0}, {8, 0}, {8, 6}, {0, 6}}}},
-      {"line", {{0, 0, 16384, 16384}}, {160, 120}, {{{0, 0}, {160, 160}}}},
-      {"square by the width, odd value",
-       {{0, 0, 8192, 0, 8192, 8192, 0, 8192, 7}},
+  const PolygonList all{{{0, 0}, {8, 0}, {8, 6}, {0, 6}}};
+  // Arrays of a tree, a size, and the same polygons in pixels.
+  const std::tuple<std::vector<std::vector<short>>, Size, PolygonList> cases[] = {
+      {{}, {9, 7}, all},
+      {{{}, {5}}, {9, 7}, all},  // none, and half a point
+      {{{0, 0, 16384, 16384}}, {160, 120}, {{{0, 0}, {160, 160}}}},
+      // Both ways by the width; a value without its other half.
+      {{{0, 0, 8192, 0, 8192, 8192, 0, 8192, 7}},
        {160, 120},
        {{{0, 0}, {80, 0}, {80, 80}, {0, 80}}}},
-      {"beyond",
-       {{-9000, -32768, 32767, 0, 16384, 16384}},
-       {161, 90},
-       {{{-88, -322}, {322, 0}, {161, 161}}}},
-      {"no size", {{0, 0, 5, 5, 0, 5}}, {0, 0}, {{{0, 0}}}},
-  };
-  for (const auto& c : cases) {
+      {{{-9000, -32768, 32767, 0, 16384, 16384}}, {161, 90}, {{{-88, -322}, {322, 0}, {161, 161}}}},
+      {{{0, 0, 5, 5, 0, 5}}, {0, 0}, {{{0, 0}}}}};
+  for (const auto& [arrays, size, polygons] : cases) {
     CData masks;
-    for (const std::vector<short>& array : c.arrays)
+    for (const std::vector<short>& array : arrays)
       masks.AddShortArray(Tok::Empty, array);
     masks.Append("", CDataValue::OfShortArray(nullptr));
     CMask mask;
-    mask.BuildFromData(masks, c.size);
-    const int width = static_cast<int>(c.size.width), height = static_cast<int>(c.size.height);
-    EXPECT_EQ(PixelsOf(mask), Rasterise(width, height, c.polygons)) << c.name;
+    mask.BuildFromData(masks, size);
+    EXPECT_EQ(PixelsOf(mask),
+              Rasterise(static_cast<int>(size.width), static_cast<int>(size.height), polygons));
   }
 }
 
@@ -222,7 +212,7 @@ void CheckPainting(const CMask& mask, Values... values) {
 }
 
 TEST(Mask, PaintsInsideOrOutside) {
-  const CTestFrames frames(&RegisterFrameManager);
+  const CTestFrames frames;
   const CMask mask = MaskOf(70, 9, {{{0, 0}, {50, 2}, {20, 8}}, {{60, 1}, {69, 1}, {69, 8}}});
   CheckPainting<TTGray<unsigned char>>(mask, std::uint8_t{1});
   CheckPainting<TTYUV<unsigned char>>(mask, std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3});

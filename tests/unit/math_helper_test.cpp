@@ -3,6 +3,8 @@
 #include "main/lib/base/logger.h"
 #include "tests/support/common.h"
 
+#include <optional>
+
 using namespace ztlib;
 
 namespace {
@@ -87,6 +89,7 @@ TEST(Geometry, DistancesAndSides) {
     bool integers, floats;
   } cases[] = {
       {{0, 0}, {10, 0}, {5, -1}, true, true},
+      {{0, 5}, {10, 5}, {5, 4}, true, true},
       {{0, 0}, {10, 0}, {5, 1}, false, false},
       {{0, 0}, {10, 0}, {20, 0}, false, false},
       {{3, 3}, {3, 3}, {5, 9}, false, false},
@@ -105,28 +108,23 @@ TEST(Geometry, DistancesAndSides) {
 TEST(Geometry, PointsOnSegments) {
   Logger().AddStream(new CFunctionLogStream(
       [](int level, const char* text) { logLines.emplace_back(level, text); }));
-  const struct {
-    CPointF a, b, p;
-    std::string text;
-    bool found;
-    CPointF foot;
-  } cases[] = {
-      {{0, 0}, {10, 0}, {4, 0}, "", true, {4, 0}},
-      {{0, 0}, {10, 0}, {4, 2.5f}, "Nincs rajta 0 d = 2.500!\n", false, {}},
-      {{0, 0}, {10, 0}, {-1, 0}, "Nincs rajta 1!\n", false, {}},
-      {{0, 0}, {10, 0}, {11, 0}, "Nincs rajta 2!\n", true, {10, 0}},
-      {{5, 9}, {5, 1}, {5, 0}, "Nincs rajta 2!\n", true, {5, 1}},
-      {{5, 9}, {5, 1}, {5, 9}, "", true, {5, 9}},
-      {{5, 5}, {5, 5}, {5, 5}, "", true, {5, 5}},
-      {{5, 5}, {5, 5}, {5, 4}, "Nincs rajta 1!\n", false, {}},
-  };
-  for (const auto& [a, b, p, text, found, foot] : cases) {
+  // The ends of a segment, a point, how it is told to be off, and the foot if there is one.
+  const std::tuple<CPointF, CPointF, CPointF, const char*, std::optional<CPointF>> cases[] = {
+      {{0, 0}, {10, 0}, {4, 0}, "", CPointF{4, 0}},
+      {{0, 0}, {10, 0}, {4, 2.5f}, "Nincs rajta 0 d = 2.500!\n", {}},
+      {{0, 0}, {10, 0}, {-1, 0}, "Nincs rajta 1!\n", {}},
+      {{0, 0}, {10, 0}, {11, 0}, "Nincs rajta 2!\n", CPointF{10, 0}},
+      {{5, 9}, {5, 1}, {5, 0}, "Nincs rajta 2!\n", CPointF{5, 1}},
+      {{5, 9}, {5, 1}, {5, 9}, "", CPointF{5, 9}},
+      {{5, 5}, {5, 5}, {5, 5}, "", CPointF{5, 5}},
+      {{5, 5}, {5, 5}, {5, 4}, "Nincs rajta 1!\n", {}}};
+  for (const auto& [a, b, p, text, foot] : cases) {
     logLines.clear();
     CPointF out{77, 78};
-    EXPECT_EQ(PointOnSegment(a, b, p, out), found);
-    EXPECT_EQ(logLines, text.empty() ? std::vector<LogLine>{} : std::vector{LogLine(1, text)});
-    EXPECT_EQ(out.x, found ? foot.x : 77);
-    EXPECT_EQ(out.y, found ? foot.y : 78);
+    EXPECT_EQ(PointOnSegment(a, b, p, out), foot.has_value());
+    EXPECT_EQ(logLines, std::vector<LogLine>(*text ? 1 : 0, LogLine(1, text)));
+    EXPECT_EQ(out.x, foot ? foot->x : 77);
+    EXPECT_EQ(out.y, foot ? foot->y : 78);
   }
   CPointF out;
   EXPECT_TRUE(PointOnSegment({0, 0}, {10, 0}, {4, 2.5f}, out, 2.5f));

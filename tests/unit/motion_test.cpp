@@ -132,13 +132,15 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
       const int size = width * rows / 8 + 48;
       ASSERT_EQ(blob.Size(), static_cast<std::size_t>(size));
       EXPECT_EQ(Bytes(blob.Data(), blob.Data() + 32), Words(32, {1, size, 0, 0, 0, width, rows}));
-      int count = 0, inside = 0;
+      int count = 0, inside = 0, insideOfAll = 0;
       for (int bit = 0; bit < width * rows; ++bit) {
         const int x = bit % width, y = bit / width;
         const bool set = motion.GetPtr()[y * motion.GetScanline() + x] != 0;
         ASSERT_EQ((blob.Data()[32 + bit / 8] >> bit % 8 & 1) != 0, set) << width << ": " << bit;
         count += set;
-        inside += set && y < height - 1 && x < (8192 * width + 8192) / 16384;
+        const bool isLeft = x < (8192 * width + 8192) / 16384;
+        inside += set && y < height - 1 && isLeft;
+        insideOfAll += set && y < std::min(rows - 1, 2 * width) && isLeft;
       }
       EXPECT_EQ(percent,
                 static_cast<float>(inside * 100) / static_cast<float>((width - 1) * (height - 1)));
@@ -146,8 +148,7 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
       // The road from the blob, without a mask, and with one for the blob's size.
       const auto of = [=](int part) { return static_cast<float>(part) * 100.0F / (width * rows); };
       EXPECT_EQ(unconfigured.VirtualProcess(ignored, result), of(count));
-      const float again = detector.VirtualProcess(ignored, result);
-      EXPECT_TRUE(rows == height ? again == of(inside) : again > 0) << again;
+      EXPECT_EQ(detector.VirtualProcess(ignored, result), of(insideOfAll));
     }
   ASSERT_EQ(lines.size(), 10U);
   EXPECT_TRUE(lines[0].second.ends_with(": ! IsConfigured()should be false!"));
@@ -156,7 +157,7 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
 TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
   CSingleSimpleMotion detector;
   detector.Configure({}, {40, 25});
-  CData result, item;
+  CData result;
   for (const CData& blob :
        {Blob(80, 40, 25, 2), Blob(80, 40, 25, 1, 1), Blob(80, 40, 25, 1, 0, 156), Blob(80, 0, 25),
         Blob(80, 0x80000000, 0x80000000), Blob(80, 0x7FFFFFFF, 0x7FFFFFFF)}) {
@@ -170,26 +171,35 @@ TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
                   [&] { detector.VirtualProcess(result, Blob(0, 40, 25, 1, 0, size)); }),
               "vector::_M_range_check: __n (which is 35) >= this->size() (which is " +
                   std::to_string(size) + ")");
-  EXPECT_EQ(detector.VirtualProcess(result, item), 0.0F);
+  EXPECT_EQ(detector.VirtualProcess(result, {}), 0.0F);
   ExpectNoFailure();
 }
 
-TEST_F(Motion, ThresholdsOutOfReachAreWarnedOf) {
-  const Line impossible(2, "Alarm signal is not possible in this configuration!");
-  const Line forever(2, "VCA stay in restore forever in this configuration!");
-  const struct {
-    double percent;
-    Size size;
-    int warnings;
-  } cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1}, {150, {160, 120}, 2},
-               {std::nan(""), {9, 9}, 0}, {0.2, {1, 9}, 2},    {0.2, {0, 0}, 0}};
-  for (const auto& c : cases) {
+TEST_F(Motion, ThresholdsHaveALeastAndAreWarnedOfOutOfReach) {
+  // One pixel is too few, two are enough, of a small picture by default and of a large one at least.
+  CData least, result;
+  least.AddDouble(Tok::MotionPercent, 0);
+  for (const bool isLeast : {false, true}) {
+    CSingleSimpleMotion detector;
+    const std::uint32_t width = isLeast ? 200 : 40, height = isLeast ? 600 : 25;
+    for (const int pixels : {1, 2, 1}) {
+      detector.Configure(isLeast ? least : CData(), {width, height});  // ends a signal
+      const CData blob = Blob(pixels, width, height, 1, 0, width * height / 8 + 48);
+      EXPECT_EQ(detector.VirtualProcessAndDecide(result, blob, {0, 0, 1}), pixels == 2) << width;
+    }
+  }
+  // The first warnings, as many as there are.
+  const std::vector<Line> warnings{{2, "Alarm signal is not possible in this configuration!"},
+                                   {2, "VCA stay in restore forever in this configuration!"}};
+  const std::tuple<double, Size, int> cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1},
+                                                 {150, {160, 120}, 2},      {0.2, {1, 9}, 2},
+                                                 {std::nan(""), {9, 9}, 0}, {0.2, {0, 0}, 0}};
+  for (const auto& [percent, size, count] : cases) {
     CSingleSimpleMotion detector;
     CData item;
-    item.AddDouble(Tok::MotionPercent, c.percent);
-    EXPECT_TRUE(detector.Configure(item, c.size));
-    const std::vector<Line> both = {impossible, forever};
-    EXPECT_EQ(lines, std::vector<Line>(both.begin(), both.begin() + c.warnings)) << c.percent;
+    item.AddDouble(Tok::MotionPercent, percent);
+    EXPECT_TRUE(detector.Configure(item, size));
+    EXPECT_EQ(lines, std::vector<Line>(warnings.begin(), warnings.begin() + count)) << percent;
     Forget();
   }
 }
@@ -235,7 +245,9 @@ TEST_F(MotionContext, ResultTree) {
   EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 1.0);
   EXPECT_EQ(result.GetInt(Tok::Version, 0), 0x20000);
   EXPECT_EQ(result.At(4).value.GetTime(), 4100U + epochOffset);
+  EXPECT_FALSE(result.GetBool(Tok::Predicted, true));
   EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Width, 0), 40);
+  EXPECT_EQ(result.Child(Tok::Resolution).GetInt(Tok::Height, 0), 24);
 
   // Nine detectors are eight; their own times count for nothing; each has its threshold.
   CData tree;
@@ -300,7 +312,11 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
   EXPECT_EQ(analysis.Process(output).message, "Detector has not configured!");
   tree.AddLongLong(Tok::RestoreDelayMs, 50);
   tree.AddLongLong(Tok::ViolationTimeMs, 70);
-  tree.AddChild(Tok::Configs).AddChild(Tok::Empty).AddLongLong(Tok::ViolationTimeMs, 1);
+  CData& item =
+      tree.AddChild(Tok::Configs).AddChild(Tok::Empty);  // whose own settings do not count
+  item.AddLongLong(Tok::ViolationTimeMs, 1);
+  item.AddLongLong(Tok::RestoreDelayMs, 1);
+  item.AddBool(Tok::GenerateMetadata, false);
   EXPECT_TRUE(analysis.Configure(tree).Succeeded());
   for (int round = 0; round < 2; ++round) {
     CData exported;
@@ -309,7 +325,9 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
               "Config:8192{ViolationTimeMs:16 RestoreDelayMs:16 GenerateMetadata:1 "
               "Configs:8192{:8192{GenerateMetadata:1 ViolationTimeMs:16 RestoreDelayMs:16 } } } ");
     const CData& child = *exported.Child(Tok::Config).Child(Tok::Configs).At(0).value.GetNode();
+    EXPECT_EQ(analysis.GetConfigurationCopy().Count(), 3U);
     EXPECT_EQ(child.GetLongLong(Tok::ViolationTimeMs, 0), 70);
+    EXPECT_EQ(child.GetLongLong(Tok::RestoreDelayMs, 0), 3000);  // whatever is asked for
     analysis.Process(output);
     analysis.Reset();
   }
@@ -318,8 +336,12 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
   CData& motions = input.AddChild(Tok::Motions);
   for (int i = 0; i < 3; ++i)
     motions.AddChild(Tok::Empty, Blob(800));
-  EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
-  input.AddInt(Tok::Version, 0x10001);
+  for (const std::int32_t version : {0, 0x10000, 0x10001}) {
+    EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
+    EXPECT_EQ(result.Count(), 0U);
+    input.RemoveAll(Tok::Version);
+    input.AddInt(Tok::Version, version);
+  }
   EXPECT_FALSE(analysis.VirtualProcess(result, input, {0, 0, 10}));
   EXPECT_TRUE(analysis.VirtualProcess(result, input, {0, 0, 80}));
   EXPECT_EQ(Shape(result), "Motions:8192{:8192{DetectPercent:32 } :8192{DetectPercent:32 } } ");
@@ -347,6 +369,12 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
     tree.AddString(Tok::DisplayName, "north gate");
     return detector.Configure(tree, false).message;
   };
+  for (const auto& [item, most] : {std::pair(&record.violationTimeMs, 100000),
+                                   {&record.restoreDelayMs, 100000},
+                                   {&detectorRecord.violationTimeMs, 60000000},
+                                   {&detectorRecord.restoreDelayMs, 60000000}})
+    EXPECT_TRUE(item->Contains(0) && item->Contains(most) && !item->Contains(-1) &&
+                !item->Contains(most + 1));
   EXPECT_EQ(configure(1, 2, 9), "0");  // back to the defaults
   EXPECT_EQ(record.violationTimeMs.Get(), 0);
   EXPECT_EQ(configure(0, 3, 8), "");
@@ -359,16 +387,31 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
   EXPECT_EQ(
       lines,
       (std::vector<Line>{{2, "Configuration failed and fallback config invalid! north gate"}}));
-  for (const auto& [fps, interval] :
-       {std::pair<double, std::int64_t>(-1, 0), {25, 40}, {1e-300, latest}, {std::nan(""), 0}}) {
+  for (const auto& [fps, interval] : {std::pair<double, std::int64_t>(-1, 0),
+                                      {25, 40},
+                                      {0x1p-63 * 1000, latest},
+                                      {1e-300, latest},
+                                      {std::nan(""), 0}}) {
     EXPECT_EQ(configure(0, fps, 1), "");
     EXPECT_EQ(detector.GetFrameIntervalMs(), interval) << fps;
   }
 }
 
-TEST_F(Motion, StatesWithoutANameAreErrors) {
-  EXPECT_STREQ(DetectorState::ToText(7), "dsError");
-  EXPECT_EQ(lines, (std::vector<Line>{{1, "Undefined state"}}));
+TEST_F(Motion, NamesOfStatesAndEvents) {
+  std::string states, events;
+  for (std::int32_t value = -1; value <= 7; ++value) {
+    states += DetectorState::ToText(value) + std::string(" ");
+    events += DetectorEventType::ToText(value) + std::string(" ");
+    EXPECT_EQ(DetectorEventType::FromText(DetectorEventType::ToText(value)),
+              value >= 0 && value < 3 ? value : 3);
+  }
+  EXPECT_EQ(states,
+            "dsError dsNotConfigured dsInit dsError dsUnableToOperate dsNormal dsSignal "
+            "dsDisabled dsError ");
+  EXPECT_EQ(events,
+            "detUnknown detSimpleEvent detSignal detRestore detUnknown detUnknown detUnknown "
+            "detUnknown detUnknown ");
+  EXPECT_EQ(lines, std::vector<Line>(2, {1, "Undefined state"}));
 }
 
 }  // namespace

@@ -15,16 +15,9 @@ namespace {
 // libjpeg has no smaller scale.
 constexpr std::uint32_t maxScaleDenominator = 8;
 
-// Rows as libjpeg gives them: four bytes a pixel if it can, else three that are spread here.
-#ifdef JCS_EXTENSIONS
-constexpr bool threeByteRows = false;
+// Rows come in four bytes a pixel, which only libjpeg-turbo gives.
 constexpr J_COLOR_SPACE firstIsRed = JCS_EXT_RGBX;
 constexpr J_COLOR_SPACE firstIsBlue = JCS_EXT_BGRX;
-#else
-constexpr bool threeByteRows = true;
-constexpr J_COLOR_SPACE firstIsRed = JCS_RGB;
-constexpr J_COLOR_SPACE firstIsBlue = JCS_RGB;
-#endif
 
 [[nodiscard]] bool IsPairFormat(PixelFormat format) {
   return format == PixelFormat::YUYV || format == PixelFormat::UYVY;
@@ -33,16 +26,6 @@ constexpr J_COLOR_SPACE firstIsBlue = JCS_RGB;
 [[nodiscard]] std::size_t RowBytes(PixelFormat format, std::uint32_t width) {
   if (format == PixelFormat::GRAY) return width;
   return std::size_t{width} * (IsPairFormat(format) ? 2 : 4);
-}
-
-void SpreadPixels(std::uint8_t* target, const std::uint8_t* from, std::uint32_t count,
-                  bool reversed) {
-  for (std::uint32_t i = 0; i < count; ++i, target += 4, from += 3) {
-    target[0] = from[reversed ? 2 : 0];
-    target[1] = from[1];
-    target[2] = from[reversed ? 0 : 2];
-    target[3] = 255;
-  }
 }
 
 }  // namespace
@@ -108,7 +91,7 @@ bool CJPEGDecoder::ChooseOutput(PixelFormat format) {
     jpeg_calc_output_dimensions(&object);
     if (JpegPlanes::Supports(object)) {
       object.raw_data_out = TRUE;
-    } else if (!threeByteRows && object.jpeg_color_space == JCS_YCbCr) {
+    } else if (object.jpeg_color_space == JCS_YCbCr) {
       // Under a wrong name libjpeg hands the components out as they are, four bytes a pixel.
       object.jpeg_color_space = JCS_RGB;
       object.out_color_space = firstIsRed;
@@ -136,9 +119,9 @@ void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& 
     ReadPlanes(plan);
     if (finish) planes.ReadRest(object);
   } else {
-    scratch.resize(std::max(scratch.size(), 2 * RowBytes(PixelFormat::YUV, object.output_width)));
+    scratch.resize(std::max(scratch.size(), RowBytes(PixelFormat::YUV, object.output_width)));
     ReadScanlines(plan);
-    if (finish && plan.rows < object.output_height) ReadScanline(target.format, scratch.data());
+    if (finish && plan.rows < object.output_height) ReadScanline(scratch.data());
   }
   if (finish)
     jpeg_finish_decompress(&object);
@@ -146,12 +129,8 @@ void CJPEGDecoder::Decode(std::span<const std::uint8_t> data, const JpegTarget& 
     jpeg_abort_decompress(&object);
 }
 
-void CJPEGDecoder::ReadScanline(PixelFormat format, std::uint8_t* target) {
-  const std::uint32_t width = object.output_width;
-  const bool spread = threeByteRows && format != PixelFormat::GRAY;
-  JSAMPROW row = spread ? scratch.data() + RowBytes(PixelFormat::YUV, width) : target;
-  jpeg_read_scanlines(&object, &row, 1);
-  if (spread) SpreadPixels(target, row, width, format == PixelFormat::RGB && !swapRGB);
+void CJPEGDecoder::ReadScanline(std::uint8_t* target) {
+  jpeg_read_scanlines(&object, &target, 1);
 }
 
 void CJPEGDecoder::ReadScanlines(const RowPlan& plan) {
@@ -161,7 +140,7 @@ void CJPEGDecoder::ReadScanlines(const RowPlan& plan) {
   const std::size_t wanted = RowBytes(plan.format, plan.columns);
   const bool direct = !pairs && plan.columns == object.output_width;
   for (std::uint32_t y = 0; y < plan.rows; ++y) {
-    ReadScanline(plan.format, direct ? plan.Row(y) : scratch.data());
+    ReadScanline(direct ? plan.Row(y) : scratch.data());
     if (pairs)
       pack(plan.Row(y), scratch.data(), plan.columns / 2);
     else if (!direct)

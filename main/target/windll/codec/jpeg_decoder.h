@@ -54,7 +54,7 @@ class CJPEGDecoder {
   void Begin(std::span<const std::uint8_t> data);
   // Whether the picture is read as planes.
   bool ChooseOutput(PixelFormat format);
-  void ReadScanline(PixelFormat format, std::uint8_t* target);
+  void ReadScanline(std::uint8_t* target);
   void ReadScanlines(const RowPlan& plan);
   void ReadPlanes(const RowPlan& plan);
 

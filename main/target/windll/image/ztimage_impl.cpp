@@ -98,7 +98,7 @@ std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::ConvertToNew(PixelFormat for
   });
 }
 
-// The same holds for its pixels here.
+// The pixels stay alive as well, because the copy of the view shares them.
 template <class T>
 std::unique_ptr<CZTImageImplBase> TCZTImageImpl<T>::CreateCopy() const {
   const TCZTImageImpl from(view);

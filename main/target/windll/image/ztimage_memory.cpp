@@ -71,7 +71,7 @@ void* CZTImage::SaveToBuff(void* buffer) const {
   std::uint8_t* const body = header + headerSize;
   if (image.GetPixelFormat() == PixelFormat::BOOL8) {
     BitPacker packer(body);
-    // Two thousand million rows of nothing are a legal picture.
+    // A picture without columns may have 2^31 - 1 rows, and a loop over them would take seconds.
     const int rows = image.GetDx() > 0 ? image.GetDy() : 0;
     for (int y = 0; y < rows; ++y)
       packer.Append(static_cast<const std::uint8_t*>(image.GetPtrAt(0, y)),

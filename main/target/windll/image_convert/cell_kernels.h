@@ -19,17 +19,19 @@ struct SensorRows {
   const std::uint8_t* below;
 };
 
-// One row of pixels in a row of tiles, by its addresses in the first tile: its luma in the left
-// half, its U, and the U of the chroma row on its other side, perhaps in another row of tiles.
-// Where the pixels keep the chroma of their own row, `beside` is `chroma`.
+// One row of pixels in a row of tiles. The addresses are those in the first tile: of the row's luma
+// in the left half of the tile, of its U, and of the U of the nearer of the two chroma rows around
+// it, which may lie in another row of tiles. Where the pixels take nothing from a second chroma
+// row, `beside` equals `chroma`.
 struct TileRow {
   const std::uint8_t* luma;
   const std::uint8_t* chroma;
   const std::uint8_t* beside;
 };
 
-// Two rows of pixels that share their chroma, in the same way. The chroma above goes into the upper
-// row, that below into the lower one; null where a row keeps its own.
+// Two rows of pixels that share one row of chroma, by their addresses in the first tile. The chroma
+// row above is blended into the upper row of pixels, the one below into the lower row; null where a
+// row of pixels keeps the shared chroma as it is.
 struct TileRowPair {
   const std::uint8_t* luma;
   const std::uint8_t* chroma;
@@ -47,26 +49,31 @@ struct CellKernels {
   using ToTiles = void (*)(std::uint8_t* luma, std::uint8_t* chroma, const std::uint8_t* upper,
                            const std::uint8_t* lower, std::size_t count);
 
-  // By the parity of the row: even rows are green and red, odd rows blue and green.
+  // One function for even rows of the picture, whose sites are green and red, and one for odd rows,
+  // blue and green.
   Mosaic bayerToRgb[2];   // without the first and the last pixel; `width` is at least 3
   Mosaic bayerToYuyv[2];  // `width` is even and at least 4
 
-  // `count` groups that all have neighbours: the rows begin one group later than they are long.
+  // `count` groups in a row. Each of them has a neighbour on every side: the addresses in `rows`
+  // are those of the second group of the picture's rows.
   Groups blockToGray;
   Groups blockToRgb;
   Groups blockToYuv;
-  // Groups alone, their left and right pixels with that luma (0 or 1) of the group.
+  // Groups at the border, made without their neighbours. `left` and `right` say which luma of the
+  // group, 0 or 1, its left and its right pixel take.
   void (*blockBorderToRgb)(std::uint8_t* target, const std::uint8_t* groups, int left, int right,
                            std::size_t count);
 
-  // Chroma is smoothed inside of each tile, or across the tiles of the row.
+  // Chroma is smoothed inside of each tile (tilesToRgb, tilesToYuv), or across all tiles of the
+  // row.
   Tiles tilesToRgb;
   Tiles tilesToYuv;
   Tiles tilesToYuvAcross;
-  // Chroma is blended three to one with that below, and then with what those pixels have got.
+  // The lower row of pixels gets the shared chroma and that below, three to one; the upper row gets
+  // the same mix with the chroma which the pixels above it have already got.
   TilePairs tilesToYuyv;
   TilePairs tilesToUyvy;
-  // Two rows of pixels to two rows of luma and one of chroma.
+  // Makes two rows of luma and one of chroma from two rows of pixels.
   ToTiles yuvToTiles;
   ToTiles yuyvToTiles;
 

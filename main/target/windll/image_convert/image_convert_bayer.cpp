@@ -23,7 +23,8 @@ bool IsAligned(const void* data) {
 }  // namespace
 
 void Convert(RgbImageView& target, const BayerImageView& source) {
-  // The border is the source's, so the last column of a narrower target is not left out.
+  // The last column is left out because the source has no neighbour there. A target that is
+  // narrower than the source gets its own last column.
   const std::int32_t width = std::min(source.dx, target.dx + 1);
   const std::int32_t bottom = std::min(source.dy - 1, target.dy);
   if (width < 3) return;

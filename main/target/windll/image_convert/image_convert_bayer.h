@@ -8,7 +8,7 @@
 
 namespace ztlib {
 
-// Leaves a border of one pixel.
+// The outermost pixels of the target stay as they are: they lack neighbours.
 void Convert(RgbImageView& target, const BayerImageView& source);
 // Throws if the source is smaller than 4 by 4, has an odd width, or a picture is not aligned to 4.
 void Convert(YuyvImageView& target, const BayerImageView& source);
@@ -27,13 +27,14 @@ namespace ztlib {
 // colour of the rows above and below.
 namespace {
 
-// Colours of one pixel, or of every second pixel in 16-bit numbers.
+// The colours of one pixel, or of every second pixel of a register in numbers of 16 bits. `row` is
+// the colour that shares the row with green, `column` that of the rows above and below.
 template <class T>
 struct RowColours {
   T row, green, column;
 };
 
-// Even rows.
+// Even rows of the picture.
 struct GreenRed {
   static constexpr bool greenFirst = true;
   template <class T>
@@ -45,7 +46,7 @@ struct GreenRed {
     return c.column;
   }
 };
-// Odd rows.
+// Odd rows of the picture.
 struct BlueGreen {
   static constexpr bool greenFirst = false;
   template <class T>
@@ -58,16 +59,18 @@ struct BlueGreen {
   }
 };
 
-// A site, what stands left and right of it in sum, and the same of what stands above and below.
+// What one site is interpolated from: its own value, the sum of its left and right neighbours, what
+// a rule makes of those above and below it (Column), and the sum of that for its left and right
+// neighbours.
 template <class T>
 struct Site {
   T own, sides, column, columnSides;
 };
 
-// RGB truncates sums of all neighbours.
+// The rule for RGB: neighbours are added up, and the mean is truncated.
 struct TruncatedSums {
   static int Column(const SensorRows& rows, std::size_t x) { return rows.above[x] + rows.below[x]; }
-  // Of every second pixel from `x` (0) or `x` + 1 (1) on.
+  // The same for every second pixel, from `x` on (index 0) or from `x` + 1 on (index 1).
   template <int index>
   static V16 Column(const SensorRows& rows, std::size_t x) {
     return WeighByte<index, 1>(LoadVector(rows.above + x)) +
@@ -83,7 +86,8 @@ struct TruncatedSums {
   }
 };
 
-// YUYV rounds, first between the rows above and below.
+// The rule for YUYV: the mean of the rows above and below is rounded first, and then the mean with
+// what stands left and right.
 struct RoundedMeans {
   static int Column(const SensorRows& rows, std::size_t x) {
     return (rows.above[x] + rows.below[x] + 1) >> 1;
@@ -104,7 +108,7 @@ struct RoundedMeans {
   }
 };
 
-// The pixels left (even) and right (odd) in pairs of a row.
+// Two pixels side by side, the left one in an even column.
 template <class T>
 struct PixelPair {
   RowColours<T> left, right;
@@ -145,7 +149,7 @@ void BayerToRgb(Byte* __restrict target, const SensorRows& rows, std::size_t wid
   };
   scalar(1);
   if (width == 3) return;
-  // Columns 2 to width - 2; one is left over if they are odd in number.
+  // Pairs from column 2 on; with an even width the last column is left over.
   ForRange<bytesPerVector / 2>(
       1, (width - 1) / 2,
       [&](std::size_t pair) {
@@ -166,12 +170,13 @@ void BayerToRgb(Byte* __restrict target, const SensorRows& rows, std::size_t wid
   if (width % 2 == 0) scalar(width - 2);
 }
 
-// A sample without the mean of chroma that inner samples have.
+// A packed sample that takes U from its left pixel and V from its right one, where inner samples
+// take the mean of both.
 inline Word SampleOf(Word left, Word right) {
   return Pack(ByteOf(left, 0), ByteOf(left, 1), ByteOf(right, 0), ByteOf(right, 2));
 }
 
-// The first or last four pixels of a row, from nothing but their own columns.
+// The first or last four pixels of a row, interpolated from these four columns alone.
 template <class Row>
 inline void StoreEnd(Byte* target, const SensorRows& rows, std::size_t x) {
   const Byte* const p = rows.own + x;
@@ -196,8 +201,9 @@ inline void StoreEnd(Byte* target, const SensorRows& rows, std::size_t x) {
   Store(target + 2 * x + 4, SampleOf(yuv[2], yuv[3]));
 }
 
-// Of numbers in 16 bits. The sums are those of YuvOfRgb around green: as its weights add up to 256
-// or 0 they take the differences to green, and wrap no further than the results need.
+// YuvOfRgb for numbers of 16 bits. Its weights add up to 256 for Y and to 0 for U and V, so the
+// sums can be taken around green: differences to green are small enough that whatever wraps is not
+// needed.
 struct YuvSums {
   YuvSums(V16 red, V16 green, V16 blue) {
     const V16 r = red - green;
@@ -209,8 +215,8 @@ struct YuvSums {
   V16 y, u, v;
 };
 
-// Widths that leave two columns over end four columns before and give these one sample of one
-// colour.
+// The row ends with four columns that StoreEnd makes. If the width is no multiple of 4, two columns
+// remain behind them: they become one sample of a single colour.
 template <class Row>
 void BayerToYuyv(Byte* __restrict target, const SensorRows& rows, std::size_t width) {
   const std::size_t end = width - width % 4;

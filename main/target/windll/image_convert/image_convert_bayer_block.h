@@ -8,12 +8,13 @@
 
 namespace ztlib {
 
-// Leaves a border of two pixels.
+// The outermost two pixels on each side of the target stay as they are.
 void Convert(GrayImageView& target, const BayerBlockImageView& source);
 void Convert(RgbImageView& target, const BayerBlockImageView& source);
-// Leaves a border of two pixels.
+// The outermost two pixels on each side of the target stay as they are.
 void Convert(YuvImageView& target, const BayerBlockImageView& source);
-// Asks the frame manager for a picture in between: its border, which is not written, shows.
+// Goes over a YUV picture from the frame manager. The border of that picture is not written, so
+// what its memory held is seen in the border of the target.
 void Convert(YuyvImageView& target, const BayerBlockImageView& source);
 
 }  // namespace ztlib
@@ -37,7 +38,8 @@ inline V32 LoadAs(const Byte* p, V32*) {
   return LoadVector(p);
 }
 
-// Top left luma and U, and bottom right luma and V, in the halves.
+// The bytes of a group in the two halves of a word: First has the top left luma and U, Second the
+// bottom right luma and V.
 template <class T>
 inline T First(T group) {
   return group & 0x00ff00ffU;
@@ -47,7 +49,7 @@ inline T Second(T group) {
   return group >> 8 & 0x00ff00ffU;
 }
 
-// A group and its neighbours.
+// A group and the eight groups around it.
 template <class T>
 struct Neighbourhood {
   Neighbourhood(const SensorRows& rows, std::size_t i)
@@ -64,7 +66,8 @@ struct Neighbourhood {
     return LoadAs(row + 4 * i, static_cast<T*>(nullptr));
   }
 
-  // The luma that the group does not store, from the four sites around.
+  // The luma of the two pixels for which the group stores none: the mean of the four stored ones
+  // next to the pixel.
   template <int rounding>
   [[nodiscard]] T TopRightLuma() const {
     return Quarter<rounding>(First(own) + Second(own) + First(right) + Second(above));
@@ -89,10 +92,12 @@ struct FourPixels {
   T topLeft, topRight, bottomLeft, bottomRight;
 };
 
-// Chroma of each pixel is nine parts of its group's, three each of the groups next to it and one of
-// the diagonal one: three to one between rows, and then again between columns.
+// The chroma of a pixel is 9/16 of its own group's, 3/16 of that of each of the two groups next to
+// it and 1/16 of that of the diagonal one. It is blended three to one between rows, and then three
+// to one between columns.
 struct BlockYuv {
-  // Both chroma values of three columns, each in the upper half of its sum.
+  // Chroma of one column of groups, blended between two rows. Each value stands in the upper half
+  // of its word.
   template <class T>
   struct Column {
     Column(T own, T beside)
@@ -118,7 +123,8 @@ struct BlockYuv {
   static TwoVectors Finished(TwoVectors yuv) { return yuv; }
 };
 
-// U lies between groups side by side, V between groups above each other, and nothing is rounded.
+// For RGB, U is interpolated between groups that lie side by side and V between groups above each
+// other. Nothing is rounded.
 struct BlockRgb {
   template <class T>
   static FourPixels<T> Pixels(const Neighbourhood<T>& g) {
@@ -133,7 +139,7 @@ struct BlockRgb {
                      (First(g.belowLeft) + First(g.below) + besideU) >> 2, v),
             Pixel<T>(g.own >> 8 & 0xff, (First(g.below) + u) >> 1, besideV >> 1)};
   }
-  // Chroma stands in the upper halves.
+  // `u` and `v` have the value in their upper halves.
   template <class T>
   static T Pixel(T luma, T u, T v) {
     return luma | (u >> 8 & 0xff00U) | (v & 0xff0000U);
@@ -166,7 +172,7 @@ void BlockToPixels(Byte* __restrict upper, Byte* __restrict lower, const SensorR
       [&](std::size_t i) { step(i, static_cast<Word*>(nullptr)); });
 }
 
-// Pairs of bytes in the lower halves of words.
+// Two gray pixels in the lower half of each word.
 inline void StoreGray(Byte* target, Word pair) {
   const auto bytes = static_cast<std::uint16_t>(pair);
   std::memcpy(target, &bytes, sizeof bytes);

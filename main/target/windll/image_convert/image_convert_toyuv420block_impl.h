@@ -36,7 +36,8 @@ inline void StoreLuma(Byte* target, V32 upper, V32 lower) {
                   reinterpret_cast<const Byte*>(&halves[half]) + 16 * i, 16);
 }
 
-// The two halves of each 128 bits to two places of one tile after the other.
+// Stores the lower 8 bytes of each 128 bits of a register at one place of a tile and the upper 8
+// bytes at another, tile after tile.
 inline void StoreHalves(Byte* target, V32 tiles) {
   for (std::size_t i = 0; i < tilesPerVector; ++i)
     for (std::size_t half = 0; half < 2; ++half)
@@ -119,7 +120,7 @@ void PixelsToTiles(Byte* __restrict luma, Byte* __restrict chroma, const Byte* _
         const V16 uv = Pixels::Chroma(a, b);
         StoreHalves(chroma + tileBytes * tile, (V32)PackToBytes((S16)(uv & 0xff), (S16)(uv >> 8)));
       },
-      // One tile is not worth a register of two.
+      // A single tile is left over where a register takes two.
       [=](std::size_t) {
         for (std::size_t i = 0; i < halfRow; ++i) {
           const TileSample sample = Pixels::Sample(upper, lower, i);

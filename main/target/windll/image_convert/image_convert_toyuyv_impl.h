@@ -103,7 +103,8 @@ void YuvToPairs(Byte* __restrict target, const Byte* __restrict source, std::siz
       });
 }
 
-// Not the way back: it leads over the chroma of single pixels.
+// UYVY to YUYV is no mere exchange of bytes, as the other direction is: it goes over the chroma of
+// single pixels.
 inline void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, std::size_t count) {
   ForInnerRange(
       count,

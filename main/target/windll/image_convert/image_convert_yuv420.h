@@ -36,8 +36,9 @@ constexpr std::size_t planeBytes = 64;  // from one half of luma to the other, a
 constexpr std::size_t tilePixelBytes = 64;
 constexpr std::size_t tilesPerVector = bytesPerVector / 16;
 
-// Where writing will be soon, for as many cache lines. Reading from tile to tile keeps the
-// processor from seeing by itself that the target is written in order. May lie behind the picture.
+// Fetches so many cache lines of the target that will be written soon. The processor does not
+// foresee them, because reading jumps from tile to tile. The address may lie behind the picture: a
+// prefetch cannot fail.
 inline void PrefetchAhead(const Byte* target, std::size_t lines) {
   for (std::size_t i = 0; i < lines; ++i)
     _mm_prefetch(reinterpret_cast<const char*>(target + 2048 + 64 * i), _MM_HINT_T0);
@@ -48,7 +49,7 @@ inline __m128i LoadHalf(const Byte* p) {
 }
 using Eight = std::uint16_t __attribute__((vector_size(16)));
 
-// The sums of eight products each of bytes at `a` and of bytes at `b`.
+// Eight sums of two products: the byte at `a` times its weight and the byte at `b` times its own.
 template <int weightA, int weightB>
 inline Eight Weigh(const Byte* a, const Byte* b) {
 #if defined(__AVX2__)
@@ -64,9 +65,10 @@ inline Eight Weigh(const Byte* a, const Byte* b) {
 #endif
 }
 
-// Chroma of a row, three parts of it and one of the row beside. A pixel's chroma is three parts of
-// that and one part of its neighbour's, in parts of 256: what a pixel at an end keeps of its own is
-// the same with a neighbour that makes up for the difference.
+// Blends chroma in parts of 256. The first step is three parts of a chroma row and one of the row
+// beside it; then a pixel gets three parts of that (added elsewhere) and one part of its
+// neighbour's. The pixel at an end has no neighbour and keeps its own chroma: MakeUp is the value
+// of a neighbour that would give just that.
 inline int Blended(const Byte* chroma, const Byte* beside, std::size_t i) {
   return 48 * chroma[i] + 16 * beside[i];
 }
@@ -77,8 +79,8 @@ inline int MakeUp(const Byte* chroma, const Byte* beside, std::size_t i) {
 template <bool acrossTiles>
 struct TileBuffer {
   static constexpr std::size_t capacity = 65;
-  // Blended chroma of one tile after the other, with a neighbour on either side of the row or of
-  // each tile.
+  // The buffer holds the blended chroma of one tile after the other. If tiles are smoothed alone
+  // each has a neighbour on both its sides (8 + 2 values), otherwise the whole row has.
   static constexpr std::size_t pitch = acrossTiles ? 8 : 10;
 
   void Gather(std::size_t slot, const TileRow& row, std::size_t tile) {
@@ -89,7 +91,7 @@ struct TileBuffer {
       const Eight blended = Weigh<48, 16>(own, beside);
       std::uint16_t* const target = chroma[c] + pitch * slot;
       if constexpr (!acrossTiles) {
-        // The first and the last of these stay on either side of what is stored over them.
+        // Only the first and the last of these remain beside the blended values stored over them.
         const Eight makeUp = Weigh<112, -48>(own, beside);
         std::memcpy(target, &makeUp, sizeof makeUp);
         std::memcpy(target + 2, &makeUp, sizeof makeUp);
@@ -98,7 +100,8 @@ struct TileBuffer {
     }
   }
 
-  // The neighbours of `count` tiles from `tile` on in a row of `tiles`.
+  // Sets the values on both sides of `count` tiles, of which the first is number `tile` in a row of
+  // `tiles`.
   void GatherEnds(const TileRow& row, std::size_t tile, std::size_t count, std::size_t tiles) {
     for (std::size_t c = 0; c < 2; ++c) {
       const auto at = [&](auto value, std::size_t ofTile, std::size_t i) {
@@ -115,7 +118,7 @@ struct TileBuffer {
   std::uint16_t chroma[2][pitch * capacity + 2];
 };
 
-// Lanes of tiles that lie `pitch` apart.
+// A register of chroma, 128 bits from each tile; the tiles lie `pitch` values apart.
 template <std::size_t pitch>
 inline V16 LoadTiles(const std::uint16_t* p) {
 #if defined(__AVX2__)
@@ -126,7 +129,7 @@ inline V16 LoadTiles(const std::uint16_t* p) {
   return (V16)LoadVector(reinterpret_cast<const Byte*>(p));
 }
 
-// Luma of tiles from there on, or of one tile.
+// A row of luma from each tile of a register, or twice from the only tile left.
 inline V8 LoadLuma(const Byte* row, [[maybe_unused]] bool isAlone) {
   const auto tile = [=](std::size_t i) {
     const Byte* const p = row + tileBytes * i;
@@ -139,7 +142,7 @@ inline V8 LoadLuma(const Byte* row, [[maybe_unused]] bool isAlone) {
 #endif
 }
 
-// U or V less a bias, of even and of odd pixels, in parts of 256.
+// U or V of the even and of the odd pixels, less a bias, in parts of 256.
 struct TileChroma {
   template <std::size_t pitch>
   static TileChroma Load(const std::uint16_t* blended, std::size_t toNeighbour, int bias) {
@@ -210,7 +213,8 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   };
   if (tiles < tilesPerVector) {
     if (tiles == 0) return;
-    // One tile: the other half of the register repeats it and goes nowhere.
+    // With a single tile the other half of the register repeats it, and what comes of that is
+    // dropped.
     for (std::size_t slot = 0; slot < tilesPerVector; ++slot)
       buffer.Gather(slot, row, 0);
     if constexpr (acrossTiles) buffer.GatherEnds(row, 0, 1, 1);
@@ -236,7 +240,7 @@ void TilesToPixels(Byte* __restrict target, const TileRow& row, std::size_t tile
   }
 }
 
-// U and V of eight samples in turn: those of the row in the tile, or blended with a row beside.
+// Eight values of U and of V, in turn: as they stand in the tile, or blended with another row.
 template <bool isBlended, int ownWeight, int besideWeight, int rounding>
 inline __m128i SampleChroma(const Byte* own, const Byte* beside, std::size_t offset) {
   if constexpr (isBlended) {
@@ -257,10 +261,11 @@ void StoreRowPairs(Byte* __restrict upper, Byte* __restrict lower, const TileRow
   const Byte* const below = rows.below;
   for (std::size_t tile = 0; tile < tiles; ++tile) {
     const std::size_t offset = tileBytes * tile;
-    // What the pixels above got is blended in: (3 * own + ((3 * above + own + 2) >> 2) + 2) >> 2.
+    // The upper row blends with what the pixels above it got: (3 * own + ((3 * above + own + 2) >>
+    // 2) + 2) >> 2, which is (13 * own + 3 * above + 10) >> 4.
     const __m128i first = SampleChroma<hasAbove, 13, 3, 10>(chroma, above, offset);
     const __m128i second = SampleChroma<hasBelow, 12, 4, 8>(chroma, below, offset);
-    // Both rows of a half.
+    // Two rows of luma, 8 bytes each, lie behind each other in each half of a tile.
     const auto load = [&](std::size_t plane) {
       return _mm_loadu_si128(reinterpret_cast<const __m128i*>(luma + offset + plane));
     };

@@ -193,7 +193,7 @@ inline V32 JoinUpperHalves(S32 low, S32 high) {
 #endif
 }
 
-// Every second word of two registers; what is made of the results goes through InOrder(V32).
+// Every second word of two registers. The words come out in the order that InOrder(V32) repairs.
 template <int order>
 inline V32 ShuffleWords(V32 a, V32 b) {
 #if defined(__AVX2__)
@@ -209,7 +209,7 @@ inline V32 OddWords(V32 a, V32 b) {
   return ShuffleWords<0xDD>(a, b);
 }
 
-// Repairs what is packed twice, or packed from every second word.
+// Repairs the order of what was packed twice, or was packed from every second word.
 inline V32 InOrderTwice(V32 a) {
 #if defined(__AVX2__)
   return __builtin_shufflevector(a, a, 0, 4, 1, 5, 2, 6, 3, 7);
@@ -217,7 +217,7 @@ inline V32 InOrderTwice(V32 a) {
   return a;
 #endif
 }
-// The bytes that are the values of four registers of words, in order.
+// The values of four registers of words, each of which fits into a byte, as bytes in order.
 inline V32 PackWordsToBytes(V32 a, V32 b, V32 c, V32 d) {
   return InOrderTwice((V32)PackToBytes(Pack((S32)a, (S32)b), Pack((S32)c, (S32)d)));
 }
@@ -247,8 +247,9 @@ inline void StorePixels(Byte* p, TwoVectors pixels) {
   StorePixels(p, pixels.first);
   StorePixels(p + bytesPerVector, pixels.second);
 }
-// Pixels that were interleaved within each 128 bits: there the first half of the bits has one run
-// of 16 pixels, the second half the next. `first` are their left eights, `second` their right ones.
+// Stores pixels that were interleaved within each 128 bits: the lower 128 bits come from one run of
+// 16 pixels, the upper ones from the next run. `first` has the left eight pixels of each run,
+// `second` the right eight.
 inline void StoreSixteens(Byte* p, TwoVectors first, TwoVectors second) {
   constexpr std::size_t stepBytes = sizeof(Vector) == 16 ? 16 : 64;
   StorePixels(p, first.first);
@@ -263,7 +264,7 @@ inline void StoreInterleaved(Byte* p, const V32 (&even)[2], const V32 (&odd)[2])
   };
   StoreSixteens(p, eight(0), eight(1));
 }
-// Pixels whose halves are apart.
+// Stores pixels of which `low` has the lower and `high` the upper 16 bits.
 inline void StorePixels(Byte* p, V16 low, V16 high) {
   StorePixels(p, InOrder(InterleaveLow(low, high), InterleaveHigh(low, high)));
 }
@@ -300,7 +301,8 @@ inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scala
   }
   scalar(0);
   const std::size_t last = count - 1 - size;
-  // From the second group on at multiples of the size: aligned rows are met at aligned addresses.
+  // From the second group on, `i` is a multiple of the size, so that rows which begin at aligned
+  // addresses are read and written at aligned addresses.
   for (std::size_t i = 1; i < last; i = (i + size) / size * size)
     vector(i);
   vector(last);

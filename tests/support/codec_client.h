@@ -1,6 +1,0 @@
-#pragma once
-
-#include "tests/kit/codec.h"
-#include "tests/support/codec_config.h"
-
-namespace codec_client = kit;

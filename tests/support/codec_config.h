@@ -1,5 +1,0 @@
-#pragma once
-
-#include "tests/kit/config.h"
-
-using CodecConfig = kit::Config;
