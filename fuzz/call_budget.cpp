@@ -45,6 +45,15 @@ namespace {
 
 std::uint64_t granted = 0;
 
+}  // namespace
+
+void CallBudget::Grant(std::uint64_t bytes) {
+  granted += bytes;
+}
+
+#if defined(ZT_MEASURES_CALLS)
+namespace {
+
 // A motion context keeps 72 bytes a pixel for eight detectors and as much again while sizes change.
 constexpr std::uint64_t bytesPerByte = 200;
 constexpr std::uint64_t freeBytes = std::uint64_t{24} << 20;
@@ -54,11 +63,6 @@ constexpr double freeSeconds = 2;
 
 }  // namespace
 
-void CallBudget::Grant(std::uint64_t bytes) {
-  granted += bytes;
-}
-
-#if defined(ZT_MEASURES_CALLS)
 CallBudget::CallBudget(std::uint64_t given)
     : outerPeak(peak),
       outerBase(inUse),

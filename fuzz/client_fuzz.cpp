@@ -122,8 +122,7 @@ class ClumsyClient {
     // As generous as a client with a screen of 3840 by 2160, for some screens in turn.
     const std::int64_t pixels = std::int64_t{width} * height;
     const std::uint8_t behaviour = Behave();
-    if (behaviour == refuses || pixels > screen || pixelsLeft < pixels) return nullptr;
-    pixelsLeft -= pixels;
+    if (behaviour == refuses || pixels > screen || !Spend(pixels)) return nullptr;
     CallBudget::Grant(PictureSize(width, height, format));
     Frame* const frame = FramePool::Make(width, height, format);
     pictures[frame] = {format, width, height};
@@ -145,6 +144,13 @@ class ClumsyClient {
   static void Receive(void* user, const void* data, std::uint32_t size) {
     if (user) Collect(user, data, size);
     self->Behave();
+  }
+
+  // Of the pixels that all calls of a script may work on together; false where they are used up.
+  bool Spend(std::int64_t pixels) {
+    if (pixels > pixelsLeft) return false;
+    pixelsLeft -= pixels;
+    return true;
   }
 
   // What a step works with.
@@ -225,6 +231,7 @@ class ClumsyClient {
     const int width = Side(), height = Side();
     const std::uint8_t look = in.Byte();
     if (slot.users + slot.readers > 0 || std::int64_t{width} * height > screen / 4) return;
+    if (!Spend(std::max(std::int64_t{width} * height, std::int64_t{0}))) return;
     const bool isSize = width > 0 && height > 0 && format >= 0 && format < 9;
     const bool isDense = look % 2 == 1;
     const int stride = format == ZTLIB_GRAY && !isDense ? (width + 3) / 4 * 4 : width;
@@ -367,6 +374,7 @@ class ClumsyClient {
          p.height % 8 != 0))
       return;  // ends the process
     const Use use(encoder.users), read(image.readers);
+    if (!Spend(std::int64_t{p.width} * p.height)) return;
     const CallBudget budget(WorthOf(image) + 4 * WatchedBytes(encoder.width, encoder.height));
     Bytes frame;
     ztlib_encoder_process(encoder.handle, &frame, Receive, image.handle, key);
@@ -473,12 +481,11 @@ class ClumsyClient {
     const Picture p = PictureOf(image);
     if (std::int64_t{p.width} * p.height > screen / 16) return;
     const Use use(slot.users), read(image.readers);
-    for (int i = 0; i < times; ++i) {
+    for (int i = 0; i < times && Spend(8 * std::int64_t{p.width} * p.height); ++i) {
       const CallBudget budget(4 * WatchedBytes(p.width, p.height));
       Bytes result;
       ztlib_simplemotion_detect(slot.handle, &result, i % 8 == 7 ? nullptr : Receive, image.handle,
                                 time + i * std::int64_t{99});
-      if (pixelsLeft < 0) break;
     }
   }
 
@@ -552,7 +559,7 @@ class ClumsyClient {
   Bytes plan;  // the next behaviour last
   int depth = 0;
   bool failed = false;
-  std::int64_t pixelsLeft = 3 * screen;
+  std::int64_t pixelsLeft = 2 * screen;
   std::map<const void*, Picture> pictures;  // of the frames that the library has
   std::array<Slot, 6> images;
   std::array<Slot, 3> decoders;

@@ -10,7 +10,6 @@ using kit::Encoder;
 
 constexpr char process[] = "ztlib_decoder_process";
 constexpr char encode[] = "ztlib_encoder_process";
-constexpr std::uint32_t headerSize = FrameHeader::size;
 
 class CodecExports : public ExportTest {
  protected:
