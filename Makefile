@@ -4,7 +4,7 @@ SECONDS ?= 60
 OUT ?= demo
 BENCH_FILTER ?= .
 
-.PHONY: all demo test asan tsan windows bench fuzz package format style lint clean
+.PHONY: all demo test asan tsan windows bench fuzz faults valgrind package format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -49,6 +49,16 @@ fuzz:
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
+
+# Memory fails: each call of the heap once in the library, POINTS of them in each command.
+faults: all
+	build/release/ztlib_allocation_tests --gtest_brief=1 --gtest_filter='FailingMemory.*'
+	scripts/faults build/release $(POINTS)
+
+# The tests of the library under Valgrind, with the kernels that every processor has.
+valgrind: all
+	scripts/setup valgrind
+	scripts/valgrind build/release $(JOBS)
 
 # For Debian and for Windows, into build/packages.
 package: windows

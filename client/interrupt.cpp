@@ -1,5 +1,6 @@
 #include "client/interrupt.h"
 
+#include "client/console.h"
 #include "client/platform.h"
 
 #include <array>
@@ -70,6 +71,13 @@ bool Interrupted() {
 
 void ThrowIfInterrupted() {
   if (Interrupted()) throw CInterrupted();
+}
+
+void EndAtOnceWith(const char* complaint) noexcept {
+  CleanUp();
+  for (const char* text : {ProgramName(), ": ", complaint, "\n"})
+    ComplainAtOnce(text);
+  EndAtOnce(1);
 }
 
 CDoomedFile::CDoomedFile(std::filesystem::path file) : path(std::move(file)) {

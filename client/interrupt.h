@@ -22,6 +22,9 @@ class CInterrupted : public CError {
 };
 void ThrowIfInterrupted();
 
+// Ends the program without its destructors: a line on standard error, and no unfinished file.
+[[noreturn]] void EndAtOnceWith(const char* complaint) noexcept;
+
 // A file that goes when the program ends at once.
 class CDoomedFile {
  public:

@@ -4,10 +4,13 @@
 
 int main(int count, char** values) {
   return RunProgram(
-      {.name = "ztclient",
-       .help = "Records, plays and inspects coded frames of ztlib.",
-       .commands = {RecordCommand(), PlayCommand(), LayersCommand(), InfoCommand(), DemoCommand(),
-                    TriangulateCommand(), MotionCommand(), TreeCommand()},
-       .open = [](bool isVerbose) { return std::make_shared<CSession>(isVerbose); }},
+      [] {
+        return CProgram{
+            .name = "ztclient",
+            .help = "Records, plays and inspects coded frames of ztlib.",
+            .commands = {RecordCommand(), PlayCommand(), LayersCommand(), InfoCommand(),
+                         DemoCommand(), TriangulateCommand(), MotionCommand(), TreeCommand()},
+            .open = [](bool isVerbose) { return std::make_shared<CSession>(isVerbose); }};
+      },
       count, values);
 }

@@ -4,6 +4,7 @@
 #include "client/interrupt.h"
 #include "client/output_file.h"
 
+#include <cstdlib>
 #include <exception>
 #include <new>
 
@@ -11,9 +12,31 @@
 #include "client/av.h"
 #endif
 
-int RunProgram(const CProgram& program, int count, char** values) {
-  SetProgramName(program.name);
+namespace {
+
+constexpr char noMemory[] = "out of memory";
+
+// Some destructors of the JSON library take memory, and nothing catches what leaves a destructor.
+[[noreturn]] void OnTerminate() {
   try {
+    if (const std::exception_ptr unhandled = std::current_exception())
+      std::rethrow_exception(unhandled);
+  } catch (const std::bad_alloc&) {
+    EndAtOnceWith(noMemory);
+  } catch (...) {
+    // A fault of the program, which may leave a dump.
+  }
+  std::abort();
+}
+
+}  // namespace
+
+int RunProgram(CProgram (*describe)(), int count, char** values) {
+  std::set_terminate(OnTerminate);
+  if (count > 0) SetProgramName(values[0]);
+  try {
+    const CProgram program = describe();
+    SetProgramName(program.name);
     const CArguments arguments = ParseArguments(program, count, values);
     if (!arguments.run) return arguments.status;
     WatchInterrupts();
@@ -28,7 +51,7 @@ int RunProgram(const CProgram& program, int count, char** values) {
   } catch (const CInterrupted&) {
     return interruptedStatus;
   } catch (const std::bad_alloc&) {
-    Complain("out of memory" + KeptRecordings());
+    Complain(noMemory + KeptRecordings());
   } catch (const std::exception& error) {
     Complain(error.what() + KeptRecordings());
   }

@@ -1,36 +1,11 @@
-#include "fuzz/codec_fuzz.h"
-
-namespace {
+#include "fuzz/good_frames.h"
 
 using namespace codec_fuzz;
-
-// Key, plain, plain, reference, plain; the same with difference frames; and an empty one.
-std::vector<Bytes> GoodFrames() {
-  constexpr int width = 96, height = 64;
-  std::vector<Bytes> frames;
-  for (const bool advanced : {false, true}) {
-    Encoder encoder(width, height, ZTLIB_VIDEO_MJPEGDIFF);
-    encoder.Configure(Config()
-                          .Int("RPFrameInterval", 3)
-                          .Int("Bits", advanced ? 2 : 6)
-                          .Bool("AdvancedProfile", advanced));
-    for (const std::size_t t : {0, 1, 2, 3, 4, 3}) {
-      const Image image = NewImage(ZTLIB_UYVY, width, height, [t](std::size_t i) {
-        return i / (2 * width) / 16 == 1 && i % (2 * width) / 32 == t ? 200 : 60 + i % 40;
-      });
-      frames.push_back(encoder.Process(image.get()));
-      Require(!frames.back().empty());
-    }
-  }
-  return frames;
-}
-
-}  // namespace
 
 // A script, in which the target's own step makes the present picture the base. Whatever came, key
 // frames bring everything back: what follows them decodes as on a new handle.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const std::vector<Bytes> good = GoodFrames();
+  static const std::vector<Bytes> good = DifferentialFrames();
   Script script({data, size}, ZTLIB_VIDEO_MJPEGDIFF, good);
   script.Run(230, 245, [&script](std::size_t) {
     ztlib_decoder_setBaseImage(script.decoder.object, script.image.get());

@@ -1,35 +1,8 @@
-#include "client/layered/layered_encoder.h"
-#include "fuzz/codec_fuzz.h"
+#include "fuzz/good_frames.h"
 
 namespace {
 
 using namespace codec_fuzz;
-
-// Key frames of both formats with codes of every kind, and two differential frames.
-std::vector<Bytes> GoodFrames() {
-  constexpr int width = 80, height = 48;
-  Bytes uyvy(std::size_t{2} * width * height);
-  for (std::size_t i = 0; i < uyvy.size(); ++i)
-    uyvy[i] = static_cast<std::uint8_t>(i * i / 1900 + i % 9 * 12);
-  const CLayeredPlanes planes(uyvy.data(), 2 * width, width, height);
-  std::vector<Bytes> frames;
-  for (const bool isDifferential : {false, true})
-    for (const auto models :
-         {ELayeredModels::counted, ELayeredModels::flat, ELayeredModels::steep}) {
-      CLayeredSettings settings;
-      settings.isDifferential = isDifferential;
-      settings.models = models;
-      settings.tableFamily = models == ELayeredModels::flat;
-      settings.quality = models == ELayeredModels::steep ? 98 : 60;
-      settings.groupSize = 2;
-      settings.codes.longFormInterval = models == ELayeredModels::steep ? 3 : 0;
-      CLayeredEncoder encoder(settings);
-      frames.push_back(encoder.Encode(planes.Picture()));
-      const std::uint32_t blocks[] = {0, 3, 7, 13};
-      if (isDifferential) frames.push_back(*encoder.EncodeBlocks(planes.Picture(), blocks));
-    }
-  return frames;
-}
 
 struct Records {
   std::array<Bytes, 4> bytes;
@@ -50,7 +23,7 @@ struct Records {
 // A script, in which the target's own step splits the last frame into layers and joins some of them
 // again, changed.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const std::vector<Bytes> good = GoodFrames();
+  static const std::vector<Bytes> good = LayeredFrames();
   Script script({data, size}, ZTLIB_VIDEO_LAYERED, good);
   script.Run(170, 200, [&script](std::size_t step) {
     Records records(script.frame);

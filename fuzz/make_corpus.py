@@ -479,7 +479,15 @@ def calibration():
     yield "lengths", case(*doubles(Distance01=1e-6, Distance03=float("inf")))
 
 
+def client():
+    """Calls in random order: every byte means something to this target."""
+    source = random.Random(45)
+    for number in range(48):
+        yield f"calls_{number}", source.randbytes(40 << number % 6)
+
+
 TARGETS = {
+    "client": client,
     "calibration": calibration,
     "load_image": load_image,
     "parse_tagged": parse_tagged,

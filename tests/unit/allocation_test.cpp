@@ -3,6 +3,7 @@
 #include "tests/kit/codec.h"
 #include "tests/support/calibration_tree.h"
 #include "tests/support/common.h"
+#include "tests/support/counting_heap.h"
 #include "tests/support/jpeg_reference.h"
 
 #include <dlfcn.h>
@@ -10,55 +11,9 @@
 
 using namespace ztlib;
 
-// The heap of this program, libjpeg's use of it included, counts its calls. A program of its own,
-// because it takes the place of the C library's functions.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-void __libc_free(void* memory);
-}
-
-namespace {
-std::atomic<int> heapCalls = 0;
-std::atomic<std::size_t> largestBlock = 0;
-std::atomic<int> liveBlocks = 0;
-std::atomic<int> callsToFailure = 0;  // the last of them returns null; 0 for no failure
-
-// Counts a call for a new block of memory; false for the one that fails.
-bool CountBlock(std::size_t size) {
-  ++heapCalls;
-  if (size > largestBlock) largestBlock = size;
-  if (callsToFailure > 0 && --callsToFailure == 0) return false;
-  ++liveBlocks;
-  return true;
-}
-}  // namespace
-
-extern "C" {
-void* malloc(std::size_t size) {
-  return CountBlock(size) ? __libc_malloc(size) : nullptr;
-}
-void* calloc(std::size_t count, std::size_t size) {
-  return CountBlock(count * size) ? __libc_calloc(count, size) : nullptr;
-}
-void* realloc(void* memory, std::size_t size) {
-  ++heapCalls;
-  if (!memory) ++liveBlocks;
-  return __libc_realloc(memory, size);
-}
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  return CountBlock(size) ? __libc_memalign(alignment, size) : nullptr;
-}
-void free(void* memory) {
-  if (memory) --liveBlocks;
-  __libc_free(memory);
-}
-}
-
 namespace {
 
+using namespace counting_heap;
 using namespace kit;
 
 constexpr int width = 640;
@@ -243,26 +198,6 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
     EXPECT_TRUE(
         std::equal(picture->data, picture->data + 64 * 64 * 2 / (scale * scale), expected->data));
   }
-}
-
-// Whichever block of memory is refused, the objects of libjpeg among them.
-TEST_F(Allocation, CodecsThatCannotBeMadeLeaveNothing) {
-  const auto expectNothingLeft = [](auto work) {
-    for (int failing = 1, failed = 1; failed; ++failing) {
-      const int before = liveBlocks;
-      callsToFailure = failing;
-      try {
-        work();
-      } catch (const std::bad_alloc&) {
-        // What the client itself did without.
-      }
-      failed = callsToFailure.exchange(0) == 0;
-      EXPECT_EQ(liveBlocks, before) << failing;
-    }
-  };
-  EXPECT_EQ(ztlib_decoder_create(-1), nullptr);  // the logger, which stays, is made by this
-  expectNothingLeft([] { const Decoder decoder(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF); });
-  expectNothingLeft([] { const Encoder encoder(width, height); });
 }
 
 // The bitmap is all of its size that a frame takes; all else is the small change of a tree.

@@ -29,9 +29,12 @@ std::shared_ptr<void> OpenLibrary(bool isVerbose) {
 
 int main(int count, char** values) {
   return RunProgram(
-      {.name = "ztinside",
-       .help = "Shows what no function of ztlib's interface reaches.",
-       .commands = {CalibrateCommand(), ConvertCommand(), HistogramCommand(), MeshCommand()},
-       .open = OpenLibrary},
+      [] {
+        return CProgram{
+            .name = "ztinside",
+            .help = "Shows what no function of ztlib's interface reaches.",
+            .commands = {CalibrateCommand(), ConvertCommand(), HistogramCommand(), MeshCommand()},
+            .open = OpenLibrary};
+      },
       count, values);
 }
