@@ -79,9 +79,10 @@ style:
 	scripts/check-style
 
 # DEEP=1 adds the analyser that follows paths through functions, which takes some ten times as long.
+ANALYSER = -*,clang-analyzer-*
 lint: build/release/build.ninja
 	scripts/setup lint
-	scripts/lint build/release $(JOBS) $(if $(DEEP),'-*,clang-analyzer-*')
+	scripts/lint build/release $(JOBS) $(if $(DEEP),'$(ANALYSER)')
 
 clean:
 	rm -rf build $(OUT)
