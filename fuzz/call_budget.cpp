@@ -14,8 +14,10 @@
 #endif
 
 #if defined(ZT_MEASURES_CALLS)
-#include <sanitizer/allocator_interface.h>
 #include <time.h>
+
+// Not every compiler brings the header of this.
+extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void* memory);
 
 namespace {
 
@@ -36,7 +38,7 @@ extern "C" void __sanitizer_malloc_hook(const volatile void*, std::size_t size) 
   peak = std::max(peak, inUse);
 }
 extern "C" void __sanitizer_free_hook(const volatile void* memory) {
-  if (memory) inUse -= __sanitizer_get_allocated_size(const_cast<const void*>(memory));
+  if (memory) inUse -= __sanitizer_get_allocated_size(memory);
 }
 #endif
 
