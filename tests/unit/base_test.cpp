@@ -75,21 +75,22 @@ TEST(Debug, AssertionsPrintAndGoOnAndGuardsLogAndGoOn) {
 }
 
 TEST(Locks, MisuseThrowsWithTheLineOfTheCall) {
-  CMutex checked(CMutex::Kind::ErrorCheck), recursive(CMutex::Kind::Recursive);
+  CMutex checked(CMutex::Kind::ErrorCheck);
   const CAutoLock held(&checked);
   std::vector<std::pair<const char*, std::function<void()>>> cases = {
       {"46] - Mutex deadlock detected", [&] { checked.Lock(); }},
-      {"65] - Mutex not locked in this thread", [&] { recursive.Unlock(); }},
       {"85] - Uninitialized mutex used for autolock", [] { const CAutoLock lock(nullptr); }}};
 #if defined(__GLIBC__)  // whose locks tell of misuse, and may be destroyed while they are locked
   struct CUnknown : CMutex {
     CUnknown() : CMutex(Kind::Normal) { mutex.__data.__kind = 15; }
   } unknown;
+  CMutex recursive(CMutex::Kind::Recursive);
   CConditionMutex condition(CMutex::Kind::ErrorCheck);
   CRWMutex shared;
   const CAutoRWLock write(shared, true);
   cases.insert(cases.end(),
                {{"49] - Uninitialized mutex being used", [&] { unknown.Lock(); }},
+                {"65] - Mutex not locked in this thread", [&] { recursive.Unlock(); }},
                 {"68] - Uninitialized mutex being used", [&] { unknown.Unlock(); }},
                 {"85] - Uninitialized mutex being used", [&] { (void)unknown.TryLock(); }},
                 {"116] - Waiting on condition failed", [&] { condition.Wait(); }},
