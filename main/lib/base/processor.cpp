@@ -6,6 +6,8 @@
 namespace ztlib {
 
 #undef ZT_SET
+// A term of the sum below, which is the reason for the sign.
+// NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define ZT_SET(name) +(__builtin_cpu_supports(#name) ? 1 : 0)
 
 std::size_t UsableInstructionSets() {

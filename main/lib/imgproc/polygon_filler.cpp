@@ -120,7 +120,7 @@ void CPolygonFiller::FillBand(std::int64_t top, std::int64_t bottom) {
   for (const Line& line : active)
     Toggle(line, top, bottom);
   const auto firstWord = static_cast<std::size_t>(extent.left / wordBits);
-  const auto endWord = static_cast<std::size_t>(extent.right / wordBits + 1);
+  const auto endWord = static_cast<std::size_t>(extent.right / wordBits) + 1;
   for (std::int64_t row = extent.top; row < extent.bottom; ++row)
     UniteRow(row, firstWord, endWord);
   RenewSolid(top, firstWord, endWord);
