@@ -101,7 +101,7 @@ void LayeredCode::Build(const Frequencies& frequencies) {
 
 void LayeredCode::BuildTree(const Frequencies& frequencies) {
   Heap heap;
-  for (std::uint16_t symbol = 0; symbol < frequencies.size(); ++symbol)
+  for (std::size_t symbol = 0; symbol < frequencies.size(); ++symbol)
     if (frequencies[symbol] != 0)
       heap.Push({static_cast<std::uint16_t>(firstLeaf + symbol), frequencies[symbol]});
   // One symbol alone takes a bit all the same, and so does byte 0 of a model without symbols.
