@@ -78,7 +78,7 @@ style:
 	scripts/setup style
 	scripts/check-style
 
-# DEEP=1 adds the analyser that follows paths through functions, which takes some ten times as long.
+# With DEEP=1 by the analyser that follows paths through functions, which takes several times as long.
 ANALYSER = -*,clang-analyzer-*
 lint: build/release/build.ninja
 	scripts/setup lint
