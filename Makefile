@@ -1,4 +1,4 @@
-# The words people type. Every target installs what it needs and is missing (Debian, root or sudo).
+# The commands that people type. Every target installs what it needs (on Debian, as root or with sudo).
 JOBS ?= $(shell nproc)
 SECONDS ?= 60
 OUT ?= demo
@@ -9,7 +9,7 @@ BENCH_FILTER ?= .
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
 
-# Configured anew only when something about the build itself changed.
+# Only a change of the presets configures the build again here; ninja sees all other changes.
 build/release/build.ninja: CMakePresets.json
 	scripts/setup
 	cmake --preset release
@@ -28,7 +28,7 @@ asan tsan:
 	cmake --build --preset $@ -j $(JOBS)
 	ctest --preset $@ -j $(JOBS) $(if $(filter tsan,$@),-L threads)
 
-# The DLL for 64-bit Windows, cross-built, and its tests under Wine. Those compare with `all`.
+# Cross-builds the DLL for 64-bit Windows and runs its tests under Wine, which compare it with `all`.
 windows: all
 	scripts/setup windows
 	JOBS=$(JOBS) scripts/windows-deps
@@ -43,24 +43,24 @@ bench:
 	cmake --build --preset bench -j $(JOBS)
 	scripts/bench-table build/bench '$(BENCH_FILTER)' $(if $(UPDATE),docs/performance.md)
 
-# Every target for SECONDS seconds each.
+# Runs every fuzz target for SECONDS seconds.
 fuzz:
 	scripts/setup fuzz
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
 
-# Memory fails: each call of the heap once in the library, POINTS of them in each command.
+# Lets each call of the heap fail once in the library, and POINTS of the calls in each command.
 faults: all
 	build/release/ztlib_allocation_tests --gtest_brief=1 --gtest_filter='FailingMemory.*'
 	scripts/faults build/release $(POINTS)
 
-# The tests of the library under Valgrind, with the kernels that every processor has.
+# Runs the library's tests under Valgrind, with the kernels for every processor.
 valgrind: all
 	scripts/setup valgrind
 	scripts/valgrind build/release $(JOBS)
 
-# For Debian and for Windows, into build/packages.
+# Makes the packages for Debian and for Windows in build/packages.
 package: windows
 	scripts/setup package
 	rm -rf build/packages
@@ -78,7 +78,7 @@ style:
 	scripts/setup style
 	scripts/check-style
 
-# With DEEP=1 by the analyser that follows paths through functions, which takes several times as long.
+# DEEP=1 runs the analyser of paths through functions instead, which takes several times as long.
 ANALYSER = -*,clang-analyzer-*
 lint: build/release/build.ninja
 	scripts/setup lint

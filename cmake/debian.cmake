@@ -1,4 +1,4 @@
-# Debian packages, one per component.
+# Makes one Debian package for each component.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development)
 if(ZTLIB_CLIENT)
@@ -30,7 +30,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 set(CPACK_COMPONENT_CLIENT_DESCRIPTION
     "A sample client that records, plays and inspects coded frames, and ztinside beside it.")
 
-# What every package carries under /usr/share/doc.
+# Every package has these files under /usr/share/doc.
 set(CHANGELOG_VERSION ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in
                ${PROJECT_BINARY_DIR}/changelog.Debian @ONLY)

@@ -1,5 +1,5 @@
-# Installation: library, header, documents, a CMake package (find_package(ztlib)) and a pkg-config
-# file. Packages: for Debian the library, its development files and the client; for Windows a zip.
+# Installs the library, its header and documents, a CMake package (find_package(ztlib)) and a pkg-config
+# file. Packs the library, its development files and the client for Debian, and a zip for Windows.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ztlib EXPORT ztlib-targets
@@ -12,7 +12,7 @@ install(EXPORT ztlib-targets NAMESPACE ztlib:: FILE ztlib-config.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib COMPONENT development)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ztlib-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
-# Relative, so that the folder may be moved.
+# The path is relative, so that the folder may be moved.
 file(RELATIVE_PATH PKGCONFIG_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ztlib.pc.in ${PROJECT_BINARY_DIR}/ztlib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ztlib-config-version.cmake
@@ -27,9 +27,9 @@ if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME ztlib-${PROJECT_VERSION}-win64)
   set(documents ${CMAKE_INSTALL_DOCDIR})
-  # Other tools make an import library of their own from it.
+  # Other compilers make their import library from this file.
   install(FILES ${PROJECT_SOURCE_DIR}/main/ztlib.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  # Of all that is linked in statically.
+  # The licences are those of everything that is linked in statically.
   if(ZTLIB_WINDOWS_DEPS)
     install(DIRECTORY ${ZTLIB_WINDOWS_DEPS}/share/licenses/ DESTINATION licenses)
   endif()

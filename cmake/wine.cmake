@@ -1,5 +1,5 @@
-# Programs of a cross-build for Windows run under Wine, in a folder of its own inside the build.
-# Every process would start a server and wait for its end; one server for all tests saves that.
+# Programs of a cross-build for Windows run under Wine, whose folder is inside the build. One server
+# serves all tests; otherwise every process would start one and wait for its end.
 if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
   # Debian keeps Wine's programs off the path.
   find_program(WINE wine64 PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH REQUIRED)
@@ -9,14 +9,14 @@ if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
   set(wine_environment ${CMAKE_COMMAND} -E env
       WINEPREFIX=${wine_prefix} WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${wine_environment} ${WINE})
-  # A server that held on to the test's output would keep the test from ending.
+  # If the server kept the test's output open, the test would not end.
   add_test(NAME wine_start COMMAND ${wine_environment}
            sh -c "'${WINESERVER}' -p >/dev/null 2>&1 && '${WINE}' cmd /c ver >/dev/null 2>&1")
   add_test(NAME wine_stop COMMAND ${wine_environment} ${WINESERVER} -k)
   set_tests_properties(wine_start PROPERTIES FIXTURES_SETUP wine)
   set_tests_properties(wine_stop PROPERTIES FIXTURES_CLEANUP wine)
 
-  # To be called at the end of a folder with tests.
+  # Call this at the end of a folder with tests.
   function(ztlib_tests_need_wine)
     get_property(names DIRECTORY PROPERTY TESTS)
     set_tests_properties(${names} PROPERTIES FIXTURES_REQUIRED wine)
