@@ -6,8 +6,8 @@
 #include <optional>
 
 // Codecs as a client of the exports holds them: each object owns its handle. A decoder belongs to
-// one thread at a time, an encoder serialises its calls. Failures are the library's: they go to the
-// client's exception handler, and what a call hands out is empty then.
+// one thread at a time, an encoder serialises its calls. A failure goes to the client's exception
+// handler, and the result of the call is empty then.
 namespace kit {
 
 template <void (*destroy)(void**), void (*config)(void*, const ztlib_blob*)>
@@ -31,8 +31,8 @@ struct Decoder : Handle<ztlib_decoder_destroy, ztlib_decoder_config> {
   void Configure(int format, int scale, bool swapRgb = false) {
     Configure(Config().Int("PixelFormat", format).Int("ScaleDown", scale).Bool("SwapRGB", swapRgb));
   }
-  // From memory of exactly that size, so that a sanitizer sees a read behind it. What the decoder
-  // writes into the frame is seen by the caller.
+  // The decoder reads memory of exactly that size, so that a sanitizer sees a read behind it. What
+  // it writes into the frame is copied back to the caller.
   void Process(void* image, Bytes& frame) {
     const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[frame.size()]);
     std::copy(frame.begin(), frame.end(), copy.get());
@@ -51,7 +51,7 @@ struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
   Encoder(int width, int height, int video = ZTLIB_VIDEO_MJPEG) : Encoder(video) {
     Configure(Config().Int("Width", width).Int("Height", height));
   }
-  // The frame.
+  // Returns the frame.
   [[nodiscard]] Bytes Process(const void* image, bool key = false) const {
     Bytes frame;
     ztlib_encoder_process(object, &frame, Collect, image, key);
@@ -59,12 +59,12 @@ struct Encoder : Handle<ztlib_encoder_destroy, ztlib_encoder_config> {
   }
 };
 
-// A frame of the records of its layers; nothing if none was handed out.
+// Makes a frame of the records of its layers; returns nothing if the library hands out none.
 [[nodiscard]] inline std::optional<Bytes> JoinLayers(std::span<const Bytes> records) {
   std::vector<ztlib_blob> blobs;
   for (const Bytes& record : records)
     blobs.push_back({record.data(), record.size()});
-  std::vector<const ztlib_blob*> pointers(records.size() + 1);  // the address of none is one too
+  std::vector<const ztlib_blob*> pointers(records.size() + 1);  // not null without records
   for (std::size_t i = 0; i < blobs.size(); ++i)
     pointers[i] = &blobs[i];
   std::optional<Bytes> frame;

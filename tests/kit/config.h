@@ -10,7 +10,7 @@
 
 namespace kit {
 
-// A tree in the tagged form, as configurations are handed to the library, written without it.
+// Writes a tree in the tagged form, in which the library gets configurations, without its code.
 // Elements keep the order in which they were added, and names may repeat. An element without a name
 // has the name "". Numbers are written in the byte order of this machine, which is little-endian.
 //
@@ -18,8 +18,8 @@ namespace kit {
 //   Config().Child("Configs", Config().Child("", detector)).Apply(ztlib_simplemotion_configure,
 //                                                                 context, width, height);
 //
-// Value type; objects share nothing. Throws std::length_error for a name of more than 127 bytes,
-// which nothing could read back.
+// This is a value type; objects share nothing. A name of more than 127 bytes, which nothing could
+// read back, throws std::length_error.
 class Config {
  public:
   Config& Bool(std::string_view name, bool value) { return Number('B', name, value); }
@@ -28,16 +28,16 @@ class Config {
   Config& Long(std::string_view name, std::int64_t value) { return Number('Q', name, value); }
   Config& Double(std::string_view name, double value) { return Number('F', name, value); }
   Config& Text(std::string_view name, std::string_view text) { return Raw('S', name, text); }
-  // Polygons are such lists: x and y in turn.
+  // Polygons are such lists, with x and y in turn.
   Config& Shorts(std::string_view name, std::initializer_list<std::int16_t> values) {
     std::string bytes = "2";
     for (const std::int16_t value : values)
       bytes += BytesOf(value);
     return Raw('*', name, bytes);
   }
-  // A copy of `child` as it is now.
+  // Adds a copy of `child` as it is now.
   Config& Child(std::string_view name, const Config& child) { return Raw('@', name, child.block); }
-  // Any tag and value, sound or not.
+  // Adds any tag and value, sound or not.
   Config& Raw(char tag, std::string_view name, std::string_view value) {
     if (name.size() > 127) throw std::length_error("name of a tree element");
     block.pop_back();
@@ -51,7 +51,7 @@ class Config {
   // The block, which lives until the object changes or dies.
   [[nodiscard]] ztlib_blob Blob() const { return {block.data(), block.size()}; }
 
-  // `configure` is an export that takes a handle and a configuration, and `more` behind them.
+  // `configure` is an export that takes a handle, a configuration and then `more`.
   template <class Configure, class... More>
   void Apply(Configure configure, void* handle, More... more) const {
     const ztlib_blob blob = Blob();

@@ -14,15 +14,15 @@
 
 namespace kit {
 
-// Bytes of a picture of so many pixels without padding; `format` is a ztlib_pixel_format.
+// The size in bytes of a picture without padding; `format` is a ztlib_pixel_format.
 [[nodiscard]] inline std::size_t PictureSize(int width, int height, int format) {
   constexpr std::size_t halfBytesPerPixel[] = {2, 2, 8, 8, 4, 4, 2, 2, 3};
   return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
          halfBytesPerPixel[format] / 2;
 }
 
-// A frame as the library reads it: the fields at the offsets that ztlib_frame_allocate names, and
-// behind them what only the pool reads.
+// A frame as the library reads it: the fields at the offsets that ztlib_frame_allocate names come
+// first, then those that only the pool reads.
 struct Frame {
   std::uint8_t* data;
   char unread[56];
@@ -45,10 +45,10 @@ struct FramePoolOptions {
   bool reuse = false;
 };
 
-// The frame manager: registered with the library for the life of the object, of which there is one
-// at a time, because the library's callbacks know no object. Pictures have exactly the bytes that
-// they need, so that a sanitizer sees the first byte behind them. Frames may come and go on all
-// threads. The object must live until the last frame is back.
+// The frame manager. It is registered with the library as long as the object lives. There is one
+// object at a time, because the library's callbacks know no object. Pictures have exactly the bytes
+// that they need, so that a sanitizer sees an access to the first byte behind them. Frames may come
+// and go on all threads. The object must live until the last frame is back.
 class FramePool {
  public:
   explicit FramePool(FramePoolOptions chosen = {}) {
@@ -70,12 +70,12 @@ class FramePool {
   static inline std::atomic<bool> refuse = false;         // all that the library asks for
   static inline std::atomic<std::int64_t> maxPixels = 0;  // of a picture that the library gets
 
-  // A frame for a client to fill and to wrap; the library's manager releases it then. Throws
+  // Makes a frame for a client to fill and to wrap, which the library then releases. Throws
   // std::bad_alloc.
   [[nodiscard]] static Frame* Make(int width, int height, int format) {
     return Make(width, height, format, PictureSize(width, height, format));
   }
-  // The same for a picture of `size` bytes, for one with rows apart.
+  // Makes a frame of `size` bytes, for a picture whose rows have padding.
   [[nodiscard]] static Frame* Make(int width, int height, int format, std::size_t size) {
     std::unique_ptr<Frame> frame = TakeIdle(size);
     if (!frame) {
@@ -94,7 +94,7 @@ class FramePool {
     return frame.release();
   }
 
-  // The callbacks themselves, for clients that put their own around them.
+  // These are the callbacks themselves, for clients whose own callbacks call them.
   static void* Allocate(int width, int height, int format) {
     if (refuse || std::int64_t{width} * height > maxPixels) return nullptr;
     return Make(width, height, format);

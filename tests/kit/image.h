@@ -13,12 +13,13 @@ struct ImageDeleter {
 // An image of the library. It belongs to one thread at a time.
 using Image = std::unique_ptr<void, ImageDeleter>;
 
-// An empty image, for a picture to come.
+// Returns an empty image, which may get a picture later.
 [[nodiscard]] inline Image NewImage() {
   return Image(ztlib_ztimage_create());
 }
 
-// An image of a pool's frame without padding whose byte i is `byteAt(i)`. The size is in pixels.
+// Returns an image of a pool's frame without padding whose byte i is `byteAt(i)`. The size is in
+// pixels.
 template <class ByteAt>
 requires std::is_invocable_v<ByteAt, std::size_t>
 [[nodiscard]] Image NewImage(int format, int width, int height, ByteAt byteAt) {
@@ -28,18 +29,19 @@ requires std::is_invocable_v<ByteAt, std::size_t>
     frame->data[i] = static_cast<std::uint8_t>(byteAt(i));
   return Image(ztlib_ztimage_create_avframe(format, frame));
 }
-// The same of bytes that are repeated as often as the picture needs; of none it is all zeros.
+// The bytes of this image are those of `content`, repeated as often as needed, or zeros if that is
+// empty.
 [[nodiscard]] inline Image NewImage(int format, int width, int height, const Bytes& content) {
   return NewImage(format, width, height, [&content](std::size_t i) {
     return content.empty() ? 0 : content[i % content.size()];
   });
 }
 
-// The frame of the pool that an image shows, which stays the image's; null for an empty image.
+// The pool's frame behind an image, which still owns it; null for an empty image.
 [[nodiscard]] inline const Frame* FrameOf(const Image& image) {
   return static_cast<const Frame*>(ztlib_ztimage_get_avframe(image.get()));
 }
-// Its picture; nothing for an empty image.
+// The bytes of an image's picture; nothing for an empty image.
 [[nodiscard]] inline Bytes BytesOf(const Image& image) {
   const Frame* const frame = FrameOf(image);
   if (!frame) return {};

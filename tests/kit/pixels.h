@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-// Pixels one by one, as the definitions of the formats have them: the plain model beside which
-// conversions and decoders are tested. Pure functions; arguments are trusted.
+// Converts pixels one by one, as the formats define it. Tests compare conversions and decoders with
+// this plain model. The functions are pure and trust their arguments.
 namespace kit {
 
 using Pixel = std::array<int, 3>;  // (value), (b, g, r) or (y, u, v)
@@ -31,8 +31,9 @@ inline Pixel YuvToRgb(const Pixel& p) {
 // A picture as rows of pixels.
 using Canvas = std::vector<std::vector<Pixel>>;
 
-// Chroma of halved size becomes that of full size: nine parts of its own, three each of the pixels
-// next to it and one of the diagonal one. Tiles of 16 by 16 are smoothed alone or all as one.
+// Smooths chroma of half the size that has been repeated to full size: nine parts of a pixel, three
+// of each neighbour and one of the diagonal neighbour. Tiles of 16 by 16 are smoothed one by one or
+// across their edges.
 inline void SmoothChroma(Canvas& canvas, bool acrossTiles) {
   for (std::size_t y = 1; y + 1 < canvas.size(); y += 2)
     for (std::size_t x = 1; x + 1 < canvas[y].size(); x += 2)
@@ -49,8 +50,8 @@ inline void SmoothChroma(Canvas& canvas, bool acrossTiles) {
         s = mix(1, 3, 3, 9);
       }
 }
-// For formats of pairs: rows 1 and 2, 3 and 4, 5 and 6 of each tile, the second of them with what
-// has become of the first.
+// Formats of pairs blend the chroma of rows 1 and 2, 3 and 4, 5 and 6 of each tile; the second row
+// of a pair takes the new value of the first.
 inline void BlendChromaRows(Canvas& canvas) {
   for (std::size_t y = 1; y + 1 < canvas.size(); y += y % 16 == 5 ? 12 : 2)
     for (std::size_t x = 0; x < canvas[y].size(); ++x)

@@ -11,10 +11,10 @@
 
 namespace kit {
 
-// A node of a tree in the tagged form, as results are handed out, read without the library. Strict:
-// where the library passes over what is damaged, this throws std::invalid_argument. A search by
-// name finds the first element of that name, and throws std::out_of_range if there is none or if it
-// is of another kind. Value type; it keeps copies of the bytes that it was read from.
+// Reads a node of a tree in the tagged form, in which the library gives results, without its code.
+// The reader is strict: where the library skips damage, this throws std::invalid_argument. A search
+// by name finds the first element of that name, and throws std::out_of_range if there is none or if
+// it is of another kind. This is a value type; it keeps copies of the bytes that it has read.
 class Tree {
  public:
   struct Element {
@@ -45,7 +45,7 @@ class Tree {
   }
   [[nodiscard]] double Double(std::string_view name) const { return As<double>(Value('F', name)); }
   [[nodiscard]] Tree Child(std::string_view name) const { return Tree(Value('@', name)); }
-  // A binary, whose metadata must be empty.
+  // Returns the bytes of a binary, whose metadata must be empty.
   [[nodiscard]] Bytes Binary(std::string_view name) const {
     const Bytes& value = Value('X', name);
     if (value.empty() || value[0] != 0) throw std::invalid_argument("metadata of a binary");

@@ -9,14 +9,14 @@
 
 using namespace ztlib;
 
-// Configurations of calibrators.
+// Makes configurations of calibrators.
 
 using Numbers = std::vector<std::pair<Token, double>>;
 using Marks = std::vector<std::array<double, 4>>;
 constexpr Token corner[] = {Tok::X0Virtual, Tok::Y0Virtual, Tok::X1Virtual, Tok::Y1Virtual,
                             Tok::X2Virtual, Tok::Y2Virtual, Tok::X3Virtual, Tok::Y3Virtual};
 
-// Numbers by name, and marks from foot to head of things as high as that in meters.
+// `numbers` go by name; `marks` run from foot to head of objects that are `height` meters high.
 inline CData MarkedTree(const Numbers& numbers, const Marks& marks = {}, double height = 1.8) {
   CData tree;
   for (const auto& [token, value] : numbers)

@@ -21,11 +21,11 @@
 
 #include <gtest/gtest.h>
 
-// What tests of all kinds need.
+// Tests of all kinds use these.
 
 using kit::Bytes;
 
-// The text of the exception of this class that a call throws.
+// Returns the text of the exception that a call throws, which must be of this class.
 template <class Exception = std::exception, class Call>
 std::string TextOf(Call&& call) {
   try {
@@ -35,7 +35,7 @@ std::string TextOf(Call&& call) {
   }
   return "no exception";
 }
-// The same without the place: "Exception [source:line] - message".
+// Returns the message of a text "Exception [source:line] - message".
 template <class Exception = std::exception, class Call>
 std::string MessageOf(Call&& call) {
   const std::string text = TextOf<Exception>(call);
@@ -43,7 +43,7 @@ std::string MessageOf(Call&& call) {
   return place == std::string::npos ? text : text.substr(place + 4);
 }
 
-// A little-endian field; `Put` makes room for it.
+// Writes a little-endian field, for which it makes room.
 template <class T>
 void Put(Bytes& bytes, std::size_t at, T value) {
   bytes.resize(std::max(bytes.size(), at + sizeof value));
@@ -56,7 +56,7 @@ T Get(const Bytes& bytes, std::size_t at) {
   return value;
 }
 
-// 32-bit words one after the other, then zeros up to the size.
+// Returns 32-bit words one after the other, then zeros up to the size.
 inline Bytes Words(std::size_t size, std::initializer_list<std::int64_t> words) {
   Bytes bytes(size);
   std::size_t at = 0;
@@ -75,7 +75,7 @@ inline Bytes NoiseBytes(std::size_t size, unsigned seed = 1) {
   return bytes;
 }
 
-// Random bytes with many values at the ends and around the middle, where rounding shows.
+// Returns random bytes with many values at the ends and around the middle, where rounding shows.
 inline Bytes EdgyBytes(std::size_t size) {
   static std::mt19937 random(20);
   constexpr std::uint8_t edges[] = {0, 1, 126, 127, 128, 129, 254, 255};
@@ -87,7 +87,7 @@ inline Bytes EdgyBytes(std::size_t size) {
   return bytes;
 }
 
-// FNV-1a, for results that are recorded as a number.
+// Returns the FNV-1a hash, for results that are recorded as a number.
 inline std::uint64_t HashOf(const Bytes& bytes) {
   std::uint64_t hash = 0xcbf29ce484222325;
   for (const std::uint8_t byte : bytes)
@@ -95,7 +95,7 @@ inline std::uint64_t HashOf(const Bytes& bytes) {
   return hash;
 }
 
-// On four threads at once; returns how many of the calls, which get their number, returned false.
+// Calls `work` with 0 to 3 on four threads at once; returns how many calls returned false.
 template <class Work>
 int FailuresOnThreads(Work work) {
   std::atomic<int> failures = 0;

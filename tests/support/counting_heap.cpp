@@ -12,7 +12,7 @@ namespace {
 
 using namespace counting_heap;
 
-// Counts a call for a new block of memory; false for the one that fails.
+// Counts a call for a new block of memory; returns false for the one that fails.
 bool CountBlock(std::size_t size) {
   if (Pause::depth == 0) {
     ++heapCalls;

@@ -3,9 +3,8 @@
 #include <atomic>
 #include <cstddef>
 
-// The heap of this program, libjpeg's use of it included, counts its calls and can fail one of
-// them. It takes the place of the C library's functions, so only a program of its own has it, and
-// none with a sanitizer.
+// This heap of a program, which libjpeg uses too, counts its calls and can let one of them fail. It
+// replaces the C library's functions, so only separate programs have it, and none with a sanitizer.
 namespace counting_heap {
 
 inline std::atomic<int> heapCalls = 0;
@@ -13,12 +12,12 @@ inline std::atomic<std::size_t> largestBlock = 0;
 inline std::atomic<int> liveBlocks = 0;
 inline std::atomic<int> callsToFailure = 0;  // the last of them fails; 0 for no failure
 
-// Counts a call that may fail; false for the one that does.
+// Counts a call that may fail; returns false for the one that does.
 inline bool CountPoint() {
   return callsToFailure == 0 || --callsToFailure != 0;
 }
 
-// While it lives, calls are not counted and none fails. Blocks are.
+// While it lives, no call is counted and none fails. Live blocks are still counted.
 struct Pause {
   Pause() { ++depth; }
   ~Pause() { --depth; }

@@ -9,8 +9,8 @@ using kit::FrameOf;
 using kit::Image;
 using kit::NewImage;
 
-// A client of the exports: registers a frame manager, a logger and a handler once, and starts each
-// test with empty records of what they were told.
+// A client of the exports, which registers a frame manager, a logger and a handler, and starts each
+// test with no recorded log lines and failures.
 class ExportTest : public testing::Test {
  protected:
   using Line = std::pair<int, std::string>;
@@ -36,8 +36,8 @@ class ExportTest : public testing::Test {
     failures.clear();
   }
 
-  // One failure, reported by one line of level 1 with the same text in quotes; the line number in
-  // the text is left open. `kind` is "CException" or "std::exception".
+  // Expects one failure, reported by one line of level 1 with the same text in quotes; the line
+  // number in the text may be any. `kind` is "CException" or "std::exception".
   static void ExpectFailure(const std::string& function, const std::string& source,
                             const std::string& message, const std::string& kind = "CException") {
     ASSERT_EQ(failures.size(), 1U);
@@ -51,7 +51,7 @@ class ExportTest : public testing::Test {
     Forget();
   }
 
-  // The failure of damaged JPEG data, which has no text.
+  // Expects the failure of damaged JPEG data, which has no text.
   static void ExpectUnknownFailure(const std::string& function) {
     EXPECT_EQ(lines, std::vector<Line>{Line(1, "Unknown exception (" + function + ")!")});
     EXPECT_EQ(failures, std::vector<std::string>{"Unknown exception!"});
@@ -63,7 +63,7 @@ class ExportTest : public testing::Test {
     EXPECT_TRUE(lines.empty()) << lines.front().second;
   }
 
-  // Collects what an export hands out; `calls` counts.
+  // Collects what an export hands out, and counts how often it does.
   struct Output {
     Bytes bytes;
     int calls = 0;

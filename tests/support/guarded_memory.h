@@ -11,7 +11,7 @@
 #include <sys/mman.h>
 #endif
 
-// Memory with a page on either side that faults.
+// Memory with a page on either side that faults when it is touched.
 class GuardedMemory {
  public:
   explicit GuardedMemory(std::size_t capacity) : size((capacity + page - 1) / page * page) {
@@ -33,7 +33,7 @@ class GuardedMemory {
   GuardedMemory(const GuardedMemory&) = delete;
   GuardedMemory& operator=(const GuardedMemory&) = delete;
 
-  // Room that starts `offset` behind the front guard, or ends as far before the rear one.
+  // Returns room that starts `offset` behind the front guard, or ends as far before the rear one.
   [[nodiscard]] std::uint8_t* Room(std::size_t bytes, std::size_t offset, bool atEnd) const {
     return Begin() + (atEnd ? size - bytes - offset : offset);
   }

@@ -12,12 +12,12 @@
 
 #include <jpeglib.h>
 
-// Direct calls of libjpeg, the yardstick of the codec's results, and pictures to feed them with.
+// Calls libjpeg directly, for results that those of the codec must equal, and makes pictures for it.
 namespace jpeg_reference {
 
 using kit::Bytes;
 
-// Three components a pixel: gradients, noise and hard edges from a fixed seed.
+// Returns three components a pixel: gradients, noise and hard edges from a fixed seed.
 inline Bytes Scene(int width, int height, std::uint32_t seed = 1) {
   Bytes pixels;
   for (int y = 0; y < height; ++y)
@@ -39,7 +39,7 @@ struct Style {
   bool progressive = false;
   int restartInterval = 0;  // in rows of units
   int quality = 75;
-  // How often U and V are sampled, each across and down, where luma is lumaAcross times lumaDown.
+  // The sampling factors of U and V, each across and down, as those above are of luma.
   std::array<int, 4> chroma = {1, 1, 1, 1};
   J_COLOR_SPACE space = JCS_YCbCr;  // the name under which three components are stored
 };
@@ -119,14 +119,14 @@ inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
   return picture;
 }
 
-// The fourth byte of a pixel has no meaning.
+// Sets the fourth byte of each pixel, which has no meaning.
 inline Bytes Opaque(Bytes pixels, int format) {
   for (std::size_t i = 3; i < pixels.size(); i += 4)
     if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels[i] = 255;
   return pixels;
 }
 
-// The top left of what libjpeg decodes, whose sizes are rounded up, in a format of the library.
+// Returns the top left of what libjpeg decodes, which rounds sizes up, in a format of the library.
 inline Bytes Pixels(const Bytes& stream, int format, int scale, int width, int height) {
   const Picture picture = Decode(stream,
                                  format == ZTLIB_GRAY  ? JCS_GRAYSCALE

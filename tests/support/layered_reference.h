@@ -10,9 +10,9 @@
 #include <cstring>
 #include <vector>
 
-// A plain decoder of layered pictures, the yardstick of the library's: bit by bit, coefficient by
-// coefficient and pixel by pixel, for coded pictures whose offsets are sound. The quantisation
-// tables are those of the client's encoder, which shares nothing with the library.
+// A plain decoder of layered pictures, whose results those of the library must equal. It goes bit by
+// bit, coefficient by coefficient and pixel by pixel, for coded pictures whose offsets are sound. The
+// quantisation tables are those of the client's encoder, which shares nothing with the library.
 namespace layered_reference {
 
 using namespace kit;
@@ -42,8 +42,8 @@ inline Frequencies Unpack(const Bytes& coded, std::size_t model) {
   return frequencies;
 }
 
-// Pairs of successors; leaves are 256 and above. Of equal weights the standard library's heap of
-// g++ takes the same one as the format.
+// Makes the tree of the code as pairs of successors; leaves are 256 and above. Among equal weights
+// the heap functions of g++'s standard library take the same one as the format.
 inline std::array<std::array<unsigned, 2>, 256> TreeOf(const Frequencies& frequencies) {
   std::array<std::array<unsigned, 2>, 256> tree{};
   std::vector<std::array<unsigned, 2>> heap;  // weights and numbers
@@ -80,7 +80,7 @@ inline Bytes DecodeStream(const Bytes& coded, unsigned model, unsigned stream, u
   return bytes;
 }
 
-// What is left of a stream; codes that are cut short end it.
+// The rest of a decoded stream. A code that is cut short ends it.
 struct Codes {
   Bytes bytes;
   std::size_t at = 0;
@@ -134,7 +134,7 @@ inline bool IsPairs(int format) {
 // The planes of a macroblock after the transform, Y of 16 by 16 samples, U and V of 8 by 8.
 using Planes = std::array<std::array<std::array<int, 16>, 16>, 3>;
 
-// The pixels of a macroblock at 1 / scale; `format` decides how chroma is spread.
+// Returns the pixels of a macroblock at 1 / scale; `format` decides how chroma is spread.
 inline Canvas PixelsOf(const Planes& planes, int scale, int format) {
   const int side = 16 / scale;
   Canvas canvas(side, std::vector<Pixel>(side));
@@ -158,7 +158,7 @@ inline Canvas PixelsOf(const Planes& planes, int scale, int format) {
   return canvas;
 }
 
-// Draws a coded picture, from its header on, over `picture` of width by height pixels.
+// Draws a coded picture, which begins with its header, over `picture` of width by height pixels.
 inline void Draw(Bytes& picture, int width, int height, const Bytes& coded, int scale, int format) {
   constexpr int shells[4][2] = {{0, 1}, {1, 4}, {4, 16}, {16, 64}};
   const auto field = [&](std::size_t at) { return Number(coded, at, 4); };

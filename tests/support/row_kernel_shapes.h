@@ -7,7 +7,7 @@
 
 using namespace ztlib;
 
-// What one count of a row kernel reads and writes, for tests, fuzzing and benchmarks.
+// How many pixels and bytes a row kernel reads and writes for a count of one.
 struct RowKernelShape {
   const char* name;
   RowKernels::Row RowKernels::*row;

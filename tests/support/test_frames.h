@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-// The frame pool of tests: pictures start out filled with one value, and every frame must have come
-// back when the object dies.
+// The frame pool of tests. Pictures are filled with one value at first, and every frame must have
+// come back when the object dies.
 struct CTestFrames : kit::FramePool {
   explicit CTestFrames(std::uint8_t fill = 0xA5) : FramePool({.fill = fill}) {}
   ~CTestFrames() { EXPECT_EQ(allocated, released); }

@@ -9,8 +9,8 @@
 #include <optional>
 #include <vector>
 
-// The triangulation without any cleverness: triangles in a map by number, every search from the
-// first to the last, an early estimate by a copy that is finalized.
+// The triangulation in its simplest form: triangles are in a map by number, every search goes from
+// the first to the last, and an early estimate finalizes a copy.
 struct TriangulationModel {
   using Corners = std::array<int, 3>;
   struct Triangle {
@@ -138,7 +138,7 @@ struct TriangulationModel {
     return true;
   }
 
-  // Nothing if the output stays as it is.
+  // Returns nothing if the call leaves the output as it is.
   [[nodiscard]] std::optional<std::vector<float>> Estimate(std::int32_t x, std::int32_t y,
                                                            std::int32_t count) const {
     if (!initialised || count <= 0) return std::nullopt;
