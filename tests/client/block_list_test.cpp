@@ -7,7 +7,7 @@ namespace {
 using Blocks = std::vector<std::uint64_t>;
 
 TEST(BlockList, HoldsWhatItsBytesHold) {
-  // Offsets 0, 63, 0, 8 of six bits; one run before entry 2, two before entry 3.
+  // The offsets 0, 63, 0 and 8 have six bits; entry 2 is one bucket on, and entry 3 two more.
   const Bytes good{4, 0, 0, 0, 2, 0, 0, 0, 6, 0, 0, 0, 2, 0, 1, 0, 3, 0, 2, 0, 0xC0, 0x0F, 0x20};
   const auto changed = [&](std::size_t at, std::uint8_t value) {
     Bytes bytes = good;

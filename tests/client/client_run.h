@@ -42,7 +42,7 @@ inline void ExpectPart(const std::string& text, const std::string& part) {
   EXPECT_GT(Count(text, part), 0U) << "'" << part << "' in: " << text;
 }
 
-// libjpeg's own answer, as planes: the way a YUV4MPEG2 stream holds them.
+// Decodes with libjpeg into planes, as a YUV4MPEG2 stream holds them.
 inline Bytes DecodePlanes(std::span<const std::uint8_t> stream, int scale, bool isGray) {
   const auto picture = jpeg_reference::Decode(Bytes(stream.begin(), stream.end()),
                                               isGray ? JCS_GRAYSCALE : JCS_YCbCr, scale);
@@ -53,7 +53,7 @@ inline Bytes DecodePlanes(std::span<const std::uint8_t> stream, int scale, bool 
   return planes;
 }
 
-// A YUV4MPEG2 stream taken apart; what is not whole frames of that size fails the test.
+// A YUV4MPEG2 stream in parts. The test fails unless all its frames have the size.
 struct CY4m {
   std::string header;
   std::vector<Bytes> frames;
@@ -70,7 +70,7 @@ inline CY4m ParseY4m(const std::string& stream, std::size_t frameBytes) {
   return y4m;
 }
 
-// A folder for each test with "demo.zts", twelve frames of the drawn scene, and its report.
+// Each test has a folder with "demo.zts", twelve frames of the drawn scene, and its report.
 class ClientTest : public testing::Test {
  protected:
   static constexpr int frames = 12, width = 320, height = 240;
@@ -103,13 +103,13 @@ class ClientTest : public testing::Test {
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText("stdout"), ReadText("stderr")};
   }
-  // The same for what must not fail.
+  // Runs a command that must not fail.
   CRun Succeed(const std::string& arguments) const {
     CRun run = Run(arguments);
     EXPECT_EQ(run.status, 0) << arguments << ": " << run.errors;
     return run;
   }
-  // For what must end with status 1 and one line with this text.
+  // Runs a command that must end with status 1 and one line with this text.
   void ExpectError(const std::string& arguments, const std::string& text) const {
     const CRun run = Run(arguments);
     EXPECT_EQ(run.status, 1) << arguments;
@@ -124,7 +124,7 @@ class ClientTest : public testing::Test {
   [[nodiscard]] nlohmann::json Info(const std::string& name) const {
     return nlohmann::json::parse(Run("info --json @" + name).output);
   }
-  // What is played in YUV; the size is that of the demo unless it is given.
+  // Plays in YUV and returns the pictures; their size is that of the demo by default.
   [[nodiscard]] std::vector<Bytes> Play(const std::string& arguments, int scale = 1,
                                         int pixels = width * height) const {
     const std::string options = "play --pixels yuv --y4m - --scale " + std::to_string(scale);

@@ -1,4 +1,4 @@
-// The client as its users meet it: a process with arguments, files and an exit status.
+// Tests the client as its users know it: a process with arguments, files and an exit status.
 #include "tests/client/client_run.h"
 
 #include <cstdio>
@@ -21,7 +21,7 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
     text.erase(at, text.find('"', at) - at);
   for (const char* part : {"http", "nan", "inf"})
     EXPECT_EQ(Count(text, part), 0U) << part;
-  // Heights that are measured are those of the scene.
+  // The measured heights are those of the scene.
   int people = 0;
   for (std::size_t at = html.find("true height"); at != std::string::npos;
        at = html.find("<tr><td>", at + 1)) {
@@ -49,7 +49,7 @@ TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
   EXPECT_EQ(ReadText("c-heights.json"), "{\n  \"heights\": [\n    null\n  ]\n}\n");
   Succeed("record @c.png @c.zts --quality 100");
   const Bytes picture = Play("c.zts").at(0);
-  // Yellow on the edge of the rectangle alone: little blue difference.
+  // Only the edge of the rectangle is yellow, with little blue difference.
   const auto blue = [&](int y) { return picture[width * (height + y) + width / 2 + 20]; };
   EXPECT_LT(blue(14165 * height / 16384), 95);
   EXPECT_GT(blue(15800 * height / 16384), 105);
@@ -96,7 +96,7 @@ TEST_F(ClientTest, EveryPixelFormatHasItsStreamLayout) {
       EXPECT_EQ(y4m.header,
                 std::string("YUV4MPEG2 W320 H240 F25:2 Ip A1:1 ") + layout + " XCOLORRANGE=FULL\n");
       ASSERT_EQ(y4m.frames.size(), std::size_t{frames}) << play.errors;
-      // Luma survives every way up to the rounding of RGB.
+      // Luma is kept on every way, except for the rounding of RGB.
       int worst = 0;
       for (std::size_t i = 0; i < exact.size() / 3; ++i)
         worst = std::max(worst, std::abs(y4m.frames[5][i] - exact[i]));
@@ -107,7 +107,7 @@ TEST_F(ClientTest, EveryPixelFormatHasItsStreamLayout) {
 
 TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
-  // Of a cut input the whole pictures are kept.
+  // The whole pictures of a cut input are kept.
   Bytes stream = ReadBytes(Path("a.y4m"));
   stream.resize(stream.size() * 7 / 24);
   WriteBytes(Path("cut.y4m"), stream);
@@ -126,8 +126,8 @@ TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   EXPECT_EQ(Play("mixed.zts").size(), 6U);
 }
 
-// Luma runs through the whole range, chroma changes with each of its own samples: what is
-// stretched, clipped or interpolated on the way in shows.
+// Luma runs through the whole range, and each chroma sample differs from the next one, so stretching,
+// clipping and interpolation of the input show.
 TEST_F(ClientTest, RecordingKeepsRangeAndChroma) {
   constexpr int side = 64, half = side / 2;
   const auto expectRamp = [](const Bytes& luma, const std::string& name) {
@@ -292,7 +292,7 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
   EXPECT_NE(ReadBytes(Path("field.png")), ReadBytes(Path("mesh.png")));
 }
 
-// The exports come from the shared library, what they do not reach from the static twin.
+// The client gets the exports from the shared library, ztinside everything from the static one.
 TEST_F(ClientTest, NoProgramHoldsTheLibraryTwice) {
   EXPECT_EQ(std::system("! nm -C '" ZTCLIENT "' | grep -E ' [TtDdBb] ztlib(_|::)'"), 0);
   EXPECT_EQ(std::system("! readelf -d '" ZTINSIDE "' | grep libztlib"), 0);

@@ -24,7 +24,7 @@ TEST_F(ClientTest, ConvertTakesAMosaicFromAGrayPng) {
   Succeed(convert + "@mosaic.raw --from rgbbayer --to yuyv --size 40x30 --out @b");
   EXPECT_EQ(ReadBytes(Path("a")).size(), 40U * 30 * 2);
   EXPECT_EQ(ReadBytes(Path("a")), ReadBytes(Path("b")));
-  // What is not given a name is put beside its input, as a picture if it is one.
+  // A result without a name goes to the folder of its input, as a PNG file if it can be shown.
   Succeed(convert + "@mosaic.png --from gray --to rgb");
   Succeed(convert + "@mosaic-rgb.png --from rgb --to gray --out @gray.raw");
   EXPECT_EQ(ReadBytes(Path("gray.raw")), ReadBytes(Path("mosaic.raw")));

@@ -1,4 +1,4 @@
-// Differential video as the client's users meet it.
+// Tests differential video as the client's users know it.
 #include "tests/client/client_run.h"
 
 namespace {
@@ -11,7 +11,7 @@ class DifferentialTest : public ClientTest {
 
   void SetUp() override {
     ClientTest::SetUp();
-    // Of so many frames the first ones have a steady light.
+    // The light of the first frames is steady in a clip of 40.
     Succeed("demo --frames 40 --size 320x240 --out @.");
     Succeed("play @demo.zts --pixels yuv --video @a.mkv");
   }
@@ -63,7 +63,7 @@ TEST_F(DifferentialTest, OnlyKeyAndReferenceFramesAreMissed) {
         if (types[i] != drop[0] || ++seen % every != 0) kept.push_back(whole[i]);
       const auto played = Play("d.zts --drop-every " + std::to_string(every) + " --drop " + drop);
       ASSERT_EQ(played.size(), kept.size()) << drop << every << more;
-      // The first comparison that fails need not print half a megabyte.
+      // A comparison that fails must not print half a megabyte.
       EXPECT_EQ(played == kept, isHarmless || seen == 0) << drop << every << more;
     }
   }
@@ -72,8 +72,8 @@ TEST_F(DifferentialTest, OnlyKeyAndReferenceFramesAreMissed) {
   ExpectPart(Run("play @d.zts --drop key").errors, "10 frames left out for want of a key frame");
 }
 
-// The key frames are whole JPEG pictures, and the client sees to it that the first one is good at
-// every scale. Of a damaged file, what does not build on the damage is played.
+// The key frames are whole JPEG pictures, and the client makes sure that the first one is good at
+// every scale. Frames of a damaged file that do not build on the damage are played.
 TEST_F(DifferentialTest, PlaysAtEveryScaleWhatIsNotDamaged) {
   const nlohmann::json info = Record(steady);
   Bytes file = ReadBytes(Path("d.zts"));
@@ -92,7 +92,7 @@ TEST_F(DifferentialTest, PlaysAtEveryScaleWhatIsNotDamaged) {
     }
   }
   const std::vector<Bytes> whole = Play("d.zts");
-  // A width that is not the key frame's.
+  // This changes the width in a frame, which then differs from the key frame's.
   file[info["frames"][8]["offset"].get<std::size_t>() + 32] = 0x20;
   for (const std::ptrdiff_t lost : {0, 7}) {  // the whole group of the key frame in the second run
     if (lost > 0) file[start(0)] = 0;

@@ -11,7 +11,7 @@ namespace {
 
 TEST(FramePool, HoldsAllRowsWithoutPadding) {
   CFramePool& pool = CFramePool::Instance();
-  // Bytes in a row from "bool8" on; samples of the last two formats are 2 and 16 rows high.
+  // These are the bytes of a row in each format; samples of the last two are 2 and 16 rows high.
   constexpr int rowSizes[] = {98, 98, 392, 392, 196, 196, 98, 196, 6 * 384};
   for (int format = ZTLIB_BOOL8; format <= ZTLIB_YUV420BLOCK; ++format) {
     const int row = rowSizes[format];
@@ -19,7 +19,7 @@ TEST(FramePool, HoldsAllRowsWithoutPadding) {
     CFrame* frame = pool.Allocate(98, 34, format);
     ASSERT_NE(frame, nullptr) << format;
     EXPECT_EQ(frame->linesize[0], row) << format;
-    // A sanitizer sees the first byte too many.
+    // A sanitizer sees a write behind the picture.
     std::memset(frame->data[0], 1, std::size_t(row) * rows);
     pool.Release(frame);
   }

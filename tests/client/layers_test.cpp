@@ -1,4 +1,4 @@
-// Layered video as the client's users meet it.
+// Tests layered video as the client's users know it.
 #include "tests/client/client_run.h"
 
 #include <sstream>
@@ -9,12 +9,12 @@ class LayersTest : public ClientTest {
  protected:
   void SetUp() override {
     ClientTest::SetUp();
-    // Nearly the drawn pictures themselves: none that a coding at a lower quality leaves as it is.
+    // At this quality, which is above that of the tests, the pictures are nearly the drawn ones.
     Succeed("demo --frames 12 --size 320x240 --quality 99 --out @.");
     Succeed("play @demo.zts --pixels yuv --video @a.mkv");
   }
 
-  // The PSNR that is told of a recording.
+  // Records, and returns the PSNR that the client prints.
   double Record(const std::string& format, const std::string& name = "l.zts") const {
     const CRun run = Succeed("record @a.mkv @" + name + " --psnr --format " + format);
     const std::size_t at = run.output.find("PSNR ");
@@ -38,7 +38,7 @@ TEST_F(LayersTest, RecordingsAreAsGoodAndAboutAsSmallAsJpeg) {
 TEST_F(LayersTest, SplitAndJoinedAgainIsTheSameFile) {
   for (const std::string format : {"layered", "layereddiff --key-interval 5 --no-overflow-keys"}) {
     Record(format);
-    // Differential frames may be left out.
+    // Lost differential frames change no other picture.
     const std::vector<Bytes> whole = Play("l.zts");
     const bool isKeys = format == "layered";
     EXPECT_TRUE(Play("l.zts --drop plain") ==
@@ -61,7 +61,7 @@ TEST_F(LayersTest, SplitAndJoinedAgainIsTheSameFile) {
     for (std::size_t i = 0; i < 4; ++i)
       EXPECT_EQ(sums[i], fs::file_size(Path("parts/layer" + std::to_string(i) + ".zts"))) << i;
 
-    // So many layers are all that a scale takes.
+    // Each scale needs only the first layers.
     for (const int layers : {3, 2, 1}) {
       fs::remove(Path("parts/layer" + std::to_string(layers) + ".zts"));
       Succeed(std::string("layers join @parts @cut.zts") + (layers == 2 ? " --layers 2" : ""));

@@ -1,4 +1,4 @@
-// Motion as the users of the client meet it: videos in, alarms out.
+// Tests motion detection as the client's users know it: they give videos and get alarms.
 #include "tests/client/client_run.h"
 
 namespace {
@@ -9,7 +9,7 @@ constexpr int first = 40, last = 60, all = 110;  // frames; something moves from
 
 class MotionClientTest : public ClientTest {
  protected:
-  // Ten frames a second of a gray wall; a box crosses the left half of the picture.
+  // The clip has ten frames a second of a gray wall; a box crosses the left half of the picture.
   void SetUp() override {
     ClientTest::SetUp();
     std::string clip = "YUV4MPEG2 W62 H48 F10:1 Ip A1:1 Cmono\n";
@@ -59,7 +59,7 @@ TEST_F(MotionClientTest, AnAlarmHasItsTimeItsPlaceAndItsSize) {
   EXPECT_EQ(std::distance(fs::directory_iterator(Path("png")), {}), all);
   Succeed("record @shown.mkv @shown.zts");
   EXPECT_EQ(Info("shown.zts")["totals"]["frames"], all);
-  // Still pictures are shown as they are; where the box is they turn red, with a frame of red.
+  // Still pictures are shown unchanged. With the box, its pixels and a frame around all are red.
   Succeed("record @png/%06d.png @shown.zts --quality 100");
   const std::vector<Bytes> shown = Play("shown.zts", 1, side * rows);
   for (const auto& [index, x, y, isRed] : {std::tuple{first - 1, boxLeft + 4, boxTop + 4, false},
@@ -79,7 +79,7 @@ TEST_F(MotionClientTest, ReportMarksTheAlarm) {
   Succeed("demo @clip.y4m --config @config.json --out @.");
   const std::string html = ReadText("report.html");
   ExpectPart(html, "<tr><td>1</td><td class=\"n\">0:04.50</td>");
-  // In both plots the alarm is a field from 4.5 s of 10.9 s on.
+  // In both plots a field shows the alarm, which begins at 4.5 s of 10.9 s.
   EXPECT_EQ(Count(html, "<rect class=\"span\" x=\"445."), 2U);
 }
 
@@ -88,7 +88,7 @@ TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
   const std::string right = "[9216,0,16383,0,16383,16383,9216,16383]";
   const auto masked = [](const std::string& polygons) { return R"({"Masks":[)" + polygons + "]}"; };
   const auto configs = [](const std::string& all) { return R"({"Configs":[)" + all + "]}"; };
-  // The start of the alarm in milliseconds; 0 if there is none.
+  // Each case has the start of the alarm in milliseconds, or 0 if there is none.
   const std::pair<std::string, int> cases[] = {
       {configs(masked(right)), 0},
       {configs(masked(right) + "," + masked(left + "," + right)), 4000},
@@ -100,7 +100,7 @@ TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
     EXPECT_EQ(events.empty() ? 0 : events[0]["startMs"].get<int>(), startMs) << config;
     EXPECT_LE(events.size(), 1U) << config;
   }
-  // The client counts the same pixels under a crooked mask as the library, at any size.
+  // Under a mask of any shape and size the client counts the same pixels as the library.
   const std::string polygons =
       "[100,3000,9000,200,8000,12000,4000,5000,600,11000],[-900,4100,9000,4100,9000,30000,3,7000]";
   for (const int width : {62, 33}) {

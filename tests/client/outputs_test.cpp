@@ -1,4 +1,4 @@
-// What the client writes: complete or not at all, and never over what it reads.
+// The client writes its outputs completely or not at all, and never over its inputs.
 #include "tests/client/client_run.h"
 
 #include <chrono>
@@ -21,7 +21,7 @@ class OutputsTest : public ClientTest {
     Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
   }
 
-  // All files below the folder but the output of Run.
+  // Returns all files in the folder except the output of Run.
   [[nodiscard]] std::set<std::string> Files() const {
     std::set<std::string> files;
     for (const auto& entry : fs::recursive_directory_iterator(folder))
@@ -29,7 +29,7 @@ class OutputsTest : public ClientTest {
         files.insert(entry.path().string());
     return files;
   }
-  // Waits for what a process does; a minute is as good as never.
+  // Waits for something that a process does, for a minute at most.
   template <class Condition>
   static bool Await(Condition&& condition) {
     for (int i = 0; i < 6000; ++i) {
@@ -45,7 +45,7 @@ class OutputsTest : public ClientTest {
   }
 };
 
-// A client that runs beside the test, started by a shell that it takes the place of.
+// A client that runs beside the test. It replaces the shell that starts it.
 struct CRunning {
   explicit CRunning(const std::string& arguments) {
     const std::string command = std::string("exec '") + ZTCLIENT + "' " + arguments;
@@ -59,7 +59,7 @@ struct CRunning {
   CRunning(const CRunning&) = delete;
   CRunning& operator=(const CRunning&) = delete;
 
-  // The status after this signal.
+  // Sends a signal and returns the exit status.
   int End(int signal) {
     kill(process, signal);
     int status = 0;
@@ -152,7 +152,7 @@ TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
   EXPECT_EQ(Info("old.partial.zts")["frames"].size(), 1U);
 }
 
-// An input that goes on, but gives no more pictures for now.
+// The inputs stay open, but give no more pictures.
 TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
   ASSERT_EQ(mkfifo(Path("in.y4m").c_str(), 0600), 0);
   const std::string video = ReadText("a.y4m");
@@ -190,7 +190,7 @@ TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
     EXPECT_TRUE(file.find(".tmp") == file.npos && file.find("partial") == file.npos) << file;
 }
 
-// A pipe that nobody reads on holds the client within a picture: there the first one waits.
+// A full pipe holds the client inside a picture, so the first interrupt has no effect yet.
 TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
   for (const char* name : {"pipe.y4m", "pipe.mkv"})
     ASSERT_EQ(mkfifo(Path(name).c_str(), 0600), 0);
@@ -203,7 +203,7 @@ TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
     const char* beside;
     bool isKept;
   } cases[] = {
-      // At one picture a second a video goes to its file every five of them.
+      // At one picture a second, every five pictures of a video are written to its file.
       {"play @demo.zts --fps 1 --y4m @pipe.y4m --video @old.mkv", "pipe.y4m",
        9 * width * height * 3 / 2, "old.partial.mkv", true},
       {"motion @a.mkv --json @old.json --video @pipe.mkv", "pipe.mkv", 1, ".ztclient-1.tmp", false},
@@ -220,7 +220,7 @@ TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
     }
     ASSERT_TRUE(Await([&] { return fs::exists(Path(beside)) && (!isKept || Size(beside) > 0); }));
     kill(client.process, SIGINT);
-    // Requests that come at once count as one.
+    // Requests that follow each other at once would count as one.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_EQ(client.End(SIGINT), 130) << arguments;
     close(end);

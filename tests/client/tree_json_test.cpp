@@ -26,7 +26,7 @@ struct CCase {
   const char* json;
 };
 const std::string zero(1, '\0');
-// One of each kind, and one of each way in which JSON has no word for it.
+// There is a case of each kind, and one of each value that JSON itself cannot say.
 const CCase cases[] = {
     {"empty", "", "{}"},
     {"bools", Element('B', "a", zero) + Element('B', "b", "\1") + Element('B', "c", "\7"),
@@ -82,7 +82,7 @@ TEST(TreeJson, EveryKindGoesThereAndBack) {
       EXPECT_EQ(BlockOf(ParseJson(text, "x"), "x").Bytes(), block) << test.name << text;
     all += Element('@', test.name, block);
   }
-  // Whatever is damaged, what is kept is a tree.
+  // The readable part of a damaged block is always a tree.
   all = Node(all);
   for (std::size_t i = 0; i < 9 * all.size(); ++i) {
     std::string bad = all;

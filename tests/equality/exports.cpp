@@ -1,5 +1,5 @@
-// A fixed set of inputs through every export, as a client that runs with all floating-point
-// exceptions unmasked.
+// Runs a fixed set of inputs through every export, as a client with all floating-point exceptions
+// unmasked.
 #include "client/layered/layered_encoder.h"
 #include "tests/equality/steps.h"
 #include "tests/kit/codec.h"
@@ -21,7 +21,7 @@ void Receive(void* user, const void* data, std::uint32_t size) {
   if (user) Collect(user, data, size);
 }
 
-// A picture of YUV pixels of which a part changes from moment to moment.
+// Returns a picture of YUV pixels, of which a part differs from moment to moment.
 Bytes Scene(int moment) {
   const Bytes three = jpeg_reference::Scene(width, height);
   Bytes four;
@@ -117,7 +117,7 @@ void LayeredVideo() {
       settings.tableFamily = family;
       settings.quality = family == 0 ? 75 : 96;
       settings.codes.longFormInterval = 5 * family;
-      // Not of the library: it runs without exceptions.
+      // The encoder is no part of the library, so it runs with masked exceptions.
       _mm_setcsr(_mm_getcsr() | exceptionMasks);
       CLayeredEncoder encoder(settings);
       _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
@@ -205,7 +205,7 @@ void Arithmetic() {
 }
 
 void Motion() {
-  // Also a width that is no multiple of 4.
+  // One of the widths is no multiple of 4.
   for (const int columns : {width, width - 3})
     Step(columns == width ? "motion" : "motion of odd width", [&] {
       void* const context = ztlib_simplemotion_create();
@@ -215,7 +215,7 @@ void Motion() {
             Noise(static_cast<std::size_t>(columns * height), static_cast<std::uint32_t>(moment));
         for (std::uint8_t& pixel : picture)
           pixel = static_cast<std::uint8_t>(100 + pixel % 8);
-        // Something bright comes once the model has learned.
+        // Something bright appears when the model has learned.
         for (int y = 10; moment >= 45 && y < 40; ++y)
           std::fill_n(&picture[static_cast<std::size_t>(y * columns + moment)], 30, 230);
         const Image image = NewImage(ZTLIB_GRAY, columns, height, picture);
@@ -226,13 +226,13 @@ void Motion() {
     });
 }
 
-// Values are exact, as exceptions are unmasked here.
+// All values are exact, because inexact results would trap here.
 void Triangulation() {
   for (const std::int32_t size : {9, 1024, 2147483647})
     Step("triangulation " + std::to_string(size), [size] {
       void* const handle = ztlib_triangulation_create();
       ztlib_triangulation_init(handle, -size, -size, size, size, 2);
-      // In 256ths of the frame: its middle, sides and quarters join the mesh at any size.
+      // Places are in 256ths of the frame: middle, sides and quarters join the mesh at any size.
       Bytes places = {128, 128, 128, 0, 0, 128, 128, 255, 255, 128, 64, 64, 192, 64, 64, 192};
       const Bytes more = Noise(200, 5);
       places.insert(places.end(), more.begin(), more.end());

@@ -1,5 +1,5 @@
-// A fixed set of inputs through what the exports reach only in part or not at all: the conversion
-// matrix, the data tree, the statistics behind motion, and calibration.
+// Runs a fixed set of inputs through code that the exports reach only in part or not at all: the
+// conversion matrix, the data tree, the statistics behind motion, and calibration.
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/calib/calibrator3d.h"
@@ -43,7 +43,7 @@ void MixRows(const Image& image) {
                   static_cast<std::size_t>(image.GetDx())));
 }
 
-// Noise, things that jump, and then stillness, at the slowest and the fastest rates of following.
+// The model gets noise, then jumping values, then still pictures, at its slowest and fastest rates.
 void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
   CMotionBackground model;
   model.ConfigureFromData(settings, {width, height});

@@ -6,14 +6,14 @@
 #include <cstring>
 #include <string>
 
-// What the programs of this folder share. They print one line per step with a hash of what the
-// library made; every system and instruction set has to print the same lines.
+// The programs of this folder share this header. They print one line per step with a hash of what
+// the library made; every system and instruction set has to print the same lines.
 
 using kit::Bytes;
 
 inline std::uint64_t hash = 0;  // of the present step
 
-// FNV-1a. `values` have no padding.
+// Adds values without padding to the hash, which is FNV-1a.
 template <class T, std::size_t extent>
 void Mix(std::span<T, extent> values) {
   for (const std::byte byte : std::as_bytes(values))
@@ -46,7 +46,7 @@ inline Bytes Noise(std::size_t size, std::uint32_t seed) {
 inline constexpr const char* formatNames[] = {
     "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
 
-// The unused byte of four-byte pixels is nobody's result.
+// Adds a picture to the hash without the unused bytes of four-byte pixels.
 inline void MixPicture(const kit::Frame& frame) {
   Mix(frame.width);
   Mix(frame.height);

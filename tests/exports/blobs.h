@@ -2,7 +2,7 @@
 
 #include "tests/support/export_fixture.h"
 
-// Bytes that clients pass to the exports and get from them.
+// Makes bytes that clients pass to the exports, and reads those that they get.
 namespace blobs {
 
 inline Bytes First(const Bytes& bytes, std::size_t size) {
@@ -16,7 +16,7 @@ inline Bytes Joined(Bytes bytes, const Bytes& more) {
   return bytes;
 }
 
-// What stands in front of a frame.
+// The header in front of a frame.
 struct FrameHeader {
   static constexpr std::uint32_t size = 112;
   std::uint32_t kind = 3, headerSize = size;
@@ -40,7 +40,7 @@ struct FrameHeader {
   }
 };
 
-// A coded picture as a frame; nothing after a failure.
+// Makes a frame of a JPEG stream; returns nothing after a failure.
 inline Bytes WithHeader(const Bytes& stream) {
   Bytes frame;
   ztlib_copyAndAddHeader(&frame, kit::Collect, stream.data(),
@@ -48,7 +48,7 @@ inline Bytes WithHeader(const Bytes& stream) {
   return frame;
 }
 
-// The form of pictures in memory, of zeros behind its header.
+// Returns a saved picture: a header, and zeros behind it.
 inline Bytes MemoryForm(int version, int format, int dx, int dy, int body) {
   Bytes bytes(static_cast<std::size_t>(32 + body));
   const int fields[] = {version, 32 + body, 32, 0, format, dx, dy};
@@ -61,7 +61,7 @@ inline Bytes Saved(const Image& image) {
   ztlib_ztimage_saveToZTMem(image.get(), &block, kit::Collect);
   return block;
 }
-// From memory of exactly that size, so that a sanitizer sees a read behind it.
+// Loads from memory of exactly that size, so that a sanitizer sees a read behind it.
 inline bool Load(const Image& image, const Bytes& block) {
   const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[block.size()]);
   std::copy(block.begin(), block.end(), copy.get());

@@ -8,18 +8,18 @@ using namespace blobs;
 using kit::Decoder;
 using kit::Encoder;
 
-// Callbacks of a client that do what nobody expects of them.
+// The callbacks of this client do what nobody expects of them.
 class Callbacks : public ExportTest {
  protected:
   Callbacks() { ztlib_registerAVFrameMgr(Allocate, Release, nullptr, 0); }
 
-  // Comes before the next frame, once.
+  // Is called once, before the next frame is given out.
   static inline std::function<void()> beforeFrame;
   static void* Allocate(int width, int height, int format) {
     if (const auto act = std::exchange(beforeFrame, nullptr)) act();
     return CTestFrames::Allocate(width, height, format);
   }
-  // Who reads on gets other pixels.
+  // Whoever still reads a released frame gets other pixels.
   static void Release(void* frame) {
     const auto& old = *static_cast<kit::Frame*>(frame);
     std::ranges::fill(old.Picture(), 0xEE);

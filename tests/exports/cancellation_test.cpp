@@ -47,7 +47,7 @@ class Cancellation : public ExportTest {
     bool cancelled = false, returned = false, unwound = false;
     bool operator==(const Outcome&) const = default;
   };
-  // What becomes of a call on a thread of its own.
+  // Runs a call on a separate thread and tells how it ended.
   static Outcome Run(Place where, std::function<void()> call) {
     struct Thread {
       std::function<void()> call;
@@ -93,7 +93,7 @@ TEST_F(Cancellation, EndsTheThreadInEveryCallbackAndLeavesNoLock) {
     EXPECT_EQ(Run(where, call), (Outcome{.cancelled = true, .unwound = true}));
     EXPECT_EQ(place, nowhere);
     Forget();
-    // Another thread would wait for ever where a lock was left.
+    // If a lock was left behind, another thread would wait for ever.
     EXPECT_EQ(Run(nowhere, logInside), (Outcome{.returned = true, .unwound = true}));
     EXPECT_EQ(lines.size(), 1U);
     EXPECT_EQ(Run(nowhere, [&] { EXPECT_EQ(encoder.Process(image.get(), true), frame); }).returned,
@@ -101,7 +101,7 @@ TEST_F(Cancellation, EndsTheThreadInEveryCallbackAndLeavesNoLock) {
   }
 }
 
-// Frames go back in destructors, which nothing can leave.
+// Frames are released in destructors, which no exception can leave.
 TEST_F(Cancellation, WaitsForTheEndOfRelease) {
   EXPECT_EQ(
       Run(inRelease, [] { ztlib_ztimage_destroy(NewImage(ZTLIB_GRAY, 8, 8, {1}).release()); }),

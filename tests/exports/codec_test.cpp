@@ -16,7 +16,7 @@ class CodecExports : public ExportTest {
   const Bytes scene = jpeg_reference::Scene(64, 48);
   const Bytes stream = jpeg_reference::Encode(scene, 64, 48);
 
-  // A picture of YUV pixels made of three-byte ones.
+  // Makes a picture of YUV pixels from three-byte pixels.
   static Image YuvImage(const Bytes& ycc, int width, int height) {
     Bytes four;
     for (std::size_t i = 0; i < ycc.size(); i += 3)
@@ -33,7 +33,7 @@ TEST_F(CodecExports, DecodesWhatLibjpegDecodes) {
   std::vector<Style> styles = {{.lumaAcross = 1, .lumaDown = 1, .components = 1},
                                {.progressive = true},
                                {.restartInterval = 1}};
-  // Across in tens and down in units.
+  // The tens are the sampling factors across, the units those down.
   constexpr int samplings[][3] = {
       {22, 11, 11}, {21, 11, 11}, {12, 11, 11}, {11, 11, 11}, {22, 22, 11}, {22, 11, 22},
       {22, 21, 21}, {22, 12, 12}, {22, 11, 21}, {11, 22, 22}, {21, 22, 22}, {12, 22, 22},
@@ -125,7 +125,7 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
   Forget();
   EXPECT_EQ(encoder.Process(YuvImage(scene, 64, 63).get()), Bytes());
   ExpectFailure(encode, encoderSource, "Invalid range");
-  // As many pixels in another shape are read as one run.
+  // A picture with the same number of pixels but another shape is read as one run.
   EXPECT_EQ(encoder.Process(YuvImage(scene, 32, 128).get()), frame);
 
   // 629 bytes of tables do not fit into 512.
@@ -135,7 +135,7 @@ TEST_F(CodecExports, EncoderRefusesWhatDoesNotFit) {
     ExpectUnknownFailure(encode);
   }
 
-  // A configuration that fails, or is of other kinds, leaves the one in force.
+  // A configuration that fails, or whose keys have other kinds, leaves the old one in force.
   encoder.Configure(kit::Config().Int("Width", 64).Int("Height", 64));
   encoder.Configure(kit::Config().Int("Width", -1).Int("Height", -1).Int("JPEGQuality", 1));
   EXPECT_EQ(failures.size(), 1U);
@@ -234,9 +234,9 @@ TEST_F(CodecExports, CopyAndAddHeaderWrapsAPicture) {
   ExpectUnknownFailure("ztlib_copyAndAddHeader");
 }
 
-// Reads a frame's info by both exports, which agree.
+// Both exports that read a frame's info must agree.
 TEST_F(CodecExports, FrameInfoReadsHeadersOfAllAges) {
-  // The header; the frame's size, reported type, and where the payload starts.
+  // Each case has a header, the frame's size, the reported type, and the start of the payload.
   const std::tuple<FrameHeader, std::size_t, int, int> cases[] = {
       {{.format = 3, .differential = -1, .refresh = 2, .type = 9}, 150, -1, 112},
       {{.format = 7, .differential = 1, .refresh = 1}, 150, 1, 112},
@@ -297,7 +297,7 @@ TEST_F(CodecExports, HandlesWorkOnSeveralThreads) {
   ExpectNoFailure();
 }
 
-// From memory one byte off any alignment; the recorded results are those of the equations, whose
+// The memory lies one byte off any alignment. The recorded results are those of the equations, whose
 // sums wrap at 32 bits.
 TEST(InverseTransform, GivesTheRecordedResultsForAnyCoefficients) {
   std::mt19937 random(3);

@@ -22,7 +22,7 @@ TEST_F(Context, TeardownIsReportedAndEveryServiceComesBack) {
             "[ComponentRepository] Deleting 1 components (7 registered)...\n"
             "[ComponentRepository] (CRITICAL) Component of 'CLoggerWin' deleted twice!\n"
             "[ComponentRepository] Done!\n");
-  // The callbacks went with the logger; a failure still reaches the handler.
+  // The callbacks were deleted with the logger; a failure still reaches the handler.
   EXPECT_EQ(ztlib_ztimage_create_avframe(9, nullptr), nullptr);
   EXPECT_EQ(failures.size(), 1U);
   EXPECT_TRUE(lines.empty());
@@ -45,7 +45,7 @@ TEST_F(Context, LogLineComesFirstThenTheHandlerAndNeitherCanThrowOutOfTheCall) {
   ztlib_registerExceptionHandler(nullptr);
   EXPECT_EQ(ztlib_ztimage_create_avframe(9, nullptr), nullptr);
   EXPECT_EQ(order.size(), 3U);
-  // The throwing callback goes with the logger.
+  // This deletes the logger with the callback that throws.
   ztlib_registerExceptionHandler([](const char* text) { failures.emplace_back(text); });
   testing::internal::CaptureStdout();
   ztlib_context_create();
@@ -94,7 +94,7 @@ TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
   for (void* which : {image.get(), static_cast<void*>(nullptr)})
     EXPECT_EQ(after(trapping, [&] { ztlib_ztimage_get_avframe(which); }), trapping);
   EXPECT_EQ(after(trapping, [] { ztlib_getScaleDownByPixel1(320, 640, 480); }), trapping);
-  // Whatever a callback does to it.
+  // The client's mask comes back, whatever a callback does to it.
   for (const Masks& client : {trapping, masked, Masks{true, false}, Masks{false, true}})
     for (const Masks& other : {trapping, masked, Masks{true, false}, Masks{false, true}}) {
       set = other;
@@ -114,7 +114,7 @@ TEST_F(Context, FloatingPointMaskIsTheClientsAgainAfterEveryCall) {
 TEST_F(Context, VirtualCoordinatesRoundAndNeverClamp) {
   using Call = std::int32_t (*)(std::int32_t, std::int32_t);
   constexpr Call toX = ztlib_getPixelXByVirtualX, fromX = ztlib_getVirtualXByPixelX;
-  // The products need 64 bits; results keep their low 32.
+  // The products need 64 bits; results keep the low 32 bits.
   const std::tuple<Call, std::int32_t, std::int32_t, std::int32_t> cases[] = {
       {toX, 16384, 640, 640},   {ztlib_getPixelYByVirtualY, 8192, 641, 321},
       {toX, -24576, 1, -1},     {toX, INT32_MAX, INT32_MAX, -262144},
@@ -129,7 +129,7 @@ TEST_F(Context, VirtualCoordinatesRoundAndNeverClamp) {
 }
 
 TEST_F(Context, ScaleDownChoice) {
-  // Target, the two sides in either order, choice.
+  // Each case has a target, the two sides, which may change places, and the choice.
   constexpr int cases[][4] = {{400, 1280, 720, 4},         {500, 1280, 720, 2},
                               {100, 1001, 600, 1},         {0, 640, 480, 0},
                               {-5, 640, 480, 0},           {320, 0, 480, 0},

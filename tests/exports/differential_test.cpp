@@ -13,7 +13,7 @@ constexpr char process[] = "ztlib_decoder_process";
 constexpr int width = 96;
 constexpr int height = 64;
 
-// A key frame of a gray picture and a plain frame that lays bright blocks over it.
+// The frames are a key frame of a gray picture and a plain frame that lays bright blocks over it.
 class DifferentialExports : public ExportTest {
  protected:
   static Image Picture(bool bright) {
@@ -54,7 +54,7 @@ TEST_F(DifferentialExports, DamageHurtsNoLaterFrame) {
     if (giant) std::fill_n(at + 5, 4, std::uint8_t{0xFF - 1});
     return Joined(noStrip, stream);
   };
-  // What becomes of the picture; null for a failure.
+  // Each case has the picture that must come out, or null for a failure.
   const std::tuple<const char*, Bytes, const Bytes*> cases[] = {
       {"count of the header below 0", set(84, 0x80000000U), &base},
       {"more entries than blocks", set(112, 0xFFFFFFFFU), &changed},
@@ -76,7 +76,7 @@ TEST_F(DifferentialExports, DamageHurtsNoLaterFrame) {
     Forget();
     EXPECT_EQ(Decode(decoder, plain), changed);
   }
-  // Strips of other sizes change blocks of the list or nothing.
+  // Strips of other sizes change only blocks of the list, or nothing.
   for (const auto& [w, h] : {std::pair(16, 16), {80, 5}, {80, 40}, {400, 16}})
     EXPECT_NE(Decode(decoder, withStrip(w, h)), base);
   for (std::size_t size = 26; size < plain.size(); ++size)
@@ -99,7 +99,7 @@ TEST_F(DifferentialExports, FramesWithoutATypeAreCompletedInPlace) {
     EXPECT_EQ(frame[72], differential == 1 ? 3 : 0);
     EXPECT_EQ(BytesOf(image) == changed, differential == 1);
   }
-  // The second one was a key frame whose picture is but a strip.
+  // The second of them was a key frame whose picture is only a strip.
   EXPECT_NE(Decode(decoder, plain), changed);
   ExpectNoFailure();
 }
@@ -109,7 +109,7 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   Decode(decoder, key);  // still in the old size
   const Bytes second = Decode(decoder, key);
   const Bytes changed = Decode(decoder, plain);
-  // Other scales wait for a key frame, other formats reach the base with it.
+  // A new scale waits for a key frame, and a new format reaches the base with it.
   decoder.Configure(kit::Config().Int("ScaleDown", 1));
   EXPECT_EQ(Decode(decoder, plain), changed);
   decoder.Configure(kit::Config().Int("ScaleDown", 2).Int("PixelFormat", ZTLIB_YUV));
@@ -123,7 +123,7 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   decoder.Process(image.get(), empty);
   EXPECT_EQ(FrameOf(image)->format, ZTLIB_YUV);
   ExpectNoFailure();
-  // A scale that the format cannot have never comes into force.
+  // A scale at which the format is impossible never comes into force.
   decoder.Configure(kit::Config().Int("ScaleDown", 32).Int("PixelFormat", ZTLIB_UYVY));
   Decode(decoder, key);
   ExpectFailure(process, "main/target/windll/image/ztimage_impl", "Invalid range");
@@ -132,8 +132,8 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   ExpectNoFailure();
 }
 
-// A coded picture in odd widths fills a picture of another size as one run of pixels, whose pairs
-// reach over the ends of rows: at a new scale, and where the header tells another size.
+// A coded picture of odd width fills a picture of another size as one run of pixels, whose pairs
+// reach over the ends of rows. This happens at a new scale, and where the header has another size.
 TEST_F(DifferentialExports, PairsReachOverRowsOfAKeyFrameOfAnotherSize) {
   const Encoder narrow(24, 48, ZTLIB_VIDEO_MJPEGDIFF);
   const Bytes frame = narrow.Process(NewImage(ZTLIB_UYVY, 24, 48, NoiseBytes(24 * 48 * 2)).get());

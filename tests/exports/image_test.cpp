@@ -127,7 +127,7 @@ TEST_F(ImageExports, BlocksThatPromiseTooMuchAreRefused) {
   EXPECT_EQ(BytesOf(image), before);
   EXPECT_TRUE(Load(image, MemoryForm(1, 0, 104, 1, 13)));
 
-  // Another version is a warning only.
+  // Another version causes only a warning.
   EXPECT_TRUE(Load(image, MemoryForm(2, 1, 2, 2, 4)));
   EXPECT_EQ(lines,
             std::vector<Line>{Line(

@@ -1,4 +1,4 @@
-// Layered video through the exports, beside a plain decoder and the encoder of the client.
+// Tests layered video through the exports, with a plain decoder and the encoder of the client.
 #include "client/layered/layered_encoder.h"
 #include "tests/exports/blobs.h"
 #include "tests/support/jpeg_reference.h"
@@ -16,7 +16,7 @@ constexpr int scales[] = {1, 2, 4, 8};
 constexpr char layeredSource[] = "main/target/windll/codec/videodecoder_mjpeg_old";
 constexpr char diffSource[] = "main/target/windll/codec/videodecoder_mjpeg_diff_old";
 
-// Where the fields of a layered header lie.
+// These are the offsets of fields in a layered header.
 namespace at {
 constexpr std::size_t base = 16, layer1 = 28, layer3 = 36, baseBytes = 40, layer1Bytes = 52;
 constexpr std::size_t model = 64, layerSize = 80, group = 96, width = 100, height = 104;
@@ -30,19 +30,19 @@ std::uint32_t Get(const Bytes& bytes, std::size_t at) {
   return ::Get<std::uint32_t>(bytes, at);
 }
 
-// What the plain decoder makes of a coded picture in a new frame.
+// Returns what the plain decoder makes of a coded picture in a new frame.
 Bytes Expected(const Bytes& coded, int width, int height, int scale, int format) {
   Bytes picture(kit::PictureSize(width / scale, height / scale, format), 0xA5);
   layered_reference::Draw(picture, width / scale, height / scale, coded, scale, format);
   return picture;
 }
 
-// A coded picture of random models and random bits: whatever bits are there, they mean something.
+// Returns a coded picture of random models and random bits: any bits mean something.
 Bytes RandomPicture(unsigned seed) {
   std::mt19937 random(seed);
   const auto below = [&random](unsigned limit) { return random() % limit; };
   Bytes coded(112);
-  // Some streams are longer than what is decoded of one at a time.
+  // Some streams are longer than the piece that is decoded at a time.
   const unsigned across = seed % 40 == 0 ? 60 : below(9);
   const unsigned width = 16 * across + below(16), height = 16 * below(4) + below(16);
   const unsigned squares = (width / 16) * (height / 16);
@@ -62,7 +62,7 @@ Bytes RandomPicture(unsigned seed) {
         const unsigned weights[] = {0, i == 8, 5, 1U << i, any};
         AppendNumber(coded, weights[std::min(kind, 4U)], 2);
       }
-      // Few bits in the planes, runs of zeros between them and more than there is room for.
+      // The planes have few bits with runs of zeros between them, and more than there is room for.
       for (unsigned length = kind < 3 ? 0 : below(60); length > 0; --length) {
         AppendNumber(coded, 128 | below(256) << 8, 2);
         AppendNumber(coded, below(256), 1);
@@ -71,7 +71,7 @@ Bytes RandomPicture(unsigned seed) {
         AppendNumber(coded, 128 | 250U << 8, 2);
     }
     if (layer > 0 && below(6) == 0) continue;
-    // Some streams end early, some behind the end of the frame.
+    // Some streams end early, others behind the end of the frame.
     const unsigned full = squares * perSquare[stream] + (stream == 0 ? 0 : below(40));
     const unsigned count = stream > 0 && below(5) == 0 ? below(full + 1) : full;
     Put(coded, at::base + 4 * stream, static_cast<std::uint32_t>(coded.size()));
@@ -82,7 +82,7 @@ Bytes RandomPicture(unsigned seed) {
   return coded;
 }
 
-// A key frame of the scene, or one with some of its blocks.
+// Returns a key frame of the scene, or a frame with some of its blocks.
 Bytes Encode(const CLayeredSettings& settings, int width, int height, unsigned seed = 1,
              std::span<const std::uint32_t> blocks = {}) {
   const CLayeredPlanes planes(jpeg_reference::Scene(width, height, seed).data(), 2 * width, width,
@@ -91,7 +91,7 @@ Bytes Encode(const CLayeredSettings& settings, int width, int height, unsigned s
   return blocks.empty() ? encoder.Encode(planes.Picture())
                         : *encoder.EncodeBlocks(planes.Picture(), blocks);
 }
-// What a layer travels in on its own.
+// Returns the record of a single layer.
 Bytes Record(std::size_t layer, std::uint32_t format, const Bytes& body) {
   Bytes record(32);
   Put(record, 0, 1);
@@ -127,7 +127,7 @@ class LayeredExports : public ExportTest {
           << "scale " << scales[i / 4] << " format " << formats[i % 4];
     }
   }
-  // Kept from frame to frame, as their buffers are.
+  // They are kept from frame to frame, and so are their buffers.
   std::deque<Decoder> decoders;
 
   static void ExpectRefused(const char* source, const char* text) {
@@ -155,7 +155,7 @@ class LayeredExports : public ExportTest {
 TEST_F(LayeredExports, AnyBitsAreWhatThePlainDecoderMakesOfThem) {
   for (unsigned seed = 0; seed < 250; ++seed) {
     const Bytes coded = RandomPicture(seed);
-    // The frame's size is that of the picture, or none that fits.
+    // The frame's size is that of the picture or a different one.
     Bytes frame(112);
     for (const std::size_t at : {32, 36})
       Put(frame, at, seed % 3 == 0 ? 64 : Get(coded, 68 + at) / 16 * 16 + seed % 3 / 2 * 16);
@@ -170,7 +170,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
   const std::uint32_t blocks[count] = {0, 6, 9, 20, 27};
   const Bytes key = Encode(Differential(), width, height);
   Bytes diff = Encode(Differential(), width, height, 9, blocks);
-  // The type of the frame says nothing.
+  // The type of the frame has no effect.
   Put(diff, 72, 5);
   Bytes none = First(diff, FrameHeader::size);
   Put(none, 84, 0);
@@ -197,7 +197,7 @@ TEST_F(LayeredExports, DifferentialFramesLieOverTheKeyFrame) {
       expectPicture(key, base);
       expectPicture(diff, expected);
       expectPicture(none, base);
-      // A new scale comes with the next key frame, which has the new size.
+      // A new scale begins with the next key frame, which has the new size.
       const int other = 8 / scale;
       decoder.Configure(kit::Config().Int("ScaleDown", other));
       expectPicture(diff, expected);
@@ -229,7 +229,7 @@ TEST_F(LayeredExports, LayersAreSplitAndJoinedByteForByte) {
           Record(i, frame[24], i == 0 ? Joined(First(frame, inner + at::end), body) : body);
       EXPECT_EQ(records[i], expected);
 
-      // Layers that are not there are named as missing, and all else is as it was.
+      // Layers that are not there are marked as missing, and all other bytes stay the same.
       total += records[i].size() - 32;
       Bytes joined = First(frame, layerAt(i) + layerSize(i));
       for (std::size_t missing = i + 1; missing < 4; ++missing)
@@ -252,8 +252,8 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
   const auto bytesOf = [&](std::size_t bits) {
     return size - static_cast<std::uint32_t>(bits + 7) / 8;
   };
-  // The value that is just good, the one that is just a failure, and the largest scale at which it
-  // is; at others a layer is not read.
+  // Each case has a value that is still good, one that is a failure, and the largest scale at which
+  // it is one; at larger scales the layer is not read.
   const std::tuple<std::size_t, std::uint32_t, std::uint32_t, int> values[] = {
       {at::group, 1, 0, 8},
       {at::width, 63, 64, 8},
@@ -282,8 +282,8 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
         ExpectNoFailure();
       }
 
-  // Pixel formats, tables and scales that are none, in the order in which they count: pixel format,
-  // width, scale, table family, and the refusal; with none nothing is drawn.
+  // Impossible pixel formats, tables and scales have effect in this order. Each case has pixel format,
+  // width, scale, table family and the refusal; without a refusal nothing is drawn.
   const char* const impl = "main/target/windll/image/ztimage_impl";
   const std::tuple<int, int, int, int, const char*, const char*> outcomes[] = {
       {10, 48, 1, 0, "main/lib/base/pixel_format", "Invalid range"},
@@ -336,7 +336,7 @@ TEST_F(LayeredExports, LayersThatDoNotFitAreRefused) {
     ztlib_getLayerSizes(&blob, sizes.data());
     return sizes;
   };
-  // The end of a layer lies at the end of the frame at the most.
+  // A layer must not reach beyond the end of the frame.
   const auto coded = static_cast<std::uint32_t>(good.size() - FrameHeader::size);
   const auto with = [&](std::size_t at, std::uint32_t value) {
     Bytes frame = good;
@@ -373,10 +373,10 @@ TEST_F(LayeredExports, RecordsAreTakenAsFarAsTheySay) {
     return Compose(copies);
   };
   const Bytes whole = Compose(records);
-  // What lies behind the size that a record tells is nobody's.
+  // Bytes behind the size that a record tells have no effect.
   EXPECT_EQ(changed([](auto& r) { r[0].push_back(7), r[3].push_back(7); }), whole);
-  // The first record of format 4 also ends where its layer does, behind both headers; what it had
-  // behind that still counts.
+  // The first record of format 4 also ends where its layer does, behind both headers. The bytes behind
+  // that still count in the size of the frame.
   Bytes body(FrameHeader::size + 8 + at::end + 5, 1);
   Put(body, 88, 8);
   Put(body, FrameHeader::size + 8 + at::layerSize, 3);
@@ -386,7 +386,7 @@ TEST_F(LayeredExports, RecordsAreTakenAsFarAsTheySay) {
   for (const std::size_t at : {at::layer1 + 4, at::layer3})
     Put(expected, FrameHeader::size + 8 + at, 0);
   EXPECT_EQ(Compose({Record(0, 4, body), second}), expected);
-  // A layer may be empty, and the headers all that there is.
+  // A layer may be empty, so that there are only headers.
   body.resize(FrameHeader::size + 8 + at::end);
   Put(body, FrameHeader::size + 8 + at::layerSize, 0);
   EXPECT_EQ(Compose({Record(0, 4, body), Record(1, 4, {})}).size(), body.size() + 128);

@@ -7,7 +7,7 @@ using kit::Encoder;
 
 class Arguments : public ExportTest {
  protected:
-  // Calls a function, whose name goes without "ztlib_"; it fails in `source` and returns nothing.
+  // Calls a function, which must fail in `source` and return nothing. `name` goes without "ztlib_".
   template <class Function, class... Values>
   void Fails(const char* name, Function function, Values... values) {
     SCOPED_TRACE(name);

@@ -27,7 +27,7 @@ class MotionExports : public ExportTest {
       return output.bytes;
     }
   };
-  // What a sequence ends in: an object comes in after the warm-up.
+  // Returns the last result of a sequence in which an object comes in after the warm-up.
   static Bytes Run(const Context& context, const Image& still, const Image& moving) {
     for (int i = 0; i < 40; ++i)
       context.Detect(still, i * 100);
@@ -54,10 +54,10 @@ TEST_F(MotionExports, ResultsFollowTheConfiguration) {
   ExpectNoFailure();
 }
 
-// Rows of anything but gray are read at multiples of 4 as far as the picture has bytes, row ends or
-// not; what would lie behind them is black.
+// Rows of a picture that is not gray are read as padded to multiples of 4, as far as it has bytes;
+// behind them everything is black.
 TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
-  // 45 bytes are five rows of eight, five of each in the picture, and one of five.
+  // 45 bytes are five rows of eight bytes, of which five are in the picture, and one row of five.
   constexpr int shapes[][3] = {{5, 9, 30}, {8, 9, 72}, {5, 3, 10}};
   for (const auto& [width, height, pixels] : shapes) {
     const Context context;
@@ -71,7 +71,7 @@ TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
   ExpectNoFailure();
 }
 
-// A gray picture in memory that ends with its last pixel; `noise` lies between the rows.
+// Makes a gray picture whose memory ends with its last pixel; `noise` lies between the rows.
 Image WrappedGray(const Bytes& pixels, int width, int stride, int lineSize, std::uint8_t noise) {
   const int height = static_cast<int>(pixels.size()) / width;
   const auto size = static_cast<std::size_t>((height - 1) * stride + width);
@@ -84,7 +84,7 @@ Image WrappedGray(const Bytes& pixels, int width, int stride, int lineSize, std:
 }
 
 // A picture that the library fills has rows without padding, whatever its frame or the one before
-// it says; rows that a client wraps are padded unless the frame says that they are dense.
+// it says. Rows that a client wraps are padded unless the frame says that they are not.
 TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
   for (const auto& [width, height] : {std::pair{90, 72}, {854, 480}, {38, 40}, {3, 3}}) {
     const int w = width, h = height;

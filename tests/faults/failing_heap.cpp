@@ -5,8 +5,9 @@
 
 #include <dlfcn.h>
 
-// Loaded in front of a program (LD_PRELOAD): from its `main` on, call number ZTLIB_FAILING_CALL of
-// the heap fails. At the end of the program the number of calls goes to the file ZTLIB_HEAP_CALLS.
+// This is loaded in front of a program (LD_PRELOAD). Counted from the start of its `main`, call number
+// ZTLIB_FAILING_CALL of the heap fails. At its end the number of calls goes to the file
+// ZTLIB_HEAP_CALLS.
 
 namespace {
 
