@@ -20,7 +20,7 @@ constexpr int width = 640;
 constexpr int height = 480;
 constexpr int roomOfFrame = width * height * 4;
 
-// A picture whose byte i is `byteAt(i)`, with room for any of that size.
+// Makes a picture whose byte i is `byteAt(i)`, with room for any picture of these tests.
 template <class ByteAt>
 Image Picture(int format, int columns, int size, ByteAt byteAt) {
   Frame* const frame = FramePool::Make(columns, height, format, roomOfFrame);
@@ -31,7 +31,7 @@ Image Picture(int format, int columns, int size, ByteAt byteAt) {
 
 class Allocation : public testing::Test {
  protected:
-  // Frames come from the heap here, and not again.
+  // The pool takes its frames from the heap here, and no more later.
   FramePool frames{{.reuse = true}};
   Allocation() {
     Image images[8];
@@ -39,7 +39,7 @@ class Allocation : public testing::Test {
       image = NewImage(ZTLIB_RGB, width, height, {0});
   }
 
-  // The latest frame of an encoder.
+  // Holds the latest frame of an encoder.
   static inline std::uint8_t coded[width * height * 2];
   static inline std::uint32_t codedSize;
   static void Encode(const Encoder& encoder, const Image& image) {
@@ -50,7 +50,7 @@ class Allocation : public testing::Test {
     ztlib_encoder_process(encoder.object, nullptr, receive, image.get(), 0);
   }
 
-  // Heap calls of ten rounds after two to warm up.
+  // Returns the heap calls of ten rounds, after two rounds to warm up.
   template <class Round>
   static int CallsOfTen(Round round) {
     round();
@@ -87,7 +87,7 @@ TEST_F(Allocation, SteadyStateTakesFramesAndTheOutputBlockOnly) {
   }
 }
 
-// Key, plain, plain and reference frames of two pictures in turn.
+// The frames are key, plain, plain and reference frames of two pictures in turn.
 TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   for (bool advanced : {false, true}) {
     Encoder encoder(width, height, ZTLIB_VIDEO_MJPEGDIFF);
@@ -114,8 +114,8 @@ TEST_F(Allocation, DifferentialVideoTakesNoMoreThanPlainVideo) {
   }
 }
 
-// Key and differential frames of both layered formats in turn. The decoders inherit one of JPEG,
-// which would take more blocks than the one of the object.
+// The frames are key and differential frames of both layered formats in turn. The decoders inherit
+// from that of JPEG, which would take more than the one block of the object.
 TEST_F(Allocation, LayeredVideoTakesFramesOnlyAndNoJpegDecoder) {
   const Bytes scene = jpeg_reference::Scene(width, height);
   const CLayeredPlanes planes(scene.data(), 2 * width, width, height);
@@ -137,8 +137,8 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnlyAndNoJpegDecoder) {
   }
 }
 
-// Frames that announce more than they have and than their picture holds: the picture is that of the
-// frame as it should be, and no block of memory is larger than that is worth.
+// These frames announce more than they have and than their picture holds. The picture is that of the
+// sound frame, and no block of memory is larger than that picture needs.
 TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   const Bytes scene = jpeg_reference::Scene(64, 64);
   const CLayeredPlanes planes(scene.data(), 2 * 64, 64, 64);
@@ -154,14 +154,14 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   for (std::size_t at = 112 + 40; at < 112 + 64; at += 4)
     Put(longStreams, at, 30'000'000);
 
-  // A strip of 2^28 by 0 pixels, with a list of entries without bits.
+  // This strip has 2^28 by 0 pixels, and entries of no bits in its list.
   Bytes endlessList = *CLayeredEncoder(settings).EncodeBlocks(planes.Picture(), blocks);
   Put(endlessList, 66, std::uint16_t{1});
   Put(endlessList, 84, 0x7FFFFFF0);
   for (const auto& [at, value] : {std::pair(112, -1), {116, 0}, {120, 0}})
     Put(endlessList, static_cast<std::size_t>(at), value);
 
-  // A strip of 4,093 blocks, of which two are listed.
+  // This strip has 4,093 blocks, of which two are listed.
   const Encoder encoder(64, height, ZTLIB_VIDEO_MJPEGDIFF);
   Encode(encoder, Picture(ZTLIB_UYVY, 64, 64 * height * 2, [](int) { return 99; }));
   const Bytes jpegKey(coded, coded + codedSize);
@@ -200,7 +200,7 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   }
 }
 
-// The bitmap is all of its size that a frame takes; all else is the small change of a tree.
+// The bitmap is the only large block that a frame takes; the others are small parts of a tree.
 TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
   for (const int format : {ZTLIB_GRAY, ZTLIB_BOOL8}) {
     constexpr int columns = width - 3;
@@ -240,7 +240,7 @@ TEST_F(Allocation, DetectorsBehindTheEighthTakeNothing) {
   EXPECT_EQ(callsWith(10000), callsWith(8));
 }
 
-// Sizes that no picture has are refused or cheap: they come from outside.
+// Sizes come from outside, so those that no picture has are refused or cheap.
 TEST_F(Allocation, EncodersKeepNothingForSizesWithoutPixels) {
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF})
     for (const auto& [w, h] : {std::pair(-1, 0), {0, -1}, {-1, 1}, {1, -1}, {-1, -1}}) {
@@ -266,7 +266,7 @@ TEST_F(Allocation, CalibratorsMeasureWithoutMemory) {
   EXPECT_EQ(calls, 0);
 }
 
-// One call of the heap fails when somebody asks for the logger for the first time.
+// One call of the heap fails during the first use of the logger.
 TEST_F(Allocation, TheLoggerCanBeAskedForAgainWhenMemoryIsThere) {
   static int lines;
   const auto listen = [] { ztlib_registerLogger([](int, const char*) { ++lines; }); };
@@ -295,7 +295,7 @@ TEST_F(Allocation, TheLoggerCanBeAskedForAgainWhenMemoryIsThere) {
   }
 }
 
-// So they have nothing to fail of.
+// As they take no memory, they cannot fail.
 TEST_F(Allocation, CallsWithoutGuardTakeNoMemory) {
   CLayeredEncoder layered{CLayeredSettings()};
   const Bytes scene = jpeg_reference::Scene(64, 64);
@@ -347,7 +347,7 @@ TEST_F(Allocation, UnloadingGivesAllMemoryBack) {
   for (const bool isDestroyed : {true, false}) {
     std::size_t inUse[2];
     testing::internal::CaptureStdout();
-    // The loader keeps some kilobytes, once.
+    // The loader keeps some kilobytes, but only once.
     for (std::size_t& bytes : inUse) {
       for (int i = 0; i < cycles; ++i)
         cycle(isDestroyed);

@@ -51,7 +51,7 @@ TEST(Logger, StreamsGetCutLinesInOrderAndMayLogAndRegisterMeanwhile) {
     logger.AddStream(new CNestingStream);
     logger.AddStream(new CRecordingStream("a"));
     logger.Log(0, "x", 1, "%s", std::string(20000, 'z').c_str());
-    // One that is registered during a line gets the next.
+    // A stream that is registered during a line gets the next line.
     logger.Log(1, "x", 1, "%d %s", 5, "%n");
   }
   EXPECT_EQ(written, (std::vector<std::string>{"a0" + std::string(10239, 'z'), "a2inner",

@@ -47,7 +47,7 @@ class Calibration : public ExportTest {
 TEST_F(Calibration, TableLookUp) {
   CAssignTable table;
   EXPECT_EQ(table.Get(3), 0);
-  // Too close together for a line, in keys, then in values.
+  // Some samples are too close together for a line: first in keys, then in values.
   constexpr float last = 6.0000005F;
   table.keys = {-4, 0, 0.0000005F, 8, 9};
   table.values = {-1, 1, 2, 6, last};
@@ -67,12 +67,12 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
     EXPECT_NEAR(table.Get(key), key / 800, 1e-3) << key;
   EXPECT_NEAR(table.values.front(), -5, 1e-5);
   EXPECT_NEAR(table.values.back(), 30, 1e-5);
-  // Two widths of the picture are the end.
+  // A table ends two widths of the picture beyond the rectangle.
   ASSERT_TRUE(Configure(table, sound, 10, 88.7F, 99, 99));
   EXPECT_NEAR(table.values.front(), -32768 / 800.0, 1e-3);
   EXPECT_NEAR(table.values.back(), 10 + 32768 / 800.0, 1e-3);
 
-  // A trapezium twice as wide at its near end; its sides meet at twice its height.
+  // This trapezium is twice as wide at its near end, and its sides meet at twice its height.
   ASSERT_TRUE(Configure(table, {0, 6000, 8000, 6000, 2000, 0, 6000, 0}, 12, 88.7F, 60, 60));
   ExpectSound(table);
   for (const int y : {9000, 6000, 4000, 0, -3000}) {
@@ -82,7 +82,7 @@ TEST_F(Calibration, TableOfARectangleIsLinearAndOfATrapeziumIsNot) {
     EXPECT_NEAR(table.PointOf(key).y, y, 0.01);
     EXPECT_NEAR(table.PointOf(key).x, (6000 - y) / 3.0, 0.01);
   }
-  // Minus a length is in the plane of the camera: the reach keeps away from it.
+  // The plane of the camera is one length before the rectangle; the table does not reach it.
   EXPECT_GT(table.values.front(), -12);
 
   // Tables are joined where their ranges meet.
@@ -124,7 +124,7 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
     EXPECT_EQ(table.keys.empty(), !text.empty());
     if (text.empty()) ExpectSound(table);
   }
-  // Whichever corner is dented.
+  // A quadrilateral with a dent is refused, whichever corner has it.
   for (std::size_t i = 0; i < 4; ++i) {
     Corners corners = sound;
     for (const std::size_t axis : {0U, 1U})
@@ -132,7 +132,7 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
     CTable table;
     EXPECT_FALSE(Configure(table, corners, 5)) << i;
   }
-  // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
+  // Every accepted table is sound, also of small or huge corners, parallels and rounding noise.
   std::mt19937 random(3);
   for (int round = 0; round < 500; ++round) {
     Corners corners;
@@ -150,12 +150,13 @@ CPointF ToPoint(const Point& p) {
   return {static_cast<float>(p[0]), static_cast<float>(p[1])};
 }
 
-// A camera over a street with a rectangle on the ground, in double precision. Pictures are 4:3.
+// A camera above a street with a rectangle on the ground, in double precision. Pictures are 4:3.
 struct CStreet {
   double height, tilt, field, roll;
   double x = 0, y = 0, turn = 0, length01 = 4, length03 = 8;
 
-  // A point along 0-1 and 0-3, from corner 0, in virtual units; outside of the picture it throws.
+  // Returns the virtual coordinates of a point along 0-1 and 0-3, from corner 0. Throws if it is
+  // outside of the picture.
   [[nodiscard]] Point See(double along01, double along03, double up = 0) const {
     const double away = y + along01 * std::sin(turn) + along03 * std::cos(turn);
     const double right = x + along01 * std::cos(turn) - along03 * std::sin(turn);
@@ -168,7 +169,7 @@ struct CStreet {
       throw std::out_of_range("out of sight");
     return p;
   }
-  // What a client would mark: corners, and objects of 1.8 m at these shares of the lengths.
+  // Marks what a client would: the corners, and objects of 1.8 m at these shares of the lengths.
   [[nodiscard]] CData Configuration(const std::vector<Point>& places) const {
     Numbers numbers{{Tok::Distance01, length01}, {Tok::Distance03, length03}};
     for (std::size_t i = 0; i < 4; ++i)
@@ -183,7 +184,7 @@ struct CStreet {
     }
     return MarkedTree(numbers, marks);
   }
-  // What the calibrator calls a place: it counts from corner 1 or corner 3.
+  // Returns the place as the calibrator counts it, which is from corner 1 or corner 3.
   [[nodiscard]] Point Expected(double along01, double along03) const {
     const bool startsAt1 = See(0, length03)[1] < See(length01, 0)[1];
     return {startsAt1 ? length01 - along01 : along01, startsAt1 ? along03 : length03 - along03};
@@ -223,7 +224,7 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     street.length01 = between(3, 9);
     street.length03 = between(4, 20);
     street.turn = between(-34, 34) * degree;
-    // Around the middle of the picture.
+    // The rectangle lies around the middle of the picture.
     const double half01 = street.length01 / 2, half03 = street.length03 / 2;
     street.x = half03 * std::sin(street.turn) - half01 * std::cos(street.turn);
     street.y = street.height / std::tan(street.tilt) - half01 * std::sin(street.turn) -
@@ -240,8 +241,8 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     } catch (const std::out_of_range&) {  // or the rest of this camera's points
     }
   }
-  // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic: the
-  // median, the worst of nearly all, and the worst.
+  // The errors come from corners and marks that are rounded to whole units, hardly from the
+  // arithmetic. Each case limits the median, 99 % of the errors, and all of them.
   const std::tuple<const char*, double, double, double> expected[] = {
       {"inside", 0.001, 0.006, 0.012},        {"around", 0.002, 0.022, 0.04},
       {"heights inside", 0.0008, 0.03, 0.15}, {"heights around", 0.001, 0.05, 0.15},
@@ -258,7 +259,7 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
 }
 
 TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
-  // The tilt in degrees, marks, and the error that they allow.
+  // Each case has the tilt in degrees, marks, and the error that they allow.
   const std::tuple<double, std::vector<Point>, double> cases[] = {
       {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
       {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
@@ -279,13 +280,13 @@ TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
         ASSERT_TRUE(calibrator.Height(foot, {top.x + aside, top.y}, meters));
         EXPECT_NEAR(meters, 1.8, tolerance) << tilt << ": " << along01;
       }
-    // In the corner over which heights are measured, above the table, and in the sky.
+    // Heights are measured in corner R0 itself, but not above the table or in the sky.
     const CData config = calibrator.GetConfig();
     const CPointF r0{static_cast<float>(config.GetInt(Tok::X0Virtual, 0)),
                      static_cast<float>(config.GetInt(Tok::Y0Virtual, 0))};
     CPointF head, beside;
     ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
-    // Beside it, where lines over the ground are level, heads are on one level too.
+    // Lines on the ground are level there, so beside that corner the head has the same level.
     ASSERT_TRUE(calibrator.Head({8192, r0.y}, 1.8F, beside));
     EXPECT_NEAR(beside.y, head.y, 1);
     EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
@@ -310,7 +311,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
   const std::string cheat = "4 CCalibrator3D: Two segment are in one line: cheating is necessary.";
   CData text;
   text.AddString(Tok::Y0Virtual, "high");
-  // The ground can be measured when the tables are ready, heights when nothing is missing.
+  // The ground can be measured when its tables are ready, heights only if nothing is missing.
   const std::pair<CData, std::vector<std::string>> cases[] = {
       {{}, {ready2D, unready3D, done}},
       {MarkedTree({{corner[4], 0}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}), {unready2D}},
@@ -324,15 +325,15 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
       {MarkedTree({}, twoMarks), {ready2D, done}},
       {MarkedTree({}, {{5000, 8000, 5000, 6000}, {5000, 6000, 5000, 4700}}),
        {ready2D, cheat, done}},
-      // A foot in a corner, and marks of no height at one place.
+      // A foot lies in a corner, or the marks have no height and one place.
       {MarkedTree({}, {{563, 8755, 500, 7000}, {563, 8755, 8000, 8000}}),
        {ready2D, wrong, noHeight, unready3D, done}},
       {MarkedTree({}, {{4000, 8000, 4000, 8000}, {4000, 8000, 4000, 8000}}),
        {ready2D, cheat, wrong, noHeight, unready3D, done}},
-      // Up to the corner of the picture.
+      // The rectangle reaches up to the corner of the picture.
       {MarkedTree({{corner[4], 9000}, {corner[5], 0}, {corner[6], 0}, {corner[7], 0}}),
        {some2D, unready3D, done}},
-      // From straight above.
+      // The camera looks straight down.
       {MarkedTree(square, twoMarks), {some2D, "4 CCalibrator3D: Cannot get refs", unready3D, done}},
   };
   for (const auto& [tree, expected] : cases) {
@@ -347,7 +348,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
       EXPECT_EQ(texts[i].substr(0, expected[i].size()), expected[i]);
     calibrator.Configure(tree);
     const std::string same = "4 Calibrator3D:  the same config as the previous";
-    // A text cannot be compared.
+    // A configuration with a text cannot be compared.
     EXPECT_EQ(TakeLines(), std::vector(1, &tree == &cases[6].first ? unready2D : same));
     CPointF ground;
     float meters = 77;
@@ -363,14 +364,14 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
   ASSERT_TRUE(above.GetGround({7000, 5000}, ground));
   EXPECT_NEAR(ground.x, 2.8, 1e-4);
   EXPECT_NEAR(ground.y, 17 * 0.8, 1e-4);
-  // Farther away than the tables go.
+  // These places are farther away than the tables reach.
   float meters = 0;
   EXPECT_FALSE(above.GetGround({7000, 90000}, ground) || above.GetGround({90000, 7000}, ground));
   EXPECT_FALSE(above.Distance({7000, 5000}, {7000, 90000}, meters));
   EXPECT_TRUE(failures.empty());
 }
 
-// Names, and a plus for each element that is like the one before it.
+// Returns the names of a tree, and a plus for each element that is like the one before it.
 std::string Shape(const CData& tree) {
   std::string text, last;
   for (const CDataElement& element : tree.Elements()) {
@@ -391,7 +392,7 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   EXPECT_EQ(Shape(calibrator.GetConfig()), record + "RefSegment{} RefDistanceMeter ");
   calibrator.Configure({});
   CData tree = calibrator.GetConfig();
-  // What was read back changes nothing but what it has of its own.
+  // A configuration that was read back adds only its new element.
   tree.AddChild(Tok::FixPointHelper).AddChild(Tok::Points).AddInt(Tok::X, 5);
   TakeLines();
   calibrator.Configure(tree);
@@ -405,7 +406,7 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
                 "Plane0{Points{{X Y } +++} } Plane1{Points{{X Y } +++} } Horizon{Points{{X Y } +} "
                 "} AdditionalPoints{R0x R0y R1x R1y RefVpointX RefVpointY } } ");
 
-  // All numbers of the result, and some of them: corners, their heads, and the horizon.
+  // All numbers of the result are compared by a hash; corners, heads and horizon also one by one.
   const CData& result = tree.Child(Tok::Info);
   const CBinData bytes = ToTagged(result);
   EXPECT_EQ(HashOf({bytes.Data(), bytes.Data() + bytes.Size()}), 0xf5dca6ac8048cc45U);

@@ -14,7 +14,7 @@ namespace {
 
 using Block = std::vector<std::uint8_t>;
 
-// Hexadecimal pairs, with text in single quotes: "42 02 'Id' 01000000 01".
+// Reads hexadecimal pairs, with text in single quotes: "42 02 'Id' 01000000 01".
 Block Bytes(std::string_view text) {
   Block bytes;
   for (std::size_t i = 0; i < text.size();) {
@@ -33,7 +33,7 @@ Block Bytes(std::string_view text) {
   return bytes;
 }
 
-// Writes into a block of exactly the measured size, so that the sanitizer sees one byte too many.
+// Writes into a block of exactly the measured size, so that a sanitizer sees a byte behind it.
 Block Tagged(const CData& data) {
   Block bytes(TaggedSize(data));
   EXPECT_EQ(WriteTagged(data, bytes.data()), bytes.data() + bytes.size());
@@ -126,24 +126,24 @@ TEST(TaggedForm, AnEmptyValueEndsTheFormBehindWhatIsGood) {
   EXPECT_EQ(Block(block.Data(), block.Data() + block.Size()), bytes);
 }
 
-// Each case is read as the good element before it and no further, or, where told, as more.
+// Each case follows a good element, which is all that is read, or also the next one or two.
 TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
-  // By how many elements more are read.
+  // The cases are sorted by the number of elements that are read behind the good one.
   const std::vector<std::string_view> cases[] = {
-      // Behind the terminator; no tags; wrong sizes; names of bad lengths; behind the end.
+      // These lie behind the terminator or the end, or have no tag or wrong sizes of name or value.
       {"00 'B' 00 01000000 01", "'Y' 00 01000000 01", "'I' 00 03000000 010203",
        "'I' 00 05000000 0102030405", "'B' 00 02000000 0101", "'T' 00 04000000 01020304",
        "'G' 00 0f000000 000000000000000000000000000000 00", "'I' 80 04000000 01020304",
        "'I' ff 04000000 01020304", "'I' 7f 04000000 01020304", "'I' 00 04000000 010203",
        "'S' 00 ffffffff 'abc'", "'@' 00 ffffffff 00",
-       // No subtype; metadata that does not end.
+       // These have no subtype, or metadata that does not end.
        "'*' 00 00000000", "'*' 00 02000000 '3' 01", "'X' 00 00000000",
        "'X' 00 07000000 'I' 80 01000000 00", "'X' 00 07000000 'I' 00 ffffffff 00",
        "'X' 00 08000000 'Z' 01 'n' 01000000 00"},
-      // Metadata passed over; an empty child or text; odd sizes lose their last byte.
+      // Metadata is skipped, a child or text is empty, and odd sizes lose their last byte.
       {"'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab", "'@' 00 00000000", "'S' 00 00000000",
        "'W' 00 03000000 610062", "'*' 00 04000000 '2' 010002"},
-      // A bad child ends alone.
+      // A bad child ends only itself.
       {"'@' 00 03000000 'I' 00 03 'B' 00 01000000 01"}};
   for (std::size_t more = 0; more < std::size(cases); ++more)
     for (const std::string_view text : cases[more]) {
@@ -194,11 +194,11 @@ TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
     const CData data = ParsedTagged(Bytes(richTagged), static_cast<std::uint16_t>(1 << bit));
     EXPECT_EQ(Tagged(data), Tagged(expected)) << bit;
   }
-  // Sizes are checked before the mask is asked.
+  // Sizes are checked before the mask.
   EXPECT_EQ(ParsedTagged(Bytes("'I' 00 03000000 010203 'B' 00 01000000 01"), cdInt).Count(), 0u);
-  // The inside of a binary is not looked at when it is passed over.
+  // The inside of a binary that is skipped is not checked.
   EXPECT_EQ(ParsedTagged(Bytes("'X' 00 00000000 'B' 00 01000000 01"), cdBinary).Count(), 1u);
-  // A name that is passed over leaves nothing behind.
+  // The name of a skipped element leaves nothing behind.
   const std::string_view named = "'I' 01 'a' 04000000 00000000 'B' 01 'b' 01000000 01";
   EXPECT_EQ(ParsedTagged(Bytes(named), cdInt).At(0).key, INT64_MIN);
 }
@@ -210,7 +210,7 @@ TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
     const Block tagged = Tagged(data);
     EXPECT_EQ(tagged.size(), 11 + length % 256);
     EXPECT_EQ(tagged[1], length % 256);
-    // The same element as metadata of a binary value.
+    // The same element is also read as metadata of a binary.
     outer.AddBinary(0, std::make_shared<CBinData>(tagged.data(), tagged.size()));
     Block binary = Tagged(outer);
     binary.erase(binary.begin() + 6);
@@ -221,7 +221,7 @@ TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
   }
 }
 
-// Depth of the tree along the last elements.
+// Returns the depth of the tree along the last elements.
 int Depth(const CData& data) {
   const CData* child = data.Count() != 0 ? data.At(data.Count() - 1).value.GetNode() : nullptr;
   return child != nullptr ? 1 + Depth(*child) : 0;

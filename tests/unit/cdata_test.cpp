@@ -62,7 +62,7 @@ TEST(CData, CopiesAreDeepButShareBinaryBytes) {
   EXPECT_NE(original.At(8).value.GetByteArray(), copy.At(8).value.GetByteArray());
 }
 
-// Random edits of a node and of a plain list of names; every search must agree with the list.
+// A node and a plain list of names get random edits; every search must agree with the list.
 TEST(CData, SearchesAgreeWithAListOfNamesThroughAnyEdits) {
   std::mt19937 random(1);
   // The last two have the same hash.
@@ -134,7 +134,7 @@ TEST(CGuid, ParsesSixteenPairsAndNothingLess) {
   EXPECT_FALSE(CGuid::Parse(nullptr, guid));
   EXPECT_TRUE(CGuid::Parse((text + "} behind").c_str(), guid));
   EXPECT_EQ(guid.ToString(), "{01234567-89AB-CDEF-0011-223344556677}");
-  // All bits are drawn but those of version and variant.
+  // All bits are random except those of version and variant.
   Bytes anyBits(16), allBits(16, 0xFF), expectedAny(16, 0xFF), expectedAll(16);
   expectedAny[6] = 0x4F, expectedAny[8] = 0xBF;
   expectedAll[6] = 0x40, expectedAll[8] = 0x80;

@@ -54,7 +54,7 @@ TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
         EXPECT_EQ(Decode(decoder, stream, format, width, height), expected)
             << static_cast<int>(format) << " " << width << "x" << height;
       }
-      // Pairs never reach over the end of a row, so an odd picture is cropped where it would fit.
+      // Pairs never reach over the end of a row, so an odd picture is cropped even where it fits.
       if (format < PixelFormat::YUYV) continue;
       const Bytes narrow = Decode(decoder, odd, format, 46, 32);
       const Bytes wide = Decode(decoder, odd, format, 64, 64);
@@ -88,7 +88,7 @@ TEST(JpegDecoder, WhatIsNoPictureOfYuv) {
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
 }
 
-// The last scan of a progressive stream, a refinement, can come any number of times.
+// Repeats the last scan of a progressive stream, a refinement, which is allowed any number of times.
 Bytes WithLastScan(const Bytes& stream, int count) {
   const std::uint8_t marker[] = {0xFF, 0xDA};
   const auto last = std::find_end(stream.begin(), stream.end(), marker, marker + 2);
@@ -105,7 +105,7 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
     return Decode(decoder, stream, PixelFormat::RGB, width / scale, height / scale,
                   static_cast<std::uint32_t>(scale));
   };
-  // What encoders make decodes at every scale, with the most blocks for its bytes too.
+  // Streams of encoders decode at every scale, even if they have few bytes for their blocks.
   const Bytes flat = jpeg_reference::Encode(Bytes(std::size_t{4000} * 3000 * 3, 77), 4000, 3000,
                                             {.progressive = true});
   for (const int scale : {1, 2, 4, 8})
@@ -123,7 +123,7 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
   // A target that is far smaller than the picture justifies few scans and little memory.
   EXPECT_THROW(decode(flat, 1000, 1000, 1), int);
   EXPECT_THROW(decode(flat, 4000, 3000, 32), int);
-  // Some hundred bytes that announce 530 million pixels.
+  // Some hundred bytes announce 530 million pixels.
   Bytes giant = small;
   const std::uint8_t size[] = {0xFF, 0xC2};
   const auto at = std::search(giant.begin(), giant.end(), size, size + 2) + 5;

@@ -55,7 +55,7 @@ TEST(ComponentRepository, CreatesOnFirstUseAndDeletesInReverseOrder) {
   EXPECT_EQ(events, (std::vector<std::string>{"+1", "+3", "+2", "-2", "-3", "-1", "+1"}));
 }
 
-// Fails at first: for want of memory, or for another reason.
+// Fails the first time, for lack of memory or for another reason.
 template <int N, class Failure>
 struct CFailing : IService<N> {
   CFailing() {

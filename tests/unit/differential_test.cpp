@@ -26,9 +26,9 @@ Bytes BytesOf(const CZTImage& image) {
   const auto* at = image.GetPtrAs<std::uint8_t>();
   return {at, at + image.GetScanlineSize() * image.GetDy()};
 }
-// ---- The rules of differential video, one after the other.
+// ---- A model with the rules of differential video, one after the other.
 
-// The mean of squares of `factor` by `factor` pixels.
+// Returns the means of squares of `factor` by `factor` pixels.
 Bytes Thumbnail(const Bytes& uyvy, int width, int columns, int rows, int factor) {
   Bytes small;
   for (int y = 0; y < rows; ++y)
@@ -115,7 +115,7 @@ class ModelEncoder {
     return true;
   }
 
-  // The blocks of the list lie as in a picture of whole blocks.
+  // Blocks are counted as in a picture of whole blocks.
   Bytes Strip(const Bytes& now, const Blocks32& blocks, int type) {
     const std::size_t perRow = static_cast<std::size_t>(o.width + 15) / 16;
     Bytes strip(blocks.size() * 16 * 32);
@@ -183,8 +183,8 @@ struct ModelDecoder {
 
 // ---- Sequences
 
-// Two rectangles that move over a still or a noisy background, a light that goes on at frame 9, and
-// at frame 11 nothing that was there in frame 10.
+// Two rectangles move over a still or a noisy background, a light goes on at frame 9, and nothing of
+// frame 10 is left in frame 11.
 Bytes Picture(const Options& o, int t) {
   std::mt19937 random(static_cast<unsigned>(t));
   Bytes pixels;
@@ -273,7 +273,7 @@ TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
             CBinData data = CBinData::Wrap(frame.data(), frame.size());
             decoder.Decode(out, data);
           };
-          // The first key frame at a scale still has the old size, which the next one finds.
+          // The first key frame at a scale still has the old size, so the next one finds a difference.
           testing::internal::CaptureStdout();
           decode(stream[0]);
           decode(stream[0]);
@@ -308,16 +308,16 @@ TEST_F(Differential, FramesFollowWhatReceiversHave) {
               std::string::npos);
     Configure(encoder, o);
     EXPECT_EQ(Encode(encoder, o, Flat(o, 100), {.timestamp = 1ULL << 40})[21], 1);
-    // What has not changed is a frame of header and empty list.
+    // A frame without changes has only a header and an empty list.
     const Bytes plain = Encode(encoder, o, Flat(o, 100));
     ASSERT_EQ(plain.size(), 124U);
     EXPECT_EQ(plain[72], advanced ? 4 : 3);
-    // This reference frame is too large to be sent: reference and order of types stay.
+    // This reference frame is too large to be sent, so reference and order of types stay.
     EXPECT_THROW(Encode(encoder, o, NoiseBytes(32 * 32 * 2)), int);
     const Bytes reference = Encode(encoder, o, Flat(o, 100));
     EXPECT_EQ(reference.size(), 124U);
     EXPECT_EQ(reference[72], 5);
-    // So does a configuration that is refused.
+    // They also stay after a configuration that is refused.
     Options odd = o;
     odd.width = odd.height = -16;
     EXPECT_ANY_THROW(Configure(encoder, odd));
@@ -332,8 +332,8 @@ TEST_F(Differential, AThumbnailOfTheClientDecidesWhatChanged) {
   Encode(encoder, o, Flat(o, 100));
   EXPECT_EQ(Encode(encoder, o, Flat(o, 102)).size(), 124U);  // not above the threshold
   using Blocks = std::vector<std::uint64_t>;
-  // Where the thumbnail differs and by how much, and the blocks of the next frame; the third is a
-  // reference frame.
+  // Each case tells where the thumbnail differs and by how much, and the blocks of the next frame. The
+  // third frame is a reference frame.
   const std::tuple<int, int, int, Blocks> cases[] = {{3, 3, 10, {}},
                                                      {3, 3, 11, {1, 4, 5, 6, 9}},
                                                      {0, 0, -11, {0, 1, 4}},
@@ -379,7 +379,7 @@ TEST(BlockList, BoundsWhatItWritesAndWhatItBelieves) {
   EXPECT_EQ(packed, (Bytes{1, 2}));
   packed.clear();
   ASSERT_TRUE(PackBlockList(packed, Blocks32{3, 65535}, 0));
-  // Field, what it lies, and how many entries are left of two.
+  // Each case has a field, a wrong value for it, and how many of two entries are left.
   constexpr std::uint32_t lies[][3] = {{0, ~0U, 5}, {0, 0, 0},  {4, ~0U, 2}, {8, 32, 0},
                                        {8, 255, 0}, {8, 31, 1}, {12, 7, 2}};
   for (const auto& [offset, value, left] : lies) {

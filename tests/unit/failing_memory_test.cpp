@@ -5,8 +5,8 @@
 #include "tests/support/jpeg_reference.h"
 
 // Every call of the heap and of the frame manager fails once, in the library and in libjpeg, on
-// every way through the exports: no crash, nothing lost, the failure reported, and the handles good
-// for the next call.
+// every way through the exports. Nothing crashes or is lost, the failure is reported, and the handles
+// are good for the next call.
 namespace {
 
 using namespace counting_heap;
@@ -17,7 +17,7 @@ constexpr int width = 64, height = 48;
 int reports = 0;
 char lastReport[256];
 
-// A client whose frames are no part of its heap, and which may be refused one.
+// The frames of this client are no part of the counted heap, and it may refuse one.
 void* Allocate(int columns, int rows, int format) {
   if (!CountPoint()) return nullptr;
   const Pause pause;
@@ -42,14 +42,14 @@ Image Wrapped(int format, int seed) {
   return image;
 }
 
-// The bytes of a picture, without a call that can fail.
+// Returns the bytes of a picture without a call that can fail.
 Bytes PixelsOf(const Image& image) {
   const Pause pause;
   return image ? BytesOf(image) : Bytes();
 }
 
-// Something that a client does again and again; what it gets, or nothing after a failure. Handles
-// that stay for the next time are its own.
+// Something that a client does again and again. It returns what the client gets, or nothing after a
+// failure, and owns the handles that it needs the next time.
 using Work = std::function<Bytes()>;
 
 struct Case {
@@ -119,7 +119,7 @@ std::vector<Case> Cases() {
   cases.push_back(Decoding("layered video to RGB", 0, layered, ZTLIB_RGB, 1));
   cases.push_back(Decoding("layered video to YUYV at a half", 0, layered, ZTLIB_YUYV, 2));
   cases.push_back(Decoding("layered blocks to UYVY", 4, blocks, ZTLIB_UYVY, 1));
-  // A decoder that is made for each round, replaced behind its handle, and given a base.
+  // Each round makes a decoder, replaces it behind its handle, and gives it a base.
   for (const int video : {0, 3, 4, 7})
     cases.push_back({"new decoders", [=] {
                        return [=] {

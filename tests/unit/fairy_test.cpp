@@ -14,7 +14,7 @@ namespace {
 
 std::vector<std::string> logged;
 
-// The latest stream alone records: the logger keeps those of earlier tests.
+// Only the latest stream records, because the logger keeps those of earlier tests.
 class CRecordingStream : public ILogStream {
  public:
   CRecordingStream() {
@@ -29,7 +29,7 @@ class CRecordingStream : public ILogStream {
   static inline CRecordingStream* latest;
 };
 
-// One line for a tree: NAME=VALUE, with a letter for the kind of numbers.
+// Writes a tree in one line: NAME=VALUE, with a letter for the kind of numbers.
 std::string Dump(const CData& data);
 
 std::string Dump(const CDataValue& value) {
@@ -67,7 +67,7 @@ class CPoint : public CDataFairy<CPoint> {
   CFairySimpleItem<int> y{*this, Tok::Y};
 };
 
-// Every class of item, each with a value of its own.
+// This record has an item of every class, each with a different value.
 class CEverything : public CDataFairy<CEverything> {
  public:
   CFairySimpleItem<bool> flag{*this, Tok::Enabled, 1, true};
@@ -150,7 +150,7 @@ TEST(Fairy, ARecordTravelsThroughATreeAndBack) {
   EXPECT_EQ(Dump(target.points.At(0).ToCData({})), "X=i8 Y=i5");
   EXPECT_THROW(target.points.At(1), std::out_of_range);
 
-  // Only what has no default, the number and the binary, stays.
+  // Only items without a default stay: the number and the binary.
   for (const auto& item : target.GetItems())
     item.second->changed = false;
   target.SetDefaults();
@@ -171,8 +171,8 @@ V NodeOf(std::initializer_list<V> children) {
   return V::OfNode(std::move(node));
 }
 
-// What reading one element does to the item: its value as it is written, "=" if it stays unmarked,
-// "(VALUE)" if it changes unmarked, or what was printed or thrown.
+// Tells what reading one element does to the item: its value as it is written, "=" if it stays
+// unmarked, "(VALUE)" if it changes unmarked, or what was printed or thrown.
 std::string ReadOf(Token token, const V& value) {
   CEverything record;
   CData data;
@@ -191,7 +191,7 @@ std::string ReadOf(Token token, const V& value) {
   return after != before ? "(" + after + ")" : trouble.empty() ? "=" : trouble;
 }
 
-// Takes pairs of an element and what comes of it.
+// Takes pairs of an element and the outcome of reading it.
 template <class... Rest>
 void Expect(Token token, const V& value, const std::string& outcome, const Rest&... rest) {
   EXPECT_EQ(ReadOf(token, value), outcome)
@@ -255,8 +255,8 @@ TEST(Fairy, CloningInFullTakesDefaultsAndLimitsToo) {
   target.SetDefaults();
   EXPECT_EQ(target.number.Get(), 5);
 
-  // Value, default and limits of an item after the clone of another, in part or in full. Limits are
-  // taken, and nothing that breaks them.
+  // An item is cloned from another, in part or in full, and has these values then. It takes limits,
+  // and nothing that is outside of them.
   CDataFairyBase owner;
   using Limited = CFairyLimitedNumericItem<long long>;
   const Limited wide(owner, Tok::Fps, 1, 50, 40, 60), wrong(owner, Tok::Fps, 1, 9, 0, 5);

@@ -21,7 +21,7 @@ Bins BinsOf(const CHistogramData& histogram) {
   return bins;
 }
 
-// Bins and counts of single values.
+// Makes a histogram of some bins and their counts.
 CHistogram Of(const Counts& counts) {
   CHistogram histogram;
   std::uint32_t pixels = 0;
@@ -106,20 +106,20 @@ TEST(Histogram, CopiesSumsAndClears) {
 }
 
 TEST(Histogram, MediansBoundsAndRanges) {
-  // Of these bins, the median, and the range with its mean for parts of the pixels.
+  // Each case has bins, their median, and for a part of the pixels the range and its mean.
   const std::tuple<Counts, int, int, std::array<int, 3>> cases[] = {
       {{}, 0, 100, {0, 255, 0}},
       {{{7, 1}}, 255, 1, {7, 255, 7}},
       {{{7, 2}}, 7, 1, {7, 255, 7}},
       {{{7, 1}, {9, 1}}, 7, 1, {8, 9, 8}},
       {{{7, 1}, {9, 3}}, 9, 1, {8, 9, 8}},
-      // Half of the pixels on either side: the limit is 100 * 5000 >> 10 = 488.
+      // With half of the pixels on either side the limit is 100 * 5000 >> 10 = 488.
       {{{90, 400}, {100, 200}, {110, 400}}, 100, 100, {90, 255, 100}},
       {{{90, 500}, {110, 500}}, 90, 100, {90, 110, 100}},
       {{{90, 500}, {110, 500}}, 90, -100, {100, 101, 100}},
       {{{255, 500}}, 255, 100, {255, 255, 255}},
       {{{0, 500}}, 0, 100, {0, 255, 0}},
-      // 32 bits wrap: 500000000 * 5 is below 0, as the limit then is.
+      // 500000000 * 5 wraps in 32 bits to a number below 0, and so the limit is below 0.
       {{{90, 250000000}, {110, 250000000}}, 90, 1, {100, 101, 100}},
   };
   for (const auto& [counts, median, part, expected] : cases) {
@@ -146,7 +146,7 @@ TEST(Histogram, MomentsAndEntropy) {
       sum += histogram.bins[i] * std::pow(i - 128, std::max(order, 0));
     EXPECT_FLOAT_EQ(histogram.CentralMoment(order), static_cast<float>(sum / 7)) << order;
   }
-  // Powers beyond all numbers: they outweigh each other unless the order is even.
+  // These powers are infinite; in odd orders their sum is no number.
   std::fill_n(histogram.bins, 256, 1);
   EXPECT_TRUE(std::isinf(histogram.CentralMoment(highest - 1)));
   EXPECT_TRUE(std::isnan(histogram.CentralMoment(highest)));
@@ -169,7 +169,7 @@ TEST(Histogram, MomentsAndEntropy) {
 TEST(Histogram, TablesAndTheirUse) {
   std::array<std::uint8_t, 256> table;
   const CHistogram histogram = Of({{50, 10}, {100, 80}, {150, 10}});
-  // From which bin to which one they are spread over the whole range.
+  // Each case ends with the bins between which values are spread over the whole range.
   const std::tuple<float, int, int, int> stretches[] = {
       {std::nanf(""), 1, 49, 151},
       {20, 100, 50, 150},
@@ -224,7 +224,7 @@ TEST(Histogram, BlursWithinItsEndsAndDrawsBarsFromTheBottom) {
         MessageOf<CException>([&, low = low, high = high] { TBlur(histogram, low, high, 1); }),
         "Invalid range");
 
-  // As many of eight rows as the share of the tallest bin; none for bins below 0 or beyond the last.
+  // A bar has its share of eight rows, where the tallest has all; bins below 0 have no bar.
   ByteImage image(300, 8);
   std::fill_n(image.GetWritePtr(), image.GetScanline() * 8, 9);
   CHistogram().Draw(image, 200);

@@ -8,7 +8,7 @@ using namespace ztlib;
 
 namespace {
 
-// A frame of 6 by 5 whose rows are 8 bytes apart: luma 0 to 39, chroma pairs from 100 on.
+// A frame of 6 by 5 pixels whose rows are 8 bytes apart. Luma is 0 to 39, chroma 100 and on.
 struct Frame {
   std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(60);
   FrameRecord record{{1, 2, 3}, 7, 6, 5, bytes.data(), bytes.data() + 40, nullptr};
@@ -50,7 +50,7 @@ TEST(ImageCache, PlanesAreSharedUntilTheNextFrame) {
   EXPECT_EQ(cache.GetImage(0, planeU), u);
   EXPECT_EQ(cache.GetImage(0, planeY)->image.GetPtr(), frame.record.luma);
   EXPECT_EQ(cache.GetImage(0, planeY)->image.GetScanline(), 8);
-  // Half of the 6 by 2 chroma bytes, one after the other, then zeros to the end of 5 rows.
+  // A plane has half of the 6 by 2 chroma bytes, and then zeros to the end of 5 rows.
   for (const int plane : {planeU, planeV}) {
     const auto image = cache.GetImage(0, plane);
     for (int i = 0; i < 8 * 5; ++i)

@@ -21,7 +21,7 @@ Canvas Blank(int dx, int dy, const Pixel& pixel = untouched) {
                 std::vector<Pixel>(static_cast<std::size_t>(dx), pixel));
 }
 
-// The third colour of a site is that of the rows above and below.
+// Makes a pixel of the colour of the row, green, and the colour of the rows above and below.
 Pixel OfRow(int y, int inRow, int green, int inColumn) {
   return y % 2 == 0 ? Pixel{inColumn, green, inRow} : Pixel{inRow, green, inColumn};
 }
@@ -53,7 +53,7 @@ Canvas Model(const YuyvImageView&, const BayerImageView& source) {
       row[x] = RgbToYuv(x % 2 == y % 2 ? OfRow(y, (c(x - 1) + c(x + 1) + 1) >> 1, c(x), v(x))
                                        : OfRow(y, c(x), (c(x - 1) + 2 * v(x) + c(x + 1) + 2) >> 2,
                                                (v(x - 1) + v(x + 1) + 1) >> 1));
-    // At both ends sites take what their sample has, U from its left pixel and V from its right.
+    // At both ends a sample takes U from its left pixel and V from its right one.
     const auto putEnd = [&](int x, const Pixel& left, const Pixel& right) {
       const Pixel l = RgbToYuv(left), r = RgbToYuv(right);
       row[x] = {l[0], l[1], r[2]};
@@ -78,11 +78,11 @@ Canvas Model(const YuyvImageView&, const BayerImageView& source) {
   return canvas;
 }
 
-// A byte of a group: 0 and 1 luma, 2 and 3 chroma.
+// Returns a byte of a group: 0 and 1 are luma, 2 and 3 chroma.
 int At(const BayerBlockImageView& source, int i, int j, int index) {
   return reinterpret_cast<const std::uint8_t*>(source.PtrAt(i, j))[index];
 }
-// Luma at a site, where it is not stored with that rounding.
+// Returns the luma of a pixel. If it is not stored, it is a mean with this rounding.
 int Luma(const BayerBlockImageView& s, int x, int y, int rounding) {
   const int i = x / 2, j = y / 2, both = At(s, i, j, 0) + At(s, i, j, 1);
   if (x % 2 == y % 2) return At(s, i, j, x % 2);
@@ -110,7 +110,7 @@ Canvas Model(const GrayImageView&, const BayerBlockImageView& source) {
 Canvas Model(const YuvImageView&, const BayerBlockImageView& source) {
   return InnerGroups(source, 2, untouched);
 }
-// By way of a new picture, whose border stays as the frame manager gave it.
+// This conversion goes through a new picture, whose border stays as the frame manager gave it.
 Canvas Model(const YuyvImageView&, const BayerBlockImageView& source) {
   return InnerGroups(source, 2, {0xA5, 0xA5, 0xA5});
 }
@@ -142,7 +142,7 @@ Canvas Model(const RgbImageView&, const BayerBlockImageView& source) {
   return canvas;
 }
 
-// The whole tiles that the target has room for.
+// Returns the pixels of all whole tiles for which the target has room.
 template <class T>
 Canvas Tiles(const TCImageView<T>& target, const Yuv420ImageView& source) {
   Canvas canvas = Blank(std::min(source.dx, target.dx * PixelTraits<T>::sampleDx / 16) * 16,
@@ -179,7 +179,7 @@ Canvas Model(const TCImageView<Pairs>& target, const Yuv420ImageView& source) {
   return canvas;
 }
 
-// Formats whose samples lie in rows.
+// Reads a pixel of a format whose samples lie in rows.
 template <class S>
 Pixel PixelAt(const TCImageView<S>& source, int x, int y) {
   constexpr auto format = static_cast<int>(PixelTraits<S>::format);
@@ -204,7 +204,7 @@ Canvas Model(const TCImageView<T>&, const TCImageView<S>& source) {
       for (const int c : {1, 2}) {
         const int left = row[x][c];
         row[x][c] = (3 * left + row[x + 1][c] + 2) >> 2;
-        // One format blends with what is blended already.
+        // In UYVY the second pixel is blended with the new value of the first.
         row[x + 1][c] = ((from == ZTLIB_UYVY ? row[x][c] : left) + 3 * row[x + 1][c] + 2) >> 2;
       }
     for (Pixel& p : row)
@@ -247,7 +247,7 @@ void DrawModel(Yuv420ImageView& target, const TCImageView<S>& source) {
     }
 }
 
-// Memory of a picture with rows that are `gap` samples longer than the picture.
+// The memory of a picture, whose rows are `gap` samples longer than the picture is wide.
 template <class T>
 struct Place {
   Place(const GuardedMemory& memory, int dx, int dy, int gap, bool atEnd, std::size_t offset) {
@@ -265,7 +265,7 @@ struct Place {
   std::size_t size;
 };
 
-// Whatever lies in the target before stays there where the model does not write.
+// Where the model does not write, the target keeps what it held.
 template <class Target, class Source>
 void CheckSize(int sourceDx, int sourceDy, int targetDx, int targetDy, std::size_t alignment = 1) {
   static const GuardedMemory sourceMemory(2 << 20);
@@ -274,7 +274,7 @@ void CheckSize(int sourceDx, int sourceDy, int targetDx, int targetDy, std::size
     for (const bool atEnd : {false, true}) {
       const std::size_t offset = gap == 0 ? 0 : alignment;
       Place<Source> source(sourceMemory, sourceDx, sourceDy, gap, atEnd, offset);
-      // What starts at a page's end minus an odd size is not aligned.
+      // A picture of odd size that ends with its page is not aligned.
       if (alignment > 1 && atEnd && source.size % alignment != 0) continue;
       Place<Target> target(targetMemory, targetDx, targetDy, gap, atEnd, offset);
       source.Fill(EdgyBytes(source.size));
@@ -340,7 +340,7 @@ TEST(ImageConvert, RowsAndCellsFollowTheModel) {
       CheckSize<TTYUYV<unsigned char>, TTRGBBayer<unsigned char>>(dx, dy, dx / 2, dy, 4);
 }
 
-// A part of a picture may be smaller than what is converted into it.
+// A target may be smaller than the picture that is converted into it.
 TEST(ImageConvert, CellsKeepToSmallerTargets) {
   CheckSize<TTRGB<unsigned char>, TTRGBBayer<unsigned char>>(40, 9, 23, 6);
   CheckSize<TTRGB<unsigned char>, TTYUV420Block<unsigned char>>(3, 3, 47, 31);
@@ -367,7 +367,7 @@ TEST(ImageConvert, SensorToYuyvNamesTheFirstOfItsConditions) {
     EXPECT_EQ(MessageOf<CException>([&] { Convert(target.view, source.view); }), text)
         << dx << "x" << dy;
   }
-  // The picture that was asked for goes back.
+  // The new picture is released again.
   const auto image = CreateNewImageBase(PixelFormat::RGBBAYER, 5, 6);
   EXPECT_EQ(TextOf<CException>([&] {
               (void)image->ConvertToNew(PixelFormat::YUYV);
@@ -378,8 +378,8 @@ TEST(ImageConvert, SensorToYuyvNamesTheFirstOfItsConditions) {
 
 constexpr std::uint8_t fill = 0xA5;
 
-// What becomes of a pair: "pixels" (whose values are tested beside the model), "copy", "unwritten",
-// or the refusing source. No format becomes RGBBAYER or YUVBAYERBLOCK.
+// The outcome for each pair: "pixels" (whose values are compared with the model elsewhere), "copy",
+// "unwritten", or the source that refuses. No format becomes RGBBAYER or YUVBAYERBLOCK.
 constexpr char general[] = "image/ztimage_impl";
 constexpr char p[] = "pixels";
 #define REFUSED(target) "image_convert/image_convert_to" target "_impl"
@@ -398,7 +398,7 @@ constexpr const char* matrix[9][7] = {
 };
 // clang-format on
 
-// The rows of a picture, which has no padding.
+// Returns a row of a picture.
 Bytes RowOf(const CZTImageImplBase& image, int y, std::size_t size) {
   const auto* const row = static_cast<const std::uint8_t*>(image.GetPtrAt(0, y));
   return {row, row + size};

@@ -16,7 +16,7 @@ class Images : public testing::Test {
  protected:
   CTestFrames frames;
 
-  // Pixel n of a gray picture has the value n.
+  // Makes a gray picture in which pixel n has the value n.
   static CZTImage& Count(CZTImage& image, int width, int height) {
     image.CreateBySizeInPixels(PixelFormat::GRAY, width, height);
     auto* const pixels = image.GetPtrAs<std::uint8_t>();
@@ -37,7 +37,7 @@ TEST_F(Images, CreateBySizeInPixelsChecksBeforeItDropsTheOldPicture) {
   EXPECT_EQ(image.GetDx(), 320);
   EXPECT_EQ(CTestFrames::released, 0);
 
-  // Old frame first, then the new one; a refusal leaves the image empty.
+  // The old frame is released before the new one is made, so a refusal leaves the image empty.
   image.CreateBySizeInPixels(PixelFormat::YUYV, 32, 2);
   EXPECT_EQ(CTestFrames::released, 1);
   CTestFrames::refuse = true;
@@ -169,7 +169,7 @@ TEST_F(Images, BlocksOfATree) {
   EXPECT_EQ(MessageOf([&] { ToCData(tree, Tok::Image, &loaded, true); }), "Wrong format");
   EXPECT_EQ(MessageOf([&] { load(CBinData("\2\0\0\0", 4)); }), "Wrong format");
   EXPECT_EQ(MessageOf([&] { load(CBinData("\1\0", 2)); }), "Invalid or nullptr memory!");
-  // The greatest block, of which no more than the header is looked at, and one that is too great.
+  // Only the header of the largest block is read; a block that is larger is refused.
   Bytes header = Words(32, {1, 0, 32, 0, 99});
   for (const auto& [size, text] :
        {std::pair(0x7FFFFFFFU, "Wrong format"), {0x80000000U, "Invalid range"}})
@@ -178,7 +178,7 @@ TEST_F(Images, BlocksOfATree) {
   EXPECT_EQ(loaded.GetDx(), 16);
   EXPECT_EQ(*loaded.GetPtrAs<std::uint8_t>(15, 0), 0);
 
-  // The sizes of pictures that are announced, and not written.
+  // These pictures only have a size: nothing is written.
   for (const int missing : {0, 1}) {
     auto* const frame = CTestFrames::Make(0, 0, 1);
     frame->width = 0x7FFFFFFF - 32 + missing;

@@ -16,7 +16,7 @@ namespace {
 using Line = std::vector<bool>;
 using Pixels = std::vector<Line>;
 
-// Plainly: each polygon a fan of triangles, whose crossings are sorted and paired row by row.
+// A plain model: each polygon is a fan of triangles, whose crossings are sorted and paired by row.
 Pixels Rasterise(int width, int height, const PolygonList& polygons) {
   Pixels pixels(std::max(height, 0), Line(std::max(width, 0)));
   bool anyPoint = false;
@@ -53,7 +53,8 @@ Pixels Rasterise(int width, int height, const PolygonList& polygons) {
   return pixels;
 }
 
-// What the runs say, which area and bounding box must agree with. Their order is the replay's.
+// Returns the pixels of the runs, with which area and bounding box must agree. The fuzz target
+// tests the order of runs.
 Pixels PixelsOf(const CMask& mask) {
   Pixels pixels(std::max(mask.GetHeight(), 0), Line(std::max(mask.GetWidth(), 0)));
   std::int64_t area = 0, left = mask.GetWidth(), top = mask.GetHeight(), right = 0, bottom = 0;
@@ -92,7 +93,7 @@ TEST(Mask, FillsAsCrossingsPairedRowByRowDo) {
     }
     ASSERT_EQ(PixelsOf(MaskOf(width, height, polygons)), Rasterise(width, height, polygons));
   }
-  // Where the float rounds to more than a pixel, and points beyond every size.
+  // Floats round these columns to more than a pixel, and some points are beyond every size.
   const std::int64_t far = INT64_MAX;
   const PolygonList wide = {{{1, 0}, {16777218, 1}, {20000001, 2}, {3, 2}, {16777219, 0}},
                             {{-far, -far}, {far, -far}, {far, far}}};
@@ -112,13 +113,13 @@ TEST(Mask, WorkFollowsWhatPolygonsAdd) {
   EXPECT_EQ(
       crossings({triangle, {{100, 239}, {300, 20}, {0, 0}}, {{-9, 0}, {300, 20}, {100, 999}}}),
       2U * 239);
-  // An edge that is passed an even number of times does nothing.
+  // An edge that a polygon has an even number of times has no effect.
   CMaskPolygon rounds = triangle;
   for (const unsigned passes : {2U, 3U}) {
     rounds.insert(rounds.end(), triangle.begin(), triangle.end());
     EXPECT_EQ(crossings({rounds}), passes % 2 * 2 * 239);
   }
-  // Of polygons everywhere, nearly all lie where those before them have been.
+  // Nearly all of these random polygons lie where others have been filled before.
   std::mt19937 random{7};
   const auto point = [&] {
     return CMaskPoint{static_cast<int>(random() % width), static_cast<int>(random() % height)};
@@ -133,12 +134,12 @@ TEST(Mask, WorkFollowsWhatPolygonsAdd) {
 
 TEST(Mask, TreesHoldVirtualCoordinates) {
   const PolygonList all{{{0, 0}, {8, 0}, {8, 6}, {0, 6}}};
-  // Arrays of a tree, a size, and the same polygons in pixels.
+  // Each case has arrays of a tree, a size, and the same polygons in pixels.
   const std::tuple<std::vector<std::vector<short>>, Size, PolygonList> cases[] = {
       {{}, {9, 7}, all},
       {{{}, {5}}, {9, 7}, all},  // none, and half a point
       {{{0, 0, 16384, 16384}}, {160, 120}, {{{0, 0}, {160, 160}}}},
-      // Both ways by the width; a value without its other half.
+      // Both axes scale with the width, and a last x without y is dropped.
       {{{0, 0, 8192, 0, 8192, 8192, 0, 8192, 7}},
        {160, 120},
        {{{0, 0}, {80, 0}, {80, 80}, {0, 80}}}},
@@ -175,7 +176,7 @@ TEST(Mask, RefusesWhatIsNoPolygonAndReportsHalfPoints) {
   EXPECT_EQ(mask.GetArea(), MaskOf(5, 5, {{{0, 0}, {4, 0}, {4, 4}}}).GetArea());
 }
 
-// Every sample that is painted, and none else; the fourth byte never.
+// Exactly the samples of the mask are painted, and never the fourth byte.
 template <class Pixel, class... Values>
 void CheckPainting(Values... values) {
   const CMask mask = MaskOf(70, 9, {{{0, 0}, {50, 2}, {20, 8}}, {{60, 1}, {69, 1}, {69, 8}}});

@@ -8,7 +8,7 @@ using namespace ztlib;
 
 namespace {
 
-// 1e-6 as a float, and the float before it.
+// The tolerance is 1e-6 as a float; the other number is the float before it.
 constexpr float limit = 1e-6f;
 const float belowLimit = std::nextafter(limit, 0.0f);
 
@@ -20,7 +20,7 @@ TEST(Geometry, LinesAndCrossings) {
   const std::tuple<CPointF, CPointF, std::vector<float>> cases[] = {
       {{1, 2}, {4, 8}, {-6, 3, 0, limit}},
       {{3, 5}, {3, 9}, {1, 0, -3, limit}},
-      // A line counts as vertical strictly below the tolerance, and then stands at the first point.
+      // A line is vertical strictly below the tolerance, and then goes through the first point.
       {{belowLimit, 5}, {0, 6}, {1, 0, -belowLimit, limit}},
       {{limit, 5}, {0, 6}, {-1, -limit, limit + 5 * limit, limit}},
   };
@@ -43,7 +43,7 @@ TEST(Geometry, LinesAndCrossings) {
   EXPECT_EQ(Coefficients(slanted), (std::vector<float>{4, 2, -10, 9}));
   CPointF out{77, 78};
   ASSERT_TRUE(Intersect(out, column, slanted));
-  // Parallel lines leave the last crossing. The determinant has to reach the tolerance.
+  // Parallel lines leave `out` as it is. The determinant has to reach the tolerance.
   EXPECT_FALSE(Intersect(out, slanted, {8, 4, 1, 0}));
   EXPECT_FALSE(Intersect(out, {belowLimit, 0, 0, 0}, {0, 1, -1, 0}));
   EXPECT_FALSE(Intersect(out, {3, 0, 0, 0}, {0, 1, -1, 0}, 4));
@@ -63,7 +63,7 @@ TEST(Geometry, DistancesAndSides) {
       {{0, 5}, {10, 5}, {5, 4}, true, true},
       {{0, 0}, {10, 0}, {20, 0}, false, false},
       {{2, 7}, {2, -7}, {1, 0}, true, true},
-      // 2^16 * 2^15 is beyond 31 bits: what is positive in float has the sign bit here.
+      // 2^16 * 2^15 is beyond 31 bits, so the integer is negative and the float positive.
       {{0, 0}, {65536, 0}, {0, 32768}, true, false},
       {{low, low}, {high, high}, {low, high}, false, false},
   };
@@ -78,7 +78,7 @@ TEST(Geometry, PointsOnSegments) {
   static std::string logged;
   Logger().AddStream(new CFunctionLogStream(
       [](int level, const char* text) { logged += std::to_string(level) + text; }));
-  // The ends of a segment, a point, how it is told to be off, and the foot if there is one.
+  // Each case has the ends of a segment, a point, what is printed, and the foot if there is one.
   const std::tuple<CPointF, CPointF, CPointF, const char*, CPointF> cases[] = {
       {{0, 0}, {10, 0}, {4, 2.5f}, "1Nincs rajta 0 d = 2.500!\n", {77, 78}},
       {{0, 0}, {10, 0}, {-1, 0}, "1Nincs rajta 1!\n", {77, 78}},
@@ -97,7 +97,7 @@ TEST(Geometry, PointsOnSegments) {
   EXPECT_TRUE(PointOnSegment({0, 0}, {10, 0}, {4, 2.5f}, out, 2.5f));
 }
 
-// What the model beside which triangulations are replayed would have wrong as well.
+// The fuzz target would not find a fault here, because its model would have it as well.
 TEST(Triangulation, ValuesArePlanes) {
   CTriangulation mesh;
   EXPECT_FALSE(mesh.Finalize());

@@ -13,7 +13,7 @@ using Floats = std::vector<float>;
 
 constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
 
-// The model as it is described, pixel by pixel and with branches.
+// The model in its simplest form, pixel by pixel and with branches.
 struct Reference {
   std::int64_t width = -1, height = 0, last = 0, reducedUntil = 0, startupUntil = 0;
   std::int64_t high = 0, learned = 0, big = 0;
@@ -93,7 +93,7 @@ struct Reference {
     return moves;
   }
 
-  // Takes lonely pixels away; the neighbour to the right of another one is not looked at.
+  // Removes single pixels. The pixel to the right of one that stays is skipped.
   std::int64_t Despeckle() {
     std::int64_t cleared = 0;
     for (std::int64_t y = 1; y < height - 1; ++y)
@@ -114,7 +114,7 @@ struct Reference {
   }
 };
 
-// Results are compared with denormal numbers taken as zero, as the model does.
+// Results are compared while denormal numbers count as zero, as in the model.
 class MotionBackground : public testing::Test {
  protected:
   MotionBackground() { _mm_setcsr(saved | 0x8040); }
@@ -122,7 +122,7 @@ class MotionBackground : public testing::Test {
   const unsigned saved = _mm_getcsr();
   std::mt19937 random{5};
 
-  // A textured scene with noise; some pixels jump, by phase of the sequence many or none.
+  // Returns a textured scene with noise. In some phases of the sequence pixels jump.
   Bytes Frame(std::int64_t width, std::int64_t height, int number) {
     Bytes image(static_cast<std::size_t>(width * height));
     const unsigned jumps = number % 30 < 10 ? 0 : number % 30 < 20 ? 12 : 2;
@@ -167,12 +167,12 @@ TEST_F(MotionBackground, FollowsThePlainModelBitForBitInAllSettings) {
       set(3, Tok::ForbidHighSensitivityStart, reference.forbidStart);
       set(4, Tok::BinaryOutputMode, reference.binary);
       CMotionBackground model;
-      // Settings that are the defaults need no configuration.
+      // The default settings need no configuration.
       if (bits != 26 || sensitivity != 70) model.ConfigureFromData(item, {37, 6});
-      // Some sequences reach the end of time and go on at its beginning.
+      // In some sequences the time wraps from its largest value to its smallest.
       std::int64_t now = bits % 4 == 3 ? latest - 3000 : 1000;
       for (int number = 0; number < 150; ++number) {
-        // A change of size learns again.
+        // A change of size makes the model learn again.
         const auto [width, height] = number >= 90   ? std::pair(64, 6)
                                      : run % 16 < 3 ? sizes[run % 16]
                                                     : std::pair(run % 67 + 1, run % 5 + 1);

@@ -13,7 +13,7 @@ constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
 
 class Motion : public ExportTest {
  protected:
-  // A gray plane of 100 with the first `moving` pixels from row 1 on at 200.
+  // A gray plane of value 100, in which `moving` pixels from row 1 on have the value 200.
   struct Plane {
     Plane(std::int64_t width, std::int64_t height, int moving = 0)
         : bytes(static_cast<std::size_t>((width + 3) / 4 * 4 * height), 100),
@@ -25,7 +25,7 @@ class Motion : public ExportTest {
     GrayView view;
   };
 
-  // The metadata of another device: a picture of 40 by 25 with its first `set` pixels moving.
+  // Returns metadata of another device: a bitmap in which the first `set` pixels move.
   static CData Blob(int set, std::uint32_t width = 40, std::uint32_t height = 25,
                     std::uint32_t version = 1, std::uint32_t kind = 0, std::uint32_t size = 173) {
     Bytes bytes = Words(std::max(size, 32U), {version, size, 0, 0, kind, width, height});
@@ -36,7 +36,7 @@ class Motion : public ExportTest {
     return item;
   }
 
-  // Names, and values of numbers.
+  // Writes the names of a tree, and the values of numbers.
   static std::string Shape(const CData& tree) {
     std::string text;
     for (const CDataElement& element : tree.Elements()) {
@@ -62,8 +62,8 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
     bool signal;
     double progress;
   };
-  // The violation time, then frames. Rising above the restore threshold starts the restore anew;
-  // the clock may stand, go back, or be at the value that means "not running".
+  // Each case has the violation time, then frames. A percentage above the restore threshold starts the
+  // restore again. The clock may stand, go back, or have the value that means "not running".
   // clang-format off
   const std::pair<std::int64_t, std::vector<Frame>> cases[] = {
       {0, {{0, 9, false, 0}, {10, 10, true, 1}, {20, 7, true, 1}, {30, 6, true, 1},
@@ -87,7 +87,7 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
     ASSERT_TRUE(detector.Configure(item, {40, 25}));
     for (const Frame& frame : frames) {
       CData result;
-      // The mask is the whole frame but its last row and column.
+      // The mask is the whole frame except its last row and column.
       const CData blob = Blob(frame.percent * 10 + frame.percent * 10 / 39);
       EXPECT_EQ(detector.VirtualProcessAndDecide(result, blob, {0, 0, frame.time}), frame.signal)
           << frame.time << " of " << violation;
@@ -99,7 +99,7 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
 }
 
 TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
-  // The first time, the step, and the first frame with a percentage.
+  // Each case has the first time, the step, and the first frame with a percentage.
   const std::tuple<std::int64_t, std::uint64_t, int> cases[] = {
       {1000, 100, 32}, {0, 100, 33}, {5, 1, 3101}, {-3000, 500, 31}, {latest - 9, 100, 32}};
   for (const auto& [first, step, found] : cases) {
@@ -119,7 +119,7 @@ TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
 TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
   constexpr int height = 9;
   CData masked, result, ignored;
-  // The left half but for the last row, and a polygon without an area.
+  // One polygon is the left half without the last row, the other has no area.
   CData& polygons = masked.AddChild(Tok::Masks);
   polygons.AddShortArray(Tok::Empty, {0, 0, 8192, 0, 8192, 32767, 0, 32767});
   polygons.AddShortArray(Tok::Empty, {5, 5});
@@ -151,7 +151,7 @@ TEST_F(Motion, BlobOfAnyWidthAndTheCountUnderAMask) {
       EXPECT_EQ(percent,
                 static_cast<float>(inside * 100) / static_cast<float>((width - 1) * (height - 1)));
       EXPECT_EQ(Shape(result).find("Motion Masks{  } DetectPercent:"), 0U);
-      // The road from the blob, without a mask, and with one for the blob's size.
+      // The blob gives the same count without a mask, and with a mask of the blob's size.
       const auto of = [=](int part) { return static_cast<float>(part) * 100.0F / (width * rows); };
       EXPECT_EQ(unconfigured.VirtualProcess(ignored, result), of(count));
       EXPECT_EQ(detector.VirtualProcess(ignored, result), of(insideOfAll));
@@ -182,7 +182,7 @@ TEST_F(Motion, BlobsOfUnknownFormCountAsNothing) {
 }
 
 TEST_F(Motion, ThresholdsHaveALeastAndAreWarnedOfOutOfReach) {
-  // One pixel is too few, two are enough, of a small picture by default and of a large one at least.
+  // Two pixels are needed in a small picture by default, and in a large one at the least threshold.
   CData least, result;
   least.AddDouble(Tok::MotionPercent, 0);
   for (const bool isLeast : {false, true}) {
@@ -194,7 +194,7 @@ TEST_F(Motion, ThresholdsHaveALeastAndAreWarnedOfOutOfReach) {
       EXPECT_EQ(detector.VirtualProcessAndDecide(result, blob, {0, 0, 1}), pixels == 2) << width;
     }
   }
-  // The first warnings, as many as there are.
+  // Each case has the number of warnings, which come in this order.
   const std::vector<Line> warnings{{2, "Alarm signal is not possible in this configuration!"},
                                    {2, "VCA stay in restore forever in this configuration!"}};
   const std::tuple<double, Size, int> cases[] = {{0.2, {160, 120}, 0},      {99, {160, 120}, 1},
@@ -210,7 +210,7 @@ TEST_F(Motion, ThresholdsHaveALeastAndAreWarnedOfOutOfReach) {
   }
 }
 
-// The context through its exports, with the result as a tree.
+// Tests the context through its exports, with the result as a tree.
 class MotionContext : public Motion {
  protected:
   void Configure(const CData& tree, int width = 40, int height = 24) {
@@ -247,14 +247,14 @@ TEST_F(MotionContext, ResultTree) {
             "Motions{{Motion Masks{} DetectPercent:3.34448 AlarmPercent:1 } } AlarmPercent:1 "
             "DetectPercent:3.34448 Version:131072 TimestampMs:11644473604100 Predicted:0 "
             "Resolution{Width:40 Height:24 } ");
-  // Another size learns again, without another warm-up.
+  // After a change of size the model learns again, but there is no second warm-up.
   for (int i = 0; i < 31; ++i)
     Detect(Plane(64, 50), 5000 + i, true);
   const CData other = Detect(Plane(64, 50, 200), latest - epochOffset, true);
   EXPECT_EQ(other.GetDouble(Tok::DetectPercent, 0), 20000.0F / (39 * 23));
   EXPECT_EQ(other.At(4).value.GetTime(), std::uint64_t{latest});
 
-  // Nine detectors are eight; their own times count for nothing; each has its threshold.
+  // Of nine detectors eight stay. Their own times have no effect, but each has its threshold.
   CData tree;
   tree.AddLongLong(Tok::ViolationTimeMs, 1000);
   CData& configs = tree.AddChild(Tok::Configs);
@@ -274,7 +274,7 @@ TEST_F(MotionContext, ResultTree) {
   EXPECT_EQ(result.GetDouble(Tok::AlarmPercent, 0), 50.0);
   Detect(Plane(40, 24, 30), 5100, true);
 
-  // What is absent keeps its value: still eight detectors, but no metadata.
+  // Absent keys keep their values: there are still eight detectors, but no metadata.
   tree.Clear();
   tree.AddBool(Tok::GenerateMetadata, false);
   tree.AddLongLong(Tok::ViolationTimeMs, 0);
@@ -312,7 +312,7 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
   for (int round = 0; round < 2; ++round) {
     CData exported;
     analysis.ExportConfiguration(exported, Tok::Config);
-    // The restore delay is the same whatever is asked for.
+    // The restore delay is the same for every configuration.
     EXPECT_EQ(Shape(exported),
               "Config{ViolationTimeMs:70 RestoreDelayMs:3000 GenerateMetadata:1 "
               "Configs{{GenerateMetadata:1 ViolationTimeMs:70 RestoreDelayMs:3000 } } } ");
@@ -321,7 +321,7 @@ TEST_F(Motion, ListIsWhatTheDetectorsTookAndResetStartsAnew) {
     analysis.Reset();
   }
 
-  // The metadata of another device: as many of its children as there are detectors.
+  // Metadata of another device counts as far as there are detectors for its children.
   CData& motions = input.AddChild(Tok::Motions);
   for (int i = 0; i < 3; ++i)
     motions.AddChild(Tok::Empty, Blob(800));

@@ -6,7 +6,7 @@
 
 using namespace ztlib;
 
-// An element of every kind in the order of their bits, then the null payloads.
+// Returns a tree with an element of every kind in the order of their bits, then with null payloads.
 inline CData RichTree() {
   CData data;
   data.Append("Enabled", CDataValue::OfBool(2));
