@@ -31,7 +31,7 @@ BENCHMARK_CAPTURE(Configure, height, true)
 
 constexpr int queries = 1000;
 
-// Places that the default rectangle covers.
+// Returns a place that the default rectangle covers.
 CPointF Place(int i) {
   return {static_cast<float>(3000 + i * 37 % 6000), static_cast<float>(5500 + i * 53 % 3500)};
 }
@@ -68,7 +68,8 @@ void Height(benchmark::State& state) {
 }
 BENCHMARK(Height)->Name("measure/1000_heights/ztlib")->Unit(benchmark::kMicrosecond);
 
-// All places at once by a matrix that is known already: no table, no lock, and nothing is refused.
+// Transforms all places at once by a matrix that is known already. It has no table and no lock, and
+// refuses nothing.
 void Homography(benchmark::State& state) {
   const cv::Matx33d matrix(1.2, 0.1, 30, 0.05, 0.9, 12, 1e-5, 2e-5, 1);
   std::vector<cv::Point2f> from, to;

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-// What an encoder is configured with.
+// Returns a tree like the configuration of an encoder.
 CData SmallTree() {
   CData tree;
   tree.AddInt(Tok::PixelFormat, 3);
@@ -31,7 +31,8 @@ CData SmallTree() {
   return tree;
 }
 
-// A result of many detectors: hundreds of records with polygons, names, times and bitmaps.
+// Returns a tree like the result of many detectors: hundreds of records with polygons, names, times
+// and bitmaps.
 CData BigTree() {
   CData tree;
   for (std::int16_t i = 0; i < 300; ++i) {
@@ -54,7 +55,7 @@ CData BigTree() {
 
 json JsonOf(const CDataValue& value);
 
-// An object where the names are unique, as in a record; else an array of records.
+// Makes an object if the names are unique, as in a record, otherwise an array of records.
 json JsonOf(const CData& node) {
   json object = json::object();
   json array = json::array();

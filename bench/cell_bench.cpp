@@ -13,8 +13,8 @@
 
 using namespace ztlib;
 
-// The conversions of sensor pictures, groups and tiles, one frame a round. OpenCV demosaics to
-// three-byte BGR by the same bilinear rule as ours to RGB. The memcpy touches as many bytes as the
+// Measures the conversions of sensor pictures, groups and tiles, one frame a round. OpenCV demosaics
+// to three-byte BGR by the same bilinear rule as ours to RGB. The memcpy touches as many bytes as the
 // conversion does, which reads four-byte targets to keep their fourth bytes.
 
 namespace {
@@ -23,7 +23,7 @@ constexpr int width = 1920;
 constexpr int height = 1088;
 constexpr std::int64_t pixels = std::int64_t{width} * height;
 
-// A picture in memory of its own, aligned like a frame.
+// A picture with its memory, which is aligned like a frame.
 template <class T>
 struct Picture {
   using Traits = PixelTraits<T>;

@@ -17,8 +17,8 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
-// Plain video at 1920x1080 and quality 75 through the exports, beside direct calls of libjpeg-turbo
-// with four-byte pixels and beside FFmpeg's codec on one thread, which stays in planes.
+// Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls of
+// libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes.
 
 namespace {
 
@@ -28,7 +28,7 @@ constexpr int quality = 75;
 
 using namespace kit;
 
-// Soft gradients, fine texture, sensor noise and edges, as three planes.
+// Three planes with soft gradients, fine texture, sensor noise and edges.
 struct Scene {
   Bytes y, u, v;
 };
@@ -140,7 +140,7 @@ void EncodeZtlib(benchmark::State& state, int format) {
   EncodeAgain(state, QualityEncoder(), {&image, 1});
 }
 
-// Blue, green and red are the components that the decoder gives, so that the stream is the same.
+// The blue, green and red that the decoder gives are encoded, so that the stream is the same.
 void EncodeLibjpeg(benchmark::State& state) {
   const Bytes& frame = TheFrame();
   jpeg_decompress_struct reader{};
@@ -183,7 +183,7 @@ void EncodeLibjpeg(benchmark::State& state) {
   jpeg_destroy_compress(&object);
 }
 
-// Its quantiser 4 gives a stream of about the same size.
+// FFmpeg's quantiser 4 gives a stream of about the same size.
 void EncodeFfmpeg(benchmark::State& state) {
   const Scene& scene = TheScene();
   AVFrame* picture = av_frame_alloc();

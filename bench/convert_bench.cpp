@@ -14,10 +14,10 @@ extern "C" {
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
 
-// The pixel conversions, one frame a round, beside libyuv and swscale where those have the pair.
-// Their arithmetic differs (and they do not interpolate chroma): yardsticks of speed, not of
-// results. libyuv has no four-byte YUV; planes of full size stand in for it. The memcpy touches as
-// many bytes as the conversion does, which reads four-byte targets to keep their fourth bytes.
+// Measures the pixel conversions, one frame a round, beside libyuv and swscale if they have the pair.
+// Their arithmetic differs, and they do not interpolate chroma, so only speed can be compared. libyuv
+// has no four-byte YUV, for which planes of full size are used. The memcpy touches as many bytes as
+// the conversion does, which reads four-byte targets to keep their fourth bytes.
 
 namespace {
 
@@ -42,7 +42,7 @@ struct Conversion {
                          [this](const RowKernelShape& shape) { return shape.row == row; });
   }
 };
-// Bytes of a whole picture or row, whose width is a multiple of all samples.
+// Returns the bytes of a picture or row, whose width is a multiple of all samples.
 std::size_t SourceBytes(const RowKernelShape& shape, std::size_t ofPixels) {
   return ofPixels / shape.pixels * shape.sourceBytes;
 }
@@ -110,7 +110,7 @@ void Register(const Conversion& conversion, const char* implementation, Work wor
   const std::string name =
       "convert_" + std::string(conversion.name) + "/1080p/" + std::string(implementation);
   benchmark::RegisterBenchmark(name.c_str(), [&conversion, work](benchmark::State& state) {
-    // Aligned like frames.
+    // The pictures are aligned like frames.
     const std::unique_ptr<Picture> source(new Picture);
     const std::unique_ptr<Picture> target(new Picture);
     std::mt19937 random;

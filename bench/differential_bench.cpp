@@ -17,10 +17,10 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
-// Differential video at 1920x1080 and quality 75 through the exports, with a share of the blocks in
-// every frame's list: beside plain video, beside FFmpeg's MJPEG and beside its MPEG-4 without B
-// frames, which is what a still scene costs a codec with motion search. The floor is one pass over
-// the bytes of the picture: reading them to encode, copying them to decode.
+// Measures differential video at 1920x1080 and quality 75 through the exports, with a share of the
+// blocks in every frame's list. The peers are plain video, FFmpeg's MJPEG, and its MPEG-4 without B
+// frames, which shows the cost of a still scene for a codec with motion search. The least possible
+// cost is one pass over the bytes of the picture: to read them for encoding, to copy them for decoding.
 
 namespace {
 
@@ -32,7 +32,7 @@ constexpr int rows = height / 8 / 2;
 
 using namespace kit;
 
-// Gradients, texture and noise in UYVY, the same at every call.
+// Returns gradients, texture and noise in UYVY, the same at every call.
 Bytes Still() {
   Bytes pixels;
   std::mt19937 random(7);
@@ -48,8 +48,8 @@ Bytes Still() {
   return pixels;
 }
 
-// The same with changes under which so many percent of the blocks are listed: squares of blocks,
-// whose neighbours come with them, at places that differ with `phase`.
+// Returns the same with changes that put this percentage of the blocks into the list: squares of
+// blocks, whose neighbours are listed with them, at places that differ with `phase`.
 Bytes Changed(int percent, int phase) {
   Bytes pixels = Still();
   constexpr int side = 7;
@@ -99,7 +99,7 @@ void Encode(benchmark::State& state, int video, int percent, bool advanced) {
   state.counters["blocks"] = blocks;
 }
 
-// A sum in vector registers of all bytes of the picture.
+// Adds up all bytes of the picture in vector registers.
 void ReadPass(benchmark::State& state) {
   const Bytes images[] = {Still(), Still()};
   std::size_t next = 0;
@@ -124,7 +124,7 @@ void Decode(benchmark::State& state, int video, int percent, bool advanced, int 
   DecodeAgain(state, decoder, encoder.Process(Picture(Changed(percent, 0)).get()));
 }
 
-// Between two frames in turn, as the decoder copies its base into a client frame.
+// Copies into two frames in turn, as the decoder copies its base into a client frame.
 void CopyPass(benchmark::State& state, std::size_t size) {
   const Bytes source(size, 1);
   Bytes targets[] = {Bytes(size), Bytes(size)};
@@ -197,7 +197,7 @@ void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
     av_frame_free(&frame);
 }
 
-// The second frame of a pair again and again; it refers to the first.
+// Decodes the second frame of a pair, which refers to the first, again and again.
 void DecodePeer(benchmark::State& state, AVCodecID id, int percent) {
   Peer encoder(id, avcodec_find_encoder(id));
   const AVCodec* codec = avcodec_find_decoder(id);

@@ -12,9 +12,9 @@
 
 using namespace ztlib;
 
-// Histograms of a plane beside OpenCV's calcHist on one thread: of noise, of a smooth picture, and
-// of one gray value, where each counter has to be waited for; and of the half of it that a mask
-// leaves.
+// Measures histograms of a plane beside OpenCV's calcHist on one thread. The plane has noise, a smooth
+// picture, or one gray value, for which each count has to wait for the one before. A mask leaves half
+// of it.
 
 namespace {
 

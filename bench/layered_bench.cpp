@@ -17,9 +17,9 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
-// Layered video at 1920x1088 through the exports, at every scale, beside libjpeg-turbo decoding the
-// same picture from about as many bytes at the same scale. The peer's quality is the one at which
-// its file is nearest in size; both sizes are reported.
+// Measures layered video at 1920x1088 through the exports, at every scale. The peer is libjpeg-turbo,
+// which decodes the same picture at the same scale. Its quality is the one that gives the nearest
+// number of bytes; both numbers are reported.
 
 namespace {
 
@@ -28,7 +28,7 @@ constexpr int height = 1088;
 
 using kit::Bytes;
 
-// Gradients, texture, edges and noise, with chroma at half size.
+// Returns gradients, texture, edges and noise, with chroma at half size.
 const CLayeredPicture& TheScene() {
   static Bytes planes[3];
   static const CLayeredPicture scene = [] {

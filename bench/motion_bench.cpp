@@ -17,14 +17,14 @@
 
 using namespace ztlib;
 
-// Motion detection from the picture to the result block, beside OpenCV's background subtractors on
-// one thread and the same planes, which end at the foreground plane, and beside a copy of as many
-// bytes as a model has to touch; two threads with a context each beside one. And the filling of a
-// mask of many triangles, beside OpenCV's filling of each.
+// Measures motion detection from the picture to the result block. The peers are OpenCV's background
+// subtractors on one thread, which end at the foreground plane, and a copy of as many bytes as a model
+// has to touch. Two threads with a context each are compared with one. A mask of many triangles is
+// compared with OpenCV's filling of each triangle.
 
 namespace {
 
-// A still scene with sensor noise, through which some blocks move.
+// Pictures of a still scene with sensor noise, through which some blocks move.
 class Clip {
  public:
   static constexpr int length = 8;
@@ -71,7 +71,7 @@ const Clip& ClipOf(int width, int height) {
   return *clips.emplace_back(std::make_unique<Clip>(width, height));
 }
 
-// `detectors` areas, each a triangle of the picture if `masked`.
+// Returns a context with `detectors` areas, each of which is a triangle if `masked`.
 std::shared_ptr<void> NewContext(const Clip& clip, int detectors, bool masked) {
   kit::Config detector, detectorList;
   if (masked) detector.Child("Masks", kit::Config().Shorts("", {0, 0, 16000, 100, 8000, 9000}));
@@ -127,7 +127,7 @@ void Copy(benchmark::State& state, int width, int height) {
 constexpr int maskWidth = 1920;
 constexpr int maskHeight = 1080;
 
-// 10,000 triangles somewhere in the picture, or one as often.
+// Returns 10,000 triangles somewhere in the picture, or as many copies of one.
 PolygonList Triangles(bool repeated) {
   std::mt19937 random(3);
   PolygonList polygons;
@@ -194,7 +194,7 @@ void Register() {
     add(name + "/memcpy", [=](auto& state) { Copy(state, w, h); });
     add(name + "_masked/ztlib", [=](auto& state) { Detect(state, w, h, 1, true); });
     add(name + "_8_detectors/ztlib", [=](auto& state) { Detect(state, w, h, 8, false); });
-    // Time on the clock for each frame: two threads should need little more than half of one's.
+    // The time is that on the clock for each frame: two threads should need little more than half.
     for (const auto& [implementation, threads] : {std::pair{"ztlib", 2}, {"one_thread", 1}})
       add(name + "_two_threads/" + implementation,
           [=](auto& state) { Detect(state, w, h, 1, false); })

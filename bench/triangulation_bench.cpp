@@ -15,9 +15,9 @@
 
 using namespace ztlib;
 
-// A million estimates, of two values each, all over a frame with so many points in its mesh, beside
-// CGAL's Delaunay triangulation of the same points: its locate and barycentric coordinates.
-// Locating starts at the last face, which is its best case where pixels follow each other in rows.
+// Measures a million estimates of two values each, all over a frame with some points in its mesh. The
+// peer is CGAL's Delaunay triangulation of the same points: its locate and barycentric coordinates.
+// Locating starts at the last face, which is best for pixels that follow each other in rows.
 
 namespace {
 
@@ -27,7 +27,7 @@ struct Point {
   int x, y;
 };
 
-// Places at which a point joins the mesh: middles of circumcircles, at random.
+// Returns places at which a point joins the mesh: middles of circumcircles, chosen at random.
 const std::vector<Point>& PointsOf(std::size_t count) {
   static std::vector<Point> points;
   static CTriangulation mesh;
@@ -79,7 +79,7 @@ Delaunay DelaunayOf(const std::vector<Point>& points) {
   return delaunay;
 }
 
-// Pixels in no order, or along the rows.
+// Returns pixels in random order, or along the rows.
 std::vector<Point> Pixels(bool inRows) {
   std::mt19937 random(9);
   std::vector<Point> pixels(estimates);

@@ -6,8 +6,8 @@
 
 using namespace ztlib;
 
-// The input is a list that may lie, and after its first byte the distances of blocks whose list
-// must come back as it was.
+// The input is read twice: as a list that may lie, and, behind its first byte, as distances between
+// blocks. The list of these blocks must be read back as it was.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span<const std::uint8_t> input(data, size);
   std::vector<std::uint64_t> unpacked;

@@ -10,7 +10,7 @@ using namespace ztlib;
 
 namespace {
 
-// Any answer is good, but one that is given is a number and within the table.
+// A place may have no answer, but every answer must be a number inside the table.
 void Measure(CCalibrator3D& calibrator, CPointF point) {
   CPointF ground, back;
   float meters = 0;
@@ -27,7 +27,8 @@ void Measure(CCalibrator3D& calibrator, CPointF point) {
 
 }  // namespace
 
-// A point, then a tree. To configure with it again, or with what was given out, changes nothing.
+// The input is a point and a tree. Configuring again with the tree, or with the one that the
+// calibrator gives out, changes nothing.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   float point[2];
   if (size < sizeof point) return 0;

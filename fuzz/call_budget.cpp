@@ -16,7 +16,7 @@
 #if defined(ZT_MEASURES_CALLS)
 #include <time.h>
 
-// Not every compiler brings the header of this.
+// Not every compiler has the header that declares this.
 extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void* memory);
 
 namespace {
@@ -59,7 +59,7 @@ namespace {
 // A motion context keeps 72 bytes a pixel for eight detectors and as much again while sizes change.
 constexpr std::uint64_t bytesPerByte = 200;
 constexpr std::uint64_t freeBytes = std::uint64_t{24} << 20;
-// Sanitizers slow work down by some ten times.
+// Sanitizers make work about ten times slower.
 constexpr double secondsPerByte = 4e-6;
 constexpr double freeSeconds = 2;
 

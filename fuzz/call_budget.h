@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
-// What one call of the library may cost. A call is handed `given` bytes in blocks and pictures, and
-// asks for pictures of so many bytes, or is told to work on pictures of that size by a
-// configuration; its memory and its processor time stay within multiples of both. Measured in
-// builds with the address sanitizer, whose heap tells sizes; elsewhere only the calls run.
+// Limits what one call of the library may cost. A call gets `given` bytes in blocks and pictures, and
+// it asks for pictures, or a configuration tells it the size of pictures to work on. Its memory and
+// its processor time must stay within multiples of all these bytes. They are measured in builds with
+// the address sanitizer, whose heap tells sizes; elsewhere only the calls run.
 namespace fuzz {
 
 class CallBudget {
@@ -17,7 +17,7 @@ class CallBudget {
   CallBudget(const CallBudget&) = delete;
   CallBudget& operator=(const CallBudget&) = delete;
 
-  // The client's own work within a call, such as filling a frame, and what it grants.
+  // Adds bytes that the client gives out or works on during a call, such as those of a frame.
   static void Grant(std::uint64_t bytes);
 
  private:

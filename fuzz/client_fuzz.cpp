@@ -4,9 +4,9 @@
 #include <map>
 #include <stdexcept>
 
-// A clumsy client: calls of all exports in any order, handles of every state, pictures of every
-// format and size everywhere, and callbacks that refuse, throw, lie and call back in. It breaks no
-// rule of the contract: nothing that ends the process on purpose, and no handle is destroyed,
+// A clumsy client. It calls all exports in any order, with handles of every state and pictures of
+// every format and size, and its callbacks refuse, throw, lie and call the library. It breaks no rule
+// of the contract: it does nothing that ends the process on purpose, and no handle is destroyed,
 // configured or used while a call works with it.
 namespace {
 
@@ -17,7 +17,7 @@ struct Picture {
   int format, width, height;
 };
 
-// Whole samples of the format, which is what the library makes of a size.
+// Rounds a size down to whole samples of the format, as the library does.
 Picture WholeSamples(Picture p) {
   constexpr int side[][2] = {{1, 1}, {1, 1}, {1, 1}, {1, 1},  {2, 1},
                              {2, 1}, {1, 1}, {2, 2}, {16, 16}};
@@ -26,13 +26,13 @@ Picture WholeSamples(Picture p) {
           p.height / side[p.format][1] * side[p.format][1]};
 }
 
-// A handle of a client and who works with it at the moment.
+// A handle of a client, and the number of calls that work with it at the moment.
 struct Slot {
   void* handle = nullptr;
   int users = 0;    // calls that change it
   int readers = 0;  // calls that read it
 };
-// For the time of a call.
+// Counts a call as long as it runs.
 struct Use {
   explicit Use(int& counter) : counter(counter) { ++counter; }
   ~Use() { --counter; }
@@ -76,7 +76,7 @@ class ClumsyClient {
     self = nullptr;
   }
 
-  // True if the client ends its context behind it.
+  // Runs the script. Returns true if the client then ends its context.
   bool Run() {
     for (int steps = 0; !in.rest.empty() && steps < 200; ++steps)
       Step();
@@ -92,7 +92,7 @@ class ClumsyClient {
     bool isConfigured = false;
   };
 
-  // Callbacks, each of which behaves as the next byte of the plan says.
+  // The callbacks follow, each of which behaves as the next byte of the plan says.
 
   enum Behaviour : std::uint8_t { good, throws, callsIn, refuses, liesAboutSize, isForeign };
 
@@ -102,7 +102,7 @@ class ClumsyClient {
     plan.pop_back();
     return next;
   }
-  // What every callback may do; the rest is up to the caller.
+  // Does what every callback may do, and returns the behaviour that is left to the callback.
   std::uint8_t Behave() {
     const std::uint8_t next = Next();
     if (next % 8 == callsIn && depth < 2) {
@@ -121,7 +121,7 @@ class ClumsyClient {
     return self->Give(width, height, format);
   }
   void* Give(int width, int height, int format) {
-    // As generous as a client with a screen of 3840 by 2160, for some screens in turn.
+    // A picture may have the pixels of a screen of 3840 by 2160, and all together those of two.
     const std::int64_t pixels = std::int64_t{width} * height;
     const std::uint8_t behaviour = Behave();
     if (behaviour == refuses || pixels > screen || !Spend(pixels)) return nullptr;
@@ -142,20 +142,20 @@ class ClumsyClient {
     self->failed = true;
     self->Behave();
   }
-  // `user` is a Bytes; what comes is kept.
+  // Keeps the output in `user`, which is a Bytes or null.
   static void Receive(void* user, const void* data, std::uint32_t size) {
     if (user) Collect(user, data, size);
     self->Behave();
   }
 
-  // Of the pixels that all calls of a script may work on together; false where they are used up.
+  // All calls of a script may work on so many pixels together. Returns false if they are used up.
   bool Spend(std::int64_t pixels) {
     if (pixels > pixelsLeft) return false;
     pixelsLeft -= pixels;
     return true;
   }
 
-  // What a step works with.
+  // These functions choose what a step works with.
 
   template <class Slots>
   auto& Pick(Slots& slots) {
@@ -167,7 +167,7 @@ class ClumsyClient {
                              128, 320, 640, 1366, 1920, 2160, 3840, 65535, 5,  6};
     return sides[in.Byte() % std::size(sides)];
   }
-  // A block of an earlier call, a sound frame or the script's own, some bytes changed.
+  // Returns the block of an earlier call, a sound frame or the script's own, with bytes changed.
   Bytes Block() {
     const std::vector<Bytes>& sound = SoundFrames();
     const std::size_t choice = in.Byte();
@@ -177,7 +177,7 @@ class ClumsyClient {
     Change(in, block, in.Byte() % 8);
     return block;
   }
-  // Of what the image shows; empty for an empty image.
+  // Returns format and size of the picture in an image; both are 0 for an empty image.
   Picture PictureOf(const Slot& slot) {
     if (!slot.handle) return {0, 0, 0};
     const auto found = pictures.find(ztlib_ztimage_get_avframe(slot.handle));
@@ -187,13 +187,13 @@ class ClumsyClient {
     const Picture p = PictureOf(slot);
     return PictureSize(p.width, p.height, p.format);
   }
-  // A picture of rows as a motion context reads them, up to 8 detectors and their masks.
+  // Returns the bytes of a picture with rows as up to 8 detectors and their masks read them.
   static std::uint64_t WatchedBytes(int width, int height) {
     if (width <= 0 || height <= 0) return 0;
     return (static_cast<std::uint64_t>(width) + 8) * static_cast<std::uint64_t>(height);
   }
 
-  // Steps.
+  // These are the steps.
 
   using Method = void (ClumsyClient::*)();
   void Step() {
@@ -223,7 +223,7 @@ class ClumsyClient {
     void* const old = std::exchange(slot.handle, nullptr);
     ztlib_ztimage_destroy(old);
     void* const created = ztlib_ztimage_create();
-    // What `release` called meanwhile may have taken the place.
+    // A call from within `release` may have filled the slot meanwhile.
     ztlib_ztimage_destroy(std::exchange(slot.handle, created));
   }
 
@@ -577,7 +577,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }();
   (void)isRegistered;
   const bool endsContext = ClumsyClient({data, size}).Run();
-  // The client's last call and the first ones of its next life.
+  // These are the client's last call and the first ones of its next life.
   if (endsContext) {
     ztlib_context_destroy();
     ztlib_context_create();

@@ -7,24 +7,24 @@
 #include <array>
 #include <utility>
 
-// A client of the exports for fuzzing: a frame manager that refuses large pictures, good frames,
-// and what becomes of them.
+// A client of the exports for fuzzing, with a frame manager that refuses large pictures, and with
+// scripts that change good frames and decode them.
 namespace codec_fuzz {
 
 using namespace kit;
 
 inline constexpr std::array scales = {1, 2, 4, 8, 3, 5, 16, 1000};
 
-// Never destroyed: who comes last at the end of a program is not known.
+// This is never destroyed, because the last image of a program may go after any other object.
 inline FramePool& frames = *new FramePool;
 
-// The limit is that of the picture before it is scaled down, which is what the time of decoding
-// goes by.
+// Limits the size of the picture before it is scaled down, because the time of decoding depends on
+// that.
 inline void LimitPictures(int scale = 1) {
   FramePool::maxPixels = (1 << 19) / (scale * scale);
 }
 
-// Sets so many bytes at places that the input names.
+// Changes `count` bytes at places that the input names.
 inline void Change(Input& in, Bytes& bytes, std::size_t count) {
   for (; count > 0 && !bytes.empty(); --count) {
     const std::size_t at = in.Short() % bytes.size();
@@ -32,15 +32,16 @@ inline void Change(Input& in, Bytes& bytes, std::size_t count) {
   }
 }
 
-// A decoder under a script. The first two bytes choose scale and format, then come steps: a good
-// frame with some bytes changed, a frame of the input's own, another configuration, or one of the
+// A script runs a decoder. The first two bytes choose scale and format, then there are steps: a good
+// frame with some bytes changed, a frame from the input, another configuration, or a step of the
 // target's own, which may change the frame. After each of them the frame is decoded.
 struct Script {
   Script(std::span<const std::uint8_t> data, int video, const std::vector<Bytes>& goodFrames)
       : in{data}, video(video), good(goodFrames), frame(good[0]), decoder(ZTLIB_GRAY, 1, video) {
     Configure(false);
   }
-  // Steps below `ownEnd` and `configureEnd` are of these kinds, the others are handed to `other`.
+  // Steps below `ownEnd` bring a frame, those below `configureEnd` a configuration. The others go to
+  // `other`.
   template <class Other>
   void Run(std::size_t ownEnd, std::size_t configureEnd, Other other) {
     while (!in.rest.empty()) {
@@ -58,10 +59,10 @@ struct Script {
       decoder.Process(image.get(), frame);
     }
   }
-  // Whatever came, a key frame decodes as on a new handle.
+  // A key frame must decode as on a new handle, whatever came before.
   void RequireSameAsNew(const Bytes& key) {
     const auto pixels = [&](Decoder& with) {
-      // The first one puts a decoder of its format behind the handle, which knows no configuration.
+      // The first frame may put a decoder of its format, without configuration, behind the handle.
       with.Process(NewImage().get(), key);
       with.Configure(format, scale, swapRgb);
       const Image out = NewImage();
@@ -86,7 +87,7 @@ struct Script {
     scale = scales[in.Byte() % scales.size()];
     format = in.Byte() % 10;
     swapRgb = swap;
-    // Pictures of differential video that are not scaled down yet may come at any scale.
+    // Differential video may give pictures that are not scaled down yet, at any scale.
     LimitPictures(video == ZTLIB_VIDEO_MJPEG ? scale : 1);
     decoder.Configure(format, scale, swapRgb);
   }

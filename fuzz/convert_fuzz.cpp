@@ -15,9 +15,9 @@ void TryConversion(const CZTImageImplBase& image, PixelFormat target) {
 
 }  // namespace
 
-// Four bytes choose the formats and the size, the others are pixels, again and again if the picture
-// needs more. It is converted, and so is what is left of it without a column on either side and a
-// row above and below. No frame is left behind.
+// Four bytes choose the formats and the size. The others are pixels, repeated if the picture needs
+// more. The picture is converted, and then its inside, without the outermost column on either side
+// and the outermost row above and below. No frame is left behind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   codec_fuzz::LimitPictures();
   Input in{{data, size}};

@@ -1,6 +1,6 @@
 #include "fuzz/codec_fuzz.h"
 
-// A picture that gets a header keeps its bytes, and the header tells its size as the info does.
+// A JPEG stream that gets a header keeps its bytes, and header and info tell the same size.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   constexpr std::uint32_t headerSize = 112;

@@ -1,6 +1,6 @@
 #include "fuzz/good_frames.h"
 
-// A script whose good frame has 64 by 64 pixels of several frequencies.
+// Runs a script whose good frame has 64 by 64 pixels of several frequencies.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   static const std::vector<Bytes> good{PlainFrame()};

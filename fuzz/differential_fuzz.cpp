@@ -2,8 +2,8 @@
 
 using namespace codec_fuzz;
 
-// A script, in which the target's own step makes the present picture the base. Whatever came, key
-// frames bring everything back: what follows them decodes as on a new handle.
+// Runs a script, in which the target's own step makes the present picture the base. Key frames undo
+// whatever came before them: the next frames decode as on a new handle.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::vector<Bytes> good = DifferentialFrames();
   Script script({data, size}, ZTLIB_VIDEO_MJPEGDIFF, good);
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   });
   const auto decodeGood = [&script](Decoder& with, const Image& out) {
     std::vector<Bytes> pictures;
-    // The first key frame at a scale has the old size, which some formats do not have.
+    // The first key frame at a scale has the old size, which is impossible in some formats.
     with.Configure(ZTLIB_RGB, script.scale);
     with.Process(out.get(), good[0]);
     with.Process(out.get(), good[0]);
@@ -23,11 +23,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     return pictures;
   };
-  // A new decoder behind the handle if the last frame was of another video format.
+  // This puts a decoder of this format behind the handle if the last frame had another one.
   script.decoder.Process(script.image.get(), good[1]);
   Decoder fresh(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF);
-  // A base in a format that the stream's size at this scale cannot have is for the client to
-  // replace.
+  // The base may be in a format that is impossible with the stream's size at this scale. Then the
+  // client has to replace it.
   const Image base = NewImage(ZTLIB_RGB, 1, 1, {0});
   ztlib_decoder_setBaseImage(script.decoder.object, base.get());
   Require(decodeGood(script.decoder, base) == decodeGood(fresh, NewImage()));

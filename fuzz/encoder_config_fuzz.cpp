@@ -3,8 +3,8 @@
 
 using namespace ztlib;
 
-// Configuration blocks for encoders of both video formats, and after each a picture of the
-// configured size, which comes out as a frame that decodes. Another size would end the process.
+// Encoders of both video formats get configuration blocks, and after each a picture of the configured
+// size, which must become a frame that decodes. Another size would end the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   static bool failed;
@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       ParseTagged(tree, block.data(), block.size());
       const std::int64_t newWidth = tree.GetInt(Tok::Width, width);
       const std::int64_t newHeight = tree.GetInt(Tok::Height, height);
-      // Buffers of the encoder's own are as large as the size says.
+      // The encoder's own buffers are as large as the configured size, so that is limited here.
       constexpr std::int64_t most = 1 << 16;
       if (std::min(newWidth, newHeight) < 0 || std::max(newWidth, newHeight) > most) continue;
       if (newWidth * newHeight > most) continue;

@@ -3,10 +3,10 @@
 #include "client/layered/layered_encoder.h"
 #include "fuzz/codec_fuzz.h"
 
-// Sound frames of the video formats, which targets change and decode.
+// Makes sound frames of the video formats, which targets change and decode.
 namespace codec_fuzz {
 
-// 64 by 64 pixels of several frequencies.
+// Returns a frame of 64 by 64 pixels of several frequencies.
 inline Bytes PlainFrame() {
   const Image image =
       NewImage(ZTLIB_YUV, 64, 64, [](std::size_t i) { return i * i / 512 + i % 7 * 20; });
@@ -15,7 +15,8 @@ inline Bytes PlainFrame() {
   return frame;
 }
 
-// Key, plain, plain, reference, plain; the same with difference frames; and an empty one.
+// Returns a key, two plain, a reference and a plain frame, the same with difference frames, and an
+// empty frame.
 inline std::vector<Bytes> DifferentialFrames() {
   constexpr int width = 96, height = 64;
   std::vector<Bytes> frames;
@@ -36,7 +37,7 @@ inline std::vector<Bytes> DifferentialFrames() {
   return frames;
 }
 
-// Key frames of both formats with codes of every kind, and two differential frames.
+// Returns key frames of both formats with codes of every kind, and two differential frames.
 inline std::vector<Bytes> LayeredFrames() {
   constexpr int width = 80, height = 48;
   Bytes uyvy(std::size_t{2} * width * height);

@@ -21,7 +21,7 @@ struct Input {
   }
   std::uint8_t Byte() { return Take<std::uint8_t>(); }
   std::size_t Short() { return Take<std::uint16_t>(); }
-  // So many bytes as the next two say.
+  // Returns as many bytes as the next two bytes say.
   std::vector<std::uint8_t> Block() {
     const std::size_t wanted = Short();
     const auto block = rest.first(std::min(wanted, rest.size()));

@@ -20,8 +20,8 @@ struct Records {
 
 }  // namespace
 
-// A script, in which the target's own step splits the last frame into layers and joins some of them
-// again, changed.
+// Runs a script, in which the target's own step splits the last frame into layers, changes some of
+// them and joins them again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::vector<Bytes> good = LayeredFrames();
   Script script({data, size}, ZTLIB_VIDEO_LAYERED, good);

@@ -1,7 +1,7 @@
 #include "fuzz/codec_fuzz.h"
 
-// A block that loads is as the image says when it is saved again, but for reserved fields, slack
-// and what the block had too much.
+// An image that was loaded from a block is saved as the same block, except for reserved fields, slack
+// and bytes behind its end.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   LimitPictures();
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::size_t formatAt = 16;
     constexpr std::size_t body = 32;
     Require(saved.size() >= body && std::memcmp(saved.data() + formatAt, data + formatAt, 12) == 0);
-    // Bits behind the last pixel are not kept.
+    // The bits behind the last pixel are not kept.
     if (saved[formatAt] != ZTLIB_BOOL8) {
       Require(size >= saved.size());
       Require(std::memcmp(saved.data() + body, data + body, saved.size() - body) == 0);

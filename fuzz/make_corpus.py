@@ -122,7 +122,7 @@ def convert():
 
 
 def jpeg(width, height, *options):
-    """A small picture of gradients and noise, encoded by cjpeg."""
+    """Returns a small picture of gradients and noise, encoded by cjpeg."""
     seed = 1
     pixels = bytearray()
     for y in range(height):
@@ -245,7 +245,7 @@ def layered():
             yield f"all_{scale}_{pixels}", bytes([scale, pixels]) + every
     yield "scales", bytes([0, 4]) + b"".join(
         bytes([170, scale, 5]) + good(3) + good(4) for scale in range(8))
-    # Every field of the second header, which differential frames have behind their list.
+    # Every field of the second header is changed. Differential frames have it behind their list.
     for number, inner in ((2, 112), (3, 112), (4, 144)):
         for field in range(0, 112, 2):
             yield f"field_{number}_{field}", bytes([0, 2]) + b"".join(
@@ -357,7 +357,7 @@ def triangulation():
     for dimensions in (0, 1, 3, -1):
         yield f"dimensions_{dimensions}", calls(init(0, 0, 12, 12, dimensions), grid,
                                                 estimate(4, 5, 1), finalize, estimate(4, 5, 3))
-    # Where the random points lie, half of them where they join the mesh.
+    # Random points are in these frames, about half of them where they join the mesh.
     numbers = random.Random(1)
     frames = ((0, 0, 20, 20), (-9, 4, 6, 30), (0, 0, 640, 480), (100, 100, 1000, 103),
               (low, low, high, high), (0, 0, 70000, 70000), (high - 9, low, high, low + 9))
@@ -480,7 +480,7 @@ def calibration():
 
 
 def client():
-    """Calls in random order: every byte means something to this target."""
+    """Random bytes are calls in random order: every byte means something to this target."""
     source = random.Random(45)
     for number in range(48):
         yield f"calls_{number}", source.randbytes(40 << number % 6)

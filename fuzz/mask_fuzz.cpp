@@ -6,7 +6,7 @@ using namespace ztlib;
 
 namespace {
 
-// Runs in order, apart from each other and inside; area and box as they say.
+// Runs must be in order, apart from each other and inside, and area and box must be theirs.
 void RequireSound(const CMask& mask) {
   std::int64_t area = 0;
   for (int y = 0; y < mask.GetHeight(); ++y) {
@@ -34,9 +34,9 @@ bool Same(const CMask& a, const CMask& b) {
 
 }  // namespace
 
-// Two 16-bit sizes, of which the high bit stretches the coordinates, then arrays of 16-bit values,
-// each behind its length. The first is one mask, all of them another; their combinations obey the
-// rules of sets.
+// The input has two 16-bit sizes, whose high bits stretch the coordinates, then arrays of 16-bit
+// values, each behind its length. The first array is one mask, all of them are another; their
+// combinations must obey the rules of sets.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input in{{data, size}};
   const int width = in.Take<std::int16_t>() % 2048, height = in.Take<std::int16_t>() % 512;
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const CMask* mask : {&joined, &common})
     RequireSound(*mask);
   Require(joined.GetArea() + common.GetArea() == one.GetArea() + fromTree.GetArea());
-  // not (a or b) = not a and not b
+  // The rule is: not (a or b) = not a and not b.
   CMask::Invert(joined, inverse);
   CMask::Invert(one, twice);
   CMask::Invert(fromTree, other);
@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(Same(inverse, twice));
   CMask::Invert(inverse, inverse);
   Require(Same(inverse, joined));
-  // A polygon more takes nothing away.
+  // One more polygon removes nothing from a mask.
   if (!arrays.empty() && !arrays[0].empty()) {
     CMask::Unite(one, all, joined);
     Require(Same(joined, all));

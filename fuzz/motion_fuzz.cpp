@@ -5,8 +5,8 @@ namespace {
 
 using namespace codec_fuzz;
 
-// Whatever was configured, a result has all of its keys or is nearly empty, and every bitmap is
-// that of the picture.
+// After any configuration a result has all of its keys or is nearly empty, and every bitmap has the
+// size of the picture.
 void CheckResult(const Tree& tree, bool signal) {
   if (tree.elements.empty()) return Require(!signal);
   const Tree motions = tree.Child("Motions");
@@ -25,8 +25,8 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
   const int side = format == ZTLIB_GRAY ? 1 : format == ZTLIB_YUV420BLOCK ? 16 : 2;
   width = width / side * side;
   height = height / side * side;
-  // Gray rows are padded to multiples of 4 but for the last one, or dense with a record that says
-  // so.
+  // Gray rows except the last one are padded to multiples of 4, or none is and the frame's record
+  // says so.
   const bool isDense = format == ZTLIB_GRAY && seed % 2 == 1;
   const int stride = format == ZTLIB_GRAY && !isDense ? (width + 3) / 4 * 4 : width;
   Frame* const frame = FramePool::Make(width, height, format,
@@ -44,7 +44,7 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
 
 }  // namespace
 
-// Steps, one behind the other: a configuration with an arbitrary block and size, or a burst of
+// The input is a series of steps: a configuration with an arbitrary block and size, or a burst of
 // frames of one size with a seed for their pixels, a time and a step in time.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::unique_ptr<void, void (*)(void*)> context(ztlib_simplemotion_create(),

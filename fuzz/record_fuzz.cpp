@@ -45,7 +45,7 @@ class CRecord : public CDataFairy<CRecord> {
   CInner point{*this, Tok::Point};
 };
 
-// Refused text and refused entries of lists are what may be thrown; the record stays usable.
+// Only refused text and refused entries of lists may throw, and the record stays usable.
 void Read(ACDataFairy& record, const CData& tree) {
   try {
     record.FromCData(tree);
@@ -63,7 +63,8 @@ bool Same(const CData& a, const CData& b) {
 
 }  // namespace
 
-// Any block. What a record has read it writes, and it reads that back to the same; so does a clone.
+// Any block is read as a record. What the record then writes is read back to the same values, and so
+// is what a clone writes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   CData tree;
   Require(ParseTagged(tree, data, size));
@@ -78,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(Same(again.ToCData({}), written));
   clone.CloneFrom(static_cast<const ACDataFairy*>(&record), true);
   Require(Same(clone.ToCDataFull({}), record.ToCDataFull({})));
-  // Items that the tree has changed are all that differs from a new record.
+  // Only items that the tree has changed differ from those of a new record.
   CRecord changed;
   changed.CloneChanged(static_cast<const ACDataFairy*>(&record));
   if (!record.time.changed) changed.time.Set(record.time.Get());

@@ -11,7 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Runs every file of the given folders through a target, without an engine.
+// Runs every file of the given folders through a target, without a fuzzing engine.
 int main(int argc, char** argv) {
   std::size_t files = 0;
   for (int i = 1; i < argc; ++i) {
@@ -22,10 +22,10 @@ int main(int argc, char** argv) {
       std::ifstream file(name, std::ios::binary);
       const std::vector<char> read((std::istreambuf_iterator<char>(file)),
                                    std::istreambuf_iterator<char>());
-      // A block of exactly this size, so that a sanitizer sees the first byte behind it.
+      // The block has exactly this size, so that a sanitizer sees an access behind it.
       const auto bytes = std::make_unique<std::uint8_t[]>(read.size());
       std::copy(read.begin(), read.end(), bytes.get());
-      // Named before the run: a crash says nothing else.
+      // The name comes before the run, because a crash does not tell it.
       std::printf("%s\n", name.c_str());
       std::fflush(stdout);
       LLVMFuzzerTestOneInput(bytes.get(), read.size());

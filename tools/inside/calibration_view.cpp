@@ -17,7 +17,7 @@ constexpr float virtualSize = 16384;
 constexpr CColor gridColor{255, 214, 10}, farGridColor{205, 205, 205}, horizonColor{255, 69, 58},
     segmentColor{10, 132, 255}, squareColor{48, 209, 88}, poleColor{255, 149, 0};
 
-// A misspelt name leaves a default in its place.
+// Complains about unknown names: a misspelt one would leave a default in place.
 void CheckKeys(const CData& configuration, const std::string& name) {
   const CData known = CCalibrator3D().GetConfig();
   for (const CDataElement& element : configuration.Elements()) {
@@ -27,7 +27,7 @@ void CheckKeys(const CData& configuration, const std::string& name) {
   }
 }
 
-// Collects the log lines of the twin, which has a logger of its own.
+// Collects the log lines of the library that is linked in.
 std::vector<std::string>& CollectedLines() {
   static std::vector<std::string> lines;
   static const bool once = [] {
@@ -39,7 +39,7 @@ std::vector<std::string>& CollectedLines() {
   return lines;
 }
 
-// Draws in virtual units, what is in sight of it.
+// Draws in virtual coordinates the parts that are in the picture.
 class CPainter {
  public:
   explicit CPainter(CCanvas& target)
@@ -49,7 +49,7 @@ class CPainter {
         unit(std::max(1.0F, float(target.Height()) / 480)) {}
 
   void Line(CPointF from, CPointF to, float thickness, const CColor& color) {
-    // In pieces, so that each has few pixels around it to look at.
+    // A line is drawn in pieces, so that each has few pixels around it to check.
     constexpr int pieces = 32;
     const auto at = [&](int i) {
       const float share = float(i) / pieces;
@@ -112,7 +112,7 @@ struct CCalibrationView::CInside {
   [[nodiscard]] CPointF ToVirtual(CPoint p) const {
     return {p.x * virtualSize / width, p.y * virtualSize / height};
   }
-  // Of ground that is covered: a table ends in a point that stands for all beyond.
+  // Returns a point of ground that the tables cover; their last point stands for all ground beyond.
   [[nodiscard]] std::optional<CPointF> GroundPoint(float along01, float along03) const {
     CPointF point, again;
     constexpr float tolerance = 0.1F;
@@ -157,7 +157,7 @@ std::optional<float> CCalibrationView::Height(CPoint foot, CPoint head) const {
   return meters;
 }
 
-// One rectangle's length around the rectangle, at the least step of few enough lines.
+// Draws the grid up to one length around the rectangle, with the smallest step of few enough lines.
 void CCalibrationView::CInside::DrawNeighbourhood(CPainter& painter, float length01,
                                                   float length03) const {
   constexpr float mostLines = 40;
@@ -215,7 +215,7 @@ void CCalibrationView::Draw(CCanvas& canvas) const {
   DrawLines(painter, grid.Child(Tok::XLines), 1.2F, gridColor);
   DrawLines(painter, grid.Child(Tok::YLines), 1.2F, gridColor);
 
-  // Along the diagonals of the rectangle, apart from each other.
+  // Squares and poles stand along one diagonal each, apart from each other.
   for (const float share : {0.1F, 0.45F, 0.8F})
     inside->DrawSquare(painter, share * length01, share * length03);
   for (const float share : {0.1F, 0.35F, 0.65F, 0.9F})

@@ -8,13 +8,12 @@
 #include <string>
 #include <vector>
 
-// A calibrated picture: measures in it and shows what the calibration makes of it. Points are
-// pixels. What it uses no export reaches; it belongs to the part that is linked with the library's
-// static twin.
+// A calibrated picture, in which it measures and draws what the calibration makes of it. Points are
+// pixels. No export reaches what it uses, so it needs the static library.
 class CCalibrationView {
  public:
-  // `name` of the configuration stands in complaints and in the CError about what is no tree. What
-  // the calibrator refuses stands in Log.
+  // Complaints name the configuration `name`, and so does the CError for one that is no tree. What the
+  // calibrator refuses is in Log.
   CCalibrationView(const Json& configuration, const std::string& name, int width, int height);
   ~CCalibrationView();
   CCalibrationView(const CCalibrationView&) = delete;
@@ -24,11 +23,11 @@ class CCalibrationView {
   [[nodiscard]] bool HasHeight() const;
   [[nodiscard]] const std::vector<std::string>& Log() const { return log; }
 
-  // In meters.
+  // Returns meters.
   [[nodiscard]] std::optional<float> Height(CPoint foot, CPoint head) const;
 
-  // The ground as a grid, which also covers the rectangle's neighbourhood, the horizon, the
-  // reference segments, squares of one meter, and poles of two with a notch at every half.
+  // Draws the ground as a grid, which also covers the rectangle's neighbourhood, the horizon, the
+  // reference segments, squares of one meter, and poles of two meters with a notch at every half.
   void Draw(CCanvas& canvas) const;
 
  private:

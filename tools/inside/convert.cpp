@@ -42,7 +42,7 @@ std::size_t BytesOf(const CFrame& frame, int pixelFormat) {
   return static_cast<std::size_t>(frame.linesize[0]) * RowsOf(frame, pixelFormat);
 }
 
-// The sensor's mosaic and bools travel as gray pictures.
+// A sensor's mosaic and bools are stored as gray pictures.
 PoolFramePtr ReadPng(const CConvertOptions& options) {
   const bool isSingle =
       options.from == ZTLIB_GRAY || options.from == ZTLIB_BOOL8 || options.from == ZTLIB_RGBBAYER;
@@ -82,7 +82,7 @@ PoolFramePtr ReadRaw(const CConvertOptions& options) {
 
 using Picture = std::shared_ptr<const CZTImageImplBase>;
 
-// Null if the picture has no whole sample of its format.
+// Returns null if the picture has no whole sample of its format.
 const CFrame* FrameOf(const Picture& picture) {
   return static_cast<const CFrame*>(picture->GetFrame());
 }
@@ -102,7 +102,7 @@ Picture ConvertFor(const Picture& source, const CConvertOptions& options) {
   }
 }
 
-// The format in which a picture of another one can be seen.
+// Returns the format in which a picture of this format can be shown.
 int ShownFormat(int pixelFormat) {
   return pixelFormat == ZTLIB_BOOL8 || pixelFormat == ZTLIB_GRAY ? ZTLIB_GRAY : ZTLIB_RGB;
 }

@@ -26,8 +26,8 @@ struct CHistogramOptions {
 
 constexpr int plotWidth = 256, plotHeight = 192;
 
-// A list of polygons, each a list of virtual coordinates, x and y in turn; or an object that has
-// such a list under "Masks".
+// The file has a list of polygons, each a list of virtual coordinates, x and y in turn, or an object
+// with such a list under "Masks".
 CMask ReadMask(const std::string& path, const Size& size) {
   std::ifstream file(path);
   if (!file) throw CError(path + ": cannot open");
@@ -71,7 +71,7 @@ void WritePlot(COutputs& outputs, const std::string& path, const CHistogram& his
   WritePng(outputs, path, *picture, *NewPngCoder());
 }
 
-// A bar for every eight gray values.
+// Returns a bar for every eight gray values.
 std::string Bars(const CHistogram& histogram) {
   constexpr int width = 8, cells = 60, bars = 256 / width;
   std::int64_t pixels[bars] = {};
