@@ -1,4 +1,5 @@
-# The commands that people type. Every target installs what it needs (on Debian, as root or with sudo).
+# The commands that people type. Every target installs what it needs (on Debian, as root or with
+# sudo).
 JOBS ?= $(shell nproc)
 SECONDS ?= 60
 OUT ?= demo
@@ -28,7 +29,8 @@ asan tsan:
 	cmake --build --preset $@ -j $(JOBS)
 	ctest --preset $@ -j $(JOBS) $(if $(filter tsan,$@),-L threads)
 
-# Cross-builds the DLL for 64-bit Windows and runs its tests under Wine, which compare it with `all`.
+# Cross-builds the DLL for 64-bit Windows and runs its tests under Wine, which compare it with
+# `all`.
 windows: all
 	scripts/setup windows
 	JOBS=$(JOBS) scripts/windows-deps

@@ -13,9 +13,9 @@
 
 using namespace ztlib;
 
-// Measures the conversions of sensor pictures, groups and tiles, one frame a round. OpenCV demosaics
-// to three-byte BGR by the same bilinear rule as ours to RGB. The memcpy touches as many bytes as the
-// conversion does, which reads four-byte targets to keep their fourth bytes.
+// Measures the conversions of sensor pictures, groups and tiles, one frame a round. OpenCV
+// demosaics to three-byte BGR by the same bilinear rule as ours to RGB. The memcpy touches as many
+// bytes as the conversion does, which reads four-byte targets to keep their fourth bytes.
 
 namespace {
 

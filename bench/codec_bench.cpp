@@ -17,8 +17,8 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
-// Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls of
-// libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes.
+// Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls
+// of libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes.
 
 namespace {
 

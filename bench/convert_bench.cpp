@@ -14,10 +14,10 @@ extern "C" {
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
 
-// Measures the pixel conversions, one frame a round, beside libyuv and swscale if they have the pair.
-// Their arithmetic differs, and they do not interpolate chroma, so only speed can be compared. libyuv
-// has no four-byte YUV, for which planes of full size are used. The memcpy touches as many bytes as
-// the conversion does, which reads four-byte targets to keep their fourth bytes.
+// Measures the pixel conversions, one frame a round, beside libyuv and swscale if they have the
+// pair. Their arithmetic differs, and they do not interpolate chroma, so only speed can be
+// compared. libyuv has no four-byte YUV, for which planes of full size are used. The memcpy touches
+// as many bytes as the conversion does, which reads four-byte targets to keep their fourth bytes.
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 // The benchmarks of the exports share these functions.
 
-// Frames that come back are given out again, as in clients. The pool is never destroyed, because some
-// images stay.
+// Frames that come back are given out again, as in clients. The pool is never destroyed, because
+// some images stay.
 inline kit::FramePool& frames = *new kit::FramePool({.reuse = true});
 
 // Decodes one frame over and over.

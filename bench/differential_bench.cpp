@@ -20,7 +20,8 @@ extern "C" {
 // Measures differential video at 1920x1080 and quality 75 through the exports, with a share of the
 // blocks in every frame's list. The peers are plain video, FFmpeg's MJPEG, and its MPEG-4 without B
 // frames, which shows the cost of a still scene for a codec with motion search. The least possible
-// cost is one pass over the bytes of the picture: to read them for encoding, to copy them for decoding.
+// cost is one pass over the bytes of the picture: to read them for encoding, to copy them for
+// decoding.
 
 namespace {
 

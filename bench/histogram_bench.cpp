@@ -12,9 +12,9 @@
 
 using namespace ztlib;
 
-// Measures histograms of a plane beside OpenCV's calcHist on one thread. The plane has noise, a smooth
-// picture, or one gray value, for which each count has to wait for the one before. A mask leaves half
-// of it.
+// Measures histograms of a plane beside OpenCV's calcHist on one thread. The plane has noise, a
+// smooth picture, or one gray value, for which each count has to wait for the one before. A mask
+// leaves half of it.
 
 namespace {
 

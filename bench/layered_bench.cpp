@@ -17,9 +17,9 @@ extern "C" {
 
 #include <benchmark/benchmark.h>
 
-// Measures layered video at 1920x1088 through the exports, at every scale. The peer is libjpeg-turbo,
-// which decodes the same picture at the same scale. Its quality is the one that gives the nearest
-// number of bytes; both numbers are reported.
+// Measures layered video at 1920x1088 through the exports, at every scale. The peer is
+// libjpeg-turbo, which decodes the same picture at the same scale. Its quality is the one that
+// gives the nearest number of bytes; both numbers are reported.
 
 namespace {
 

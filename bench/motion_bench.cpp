@@ -18,9 +18,9 @@
 using namespace ztlib;
 
 // Measures motion detection from the picture to the result block. The peers are OpenCV's background
-// subtractors on one thread, which end at the foreground plane, and a copy of as many bytes as a model
-// has to touch. Two threads with a context each are compared with one. A mask of many triangles is
-// compared with OpenCV's filling of each triangle.
+// subtractors on one thread, which end at the foreground plane, and a copy of as many bytes as a
+// model has to touch. Two threads with a context each are compared with one. A mask of many
+// triangles is compared with OpenCV's filling of each triangle.
 
 namespace {
 

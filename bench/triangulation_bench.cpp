@@ -15,9 +15,10 @@
 
 using namespace ztlib;
 
-// Measures a million estimates of two values each, all over a frame with some points in its mesh. The
-// peer is CGAL's Delaunay triangulation of the same points: its locate and barycentric coordinates.
-// Locating starts at the last face, which is best for pixels that follow each other in rows.
+// Measures a million estimates of two values each, all over a frame with some points in its mesh.
+// The peer is CGAL's Delaunay triangulation of the same points: its locate and barycentric
+// coordinates. Locating starts at the last face, which is best for pixels that follow each other in
+// rows.
 
 namespace {
 

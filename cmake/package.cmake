@@ -1,5 +1,6 @@
-# Installs the library, its header and documents, a CMake package (find_package(ztlib)) and a pkg-config
-# file. Packs the library, its development files and the client for Debian, and a zip for Windows.
+# Installs the library, its header and documents, a CMake package (find_package(ztlib)) and a
+# pkg-config file. Packs the library, its development files and the client for Debian, and a zip for
+# Windows.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ztlib EXPORT ztlib-targets

@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
-// Limits what one call of the library may cost. A call gets `given` bytes in blocks and pictures, and
-// it asks for pictures, or a configuration tells it the size of pictures to work on. Its memory and
-// its processor time must stay within multiples of all these bytes. They are measured in builds with
-// the address sanitizer, whose heap tells sizes; elsewhere only the calls run.
+// Limits what one call of the library may cost. A call gets `given` bytes in blocks and pictures,
+// and it asks for pictures, or a configuration tells it the size of pictures to work on. Its memory
+// and its processor time must stay within multiples of all these bytes. They are measured in builds
+// with the address sanitizer, whose heap tells sizes; elsewhere only the calls run.
 namespace fuzz {
 
 class CallBudget {

@@ -5,9 +5,9 @@
 #include <stdexcept>
 
 // A clumsy client. It calls all exports in any order, with handles of every state and pictures of
-// every format and size, and its callbacks refuse, throw, lie and call the library. It breaks no rule
-// of the contract: it does nothing that ends the process on purpose, and no handle is destroyed,
-// configured or used while a call works with it.
+// every format and size, and its callbacks refuse, throw, lie and call the library. It breaks no
+// rule of the contract: it does nothing that ends the process on purpose, and no handle is
+// destroyed, configured or used while a call works with it.
 namespace {
 
 using namespace codec_fuzz;

@@ -32,16 +32,16 @@ inline void Change(Input& in, Bytes& bytes, std::size_t count) {
   }
 }
 
-// A script runs a decoder. The first two bytes choose scale and format, then there are steps: a good
-// frame with some bytes changed, a frame from the input, another configuration, or a step of the
-// target's own, which may change the frame. After each of them the frame is decoded.
+// A script runs a decoder. The first two bytes choose scale and format, then there are steps: a
+// good frame with some bytes changed, a frame from the input, another configuration, or a step of
+// the target's own, which may change the frame. After each of them the frame is decoded.
 struct Script {
   Script(std::span<const std::uint8_t> data, int video, const std::vector<Bytes>& goodFrames)
       : in{data}, video(video), good(goodFrames), frame(good[0]), decoder(ZTLIB_GRAY, 1, video) {
     Configure(false);
   }
-  // Steps below `ownEnd` bring a frame, those below `configureEnd` a configuration. The others go to
-  // `other`.
+  // Steps below `ownEnd` bring a frame, those below `configureEnd` a configuration. The others go
+  // to `other`.
   template <class Other>
   void Run(std::size_t ownEnd, std::size_t configureEnd, Other other) {
     while (!in.rest.empty()) {

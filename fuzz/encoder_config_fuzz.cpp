@@ -3,8 +3,8 @@
 
 using namespace ztlib;
 
-// Encoders of both video formats get configuration blocks, and after each a picture of the configured
-// size, which must become a frame that decodes. Another size would end the process.
+// Encoders of both video formats get configuration blocks, and after each a picture of the
+// configured size, which must become a frame that decodes. Another size would end the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   static bool failed;

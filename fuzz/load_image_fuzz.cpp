@@ -1,7 +1,7 @@
 #include "fuzz/codec_fuzz.h"
 
-// An image that was loaded from a block is saved as the same block, except for reserved fields, slack
-// and bytes behind its end.
+// An image that was loaded from a block is saved as the same block, except for reserved fields,
+// slack and bytes behind its end.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
   LimitPictures();

@@ -29,8 +29,8 @@ CData Parsed(const std::uint8_t* data, std::size_t size) {
 
 }  // namespace
 
-// The block is a node: a count, then elements. A tree that was read has only kinds of this form, so it
-// fills the measured size when it is written, and is read back from the same bytes.
+// The block is a node: a count, then elements. A tree that was read has only kinds of this form, so
+// it fills the measured size when it is written, and is read back from the same bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::uint8_t> written = Written(Parsed(data, size));
   Require(Written(Parsed(written.data(), written.size())) == written);

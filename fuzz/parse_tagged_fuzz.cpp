@@ -15,8 +15,8 @@ bool Same(const CBinData& a, const CBinData& b) {
 
 }  // namespace
 
-// The last two bytes are the skip mask, all others the block. A tree that was read can be written, in
-// the size that was measured, and is read back from the same bytes; a copy is the same tree.
+// The last two bytes are the skip mask, all others the block. A tree that was read can be written,
+// in the size that was measured, and is read back from the same bytes; a copy is the same tree.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;
   const auto skipMask = static_cast<std::uint16_t>(data[size - 2] | data[size - 1] << 8);

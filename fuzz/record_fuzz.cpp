@@ -63,8 +63,8 @@ bool Same(const CData& a, const CData& b) {
 
 }  // namespace
 
-// Any block is read as a record. What the record then writes is read back to the same values, and so
-// is what a clone writes.
+// Any block is read as a record. What the record then writes is read back to the same values, and
+// so is what a clone writes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   CData tree;
   Require(ParseTagged(tree, data, size));

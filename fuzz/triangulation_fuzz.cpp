@@ -5,10 +5,10 @@
 
 #include <iterator>
 
-// The input has calls in any order, after which library and model must agree. A call is a byte, then
-// 32-bit coordinates and, in bytes, a signed number of dimensions, a number of values with the values,
-// or a number of floats to estimate. One kind of call adds a point close to the centre of a triangle,
-// where it joins the mesh; its coordinates are the triangle's number and a distance.
+// The input has calls in any order, after which library and model must agree. A call is a byte,
+// then 32-bit coordinates and, in bytes, a signed number of dimensions, a number of values with the
+// values, or a number of floats to estimate. One kind of call adds a point close to the centre of a
+// triangle, where it joins the mesh; its coordinates are the triangle's number and a distance.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size > 4096) return 0;
   Input in{{data, size}};

@@ -126,8 +126,8 @@ TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   EXPECT_EQ(Play("mixed.zts").size(), 6U);
 }
 
-// Luma runs through the whole range, and each chroma sample differs from the next one, so stretching,
-// clipping and interpolation of the input show.
+// Luma runs through the whole range, and each chroma sample differs from the next one, so
+// stretching, clipping and interpolation of the input show.
 TEST_F(ClientTest, RecordingKeepsRangeAndChroma) {
   constexpr int side = 64, half = side / 2;
   const auto expectRamp = [](const Bytes& luma, const std::string& name) {

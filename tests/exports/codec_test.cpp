@@ -297,8 +297,8 @@ TEST_F(CodecExports, HandlesWorkOnSeveralThreads) {
   ExpectNoFailure();
 }
 
-// The memory lies one byte off any alignment. The recorded results are those of the equations, whose
-// sums wrap at 32 bits.
+// The memory lies one byte off any alignment. The recorded results are those of the equations,
+// whose sums wrap at 32 bits.
 TEST(InverseTransform, GivesTheRecordedResultsForAnyCoefficients) {
   std::mt19937 random(3);
   Bytes results;

@@ -282,8 +282,8 @@ TEST_F(LayeredExports, DamageIsRefusedBeforeAnythingChanges) {
         ExpectNoFailure();
       }
 
-  // Impossible pixel formats, tables and scales have effect in this order. Each case has pixel format,
-  // width, scale, table family and the refusal; without a refusal nothing is drawn.
+  // Impossible pixel formats, tables and scales have effect in this order. Each case has pixel
+  // format, width, scale, table family and the refusal; without a refusal nothing is drawn.
   const char* const impl = "main/target/windll/image/ztimage_impl";
   const std::tuple<int, int, int, int, const char*, const char*> outcomes[] = {
       {10, 48, 1, 0, "main/lib/base/pixel_format", "Invalid range"},
@@ -375,8 +375,8 @@ TEST_F(LayeredExports, RecordsAreTakenAsFarAsTheySay) {
   const Bytes whole = Compose(records);
   // Bytes behind the size that a record tells have no effect.
   EXPECT_EQ(changed([](auto& r) { r[0].push_back(7), r[3].push_back(7); }), whole);
-  // The first record of format 4 also ends where its layer does, behind both headers. The bytes behind
-  // that still count in the size of the frame.
+  // The first record of format 4 also ends where its layer does, behind both headers. The bytes
+  // behind that still count in the size of the frame.
   Bytes body(FrameHeader::size + 8 + at::end + 5, 1);
   Put(body, 88, 8);
   Put(body, FrameHeader::size + 8 + at::layerSize, 3);

@@ -5,8 +5,8 @@
 
 #include <dlfcn.h>
 
-// This is loaded in front of a program (LD_PRELOAD). Counted from the start of its `main`, call number
-// ZTLIB_FAILING_CALL of the heap fails. At its end the number of calls goes to the file
+// This is loaded in front of a program (LD_PRELOAD). Counted from the start of its `main`, call
+// number ZTLIB_FAILING_CALL of the heap fails. At its end the number of calls goes to the file
 // ZTLIB_HEAP_CALLS.
 
 namespace {

@@ -12,7 +12,8 @@
 
 #include <jpeglib.h>
 
-// Calls libjpeg directly, for results that those of the codec must equal, and makes pictures for it.
+// Calls libjpeg directly, for results that those of the codec must equal, and makes pictures for
+// it.
 namespace jpeg_reference {
 
 using kit::Bytes;

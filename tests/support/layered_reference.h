@@ -10,9 +10,10 @@
 #include <cstring>
 #include <vector>
 
-// A plain decoder of layered pictures, whose results those of the library must equal. It goes bit by
-// bit, coefficient by coefficient and pixel by pixel, for coded pictures whose offsets are sound. The
-// quantisation tables are those of the client's encoder, which shares nothing with the library.
+// A plain decoder of layered pictures, whose results those of the library must equal. It goes bit
+// by bit, coefficient by coefficient and pixel by pixel, for coded pictures whose offsets are
+// sound. The quantisation tables are those of the client's encoder, which shares nothing with the
+// library.
 namespace layered_reference {
 
 using namespace kit;

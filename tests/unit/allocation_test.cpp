@@ -137,8 +137,8 @@ TEST_F(Allocation, LayeredVideoTakesFramesOnlyAndNoJpegDecoder) {
   }
 }
 
-// These frames announce more than they have and than their picture holds. The picture is that of the
-// sound frame, and no block of memory is larger than that picture needs.
+// These frames announce more than they have and than their picture holds. The picture is that of
+// the sound frame, and no block of memory is larger than that picture needs.
 TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   const Bytes scene = jpeg_reference::Scene(64, 64);
   const CLayeredPlanes planes(scene.data(), 2 * 64, 64, 64);

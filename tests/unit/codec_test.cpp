@@ -88,7 +88,8 @@ TEST(JpegDecoder, WhatIsNoPictureOfYuv) {
   EXPECT_EQ(decoder.ReadHeader(tables).width, 0U);
 }
 
-// Repeats the last scan of a progressive stream, a refinement, which is allowed any number of times.
+// Repeats the last scan of a progressive stream, a refinement, which is allowed any number of
+// times.
 Bytes WithLastScan(const Bytes& stream, int count) {
   const std::uint8_t marker[] = {0xFF, 0xDA};
   const auto last = std::find_end(stream.begin(), stream.end(), marker, marker + 2);

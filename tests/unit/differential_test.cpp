@@ -183,8 +183,8 @@ struct ModelDecoder {
 
 // ---- Sequences
 
-// Two rectangles move over a still or a noisy background, a light goes on at frame 9, and nothing of
-// frame 10 is left in frame 11.
+// Two rectangles move over a still or a noisy background, a light goes on at frame 9, and nothing
+// of frame 10 is left in frame 11.
 Bytes Picture(const Options& o, int t) {
   std::mt19937 random(static_cast<unsigned>(t));
   Bytes pixels;
@@ -273,7 +273,8 @@ TEST_F(Differential, StreamsAndPicturesAreThoseOfTheModel) {
             CBinData data = CBinData::Wrap(frame.data(), frame.size());
             decoder.Decode(out, data);
           };
-          // The first key frame at a scale still has the old size, so the next one finds a difference.
+          // The first key frame at a scale still has the old size, so the next one finds a
+          // difference.
           testing::internal::CaptureStdout();
           decode(stream[0]);
           decode(stream[0]);
@@ -332,8 +333,8 @@ TEST_F(Differential, AThumbnailOfTheClientDecidesWhatChanged) {
   Encode(encoder, o, Flat(o, 100));
   EXPECT_EQ(Encode(encoder, o, Flat(o, 102)).size(), 124U);  // not above the threshold
   using Blocks = std::vector<std::uint64_t>;
-  // Each case tells where the thumbnail differs and by how much, and the blocks of the next frame. The
-  // third frame is a reference frame.
+  // Each case tells where the thumbnail differs and by how much, and the blocks of the next frame.
+  // The third frame is a reference frame.
   const std::tuple<int, int, int, Blocks> cases[] = {{3, 3, 10, {}},
                                                      {3, 3, 11, {1, 4, 5, 6, 9}},
                                                      {0, 0, -11, {0, 1, 4}},

@@ -5,8 +5,8 @@
 #include "tests/support/jpeg_reference.h"
 
 // Every call of the heap and of the frame manager fails once, in the library and in libjpeg, on
-// every way through the exports. Nothing crashes or is lost, the failure is reported, and the handles
-// are good for the next call.
+// every way through the exports. Nothing crashes or is lost, the failure is reported, and the
+// handles are good for the next call.
 namespace {
 
 using namespace counting_heap;

@@ -62,8 +62,8 @@ TEST_F(Motion, SignalComesAndGoesInTime) {
     bool signal;
     double progress;
   };
-  // Each case has the violation time, then frames. A percentage above the restore threshold starts the
-  // restore again. The clock may stand, go back, or have the value that means "not running".
+  // Each case has the violation time, then frames. A percentage above the restore threshold starts
+  // the restore again. The clock may stand, go back, or have the value that means "not running".
   // clang-format off
   const std::pair<std::int64_t, std::vector<Frame>> cases[] = {
       {0, {{0, 9, false, 0}, {10, 10, true, 1}, {20, 7, true, 1}, {30, 6, true, 1},

@@ -12,8 +12,8 @@
 // pixels. No export reaches what it uses, so it needs the static library.
 class CCalibrationView {
  public:
-  // Complaints name the configuration `name`, and so does the CError for one that is no tree. What the
-  // calibrator refuses is in Log.
+  // Complaints name the configuration `name`, and so does the CError for one that is no tree. What
+  // the calibrator refuses is in Log.
   CCalibrationView(const Json& configuration, const std::string& name, int width, int height);
   ~CCalibrationView();
   CCalibrationView(const CCalibrationView&) = delete;

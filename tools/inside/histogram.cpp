@@ -26,8 +26,8 @@ struct CHistogramOptions {
 
 constexpr int plotWidth = 256, plotHeight = 192;
 
-// The file has a list of polygons, each a list of virtual coordinates, x and y in turn, or an object
-// with such a list under "Masks".
+// The file has a list of polygons, each a list of virtual coordinates, x and y in turn, or an
+// object with such a list under "Masks".
 CMask ReadMask(const std::string& path, const Size& size) {
   std::ifstream file(path);
   if (!file) throw CError(path + ": cannot open");

@@ -26,8 +26,8 @@ void Triangulate(CTriangulation& triangulation, const CFrameBox& frame,
   triangulation.Finalize();
 }
 
-// Draws the sides of all triangles, the points at their corners, and dots for the points that did not
-// join the mesh.
+// Draws the sides of all triangles, the points at their corners, and dots for the points that did
+// not join the mesh.
 void DrawMesh(CCanvas& canvas, const CHeatMap& map, const CTriangulation& triangulation,
               const std::vector<CScatteredPoint>& points) {
   std::set<std::pair<std::int64_t, std::int64_t>> joined;
