@@ -275,6 +275,8 @@ int main() {
   Arithmetic();
   Motion();
   Triangulation();
+  LayeredPictures();
+  Triangulations();
   ztlib_context_destroy();
   const bool isStillUnmasked = (_mm_getcsr() & exceptionMasks) == 0;
   return isStillUnmasked ? 0 : 1;

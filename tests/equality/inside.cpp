@@ -6,6 +6,7 @@
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
+#include "tests/equality/trees.h"
 #include "tests/support/calibration_tree.h"
 #include "tests/unit/rich_tree.h"
 
@@ -26,21 +27,6 @@ void Convert(int source, int target, int width, int height) {
   } catch (const CException& error) {
     Mix(error.what());
   }
-}
-
-void MixTree(const CData& tree) {
-  const CBinData block = ToTagged(tree);
-  Mix(std::span(block.Data(), block.Size()));
-  Bytes counted(CountedSize(tree));
-  WriteCounted(tree, counted.data());
-  Mix(std::span(counted));
-}
-
-template <class Image>
-void MixRows(const Image& image) {
-  for (auto y = image.GetDy(); y-- > 0;)
-    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
-                  static_cast<std::size_t>(image.GetDx())));
 }
 
 // The model gets noise, then jumping values, then still pictures, at its slowest and fastest rates.
@@ -98,4 +84,7 @@ int main() {
           Mix(value);
       }
   });
+  ConversionSizes();
+  MotionModels();
+  Calibrations();
 }

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 
 // The programs of this folder share this header. They print one line per step with a hash of what
@@ -46,6 +47,13 @@ inline Bytes Noise(std::size_t size, std::uint32_t seed) {
 inline constexpr const char* formatNames[] = {
     "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
 
+template <class Image>
+void MixRows(const Image& image) {
+  for (auto y = image.GetDy(); y-- > 0;)
+    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
+                  static_cast<std::size_t>(image.GetDx())));
+}
+
 // Adds a picture to the hash without the unused bytes of four-byte pixels.
 inline void MixPicture(const kit::Frame& frame) {
   Mix(frame.width);
@@ -60,3 +68,28 @@ inline void MixPicture(const kit::Frame& frame) {
 inline void MixImage(const kit::Image& image) {
   if (const kit::Frame* const frame = kit::FrameOf(image)) MixPicture(*frame);
 }
+inline void MixFloat(float value) {
+  // The compiler chooses the bits of NaN, so all of them count as one number.
+  Mix(value == value ? value : -12345.0F);
+}
+
+// Draws random numbers of 32 bits, which are the same everywhere.
+class Draw {
+ public:
+  explicit Draw(std::uint32_t seed) : random(seed) {}
+  std::uint32_t operator()() { return static_cast<std::uint32_t>(random()); }
+  std::uint32_t Below(std::uint32_t limit) { return (*this)() % limit; }
+  int Between(int low, int high) {
+    return low + static_cast<int>(Below(static_cast<std::uint32_t>(high - low + 1)));
+  }
+
+ private:
+  std::mt19937 random;
+};
+
+// Each subject with these steps has a file of its own.
+void Calibrations();
+void ConversionSizes();
+void LayeredPictures();
+void MotionModels();
+void Triangulations();
