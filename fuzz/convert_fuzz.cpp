@@ -19,7 +19,7 @@ void TryConversion(const CZTImageImplBase& image, PixelFormat target) {
 // more. The picture is converted, and then its inside, without the outermost column on either side
 // and the outermost row above and below. No frame is left behind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  codec_fuzz::LimitPictures();
+  codec_fuzz::GrantScreens();
   Input in{{data, size}};
   const auto source = static_cast<PixelFormat>(in.Byte() % 9);
   const auto target = static_cast<PixelFormat>(in.Byte() % 11);

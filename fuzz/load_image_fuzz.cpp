@@ -4,7 +4,7 @@
 // slack and bytes behind its end.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
-  LimitPictures();
+  GrantScreens();
   const Image holder = NewImage();
   void* const image = holder.get();
   const ztlib_blob block{data, size};
