@@ -28,14 +28,6 @@ void Convert(int source, int target, int width, int height) {
   }
 }
 
-void MixTree(const CData& tree) {
-  const CBinData block = ToTagged(tree);
-  Mix(std::span(block.Data(), block.Size()));
-  Bytes counted(CountedSize(tree));
-  WriteCounted(tree, counted.data());
-  Mix(std::span(counted));
-}
-
 template <class Image>
 void MixRows(const Image& image) {
   for (auto y = image.GetDy(); y-- > 0;)
@@ -98,4 +90,9 @@ int main() {
           Mix(value);
       }
   });
+  Masks();
+  Histograms();
+  Trees();
+  Pictures();
+  MotionDetectors();
 }

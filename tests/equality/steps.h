@@ -60,3 +60,22 @@ inline void MixPicture(const kit::Frame& frame) {
 inline void MixImage(const kit::Image& image) {
   if (const kit::Frame* const frame = kit::FrameOf(image)) MixPicture(*frame);
 }
+
+namespace ztlib {
+class CData;
+}
+// Both flat forms of a tree; for steps inside of the library alone.
+void MixTree(const ztlib::CData& tree);
+
+// What both exports tell of a frame.
+void FrameInformation(const Bytes& coded);
+
+// Steps of other files, which come last in the lists: first those through the exports.
+void DifferentialVideo();
+void CodedFrames();
+
+void Masks();
+void Histograms();
+void Trees();
+void Pictures();
+void MotionDetectors();
