@@ -1,8 +1,6 @@
 #pragma once
 
 #include "tests/kit/bytes.h"
-#include "tests/kit/frames.h"
-#include "tests/kit/pixels.h"
 
 #include <array>
 #include <cstdint>
@@ -12,7 +10,7 @@
 
 #include <jpeglib.h>
 
-// Direct calls of libjpeg, the yardstick of the codec's results, and pictures to feed them with.
+// Direct calls of libjpeg, and pictures to feed them with.
 namespace jpeg_reference {
 
 using kit::Bytes;
@@ -117,31 +115,6 @@ inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
   jpeg_finish_decompress(&object);
   jpeg_destroy_decompress(&object);
   return picture;
-}
-
-// The fourth byte of a pixel has no meaning.
-inline Bytes Opaque(Bytes pixels, int format) {
-  for (std::size_t i = 3; i < pixels.size(); i += 4)
-    if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels[i] = 255;
-  return pixels;
-}
-
-// The top left of what libjpeg decodes, whose sizes are rounded up, in a format of the library.
-inline Bytes Pixels(const Bytes& stream, int format, int scale, int width, int height) {
-  const Picture picture = Decode(stream,
-                                 format == ZTLIB_GRAY  ? JCS_GRAYSCALE
-                                 : format == ZTLIB_RGB ? JCS_EXT_BGR
-                                                       : JCS_YCbCr,
-                                 scale);
-  Bytes pixels(kit::PictureSize(width, height, format), 255);
-  std::vector<kit::Pixel> row(static_cast<std::size_t>(width));
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x)
-      std::copy_n(picture.At(x, y), picture.components, row[x].begin());
-    for (int x = 0; x < width; ++x)
-      kit::StorePixel(&pixels[kit::PictureSize(width, y, format)], x, row, x, format);
-  }
-  return pixels;
 }
 
 }  // namespace jpeg_reference
