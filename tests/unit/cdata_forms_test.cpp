@@ -126,42 +126,6 @@ TEST(TaggedForm, AnEmptyValueEndsTheFormBehindWhatIsGood) {
   EXPECT_EQ(Block(block.Data(), block.Data() + block.Size()), bytes);
 }
 
-// Each case is read as the good element before it and no further, or, where told, as more.
-TEST(TaggedForm, AnInvalidElementEndsItsNodeAndKeepsWhatWasRead) {
-  // By how many elements more are read.
-  const std::vector<std::string_view> cases[] = {
-      // Behind the terminator; no tags; wrong sizes; names of bad lengths; behind the end.
-      {"00 'B' 00 01000000 01", "'Y' 00 01000000 01", "'I' 00 03000000 010203",
-       "'I' 00 05000000 0102030405", "'B' 00 02000000 0101", "'T' 00 04000000 01020304",
-       "'G' 00 0f000000 000000000000000000000000000000 00", "'I' 80 04000000 01020304",
-       "'I' ff 04000000 01020304", "'I' 7f 04000000 01020304", "'I' 00 04000000 010203",
-       "'S' 00 ffffffff 'abc'", "'@' 00 ffffffff 00",
-       // No subtype; metadata that does not end.
-       "'*' 00 00000000", "'*' 00 02000000 '3' 01", "'X' 00 00000000",
-       "'X' 00 07000000 'I' 80 01000000 00", "'X' 00 07000000 'I' 00 ffffffff 00",
-       "'X' 00 08000000 'Z' 01 'n' 01000000 00"},
-      // Metadata passed over; an empty child or text; odd sizes lose their last byte.
-      {"'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab", "'@' 00 00000000", "'S' 00 00000000",
-       "'W' 00 03000000 610062", "'*' 00 04000000 '2' 010002"},
-      // A bad child ends alone.
-      {"'@' 00 03000000 'I' 00 03 'B' 00 01000000 01"}};
-  for (std::size_t more = 0; more < std::size(cases); ++more)
-    for (const std::string_view text : cases[more]) {
-      const CData data = ParsedTagged(Bytes("'I' 04 'Bits' 04000000 2a000000" + std::string(text)));
-      EXPECT_EQ(data.Count(), 1 + more) << text;
-      EXPECT_EQ(data.GetInt(Tok::Bits, 0), 42) << text;
-    }
-  const CData odd = ParsedTagged(Bytes("'W' 00 03000000 610062 '*' 00 04000000 '2' 010002"));
-  EXPECT_EQ(odd.At(0).value.GetWideString(), u"a");
-  EXPECT_EQ(*odd.At(1).value.GetShortArray(), std::vector<std::int16_t>{1});
-  const CData metadata = ParsedTagged(Bytes("'X' 00 0a000000 'Z' 01 'n' 01000000 07 00 ab"));
-  EXPECT_EQ(metadata.At(0).value.GetBinary()->Size(), 1u);
-  EXPECT_EQ(metadata.At(0).value.GetBinary()->Data()[0], 0xAB);
-  CData empty = RichTree();
-  EXPECT_TRUE(ParseTagged(empty, nullptr, 0));
-  EXPECT_EQ(empty.Count(), 0u);
-}
-
 TEST(TaggedForm, ALimitedListEndsBehindItsLastAllowedNode) {
   const std::string node = "'@' 00 01000000 00 'B' 00 01000000 01", list = "'@' 06 'Config' ";
   const std::string whole = node + node + node + list + "16000000" + node + "'@' 00 01000000 00";
@@ -181,43 +145,6 @@ TEST(TaggedForm, ValuesAbove16MiBAreInvalidButForNodesAndBinaries) {
     bytes[0] = static_cast<std::uint8_t>(tag);
     StoreLE(bytes.data() + 2, size);
     EXPECT_EQ(ParsedTagged(bytes).Count(), read) << tag << size;
-  }
-}
-
-TEST(TaggedForm, TheMaskPassesOverKindsOfTheRootOnly) {
-  const CData whole = RichTree();
-  for (int bit = 0; bit < 14; ++bit) {
-    CData expected;
-    for (const CDataElement& element : whole.Elements())
-      if (element.value.GetKind() != 1 << bit)
-        expected.Append(whole.KeyText(element.key), element.value);
-    const CData data = ParsedTagged(Bytes(richTagged), static_cast<std::uint16_t>(1 << bit));
-    EXPECT_EQ(Tagged(data), Tagged(expected)) << bit;
-  }
-  // Sizes are checked before the mask is asked.
-  EXPECT_EQ(ParsedTagged(Bytes("'I' 00 03000000 010203 'B' 00 01000000 01"), cdInt).Count(), 0u);
-  // The inside of a binary is not looked at when it is passed over.
-  EXPECT_EQ(ParsedTagged(Bytes("'X' 00 00000000 'B' 00 01000000 01"), cdBinary).Count(), 1u);
-  // A name that is passed over leaves nothing behind.
-  const std::string_view named = "'I' 01 'a' 04000000 00000000 'B' 01 'b' 01000000 01";
-  EXPECT_EQ(ParsedTagged(Bytes(named), cdInt).At(0).key, INT64_MIN);
-}
-
-TEST(BothForms, NamesAreCutToTheirLengthByteAndReadBelow128) {
-  for (const std::size_t length : {127u, 128u, 255u, 256u, 300u}) {
-    CData data, outer;
-    data.Append(std::string(length, 'n'), CDataValue::OfInt(1));
-    const Block tagged = Tagged(data);
-    EXPECT_EQ(tagged.size(), 11 + length % 256);
-    EXPECT_EQ(tagged[1], length % 256);
-    // The same element as metadata of a binary value.
-    outer.AddBinary(0, std::make_shared<CBinData>(tagged.data(), tagged.size()));
-    Block binary = Tagged(outer);
-    binary.erase(binary.begin() + 6);
-    StoreLE(binary.data() + 2, static_cast<std::uint32_t>(tagged.size()));
-    for (const CData& read :
-         {ParsedTagged(tagged), ParsedCounted(Counted(data)), ParsedTagged(binary)})
-      EXPECT_EQ(read.Count(), length % 256 < 128 ? 1U : 0U);
   }
 }
 
@@ -262,22 +189,6 @@ TEST(CountedForm, WritesAndReadsItsSixTypesByteByByte) {
   EXPECT_EQ(read.GetDouble(Tok::Factor, 0), static_cast<double>(0.1f));
   EXPECT_EQ(read.Child(Tok::Config).FindByName("own"), 0);
   EXPECT_EQ(read.Count(), 8u);
-}
-
-TEST(CountedForm, AFaultEndsAllLevels) {
-  const std::tuple<std::string_view, unsigned, unsigned> cases[] = {
-      {"03000000 01 00 01000000 05 00 02000000 01 00 02000000 06 00 01000000 01 00 03000000", 2, 1},
-      {"03000000 01 00 01000000 05 00 01000000 03 00 ffffffff 01 00 03000000", 2, 0},
-      {"03000000 01 00 01000000 05 00 01000000 01 80 02000000 01 00 03000000", 2, 0},
-      {"ffffffff 01 00 01000000 05 00 ffffffff 01 00 02000000", 2, 1},
-      {"03000000 01 00 01000000 05 00 00000000 01 00 03000000", 3, 0},
-      {"02000000 01 00 01000000 05 00 00000000 01 00 03000000", 2, 0},
-  };
-  for (const auto& [text, count, childCount] : cases) {
-    const CData data = ParsedCounted(Bytes(text));
-    ASSERT_EQ(data.Count(), count) << text;
-    EXPECT_EQ(data.At(1).value.GetNode()->Count(), childCount) << text;
-  }
 }
 
 TEST(CountedForm, FilesKeepTheTreeAndBadOnesLeaveTheTarget) {
