@@ -9,7 +9,7 @@ namespace {
 using namespace kit;
 
 // Two rectangles that move over a still or a noisy background, a light that goes on at frame 9, and
-// at frame 11 nothing that was there in frame 10.
+// at frame 11 nothing that was there in frame 10. On the right it grows brighter all the time.
 Bytes Picture(int width, int height, int moment, bool isNoisy) {
   const Bytes noise = Noise(static_cast<std::size_t>(width * height), 9U + moment);
   Bytes pixels;
@@ -18,7 +18,7 @@ Bytes Picture(int width, int height, int moment, bool isNoisy) {
       const bool isFirst = x >= 9 * moment && x < 9 * moment + 20 && y >= 30 && y < 50;
       const bool isSecond = moment < 11 && x >= 120 && x < 140 && y / 9 == moment;
       const int jitter = isNoisy ? noise[static_cast<std::size_t>(y * width + x)] % 5 - 2 : 0;
-      const int luma = (isFirst ? 220 : isSecond ? 20 : 60 + x / 2 + y) + jitter;
+      const int luma = (isFirst ? 220 : isSecond ? 20 : 60 + x / 2 + y + moment * x / 150) + jitter;
       pixels.push_back(static_cast<std::uint8_t>(isFirst ? 90 : 128 + (x + y) % 7 + jitter));
       pixels.push_back(static_cast<std::uint8_t>(std::min(luma + moment / 9 * 30, 255)));
     }
