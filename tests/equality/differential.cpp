@@ -67,7 +67,7 @@ void Sequence(std::uint32_t seed) {
 // of pixels, whose pairs reach over the ends of rows.
 void OtherSizes(const Encoder& encoder) {
   const Bytes frame = encoder.Process(NewImage(ZTLIB_UYVY, 24, 48, Noise(24 * 48 * 2, 1)).get());
-  for (const auto& [width, height] : {std::pair(24, 48), {23, 40}, {51, 22}, {51, 48}}) {
+  for (const auto& [width, height] : {std::pair(24, 48), {23, 40}, {51, 22}, {51, 48}, {23, 48}}) {
     const Bytes scene = jpeg_reference::Scene(width, height);
     const Bytes stream = jpeg_reference::Encode(scene, width, height);
     Bytes other(frame.begin(), frame.begin() + 112);
