@@ -10,7 +10,7 @@
 
 #include <jpeglib.h>
 
-// Direct calls of libjpeg, and pictures to feed them with.
+// Streams of libjpeg itself, and pictures to feed it with.
 namespace jpeg_reference {
 
 using kit::Bytes;
@@ -79,42 +79,6 @@ inline Bytes Encode(const Bytes& ycc, int width, int height, const Style& style 
   jpeg_destroy_compress(&object);
   std::free(memory);
   return stream;
-}
-
-struct Picture {
-  int width = 0;
-  int height = 0;
-  int components = 0;
-  Bytes pixels;
-  [[nodiscard]] const std::uint8_t* At(int x, int y) const {
-    return &pixels[(static_cast<std::size_t>(y) * width + x) * components];
-  }
-};
-
-inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
-  jpeg_decompress_struct object{};
-  jpeg_error_mgr errors;
-  object.err = jpeg_std_error(&errors);
-  jpeg_create_decompress(&object);
-  jpeg_mem_src(&object, stream.data(), stream.size());
-  jpeg_read_header(&object, TRUE);
-  object.out_color_space = space;
-  object.scale_num = 1;
-  object.scale_denom = static_cast<unsigned>(scale);
-  jpeg_start_decompress(&object);
-  Picture picture{static_cast<int>(object.output_width),
-                  static_cast<int>(object.output_height),
-                  object.output_components,
-                  {}};
-  const std::size_t rowSize = std::size_t{object.output_width} * object.output_components;
-  picture.pixels.resize(rowSize * object.output_height);
-  while (object.output_scanline < object.output_height) {
-    JSAMPROW row = &picture.pixels[rowSize * object.output_scanline];
-    jpeg_read_scanlines(&object, &row, 1);
-  }
-  jpeg_finish_decompress(&object);
-  jpeg_destroy_decompress(&object);
-  return picture;
 }
 
 }  // namespace jpeg_reference
