@@ -18,12 +18,6 @@ void MixHistogram(const CHistogram& histogram) {
   Mix(histogram.img_pixel_num_);
 }
 
-void MixPlane(const ByteImage& image) {
-  for (std::int64_t y = 0; y < image.GetDy(); ++y)
-    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
-                  static_cast<std::size_t>(image.GetDx())));
-}
-
 ByteImage NoisePlane(int width, int height) {
   ByteImage image(width, height);
   const Bytes noise = Noise(static_cast<std::size_t>(image.GetScanline() * height), 3);
@@ -76,7 +70,7 @@ void Change(CHistogram& histogram, CHistogram& other) {
   for (const auto& [width, height] : {std::pair(7, 1), {256, 8}, {300, 200}}) {
     ByteImage image = NoisePlane(width, height);
     histogram.Draw(image, 77);
-    MixPlane(image);
+    MixRows(image);
   }
   for (const int radius : {-1, 0, 1, 9, 254, highest}) {
     TBlur(histogram, other, radius);
@@ -125,9 +119,9 @@ void Histograms() {
     exchanged.copyOnWrite = saturated.copyOnWrite = true;
     TApply(exchanged, table.data());
     TApplyAndSaturation(saturated, wide);
-    MixPlane(image);
-    MixPlane(exchanged);
-    MixPlane(saturated);
+    MixRows(image);
+    MixRows(exchanged);
+    MixRows(saturated);
     for (const int offset : {-3, 0, 250, lowest, highest}) {
       FillShifted(offset, table.data(), 200);
       Mix(std::span(table));

@@ -28,13 +28,6 @@ void Convert(int source, int target, int width, int height) {
   }
 }
 
-template <class Image>
-void MixRows(const Image& image) {
-  for (auto y = image.GetDy(); y-- > 0;)
-    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
-                  static_cast<std::size_t>(image.GetDx())));
-}
-
 // Noise, things that jump, and then stillness, at the slowest and the fastest rates of following.
 void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
   CMotionBackground model;

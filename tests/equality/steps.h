@@ -27,6 +27,14 @@ inline void Mix(const char* text) {
   Mix(std::span(text, std::strlen(text) + 1));
 }
 
+// The rows of a plane, from the last one up, without their padding.
+template <class Image>
+void MixRows(const Image& image) {
+  for (auto y = image.GetDy(); y-- > 0;)
+    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
+                  static_cast<std::size_t>(image.GetDx())));
+}
+
 template <class Work>
 void Step(const std::string& name, Work&& work) {
   hash = 0xcbf29ce484222325;

@@ -78,17 +78,27 @@ Bytes OddTagged() {
 }  // namespace
 
 void Trees() {
-  Step("tagged form", [] {
-    for (const Bytes& whole : {TaggedOf(RichTree()), OddTagged()})
-      Damage(whole, [](const Bytes& bytes) { ReadTagged(bytes); });
-  });
-  for (int bit = 0; bit < 14; ++bit)
-    Step("tagged form without kind " + std::to_string(bit), [bit] {
+  // Whole, and without elements of a kind.
+  for (int mask = 0; mask < 1 << 14; mask = std::max(1, 2 * mask))
+    Step("tagged form without kinds " + std::to_string(mask), [mask] {
       for (const Bytes& whole : {TaggedOf(RichTree()), OddTagged()})
-        Damage(whole, [bit](const Bytes& bytes) {
-          ReadTagged(bytes, static_cast<std::uint16_t>(1 << bit));
-        });
+        Damage(whole,
+               [mask](const Bytes& bytes) { ReadTagged(bytes, static_cast<std::uint16_t>(mask)); });
     });
+  Step("values by kind", [] {
+    const CData tree = RichTree();
+    for (std::uint64_t i = 0; i < tree.Count(); ++i) {
+      const CDataValue& value = tree.At(i).value;
+      const bool isNull[] = {!value.GetGuid(),      !value.GetNode(),   !value.GetShortArray(),
+                             !value.GetByteArray(), !value.GetBinary(), !value.GetBool()};
+      Mix(isNull);
+      Mix(value.GetByte());
+      Mix(value.GetInt());
+      Mix(value.GetString().data());
+      Mix(tree.Type(i));
+    }
+    Mix(tree.Type(tree.Count()));
+  });
   Step("counted form", [] { Damage(CountedOf(RichTree()), ReadCounted); });
   Step("names of all lengths", [] {
     for (std::size_t length = 1; length < 300; ++length) {

@@ -34,22 +34,6 @@ TEST(CData, LookupAnswersForTheFirstElementAndItsOwnKind) {
             "Unknown index: 18446744073709551615");
 }
 
-TEST(CData, AValueAnswersOnlyForItsOwnKind) {
-  const CData data = RichTree();
-  const int types[] = {0, -1, -1, 1, -1, 2, 3, -1, -1, -1, -1, -1, 4, 5, -1, -1, -1, 4, 5, -1};
-  for (std::uint64_t i = 0; i < std::size(types); ++i)
-    EXPECT_EQ(data.Type(i), types[i]) << i;
-  for (std::uint64_t i = 0; i < data.Count(); ++i) {
-    const CDataValue& v = data.At(i).value;
-    EXPECT_EQ(v.GetBool(), i == 0);
-    EXPECT_EQ(v.GetByte(), i == 0 ? 2 : i == 1 ? 200 : 0);
-    EXPECT_EQ(v.GetInt(), i == 3 ? -3 : 0);
-    EXPECT_EQ(v.GetString(), i == 6 ? "ab" : "");
-    EXPECT_EQ(v.GetGuid() != nullptr, i == 10);
-    EXPECT_EQ(v.GetNode() != nullptr, i == 13);
-  }
-}
-
 TEST(CData, CopiesAreDeepButShareBinaryBytes) {
   const CData original = RichTree();
   CData copy = original;
