@@ -55,6 +55,7 @@ class ClumsyClient {
  public:
   explicit ClumsyClient(std::span<const std::uint8_t> script) : in{script} {
     self = this;
+    pixelsLeft = 2 * screen;
     ztlib_registerAVFrameMgr(Allocate, Release, nullptr, 0);
     ztlib_registerExceptionHandler(HandleException);
   }
@@ -121,10 +122,8 @@ class ClumsyClient {
     return self->Give(width, height, format);
   }
   void* Give(int width, int height, int format) {
-    // As generous as a client with a screen of 3840 by 2160, for some screens in turn.
-    const std::int64_t pixels = std::int64_t{width} * height;
     const std::uint8_t behaviour = Behave();
-    if (behaviour == refuses || pixels > screen || !Spend(pixels)) return nullptr;
+    if (behaviour == refuses || !Spend(std::int64_t{width} * height)) return nullptr;
     CallBudget::Grant(PictureSize(width, height, format));
     Frame* const frame = FramePool::Make(width, height, format);
     pictures[frame] = {format, width, height};
@@ -146,13 +145,6 @@ class ClumsyClient {
   static void Receive(void* user, const void* data, std::uint32_t size) {
     if (user) Collect(user, data, size);
     self->Behave();
-  }
-
-  // Of the pixels that all calls of a script may work on together; false where they are used up.
-  bool Spend(std::int64_t pixels) {
-    if (pixels > pixelsLeft) return false;
-    pixelsLeft -= pixels;
-    return true;
   }
 
   // What a step works with.
@@ -550,14 +542,12 @@ class ClumsyClient {
     }
   }
 
-  static constexpr std::int64_t screen = 3840 * 2160;
   static inline ClumsyClient* self = nullptr;
 
   Input in;
   Bytes plan;  // the next behaviour last
   int depth = 0;
   bool failed = false, endsContext = false;
-  std::int64_t pixelsLeft = 2 * screen;
   std::map<const void*, Picture> pictures;  // of the frames that the library has
   std::array<Slot, 6> images;
   std::array<Slot, 3> decoders;

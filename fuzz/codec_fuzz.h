@@ -4,11 +4,11 @@
 #include "fuzz/require.h"
 #include "tests/kit/codec.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
-// A client of the exports for fuzzing: a frame manager that refuses large pictures, good frames,
-// and what becomes of them.
+// A client of the exports for fuzzing: its screen, good frames, and what becomes of them.
 namespace codec_fuzz {
 
 using namespace kit;
@@ -18,10 +18,26 @@ inline constexpr std::array scales = {1, 2, 4, 8, 3, 5, 16, 1000};
 // Never destroyed: who comes last at the end of a program is not known.
 inline FramePool& frames = *new FramePool;
 
-// The limit is that of the picture before it is scaled down, which is what the time of decoding
-// goes by.
-inline void LimitPictures(int scale = 1) {
-  FramePool::maxPixels = (1 << 19) / (scale * scale);
+// The client is as generous as one with this screen, for some screens in turn, which keeps the time
+// of an input in bounds.
+inline constexpr std::int64_t screen = 3840 * 2160;
+inline std::int64_t pixelsLeft = 0;
+
+// False if the pixels are more than the rest of this input may have.
+inline bool Spend(std::int64_t pixels) {
+  if (pixels > std::min(screen, pixelsLeft)) return false;
+  pixelsLeft -= pixels;
+  return true;
+}
+// At the beginning of an input.
+inline void GrantScreens() {
+  pixelsLeft = 2 * screen;
+  ztlib_registerAVFrameMgr(
+      [](int width, int height, int format) -> void* {
+        return Spend(std::int64_t{width} * height) ? FramePool::Allocate(width, height, format)
+                                                   : nullptr;
+      },
+      FramePool::Release, nullptr, 0);
 }
 
 // Sets so many bytes at places that the input names.
@@ -38,12 +54,13 @@ inline void Change(Input& in, Bytes& bytes, std::size_t count) {
 struct Script {
   Script(std::span<const std::uint8_t> data, int video, const std::vector<Bytes>& goodFrames)
       : in{data}, video(video), good(goodFrames), frame(good[0]), decoder(ZTLIB_GRAY, 1, video) {
+    GrantScreens();
     Configure(false);
   }
   // Steps below `ownEnd` and `configureEnd` are of these kinds, the others are handed to `other`.
   template <class Other>
   void Run(std::size_t ownEnd, std::size_t configureEnd, Other other) {
-    while (!in.rest.empty()) {
+    for (int steps = 0; !in.rest.empty() && steps < 24; ++steps) {
       const std::size_t step = in.Byte();
       if (step < 16 * good.size()) {
         frame = good[step / 16];
@@ -60,6 +77,7 @@ struct Script {
   }
   // Whatever came, a key frame decodes as on a new handle.
   void RequireSameAsNew(const Bytes& key) {
+    GrantScreens();
     const auto pixels = [&](Decoder& with) {
       // The first one puts a decoder of its format behind the handle, which knows no configuration.
       with.Process(NewImage().get(), key);
@@ -86,8 +104,6 @@ struct Script {
     scale = scales[in.Byte() % scales.size()];
     format = in.Byte() % 10;
     swapRgb = swap;
-    // Pictures of differential video that are not scaled down yet may come at any scale.
-    LimitPictures(video == ZTLIB_VIDEO_MJPEG ? scale : 1);
     decoder.Configure(format, scale, swapRgb);
   }
 };

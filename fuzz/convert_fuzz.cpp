@@ -19,7 +19,7 @@ void TryConversion(const CZTImageImplBase& image, PixelFormat target) {
 // needs more. It is converted, and so is what is left of it without a column on either side and a
 // row above and below. No frame is left behind.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  codec_fuzz::LimitPictures();
+  codec_fuzz::GrantScreens();
   Input in{{data, size}};
   const auto source = static_cast<PixelFormat>(in.Byte() % 9);
   const auto target = static_cast<PixelFormat>(in.Byte() % 11);

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(std::memcmp(payload, data, size) == 0);
   Require(width >= 0 && width <= 65535 && height >= 0 && height <= 65535);
 
-  LimitPictures();
+  GrantScreens();
   const Image image = NewImage();
   Decoder(ZTLIB_GRAY).Process(image.get(), frame);
   if (const Frame* const picture = FrameOf(image))

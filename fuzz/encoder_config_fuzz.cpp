@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace codec_fuzz;
   static bool failed;
   ztlib_registerExceptionHandler([](const char*) { failed = true; });
-  LimitPictures();
+  GrantScreens();
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF}) {
     const Encoder encoder(video);
     Decoder decoder(ZTLIB_UYVY, 1, video);

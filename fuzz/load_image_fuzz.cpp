@@ -4,7 +4,7 @@
 // and what the block had too much.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace codec_fuzz;
-  LimitPictures();
+  GrantScreens();
   const Image holder = NewImage();
   void* const image = holder.get();
   const ztlib_blob block{data, size};

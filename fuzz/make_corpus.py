@@ -331,8 +331,8 @@ def triangulation():
     def init(x0, y0, x1, y1, dimensions=2):
         return b"\0" + b"".join(map(u32, (x0, y0, x1, y1))) + bytes([dimensions & 255])
 
-    def point(x, y, *values, kind=1):
-        return bytes([kind]) + u32(x) + u32(y) + bytes([len(values)]) + bytes(values)
+    def point(x, y, *values):
+        return b"\1" + u32(x) + u32(y) + bytes([len(values)]) + bytes(values)
 
     finalize = b"\2"
 
@@ -357,7 +357,7 @@ def triangulation():
     for dimensions in (0, 1, 3, -1):
         yield f"dimensions_{dimensions}", calls(init(0, 0, 12, 12, dimensions), grid,
                                                 estimate(4, 5, 1), finalize, estimate(4, 5, 3))
-    # Where the random points lie, half of them where they join the mesh.
+    # Where the random points lie.
     numbers = random.Random(1)
     frames = ((0, 0, 20, 20), (-9, 4, 6, 30), (0, 0, 640, 480), (100, 100, 1000, 103),
               (low, low, high, high), (0, 0, 70000, 70000), (high - 9, low, high, low + 9))
@@ -368,8 +368,7 @@ def triangulation():
         parts = [init(x0, y0, x1, y1)]
         for i in range(60):
             values = numbers.choices(range(256), k=1 if number % 3 == 0 and i % 4 == 0 else 2)
-            parts += [point(*place(), *values, kind=4 if number < 28 else 1),
-                      estimate(*place(), i % 4)]
+            parts += [point(*place(), *values), estimate(*place(), i % 4)]
             if i in (40, 59) and number % 3 == 1:
                 parts.append(finalize)
         yield f"random_{number:02}", calls(*parts, *(estimate(*place()) for _ in range(200)))

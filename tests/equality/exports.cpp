@@ -275,6 +275,8 @@ int main() {
   Arithmetic();
   Motion();
   Triangulation();
+  LayeredPictures();
+  Triangulations();
   DifferentialVideo();
   CodedFrames();
   ztlib_context_destroy();

@@ -114,14 +114,11 @@ void Histograms() {
     int wide[256];
     for (int i = 0; i < 256; ++i)
       wide[i] = (i - 100) * (i % 9);
-    const ByteImage image = NoisePlane(13, 5);
-    ByteImage exchanged = image, saturated = image;
-    exchanged.copyOnWrite = saturated.copyOnWrite = true;
-    TApply(exchanged, table.data());
-    TApplyAndSaturation(saturated, wide);
+    ByteImage image = NoisePlane(13, 5);
+    TApply(image, table.data());
     MixRows(image);
-    MixRows(exchanged);
-    MixRows(saturated);
+    TApplyAndSaturation(image, wide);
+    MixRows(image);
     for (const int offset : {-3, 0, 250, lowest, highest}) {
       FillShifted(offset, table.data(), 200);
       Mix(std::span(table));

@@ -6,6 +6,7 @@
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 #include "main/target/windll/image/ztimage_impl.h"
 #include "tests/equality/steps.h"
+#include "tests/equality/trees.h"
 #include "tests/support/calibration_tree.h"
 #include "tests/unit/rich_tree.h"
 
@@ -83,6 +84,9 @@ int main() {
           Mix(value);
       }
   });
+  ConversionSizes();
+  MotionModels();
+  Calibrations();
   Masks();
   Histograms();
   Trees();

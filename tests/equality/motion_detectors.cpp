@@ -1,5 +1,5 @@
 #include "main/lib/vca/old_vca_utils/single_simple_motion.h"
-#include "tests/equality/steps.h"
+#include "tests/equality/trees.h"
 
 using namespace ztlib;
 

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 
 // What the programs of this folder share. They print one line per step with a hash of what the
@@ -27,14 +28,6 @@ inline void Mix(const char* text) {
   Mix(std::span(text, std::strlen(text) + 1));
 }
 
-// The rows of a plane, from the last one up, without their padding.
-template <class Image>
-void MixRows(const Image& image) {
-  for (auto y = image.GetDy(); y-- > 0;)
-    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
-                  static_cast<std::size_t>(image.GetDx())));
-}
-
 template <class Work>
 void Step(const std::string& name, Work&& work) {
   hash = 0xcbf29ce484222325;
@@ -54,6 +47,13 @@ inline Bytes Noise(std::size_t size, std::uint32_t seed) {
 inline constexpr const char* formatNames[] = {
     "bool8", "gray", "rgb", "yuv", "yuyv", "uyvy", "rgbbayer", "yuvbayerblock", "yuv420block"};
 
+template <class Image>
+void MixRows(const Image& image) {
+  for (auto y = image.GetDy(); y-- > 0;)
+    Mix(std::span(image.GetPtr() + y * image.GetScanline(),
+                  static_cast<std::size_t>(image.GetDx())));
+}
+
 // The unused byte of four-byte pixels is nobody's result.
 inline void MixPicture(const kit::Frame& frame) {
   Mix(frame.width);
@@ -68,20 +68,36 @@ inline void MixPicture(const kit::Frame& frame) {
 inline void MixImage(const kit::Image& image) {
   if (const kit::Frame* const frame = kit::FrameOf(image)) MixPicture(*frame);
 }
-
-namespace ztlib {
-class CData;
+inline void MixFloat(float value) {
+  // Which bits stand for no number is left to the compiler.
+  Mix(value == value ? value : -12345.0F);
 }
-// Both flat forms of a tree; for steps inside of the library alone.
-void MixTree(const ztlib::CData& tree);
+
+// Random numbers of 32 bits, the same everywhere.
+class Draw {
+ public:
+  explicit Draw(std::uint32_t seed) : random(seed) {}
+  std::uint32_t operator()() { return static_cast<std::uint32_t>(random()); }
+  std::uint32_t Below(std::uint32_t limit) { return (*this)() % limit; }
+  int Between(int low, int high) {
+    return low + static_cast<int>(Below(static_cast<std::uint32_t>(high - low + 1)));
+  }
+
+ private:
+  std::mt19937 random;
+};
 
 // What both exports tell of a frame.
 void FrameInformation(const Bytes& coded);
 
-// Steps of other files, which come last in the lists: first those through the exports.
+// The steps of a subject that has a file of its own.
+void Calibrations();
+void ConversionSizes();
+void LayeredPictures();
+void MotionModels();
+void Triangulations();
 void DifferentialVideo();
 void CodedFrames();
-
 void Masks();
 void Histograms();
 void Trees();

@@ -1,19 +1,12 @@
+#include "tests/equality/trees.h"
+
 #include "main/lib/base/byte_io.h"
 #include "main/lib/base/cdata/HAData.h"
-#include "tests/equality/steps.h"
 #include "tests/unit/rich_tree.h"
 
 #include <random>
 
 using namespace ztlib;
-
-void MixTree(const CData& tree) {
-  const CBinData block = ToTagged(tree);
-  Mix(std::span(block.Data(), block.Size()));
-  Bytes counted(CountedSize(tree));
-  WriteCounted(tree, counted.data());
-  Mix(std::span(counted));
-}
 
 namespace {
 

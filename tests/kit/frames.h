@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -55,7 +54,6 @@ class FramePool {
     options = chosen;
     allocated = released = 0;
     refuse = false;
-    maxPixels = std::numeric_limits<std::int64_t>::max();
     ztlib_registerAVFrameMgr(Allocate, Release, nullptr, 0);
   }
   ~FramePool() {
@@ -67,8 +65,7 @@ class FramePool {
 
   static inline std::atomic<int> allocated = 0;  // since the construction, with those of Make
   static inline std::atomic<int> released = 0;
-  static inline std::atomic<bool> refuse = false;         // all that the library asks for
-  static inline std::atomic<std::int64_t> maxPixels = 0;  // of a picture that the library gets
+  static inline std::atomic<bool> refuse = false;  // all that the library asks for
 
   // A frame for a client to fill and to wrap; the library's manager releases it then. Throws
   // std::bad_alloc.
@@ -96,8 +93,7 @@ class FramePool {
 
   // The callbacks themselves, for clients that put their own around them.
   static void* Allocate(int width, int height, int format) {
-    if (refuse || std::int64_t{width} * height > maxPixels) return nullptr;
-    return Make(width, height, format);
+    return refuse ? nullptr : Make(width, height, format);
   }
   static void Release(void* frame) {
     std::unique_ptr<Frame> owned(static_cast<Frame*>(frame));

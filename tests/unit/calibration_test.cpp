@@ -132,16 +132,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
     CTable table;
     EXPECT_FALSE(Configure(table, corners, 5)) << i;
   }
-  // Whatever is accepted is sound: small and huge corners, parallels, tables of rounding noise.
-  std::mt19937 random(3);
-  for (int round = 0; round < 500; ++round) {
-    Corners corners;
-    for (int& c : corners)
-      c = static_cast<int>(random() % (round % 64 == 0 ? ~0U : round % 4 == 1 ? 40 : 16385));
-    if (round % 3 == 1) corners[7] = corners[5], corners[3] = corners[1];  // level ends
-    CTable table;
-    if (Configure(table, corners, 6, round == 2 ? 0.01F : 88.7F, 60, 60)) ExpectSound(table);
-  }
 }
 
 using Point = std::array<double, 2>;
@@ -203,19 +193,12 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     const double v = street.length03 * between(-range, 1 + range), up = between(0.5, 3);
     const CPointF point = ToPoint(street.See(u, v)), top = ToPoint(street.See(u, v, up));
     const Point truth = street.Expected(u, v);
-    CPointF ground, back, head;
+    CPointF ground;
     float meters = 0;
     if (!calibrator.GetGround(point, ground) || !calibrator.Height(point, top, meters)) return;
     errors[isInside ? "inside" : "around"].push_back(
         std::hypot(ground.x - truth[0], ground.y - truth[1]));
     errors[isInside ? "heights inside" : "heights around"].push_back(std::abs(meters / up - 1));
-    ASSERT_TRUE(calibrator.ImagePosition(ground.x, ground.y, back));
-    errors["back again"].push_back(std::hypot(back.x - point.x, back.y - point.y));
-    ASSERT_TRUE(calibrator.Head(point, meters, head) && calibrator.Height(point, head, meters) &&
-                calibrator.Head(point, meters, back));
-    errors["heads"].push_back(std::hypot(back.x - head.x, back.y - head.y));
-    ASSERT_TRUE(calibrator.Distance(point, ToPoint(street.See(1, 2)), meters));
-    errors["distances"].push_back(std::abs(meters - std::hypot(u - 1, v - 2)));
   };
   for (int cameras = 0; cameras < 150;) {
     CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
@@ -243,10 +226,10 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
   // Errors of corners and marks that are rounded to whole units, hardly of the arithmetic: the
   // median, the worst of nearly all, and the worst.
   const std::tuple<const char*, double, double, double> expected[] = {
-      {"inside", 0.001, 0.006, 0.012},        {"around", 0.002, 0.022, 0.04},
-      {"heights inside", 0.0008, 0.03, 0.15}, {"heights around", 0.001, 0.05, 0.15},
-      {"back again", 0.003, 0.01, 0.02},      {"heads", 0.3, 12, 100},
-      {"distances", 0.006, 0.2, 0.6}};
+      {"inside", 0.001, 0.006, 0.012},
+      {"around", 0.002, 0.022, 0.04},
+      {"heights inside", 0.0008, 0.03, 0.15},
+      {"heights around", 0.001, 0.05, 0.15}};
   for (const auto& [what, median, most, worst] : expected) {
     std::vector<double>& found = errors[what];
     ASSERT_GE(found.size(), 500U) << what;
@@ -254,45 +237,6 @@ TEST_F(Calibration, RandomCamerasAreRecovered) {
     EXPECT_LE(found[found.size() / 2], median) << what;
     EXPECT_LE(found[found.size() * 99 / 100], most) << what;
     EXPECT_LE(found.back(), worst) << what;
-  }
-}
-
-TEST_F(Calibration, HeightsFromUprightMarksAndFromMarksInOneColumn) {
-  // The tilt in degrees, marks, and the error that they allow.
-  const std::tuple<double, std::vector<Point>, double> cases[] = {
-      {0, {{0.2, 0.3}, {0.9, 0.8}}, 0.001},
-      {0, {{0.5, 0.1}, {0.5, 0.9}}, 0.0015},
-      {10, {{0.5, 0.1}, {0.5, 0.9}}, 0.06},
-      {0, {{0.2, 0.5}, {0.8, 0.5}}, 0.001}};  // beside each other, along a side
-  for (const auto& [tilt, marks, tolerance] : cases) {
-    const CStreet street{3, tilt * std::numbers::pi / 180, 1.1, 0, -2, 12};
-    CCalibrator3D calibrator;
-    calibrator.Configure(street.Configuration(marks));
-    EXPECT_EQ(TakeLines().size(), marks[0][0] == marks[1][0] ? 3U : 2U);
-    float meters = 0;
-    for (const double along01 : {0.5, 2.0, 3.5})
-      for (const float aside : {0.0F, 50.0F}) {  // as marked by hand
-        const CPointF foot = ToPoint(street.See(along01, 4));
-        const CPointF top = ToPoint(street.See(along01, 4, 1.8));
-        ASSERT_TRUE(calibrator.Height(foot, {foot.x, foot.y + 500}, meters));
-        EXPECT_EQ(meters, 0);
-        ASSERT_TRUE(calibrator.Height(foot, {top.x + aside, top.y}, meters));
-        EXPECT_NEAR(meters, 1.8, tolerance) << tilt << ": " << along01;
-      }
-    // In the corner over which heights are measured, above the table, and in the sky.
-    const CData config = calibrator.GetConfig();
-    const CPointF r0{static_cast<float>(config.GetInt(Tok::X0Virtual, 0)),
-                     static_cast<float>(config.GetInt(Tok::Y0Virtual, 0))};
-    CPointF head, beside;
-    ASSERT_TRUE(calibrator.Head(r0, 1.8F, head) && calibrator.Height(r0, head, meters));
-    // Beside it, where lines over the ground are level, heads are on one level too.
-    ASSERT_TRUE(calibrator.Head({8192, r0.y}, 1.8F, beside));
-    EXPECT_NEAR(beside.y, head.y, 1);
-    EXPECT_FALSE(calibrator.Height(r0, {r0.x, -60000}, meters));
-    EXPECT_FALSE(calibrator.Height({8192, 100}, {8192, 50}, meters));
-    EXPECT_FALSE(calibrator.Height({nan, nan}, {8192, 50}, meters));
-    EXPECT_FALSE(calibrator.Head({8192, 100}, 1, head));
-    EXPECT_NEAR(meters, 1.8, 1e-4);
   }
 }
 
