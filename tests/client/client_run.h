@@ -1,7 +1,7 @@
 #pragma once
 
+#include "tests/kit/codec.h"
 #include "tests/support/common.h"
-#include "tests/support/jpeg_reference.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -42,14 +42,19 @@ inline void ExpectPart(const std::string& text, const std::string& part) {
   EXPECT_GT(Count(text, part), 0U) << "'" << part << "' in: " << text;
 }
 
-// Decodes with libjpeg into planes, as a YUV4MPEG2 stream holds them.
+// What the library makes of a JPEG picture, as planes: the way a YUV4MPEG2 stream holds them.
 inline Bytes DecodePlanes(std::span<const std::uint8_t> stream, int scale, bool isGray) {
-  const auto picture = jpeg_reference::Decode(Bytes(stream.begin(), stream.end()),
-                                              isGray ? JCS_GRAYSCALE : JCS_YCbCr, scale);
-  const auto channels = static_cast<std::size_t>(picture.components);
-  Bytes planes(picture.pixels.size());
-  for (std::size_t i = 0; i < planes.size(); ++i)
-    planes[i % channels * (planes.size() / channels) + i / channels] = picture.pixels[i];
+  const kit::FramePool pool;
+  Bytes frame;
+  ztlib_copyAndAddHeader(&frame, kit::Collect, stream.data(),
+                         static_cast<std::uint32_t>(stream.size()));
+  const kit::Image image = kit::NewImage();
+  kit::Decoder(isGray ? ZTLIB_GRAY : ZTLIB_YUV, scale).Process(image.get(), frame);
+  const Bytes pixels = kit::BytesOf(image);
+  Bytes planes;
+  for (std::size_t channel = 0; channel < (isGray ? 1 : 3); ++channel)
+    for (std::size_t i = channel; i < pixels.size(); i += isGray ? 1 : 4)
+      planes.push_back(pixels[i]);
   return planes;
 }
 

@@ -61,7 +61,7 @@ TEST_F(ClientTest, DrawnSceneIsTheSameEveryTime) {
     EXPECT_EQ(ReadBytes(Path("again/" + name)), ReadBytes(Path(name))) << name;
 }
 
-TEST_F(ClientTest, PlaysThePixelsOfLibjpegAtEveryScale) {
+TEST_F(ClientTest, PlaysThePixelsOfTheLibraryAtEveryScale) {
   const Bytes file = ReadBytes(Path("demo.zts"));
   const nlohmann::json info = Info("demo.zts");
   EXPECT_EQ(info["totals"]["payloadBytes"], file.size() - frames * headerSize);

@@ -58,19 +58,6 @@ void Decode(int videoFormat, std::vector<Bytes> frames, int target, int scale) {
   }
 }
 
-void FrameInformation(const Bytes& coded) {
-  const ztlib_blob blob{coded.data(), coded.size()};
-  std::int32_t out[12] = {};
-  ztlib_getFrameInfo1(&blob, out, out + 1, out + 2, out + 3, out + 4, out + 5, nullptr, Receive);
-  const void* payload = nullptr;
-  std::uint32_t payloadSize = 0;
-  ztlib_getFrameInfo2(coded.data(), static_cast<std::uint32_t>(coded.size()), out + 6, out + 7,
-                      out + 8, out + 9, out + 10, out + 11, &payload, &payloadSize);
-  Mix(out);
-  Mix(std::span(static_cast<const std::uint8_t*>(payload), payloadSize));
-  Mix(ztlib_getVideoFormat(&blob));
-}
-
 void Video(int videoFormat, const std::string& name) {
   for (int source = 0; source <= 8; ++source)
     for (const int quality : {30, 75, 95})
@@ -257,6 +244,19 @@ void Triangulation() {
 
 }  // namespace
 
+void FrameInformation(const Bytes& coded) {
+  const ztlib_blob blob{coded.data(), coded.size()};
+  std::int32_t out[12] = {};
+  ztlib_getFrameInfo1(&blob, out, out + 1, out + 2, out + 3, out + 4, out + 5, nullptr, Receive);
+  const void* payload = nullptr;
+  std::uint32_t payloadSize = 0;
+  ztlib_getFrameInfo2(coded.data(), static_cast<std::uint32_t>(coded.size()), out + 6, out + 7,
+                      out + 8, out + 9, out + 10, out + 11, &payload, &payloadSize);
+  Mix(out);
+  Mix(std::span(static_cast<const std::uint8_t*>(payload), payloadSize));
+  Mix(ztlib_getVideoFormat(&blob));
+}
+
 int main() {
   _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
   const FramePool frames;
@@ -277,6 +277,8 @@ int main() {
   Triangulation();
   LayeredPictures();
   Triangulations();
+  DifferentialVideo();
+  CodedFrames();
   ztlib_context_destroy();
   const bool isStillUnmasked = (_mm_getcsr() & exceptionMasks) == 0;
   return isStillUnmasked ? 0 : 1;

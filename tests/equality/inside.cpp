@@ -87,4 +87,9 @@ int main() {
   ConversionSizes();
   MotionModels();
   Calibrations();
+  Masks();
+  Histograms();
+  Trees();
+  Pictures();
+  MotionDetectors();
 }

@@ -87,9 +87,19 @@ class Draw {
   std::mt19937 random;
 };
 
-// Each subject with these steps has a file of its own.
+// What both exports tell of a frame.
+void FrameInformation(const Bytes& coded);
+
+// The steps of a subject that has a file of its own.
 void Calibrations();
 void ConversionSizes();
 void LayeredPictures();
 void MotionModels();
 void Triangulations();
+void DifferentialVideo();
+void CodedFrames();
+void Masks();
+void Histograms();
+void Trees();
+void Pictures();
+void MotionDetectors();

@@ -132,35 +132,6 @@ TEST_F(DifferentialExports, AScaleHoldsFromTheSecondKeyFrameOn) {
   ExpectNoFailure();
 }
 
-// A coded picture of odd width fills a picture of another size as one run of pixels, whose pairs
-// reach over the ends of rows. This happens at a new scale, and where the header has another size.
-TEST_F(DifferentialExports, PairsReachOverRowsOfAKeyFrameOfAnotherSize) {
-  const Encoder narrow(24, 48, ZTLIB_VIDEO_MJPEGDIFF);
-  const Bytes frame = narrow.Process(NewImage(ZTLIB_UYVY, 24, 48, NoiseBytes(24 * 48 * 2)).get());
-  const auto withStream = [&frame](int w, int h) {
-    return Joined(First(frame, 112), jpeg_reference::Encode(jpeg_reference::Scene(w, h), w, h));
-  };
-  const std::tuple<int, Bytes> cases[] = {
-      {3, frame}, {1, withStream(23, 40)}, {1, withStream(51, 22)}, {1, withStream(51, 48)}};
-  for (const auto& [scale, coded] : cases) {
-    const auto decode = [scale = scale, coded = coded](int format) {
-      Decoder decoder(format, scale, ZTLIB_VIDEO_MJPEGDIFF);
-      return Decode(decoder, coded);
-    };
-    const Bytes yuv = decode(ZTLIB_YUV);
-    Bytes yuyv, uyvy;
-    for (std::size_t i = 0; i < yuv.size(); i += 8) {
-      const auto u = static_cast<std::uint8_t>((yuv[i + 1] + yuv[i + 5] + 1) >> 1);
-      const auto v = static_cast<std::uint8_t>((yuv[i + 2] + yuv[i + 6] + 1) >> 1);
-      yuyv.insert(yuyv.end(), {yuv[i], u, yuv[i + 4], v});
-      uyvy.insert(uyvy.end(), {u, yuv[i], v, yuv[i + 4]});
-    }
-    EXPECT_EQ(decode(ZTLIB_YUYV), yuyv);
-    EXPECT_EQ(decode(ZTLIB_UYVY), uyvy);
-  }
-  ExpectNoFailure();
-}
-
 TEST_F(DifferentialExports, StartsFromAPictureOfTheClient) {
   Decoder decoder(ZTLIB_RGB, 1, ZTLIB_VIDEO_MJPEGDIFF);
   const Image image = NewImage();

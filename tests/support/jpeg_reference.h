@@ -1,8 +1,6 @@
 #pragma once
 
 #include "tests/kit/bytes.h"
-#include "tests/kit/frames.h"
-#include "tests/kit/pixels.h"
 
 #include <array>
 #include <cstdint>
@@ -12,8 +10,7 @@
 
 #include <jpeglib.h>
 
-// Calls libjpeg directly, for results that those of the codec must equal, and makes pictures for
-// it.
+// Streams of libjpeg itself, and pictures to feed it with.
 namespace jpeg_reference {
 
 using kit::Bytes;
@@ -82,67 +79,6 @@ inline Bytes Encode(const Bytes& ycc, int width, int height, const Style& style 
   jpeg_destroy_compress(&object);
   std::free(memory);
   return stream;
-}
-
-struct Picture {
-  int width = 0;
-  int height = 0;
-  int components = 0;
-  Bytes pixels;
-  [[nodiscard]] const std::uint8_t* At(int x, int y) const {
-    return &pixels[(static_cast<std::size_t>(y) * width + x) * components];
-  }
-};
-
-inline Picture Decode(const Bytes& stream, J_COLOR_SPACE space, int scale = 1) {
-  jpeg_decompress_struct object{};
-  jpeg_error_mgr errors;
-  object.err = jpeg_std_error(&errors);
-  jpeg_create_decompress(&object);
-  jpeg_mem_src(&object, stream.data(), stream.size());
-  jpeg_read_header(&object, TRUE);
-  object.out_color_space = space;
-  object.scale_num = 1;
-  object.scale_denom = static_cast<unsigned>(scale);
-  jpeg_start_decompress(&object);
-  Picture picture{static_cast<int>(object.output_width),
-                  static_cast<int>(object.output_height),
-                  object.output_components,
-                  {}};
-  const std::size_t rowSize = std::size_t{object.output_width} * object.output_components;
-  picture.pixels.resize(rowSize * object.output_height);
-  while (object.output_scanline < object.output_height) {
-    JSAMPROW row = &picture.pixels[rowSize * object.output_scanline];
-    jpeg_read_scanlines(&object, &row, 1);
-  }
-  jpeg_finish_decompress(&object);
-  jpeg_destroy_decompress(&object);
-  return picture;
-}
-
-// Sets the fourth byte of each pixel, which has no meaning.
-inline Bytes Opaque(Bytes pixels, int format) {
-  for (std::size_t i = 3; i < pixels.size(); i += 4)
-    if (format == ZTLIB_RGB || format == ZTLIB_YUV) pixels[i] = 255;
-  return pixels;
-}
-
-// Returns the top left of what libjpeg decodes, which rounds sizes up, in a format of the library.
-inline Bytes Pixels(const Bytes& stream, int format, int scale, int width, int height) {
-  const Picture picture = Decode(stream,
-                                 format == ZTLIB_GRAY  ? JCS_GRAYSCALE
-                                 : format == ZTLIB_RGB ? JCS_EXT_BGR
-                                                       : JCS_YCbCr,
-                                 scale);
-  Bytes pixels(kit::PictureSize(width, height, format), 255);
-  std::vector<kit::Pixel> row(static_cast<std::size_t>(width));
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x)
-      std::copy_n(picture.At(x, y), picture.components, row[x].begin());
-    for (int x = 0; x < width; ++x)
-      kit::StorePixel(&pixels[kit::PictureSize(width, y, format)], x, row, x, format);
-  }
-  return pixels;
 }
 
 }  // namespace jpeg_reference

@@ -34,22 +34,6 @@ TEST(CData, LookupAnswersForTheFirstElementAndItsOwnKind) {
             "Unknown index: 18446744073709551615");
 }
 
-TEST(CData, AValueAnswersOnlyForItsOwnKind) {
-  const CData data = RichTree();
-  const int types[] = {0, -1, -1, 1, -1, 2, 3, -1, -1, -1, -1, -1, 4, 5, -1, -1, -1, 4, 5, -1};
-  for (std::uint64_t i = 0; i < std::size(types); ++i)
-    EXPECT_EQ(data.Type(i), types[i]) << i;
-  for (std::uint64_t i = 0; i < data.Count(); ++i) {
-    const CDataValue& v = data.At(i).value;
-    EXPECT_EQ(v.GetBool(), i == 0);
-    EXPECT_EQ(v.GetByte(), i == 0 ? 2 : i == 1 ? 200 : 0);
-    EXPECT_EQ(v.GetInt(), i == 3 ? -3 : 0);
-    EXPECT_EQ(v.GetString(), i == 6 ? "ab" : "");
-    EXPECT_EQ(v.GetGuid() != nullptr, i == 10);
-    EXPECT_EQ(v.GetNode() != nullptr, i == 13);
-  }
-}
-
 TEST(CData, CopiesAreDeepButShareBinaryBytes) {
   const CData original = RichTree();
   CData copy = original;
@@ -60,44 +44,6 @@ TEST(CData, CopiesAreDeepButShareBinaryBytes) {
   EXPECT_EQ(original.Child(Tok::Config).Count(), 2u);
   EXPECT_EQ(original.At(12).value.GetBinary()->Data()[0], 'X');
   EXPECT_NE(original.At(8).value.GetByteArray(), copy.At(8).value.GetByteArray());
-}
-
-// A node and a plain list of names get random edits; every search must agree with the list.
-TEST(CData, SearchesAgreeWithAListOfNamesThroughAnyEdits) {
-  std::mt19937 random(1);
-  // The last two have the same hash.
-  const std::string twin = "otherwis\x74\x6b\x66\x04\x83\xc9\xae\x59";
-  const std::string names[] = {"", "Config", "Bits", "ID", "own", "own2", "AbandonedObjects", twin};
-  for (int round = 0; round < 20; ++round) {
-    CData data;
-    std::vector<std::string> model;
-    for (int step = 0; step < 300; ++step) {
-      const std::string& name = names[random() % std::size(names)];
-      const unsigned choice = random() % 16;
-      if (choice < 11) {
-        data.Append(name, CDataValue::OfInt(step));
-        model.push_back(name);
-      } else if (choice < 14) {
-        const std::uint64_t position = random() % (model.size() + 2);
-        data.RemoveAt(position);
-        if (position < model.size())
-          model.erase(model.begin() + static_cast<std::ptrdiff_t>(position));
-      } else if (choice == 14 && step % 8 == 0) {
-        data.RemoveAll(TokenOf(name));
-        if (TokenOf(name) != 0) std::erase(model, name);
-      }
-      const std::string& wanted = names[random() % std::size(names)];
-      std::int64_t expected = -1;
-      for (std::size_t i = model.size(); i-- > 0;)
-        if (model[i] == wanted && !wanted.empty()) expected = static_cast<std::int64_t>(i);
-      ASSERT_EQ(data.Count(), model.size());
-      if (random() % 2 != 0) {
-        ASSERT_EQ(data.FindByName(wanted), expected) << wanted;
-      }
-      ASSERT_EQ(data.Find(TokenOf(wanted)), TokenOf(wanted) != 0 ? expected : -1) << wanted;
-    }
-    EXPECT_TRUE(data.HasIndex());
-  }
 }
 
 TEST(CBinData, WrapsSharesCutsAndResizes) {

@@ -32,37 +32,6 @@ Bytes Decode(CJPEGDecoder& decoder, const Bytes& stream, PixelFormat format, int
   return pixels;
 }
 
-TEST(JpegDecoder, PacksOrCropsIntoTargetsOfOtherSizes) {
-  CJPEGDecoder decoder;
-  for (int across : {2, 4})
-    for (PixelFormat format : targetFormats) {
-      const auto encode = [&](int width) {
-        return jpeg_reference::Encode(jpeg_reference::Scene(width, 32), width, 32,
-                                      {.lumaAcross = across});
-      };
-      const Bytes stream = encode(48), odd = encode(47);
-      const Bytes whole = Decode(decoder, stream, format, 48, 32);
-      constexpr int sizes[][2] = {{48, 32}, {64, 40}, {32, 48}, {24, 64}, {46, 31}, {46, 33},
-                                  {48, 10}, {50, 20}, {2, 2},   {0, 0},   {0, 7},   {48, 0}};
-      for (const auto& [width, height] : sizes) {
-        Bytes expected(PixelBytes(format, static_cast<std::size_t>(width) * height), 0xA5);
-        const bool packed = width * height >= 48 * 32;
-        const auto size = PixelBytes(format, packed ? 48 * 32 : std::min(width, 48));
-        for (int y = 0; y < (packed ? 1 : std::min(height, 32)); ++y)
-          std::copy_n(&whole[PixelBytes(format, 48 * y)], size,
-                      expected.data() + PixelBytes(format, width * y));
-        EXPECT_EQ(Decode(decoder, stream, format, width, height), expected)
-            << static_cast<int>(format) << " " << width << "x" << height;
-      }
-      // Pairs never reach over the end of a row, so an odd picture is cropped even where it fits.
-      if (format < PixelFormat::YUYV) continue;
-      const Bytes narrow = Decode(decoder, odd, format, 46, 32);
-      const Bytes wide = Decode(decoder, odd, format, 64, 64);
-      for (int y = 0; y < 32; ++y)
-        EXPECT_TRUE(std::equal(&narrow[92 * y], &narrow[92 * y] + 92, &wide[128 * y]));
-    }
-}
-
 TEST(JpegDecoder, RowsThatNobodyWants) {
   CJPEGDecoder decoder;
   for (int across : {2, 4})

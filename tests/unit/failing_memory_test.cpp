@@ -58,23 +58,6 @@ struct Case {
   bool isSame = true;  // gives the same result each time
 };
 
-std::shared_ptr<Decoder> NewDecoder(int video, int format, int scale) {
-  return std::make_shared<Decoder>(format, scale, video);
-}
-
-Case Decoding(const char* name, int video, const std::vector<Bytes>& frames, int format,
-              int scale) {
-  return {name, [=] {
-            return [decoder = NewDecoder(video, format, scale), stream = frames]() mutable {
-              Image image = NewImage();
-              for (Bytes& frame : stream)
-                ztlib_decoder_process(&decoder->object, image.get(), frame.data(),
-                                      static_cast<std::uint32_t>(frame.size()));
-              return PixelsOf(image);
-            };
-          }};
-}
-
 std::vector<Bytes> DifferentialStream() {
   Encoder encoder(width, height, ZTLIB_VIDEO_MJPEGDIFF);
   encoder.Configure(Config().Int("RPFrameInterval", 2));
@@ -96,8 +79,18 @@ std::vector<Bytes> LayeredStream(bool isDifferential) {
   return stream;
 }
 
+// Without a call that can fail between the library's.
+void Process(Decoder& decoder, const Image& image, Bytes& frame) {
+  ztlib_decoder_process(&decoder.object, image.get(), frame.data(),
+                        static_cast<std::uint32_t>(frame.size()));
+}
+
 std::vector<Case> Cases() {
   std::vector<Case> cases;
+  // What keeps nothing from round to round.
+  const auto add = [&cases](const char* name, Work work) {
+    cases.push_back({name, [=] { return work; }});
+  };
   const Bytes scene = jpeg_reference::Scene(width, height);
   const auto framed = [](const Bytes& jpeg) {
     Bytes frame;
@@ -105,59 +98,64 @@ std::vector<Case> Cases() {
     return frame;
   };
   const Bytes jpeg = jpeg_reference::Encode(scene, width, height);
-  const Bytes progressive = jpeg_reference::Encode(scene, width, height, {.progressive = true});
-  const std::vector<Bytes> plain{framed(jpeg)}, scans{framed(progressive)};
+  const std::vector<Bytes> plain{framed(jpeg)};
+  const std::vector<Bytes> scans{
+      framed(jpeg_reference::Encode(scene, width, height, {.progressive = true}))};
   const std::vector<Bytes> differential = DifferentialStream();
   const std::vector<Bytes> layered = LayeredStream(false), blocks = LayeredStream(true);
 
-  cases.push_back(Decoding("plain video to RGB", 3, plain, ZTLIB_RGB, 1));
-  cases.push_back(Decoding("plain video to gray at a quarter", 3, plain, ZTLIB_GRAY, 4));
-  cases.push_back(Decoding("plain video to UYVY", 3, plain, ZTLIB_UYVY, 1));
-  cases.push_back(Decoding("scans to RGB", 3, scans, ZTLIB_RGB, 1));
-  cases.push_back(Decoding("differential video to RGB", 7, differential, ZTLIB_RGB, 1));
-  cases.push_back(Decoding("differential video to YUYV", 7, differential, ZTLIB_YUYV, 1));
-  cases.push_back(Decoding("layered video to RGB", 0, layered, ZTLIB_RGB, 1));
-  cases.push_back(Decoding("layered video to YUYV at a half", 0, layered, ZTLIB_YUYV, 2));
-  cases.push_back(Decoding("layered blocks to UYVY", 4, blocks, ZTLIB_UYVY, 1));
-  // Each round makes a decoder, replaces it behind its handle, and gives it a base.
-  for (const int video : {0, 3, 4, 7})
-    cases.push_back({"new decoders", [=] {
-                       return [=] {
-                         Decoder decoder(ZTLIB_RGB, 1, video);
-                         Image image = NewImage();
-                         Bytes frame = plain[0];
-                         for (int i = 0; i < 2; ++i) {
-                           ztlib_decoder_process(&decoder.object, image.get(), frame.data(),
-                                                 static_cast<std::uint32_t>(frame.size()));
-                           decoder.Configure(ZTLIB_RGB, 1);
-                         }
+  const std::tuple<const char*, int, std::vector<Bytes>, int, int> decodings[] = {
+      {"plain video to RGB", 3, plain, ZTLIB_RGB, 1},
+      {"plain video to gray at a quarter", 3, plain, ZTLIB_GRAY, 4},
+      {"plain video to UYVY", 3, plain, ZTLIB_UYVY, 1},
+      {"scans to RGB", 3, scans, ZTLIB_RGB, 1},
+      {"differential video to RGB", 7, differential, ZTLIB_RGB, 1},
+      {"differential video to YUYV", 7, differential, ZTLIB_YUYV, 1},
+      {"layered video to RGB", 0, layered, ZTLIB_RGB, 1},
+      {"layered video to YUYV at a half", 0, layered, ZTLIB_YUYV, 2},
+      {"layered blocks to UYVY", 4, blocks, ZTLIB_UYVY, 1}};
+  for (const auto& [name, video, frames, format, scale] : decodings)
+    cases.push_back({name, [=] {
+                       return [decoder = std::make_shared<Decoder>(format, scale, video),
+                               stream = frames]() mutable {
+                         const Image image = NewImage();
+                         for (Bytes& frame : stream)
+                           Process(*decoder, image, frame);
                          return PixelsOf(image);
                        };
                      }});
+  // A decoder that is made for each round, replaced behind its handle, and given a base.
+  for (const int video : {0, 3, 4, 7})
+    add("new decoders", [=] {
+      Decoder decoder(ZTLIB_RGB, 1, video);
+      const Image image = NewImage();
+      Bytes frame = plain[0];
+      for (int i = 0; i < 2; ++i) {
+        Process(decoder, image, frame);
+        decoder.Configure(ZTLIB_RGB, 1);
+      }
+      return PixelsOf(image);
+    });
   cases.push_back({"a base picture", [=] {
-                     return [=, decoder = NewDecoder(7, ZTLIB_UYVY, 1)] {
+                     return [=, decoder = std::make_shared<Decoder>(ZTLIB_UYVY, 1, 7)] {
                        const Image base = Wrapped(ZTLIB_UYVY, 30);
                        if (!base) return Bytes();
                        ztlib_decoder_setBaseImage(decoder->object, base.get());
                        Bytes frame = differential[1];
                        const Image image = NewImage();
-                       ztlib_decoder_process(&decoder->object, image.get(), frame.data(),
-                                             static_cast<std::uint32_t>(frame.size()));
+                       Process(*decoder, image, frame);
                        return PixelsOf(image);
                      };
                    }});
 
   for (const int video : {ZTLIB_VIDEO_MJPEG, ZTLIB_VIDEO_MJPEGDIFF})
     for (const int format : {ZTLIB_GRAY, ZTLIB_UYVY}) {
-      cases.push_back({"new encoders", [=] {
-                         const Config config = Config().Int("Width", width).Int("Height", height);
-                         return [=] {
-                           const Encoder encoder(video);
-                           config.Apply(ztlib_encoder_config, encoder.object);
-                           const Image image = Wrapped(format, 9);
-                           return encoder.Process(image.get());
-                         };
-                       }});
+      add("new encoders", [=, config = Config().Int("Width", width).Int("Height", height)] {
+        const Encoder encoder(video);
+        config.Apply(ztlib_encoder_config, encoder.object);
+        const Image image = Wrapped(format, 9);
+        return encoder.Process(image.get());
+      });
       cases.push_back({"an encoder",
                        [=] {
                          const auto encoder = std::make_shared<Encoder>(width, height, video);
@@ -170,43 +168,34 @@ std::vector<Case> Cases() {
     }
 
   for (const int format : {ZTLIB_BOOL8, ZTLIB_RGB})
-    cases.push_back({"the memory form", [=] {
-                       return [=] {
-                         const Image image = Wrapped(format, 70);
-                         Bytes saved;
-                         if (image) ztlib_ztimage_saveToZTMem(image.get(), &saved, Collect);
-                         const ztlib_blob blob{saved.data(), saved.size()};
-                         const Image loaded = NewImage();
-                         if (saved.empty() || !ztlib_ztimage_loadFromZTMem(loaded.get(), &blob))
-                           return Bytes();
-                         return PixelsOf(loaded);
-                       };
-                     }});
-  cases.push_back({"a header", [=] { return [=] { return framed(jpeg); }; }});
-  cases.push_back({"a payload", [=] {
-                     return [=] {
-                       Bytes payload;
-                       const ztlib_blob blob{plain[0].data(), plain[0].size()};
-                       ztlib_getFrameInfo1(&blob, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                           nullptr, &payload, Collect);
-                       return payload;
-                     };
-                   }});
-  cases.push_back({"layers apart and together", [=] {
-                     return [=] {
-                       std::array<Bytes, 4> records;
-                       void* users[4] = {&records[0], &records[1], &records[2], &records[3]};
-                       const ztlib_blob blob{layered[0].data(), layered[0].size()};
-                       if (ztlib_decomposeToLayers(&blob, users, Collect) != 4) return Bytes();
-                       return JoinLayers(records).value_or(Bytes());
-                     };
-                   }});
-  cases.push_back({"a failure", [] {
-                     return [] {
-                       ztlib_getScaleDownByPixel3(1, 99, 1, 1);
-                       return Bytes();
-                     };
-                   }});
+    add("the memory form", [=] {
+      const Image image = Wrapped(format, 70);
+      Bytes saved;
+      if (image) ztlib_ztimage_saveToZTMem(image.get(), &saved, Collect);
+      const ztlib_blob blob{saved.data(), saved.size()};
+      const Image loaded = NewImage();
+      if (saved.empty() || !ztlib_ztimage_loadFromZTMem(loaded.get(), &blob)) return Bytes();
+      return PixelsOf(loaded);
+    });
+  add("a header", [=] { return framed(jpeg); });
+  add("a payload", [=] {
+    Bytes payload;
+    const ztlib_blob blob{plain[0].data(), plain[0].size()};
+    ztlib_getFrameInfo1(&blob, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &payload,
+                        Collect);
+    return payload;
+  });
+  add("layers apart and together", [=] {
+    std::array<Bytes, 4> records;
+    void* users[4] = {&records[0], &records[1], &records[2], &records[3]};
+    const ztlib_blob blob{layered[0].data(), layered[0].size()};
+    if (ztlib_decomposeToLayers(&blob, users, Collect) != 4) return Bytes();
+    return JoinLayers(records).value_or(Bytes());
+  });
+  add("a failure", [] {
+    ztlib_getScaleDownByPixel3(1, 99, 1, 1);
+    return Bytes();
+  });
 
   const Config watch = Config().Child(
       "Configs",
@@ -221,22 +210,19 @@ std::vector<Case> Cases() {
     if (image) ztlib_simplemotion_detect(context, &result, Collect, image.get(), time);
     return result;
   };
-  using Context = std::shared_ptr<void>;
   const auto newContext = [] {
-    return Context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
+    return std::unique_ptr<void, void (*)(void*)>(ztlib_simplemotion_create(),
+                                                  ztlib_simplemotion_destroy);
   };
-  cases.push_back({"new motion contexts", [=] {
-                     return [=] {
-                       const std::unique_ptr<void, void (*)(void*)> context(
-                           ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
-                       if (!context) return Bytes();
-                       watch.Apply(ztlib_simplemotion_configure, context.get(), width, height);
-                       return detect(context.get(), 100);
-                     };
-                   }});
+  add("new motion contexts", [=] {
+    const auto context = newContext();
+    if (!context) return Bytes();
+    watch.Apply(ztlib_simplemotion_configure, context.get(), width, height);
+    return detect(context.get(), 100);
+  });
   cases.push_back({"a motion context",
                    [=] {
-                     const Context context = newContext();
+                     const std::shared_ptr<void> context = newContext();
                      watch.Apply(ztlib_simplemotion_configure, context.get(), width, height);
                      for (int i = 0; i < 60; ++i)
                        detect(context.get(), i * std::int64_t{100});
@@ -245,24 +231,20 @@ std::vector<Case> Cases() {
                      };
                    },
                    false});
-  cases.push_back({"a mesh", [] {
-                     return [] {
-                       const std::unique_ptr<void, void (*)(void*)> mesh(
-                           ztlib_triangulation_create(), ztlib_triangulation_destroy);
-                       if (!mesh) throw std::bad_alloc();  // the one call that tells by null alone
-                       ztlib_triangulation_init(mesh.get(), 0, 0, 12, 12, 2);
-                       for (int i = 0; i < 24; ++i) {
-                         const float values[] = {1.0F * static_cast<float>(i), 2};
-                         ztlib_triangulation_addPoint(mesh.get(), i * 7 % 12, i * 5 % 12, values,
-                                                      i % 3);
-                       }
-                       ztlib_triangulation_finalize(mesh.get());
-                       Bytes values(2 * sizeof(float));
-                       ztlib_triangulation_estimate(mesh.get(), 5, 5,
-                                                    reinterpret_cast<float*>(values.data()), 2);
-                       return values;
-                     };
-                   }});
+  add("a mesh", [] {
+    const std::unique_ptr<void, void (*)(void*)> mesh(ztlib_triangulation_create(),
+                                                      ztlib_triangulation_destroy);
+    if (!mesh) throw std::bad_alloc();  // the one call that tells by null alone
+    ztlib_triangulation_init(mesh.get(), 0, 0, 12, 12, 2);
+    for (int i = 0; i < 24; ++i) {
+      const float values[] = {1.0F * static_cast<float>(i), 2};
+      ztlib_triangulation_addPoint(mesh.get(), i * 7 % 12, i * 5 % 12, values, i % 3);
+    }
+    ztlib_triangulation_finalize(mesh.get());
+    Bytes values(2 * sizeof(float));
+    ztlib_triangulation_estimate(mesh.get(), 5, 5, reinterpret_cast<float*>(values.data()), 2);
+    return values;
+  });
   return cases;
 }
 
