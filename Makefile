@@ -5,7 +5,7 @@ SECONDS ?= 60
 OUT ?= demo
 BENCH_FILTER ?= .
 
-.PHONY: all demo test asan tsan windows bench fuzz faults valgrind package format style lint clean
+.PHONY: all demo test asan tsan windows bench fuzz faults valgrind coverage package format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -61,6 +61,13 @@ faults: all
 valgrind: all
 	scripts/setup valgrind
 	scripts/valgrind build/release $(JOBS)
+
+# Compares what the tests and the corpora reach of the library with docs/uncovered.txt.
+coverage:
+	scripts/setup fuzz coverage
+	cmake --preset coverage
+	cmake --build --preset coverage -j $(JOBS)
+	scripts/coverage build/coverage $(JOBS)
 
 # Makes the packages for Debian and for Windows in build/packages.
 package: windows

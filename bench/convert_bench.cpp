@@ -1,4 +1,4 @@
-#include "tests/support/row_kernel_shapes.h"
+#include "bench/row_kernel_shapes.h"
 
 #include <algorithm>
 #include <array>

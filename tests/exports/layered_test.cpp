@@ -16,8 +16,8 @@ constexpr char diffSource[] = "main/target/windll/codec/videodecoder_mjpeg_diff_
 // These are the offsets of fields in a layered header.
 namespace at {
 constexpr std::size_t base = 16, layer1 = 28, layer3 = 36, baseBytes = 40, layer1Bytes = 52;
-constexpr std::size_t model = 64, layerSize = 80, group = 96, width = 100, height = 104;
-constexpr std::size_t family = 108, quality = 110, end = 112;
+constexpr std::size_t model = 64, layerSize = 80, group = 96, width = 100;
+constexpr std::size_t family = 108, end = 112;
 }  // namespace at
 
 void Put(Bytes& bytes, std::size_t at, std::uint32_t value, int size = 4) {
