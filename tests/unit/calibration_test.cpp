@@ -3,9 +3,6 @@
 #include "tests/support/calibration_tree.h"
 #include "tests/support/export_fixture.h"
 
-#include <map>
-#include <numbers>
-
 using namespace ztlib;
 
 namespace {
@@ -134,113 +131,6 @@ TEST_F(Calibration, TableRefusesWhatIsNoRectangle) {
   }
 }
 
-using Point = std::array<double, 2>;
-
-CPointF ToPoint(const Point& p) {
-  return {static_cast<float>(p[0]), static_cast<float>(p[1])};
-}
-
-// A camera above a street with a rectangle on the ground, in double precision. Pictures are 4:3.
-struct CStreet {
-  double height, tilt, field, roll;
-  double x = 0, y = 0, turn = 0, length01 = 4, length03 = 8;
-
-  // Returns the virtual coordinates of a point along 0-1 and 0-3, from corner 0. Throws if it is
-  // outside of the picture.
-  [[nodiscard]] Point See(double along01, double along03, double up = 0) const {
-    const double away = y + along01 * std::sin(turn) + along03 * std::cos(turn);
-    const double right = x + along01 * std::cos(turn) - along03 * std::sin(turn);
-    const double depth = away * std::cos(tilt) - (up - height) * std::sin(tilt);
-    const double above = away * std::sin(tilt) + (up - height) * std::cos(tilt);
-    const double focal = 8192 / std::tan(field / 2) / depth;
-    const Point p{8192 + focal * (right * std::cos(roll) + above * std::sin(roll)),
-                  8192 - focal * 4 / 3 * (above * std::cos(roll) - right * std::sin(roll))};
-    if (depth < 0.1 || std::min(p[0], p[1]) < 0 || std::max(p[0], p[1]) > 16384)
-      throw std::out_of_range("out of sight");
-    return p;
-  }
-  // Marks what a client would: the corners, and objects of 1.8 m at these shares of the lengths.
-  [[nodiscard]] CData Configuration(const std::vector<Point>& places) const {
-    Numbers numbers{{Tok::Distance01, length01}, {Tok::Distance03, length03}};
-    for (std::size_t i = 0; i < 4; ++i)
-      for (const std::size_t axis : {0U, 1U})
-        numbers.emplace_back(corner[2 * i + axis], std::round(See(i % 3 != 0 ? length01 : 0,
-                                                                  i >= 2 ? length03 : 0)[axis]));
-    Marks marks;
-    for (const auto& [u, v] : places) {
-      const Point foot = See(u * length01, v * length03),
-                  head = See(u * length01, v * length03, 1.8);
-      marks.push_back({foot[0], foot[1], head[0], head[1]});
-    }
-    return MarkedTree(numbers, marks);
-  }
-  // Returns the place as the calibrator counts it, which is from corner 1 or corner 3.
-  [[nodiscard]] Point Expected(double along01, double along03) const {
-    const bool startsAt1 = See(0, length03)[1] < See(length01, 0)[1];
-    return {startsAt1 ? length01 - along01 : along01, startsAt1 ? along03 : length03 - along03};
-  }
-};
-
-TEST_F(Calibration, RandomCamerasAreRecovered) {
-  std::mt19937 random(20);
-  const auto between = [&](double low, double high) {
-    return low + (high - low) * (random() >> 8) / 16777216.0;
-  };
-  constexpr double degree = std::numbers::pi / 180;
-  std::map<std::string, std::vector<double>> errors;
-  const auto measure = [&](const CStreet& street, CCalibrator3D& calibrator, bool isInside) {
-    const double range = isInside ? 0 : 1;
-    const double u = street.length01 * between(-range, 1 + range);
-    const double v = street.length03 * between(-range, 1 + range), up = between(0.5, 3);
-    const CPointF point = ToPoint(street.See(u, v)), top = ToPoint(street.See(u, v, up));
-    const Point truth = street.Expected(u, v);
-    CPointF ground;
-    float meters = 0;
-    if (!calibrator.GetGround(point, ground) || !calibrator.Height(point, top, meters)) return;
-    errors[isInside ? "inside" : "around"].push_back(
-        std::hypot(ground.x - truth[0], ground.y - truth[1]));
-    errors[isInside ? "heights inside" : "heights around"].push_back(std::abs(meters / up - 1));
-  };
-  for (int cameras = 0; cameras < 150;) {
-    CStreet street{between(3, 9), between(12, 50) * degree, between(35, 85) * degree,
-                   between(-4, 4) * degree};
-    street.length01 = between(3, 9);
-    street.length03 = between(4, 20);
-    street.turn = between(-34, 34) * degree;
-    // The rectangle lies around the middle of the picture.
-    const double half01 = street.length01 / 2, half03 = street.length03 / 2;
-    street.x = half03 * std::sin(street.turn) - half01 * std::cos(street.turn);
-    street.y = street.height / std::tan(street.tilt) - half01 * std::sin(street.turn) -
-               half03 * std::cos(street.turn);
-    const std::vector<Point> places{{between(0.05, 0.4), between(0.05, 0.95)},
-                                    {between(0.6, 0.95), between(0.05, 0.95)}};
-    try {
-      CCalibrator3D calibrator;
-      calibrator.Configure(street.Configuration(places));
-      ASSERT_TRUE(calibrator.IsThreeDReady());
-      ++cameras;
-      for (int i = 0; i < 40; ++i)
-        measure(street, calibrator, i % 2 == 0);
-    } catch (const std::out_of_range&) {  // or the rest of this camera's points
-    }
-  }
-  // The errors come from corners and marks that are rounded to whole units, hardly from the
-  // arithmetic. Each case limits the median, 99 % of the errors, and all of them.
-  const std::tuple<const char*, double, double, double> expected[] = {
-      {"inside", 0.001, 0.006, 0.012},
-      {"around", 0.002, 0.022, 0.04},
-      {"heights inside", 0.0008, 0.03, 0.15},
-      {"heights around", 0.001, 0.05, 0.15}};
-  for (const auto& [what, median, most, worst] : expected) {
-    std::vector<double>& found = errors[what];
-    ASSERT_GE(found.size(), 500U) << what;
-    std::sort(found.begin(), found.end());
-    EXPECT_LE(found[found.size() / 2], median) << what;
-    EXPECT_LE(found[found.size() * 99 / 100], most) << what;
-    EXPECT_LE(found.back(), worst) << what;
-  }
-}
-
 const Marks twoMarks{{4000, 8000, 4000, 6000}, {8000, 8000, 8000, 6000}};
 const Numbers square{{corner[0], 4000}, {corner[1], 9000}, {corner[2], 9000}, {corner[3], 9000},
                      {corner[4], 9000}, {corner[5], 4000}, {corner[6], 4000}, {corner[7], 4000}};
@@ -356,7 +246,8 @@ TEST_F(Calibration, ConfigurationAndResultAsATree) {
   EXPECT_EQ(HashOf({bytes.Data(), bytes.Data() + bytes.Size()}), 0xf5dca6ac8048cc45U);
   const auto at = [&result](Token part, Token list, std::uint64_t i) {
     const CData& node = *result.Child(part).Child(list).At(i).value.GetNode();
-    return ToPoint({node.GetDouble(Tok::X, 0), node.GetDouble(Tok::Y, 0)});
+    return CPointF{static_cast<float>(node.GetDouble(Tok::X, 0)),
+                   static_cast<float>(node.GetDouble(Tok::Y, 0))};
   };
   CPointF head;
   ASSERT_TRUE(calibrator.Head({8090, 9421}, 1.8F, head));
