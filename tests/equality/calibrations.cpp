@@ -64,20 +64,21 @@ CData AnyCamera(Draw& draw) {
 
 void Measure(CCalibrator3D& calibrator, Draw& draw) {
   const auto at = [&draw] { return static_cast<float>(draw.Between(-2000, 18000)); };
-  const auto mixPoint = [](bool isKnown, CPointF point) {
-    Mix(isKnown);
-    MixFloat(point.x);
-    MixFloat(point.y);
-  };
   for (int i = 0; i < 40; ++i) {
     const float x = at(), y = at(), up = static_cast<float>(draw.Between(-300, 4000));
-    CPointF point{1, 2};
-    float meters = -1;
-    mixPoint(calibrator.GetGround({x, y}, point), point);
-    mixPoint(calibrator.ImagePosition(point.x, point.y, point), point);
-    mixPoint(calibrator.Head({x, y}, up / 1000, point), point);
-    mixPoint(calibrator.Height({x, y}, {x + up / 50, y - up}, meters), {meters, 0});
-    mixPoint(calibrator.Distance({x, y}, {y, x}, meters), {meters, 0});
+    CPointF ground{1, 2}, back{1, 2}, head{1, 2};
+    float meters[] = {-1, -1};
+    Mix(calibrator.GetGround({x, y}, ground));
+    Mix(calibrator.ImagePosition(ground.x, ground.y, back));
+    Mix(calibrator.Head({x, y}, up / 1000, head));
+    Mix(calibrator.Height({x, y}, {x + up / 50, y - up}, meters[0]));
+    Mix(calibrator.Distance({x, y}, {y, x}, meters[1]));
+    for (const CPointF point : {ground, back, head}) {
+      MixFloat(point.x);
+      MixFloat(point.y);
+    }
+    MixFloat(meters[0]);
+    MixFloat(meters[1]);
   }
 }
 

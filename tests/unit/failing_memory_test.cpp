@@ -115,7 +115,7 @@ std::vector<Case> Cases() {
       {"layered video to YUYV at a half", 0, layered, ZTLIB_YUYV, 2},
       {"layered blocks to UYVY", 4, blocks, ZTLIB_UYVY, 1}};
   for (const auto& [name, video, frames, format, scale] : decodings)
-    cases.push_back({name, [=] {
+    cases.push_back({name, [video = video, frames = frames, format = format, scale = scale] {
                        return [decoder = std::make_shared<Decoder>(format, scale, video),
                                stream = frames]() mutable {
                          const Image image = NewImage();
