@@ -45,22 +45,25 @@ bench:
 	cmake --build --preset bench -j $(JOBS)
 	scripts/bench-table build/bench '$(BENCH_FILTER)' $(if $(UPDATE),docs/performance.md)
 
-# Runs every fuzz target for SECONDS seconds.
+# Runs every fuzz target for SECONDS seconds. KEEP=1 adds what it found to fuzz/corpus, and its
+# executions to fuzz/LEDGER.md.
 fuzz:
 	scripts/setup fuzz
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j $(JOBS)
 	scripts/fuzz build/fuzz $(SECONDS)
+	$(if $(KEEP),scripts/fuzz-keep build/fuzz)
 
 # Lets each call of the heap fail once in the library, and POINTS of the calls in each command.
 faults: all
 	build/release/ztlib_allocation_tests --gtest_brief=1 --gtest_filter='FailingMemory.*'
 	scripts/faults build/release $(POINTS)
 
-# Runs the library's tests under Valgrind, with the kernels for every processor.
+# Runs the library's tests under Valgrind, with the kernels for every processor. FILTER chooses some
+# of them, as GoogleTest names them.
 valgrind: all
 	scripts/setup valgrind
-	scripts/valgrind build/release $(JOBS)
+	scripts/valgrind build/release $(JOBS) '$(FILTER)'
 
 # Compares what the tests and the corpora reach of the library with docs/uncovered.txt.
 coverage:

@@ -31,6 +31,24 @@ void DecodeAll(const jpeg_reference::Style& style) {
   }
 }
 
+// A marker that decoders skip, whole, cut short and longer than the stream.
+void DecodeWithComment() {
+  const Bytes plain = jpeg_reference::Encode(jpeg_reference::Scene(48, 32), 48, 32);
+  for (const std::uint8_t told : {2, 9, 30, 255}) {
+    Bytes stream = plain;
+    const Bytes comment{0xFF, 0xFE, told == 255, told, 'c', 'o', 'm', 'm', 'e', 'n', 't'};
+    stream.insert(stream.begin() + 2, comment.begin(), comment.end());
+    for (const std::size_t size : {std::size_t{6}, std::size_t{11}, stream.size()}) {
+      Bytes frame;
+      ztlib_copyAndAddHeader(&frame, Collect, stream.data(), static_cast<std::uint32_t>(size));
+      Mix(std::span(frame));
+      const Image image = NewImage();
+      Decoder(ZTLIB_YUV).Process(image.get(), frame);
+      MixImage(image);
+    }
+  }
+}
+
 // Headers of all ages: of any size that they may tell, in frames cut to any size.
 void ReadHeaders(int format) {
   for (const int headerSize : {0, 63, 64, 76, 100, 112, 150, 151})
@@ -66,6 +84,7 @@ void CodedFrames() {
   for (const Style& style : {Style{"gray", 1, 1, 1}, Style{"progressive", 2, 2, 3, true},
                              Style{"restarts", 2, 2, 3, false, 1}})
     Step(std::string("jpeg of all sizes, ") + style.name, [&style] { DecodeAll(style); });
+  Step("jpeg with a comment", DecodeWithComment);
   Step("inverse transform off any alignment", [] {
     for (std::uint32_t seed = 0; seed < 50; ++seed) {
       Bytes memory = Noise(2 * 64 + 1, seed);

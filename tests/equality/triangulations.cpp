@@ -44,6 +44,25 @@ void AnyCalls(Draw& draw) {
   ztlib_triangulation_destroy(handle);
 }
 
+// Points on the middle line of a long frame, where every triangle is long.
+void LongTriangles() {
+  constexpr std::int32_t width = 1 << 16;
+  void* const handle = ztlib_triangulation_create();
+  ztlib_triangulation_init(handle, 0, 0, width, 64, 1);
+  for (std::int32_t part = 2; part <= 1024; part *= 2)
+    for (std::int32_t at = 1; at < part; at += 2) {
+      const auto value = static_cast<float>(at);
+      ztlib_triangulation_addPoint(handle, width / part * at, 31, &value, 1);
+    }
+  ztlib_triangulation_finalize(handle);
+  for (std::int32_t x = 0; x < width; x += 77) {
+    float estimate = -7;
+    ztlib_triangulation_estimate(handle, x, x % 64, &estimate, 1);
+    MixFloat(estimate);
+  }
+  ztlib_triangulation_destroy(handle);
+}
+
 }  // namespace
 
 void Triangulations() {
@@ -53,4 +72,5 @@ void Triangulations() {
       for (int round = 0; round < 200; ++round)
         AnyCalls(draw);
     });
+  Step("triangulation of long triangles", LongTriangles);
 }
