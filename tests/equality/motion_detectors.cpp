@@ -7,7 +7,7 @@ namespace {
 
 // Forty frames to learn, then noise, then clocks that go on, stand and go back. Frames may be taller
 // than the mask, and another detector without a mask reads the metadata.
-void Detect(const CData& settings, int width, int height, int rows) {
+void Detect(const CData& settings, int width, int height, int rows, bool isAllMoving = false) {
   CSingleSimpleMotion detector, other;
   detector.Configure(settings, {width, height});
   other.Configure({}, {width, height});
@@ -15,7 +15,8 @@ void Detect(const CData& settings, int width, int height, int rows) {
   std::int64_t time = 1000;
   for (std::uint32_t moment = 0; moment < 60; ++moment) {
     Bytes plane(static_cast<std::size_t>(stride * rows), 100);
-    if (moment >= 40 && moment % 8 < 5) plane = Noise(plane.size(), moment);
+    if (moment >= 40 && moment % 8 < 5)
+      plane = isAllMoving ? Bytes(plane.size(), 250) : Noise(plane.size(), moment);
     time += moment % 7 == 6 ? -50 : moment % 11 == 0 ? 2900 : 100;
     const FrameTime now{1, 2, time};
     CData found, copied;
@@ -48,4 +49,11 @@ void MotionDetectors() {
              for (const int rows : {9, 12})
                Detect(settings, width, 9, rows);
            });
+  // More moving pixels side by side under a mask than a register of bytes can count.
+  Step("masked motion of all of a wide picture", [] {
+    CData settings;
+    settings.AddChild(Tok::Masks)
+        .AddShortArray(Tok::Empty, {0, 0, 16000, 0, 16000, 32767, 0, 32767});
+    Detect(settings, 9000, 9, 9, true);
+  });
 }

@@ -156,6 +156,7 @@ TEST_F(Calibration, ConfigurationsAndWhatIsLoggedOfThem) {
       {text, {unready2D}},
       {MarkedTree({}, {{4000, 8000, 4000, 6000}}), {ready2D, noMarks, unready3D, done}},
       {MarkedTree({}, twoMarks, 9e-7), {ready2D, noMarks, unready3D, done}},
+      {MarkedTree({}, twoMarks, 1e-6), {ready2D, done}},
       {MarkedTree({}, twoMarks), {ready2D, done}},
       {MarkedTree({}, {{5000, 8000, 5000, 6000}, {5000, 6000, 5000, 4700}}),
        {ready2D, cheat, done}},

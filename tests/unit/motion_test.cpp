@@ -324,6 +324,9 @@ TEST_F(Motion, FailedConfigurationGoesBackToTheOneBefore) {
                                    {&detectorRecord.restoreDelayMs, 60000000}})
     EXPECT_TRUE(item->Contains(0) && item->Contains(most) && !item->Contains(-1) &&
                 !item->Contains(most + 1));
+  EXPECT_EQ(Shape(detectorRecord.ToCData({})),
+            "Class Version:131072 DetectorClassID:-405786987 BuiltIn:0 DetectorID DisplayName "
+            "Description ViolationTimeMs:0 RestoreDelayMs:0 FpsLimit:0 Enabled:1 ");
   EXPECT_EQ(configure(1, 2, 9), "0");  // back to the defaults
   EXPECT_EQ(record.violationTimeMs.Get(), 0);
   EXPECT_EQ(configure(0, 3, 8), "");

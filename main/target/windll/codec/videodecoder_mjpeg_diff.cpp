@@ -14,6 +14,8 @@ std::int16_t CVideoDecoderMJPEGDIFF::GetVideoFormat() const {
 }
 
 void CVideoDecoderMJPEGDIFF::Configure(const CData& config) {
+  // Unlike with plain video, a new scale waits for the next key frame.
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call)
   CVideoDecoderBase::Configure(config);
   ConfigureSwap(config);
 }

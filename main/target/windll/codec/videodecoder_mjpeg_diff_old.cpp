@@ -27,6 +27,8 @@ std::int16_t CVideoDecoderMJPEGDIFF_OLD::GetVideoFormat() const {
 }
 
 void CVideoDecoderMJPEGDIFF_OLD::Configure(const CData& config) {
+  // Layered video has no colours to swap, and a new scale waits for the next key frame.
+  // NOLINTNEXTLINE(bugprone-parent-virtual-call)
   CVideoDecoderBase::Configure(config);
 }
 
