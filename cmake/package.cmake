@@ -28,8 +28,10 @@ if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME ztlib-${PROJECT_VERSION}-win64)
   set(documents ${CMAKE_INSTALL_DOCDIR})
-  # Other compilers make their import library from this file.
-  install(FILES ${PROJECT_SOURCE_DIR}/main/ztlib.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/windows/README.txt DESTINATION .)
+  # For the linker of Visual Studio; what reads neither makes its own from the .def file.
+  install(FILES ${PROJECT_BINARY_DIR}/ztlib.lib ${PROJECT_SOURCE_DIR}/main/ztlib.def
+          DESTINATION ${CMAKE_INSTALL_LIBDIR})
   # The licences are those of everything that is linked in statically.
   if(ZTLIB_WINDOWS_DEPS)
     install(DIRECTORY ${ZTLIB_WINDOWS_DEPS}/share/licenses/ DESTINATION licenses)

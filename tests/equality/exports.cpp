@@ -257,7 +257,8 @@ void FrameInformation(const Bytes& coded) {
   Mix(ztlib_getVideoFormat(&blob));
 }
 
-int main() {
+int main(int count, char** arguments) {
+  ReadStackShift(count, arguments);
   _mm_setcsr(_mm_getcsr() & ~exceptionMasks);
   const FramePool frames;
   ztlib_context_create();

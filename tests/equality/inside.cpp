@@ -50,7 +50,8 @@ void Follow(const CData& settings, std::int64_t width, std::int64_t height) {
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
+  ReadStackShift(count, arguments);
   const kit::FramePool frames;
   for (int source = 0; source <= 8; ++source)
     for (int target = 0; target <= 8; ++target)
