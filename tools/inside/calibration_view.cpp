@@ -1,6 +1,7 @@
 #include "tools/inside/calibration_view.h"
 
 #include "client/console.h"
+#include "client/text.h"
 #include "main/lib/base/logger.h"
 #include "main/lib/calib/calibrator3d.h"
 
@@ -23,7 +24,7 @@ void CheckKeys(const CData& configuration, const std::string& name) {
   for (const CDataElement& element : configuration.Elements()) {
     const auto key = std::string(configuration.KeyText(element.key));
     if (known.FindByName(key) < 0 && element.key != Tok::FixPointHelper && element.key != Tok::Info)
-      Complain(name + ": " + key + " is no key of a calibration");
+      Complain(Text("%s: %s is no key of a calibration", name.c_str(), key.c_str()));
   }
 }
 
