@@ -2,8 +2,6 @@
 #include "tests/kit/codec.h"
 #include "tests/support/jpeg_reference.h"
 
-#include <random>
-
 namespace {
 
 using namespace kit;
@@ -27,8 +25,8 @@ Bytes Picture(int width, int height, int moment, bool isNoisy) {
 
 // A stream of any options, and what decoders make of it who lose frames that others do not need.
 void Sequence(std::uint32_t seed) {
-  std::mt19937 random(seed);
-  const auto below = [&random](std::uint32_t limit) { return static_cast<int>(random() % limit); };
+  Draw draw(seed);
+  const auto below = [&draw](std::uint32_t limit) { return static_cast<int>(draw.Below(limit)); };
   const int width = 8 * (1 + below(30)), height = 8 * (1 + below(14));
   Config config = Config().Int("Width", width).Int("Height", height);
   for (const auto& [name, limit] : {std::pair("JPEGQuality", 100U),

@@ -2,7 +2,6 @@
 #include "main/lib/imgproc/polygon_filler.h"
 #include "tests/equality/steps.h"
 
-#include <random>
 #include <utility>
 
 using namespace ztlib;
@@ -40,8 +39,8 @@ void Paint(const CMask& mask, Values... values) {
 }  // namespace
 
 void Masks() {
-  std::mt19937 random{7};
-  const auto below = [&random](unsigned limit) { return static_cast<int>(random() % limit); };
+  Draw draw(7);
+  const auto below = [&draw](unsigned limit) { return static_cast<int>(draw.Below(limit)); };
   // Shapes of few and many points, some outside of the picture, some twice.
   Step("masks of polygons", [&] {
     for (int round = 0; round < 3000; ++round) {
