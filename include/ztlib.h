@@ -333,7 +333,7 @@ ZTLIB_API int32_t ztlib_getScaleDownByPixel3(int32_t target, int32_t format, int
 ZTLIB_API void* ztlib_decoder_create(int32_t format);
 
 /**
- * Destroys the decoder and sets the handle to null. Null address and null handle are allowed. Not
+ * Sets the handle to null and destroys the decoder. Null address and null handle are allowed. Not
  * guarded.
  */
 ZTLIB_API void ztlib_decoder_destroy(void** decoder);
@@ -365,7 +365,7 @@ ZTLIB_API void ztlib_decoder_setBaseImage(void* decoder, const void* image);
 ZTLIB_API void* ztlib_encoder_create(int32_t format);
 
 /**
- * Destroys the encoder and sets the handle to null. Null address and null handle are allowed. Not
+ * Sets the handle to null and destroys the encoder. Null address and null handle are allowed. Not
  * guarded.
  */
 ZTLIB_API void ztlib_encoder_destroy(void** encoder);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 using namespace ztlib;
@@ -61,13 +62,13 @@ void StoreInfo(const FrameInfo& info, std::int32_t* width, std::int32_t* height,
   Store(frameType, info.frameType);
 }
 
-// The handle behind its address becomes null, whatever it was.
+// The handle becomes null first: the destructor gives frames back to the client, whose callback may
+// look at the handle or fill its place anew.
 template <class Codec>
 void DestroyHandle(void** handle) {
   const FloatingPointGuard guard;
   if (!handle) return;
-  delete static_cast<Codec*>(*handle);
-  *handle = nullptr;
+  delete static_cast<Codec*>(std::exchange(*handle, nullptr));
 }
 
 }  // namespace
