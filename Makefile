@@ -5,7 +5,7 @@ SECONDS ?= 60
 OUT ?= demo
 BENCH_FILTER ?= .
 
-.PHONY: all demo test asan tsan windows bench fuzz faults valgrind coverage package format style lint clean
+.PHONY: all demo test asan tsan windows bench bench-windows fuzz faults valgrind coverage package format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -44,6 +44,12 @@ bench:
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS)
 	scripts/bench-table build/bench '$(BENCH_FILTER)' $(if $(UPDATE),docs/performance.md)
+
+# Compares the DLL under Wine with the library for this system.
+bench-windows: windows
+	cmake --build --preset release --target ztlib_systems
+	cmake --build --preset windows --target ztlib_systems
+	scripts/bench-systems build/release build/windows
 
 # Runs every fuzz target for SECONDS seconds. KEEP=1 adds what it found to fuzz/corpus, and its
 # executions to fuzz/LEDGER.md.

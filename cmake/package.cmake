@@ -32,6 +32,8 @@ if(WIN32)
   # For the linker of Visual Studio; what reads neither makes its own from the .def file.
   install(FILES ${PROJECT_BINARY_DIR}/ztlib.lib ${PROJECT_SOURCE_DIR}/main/ztlib.def
           DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION .)
+  install(FILES ${PROJECT_BINARY_DIR}/ztlib.dll.debug DESTINATION symbols)
   # The licences are those of everything that is linked in statically.
   if(ZTLIB_WINDOWS_DEPS)
     install(DIRECTORY ${ZTLIB_WINDOWS_DEPS}/share/licenses/ DESTINATION licenses)
@@ -39,6 +41,7 @@ if(WIN32)
 else()
   set(CPACK_GENERATOR DEB)
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libztlib-dev)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${documents} COMPONENT development)
   include(${PROJECT_SOURCE_DIR}/cmake/debian.cmake)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md

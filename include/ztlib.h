@@ -48,6 +48,9 @@
  *   library, but not ztlib_context_destroy, and it must not destroy, configure or use a handle that
  *   a call around it works with. One such use does no harm: an image that is only read may get
  *   another picture, and the call goes on with the one that it began with.
+ *   A callback must return: except as told under "Threads" for Linux, it must not end its thread, by
+ *   ExitThread or otherwise, nor leave by longjmp. After ExitThread in a logger the library still
+ *   logs on other threads; what the ended call held is lost.
  *   A C++ exception that leaves a callback is a failure of the guarded call. It is dropped if it
  *   leaves `release`, the exception handler, or a logger that is being told of a failure.
  *
