@@ -3,7 +3,9 @@
 #include "client/console.h"
 #include "client/text.h"
 
+#include <algorithm>
 #include <type_traits>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -67,7 +69,7 @@ void AddCommand(CLI::App& app, const CCommand& command, CArguments& arguments) {
 
 }  // namespace
 
-CArguments ParseArguments(const CProgram& program, int count, char** values) {
+CArguments ParseArguments(const CProgram& program, std::vector<std::string> words) {
   CLI::App app(program.help, program.name);
   CArguments arguments;
   app.require_subcommand(1);
@@ -81,7 +83,9 @@ CArguments ParseArguments(const CProgram& program, int count, char** values) {
     Complain(std::string(error.what()) + " (see " + program.name + " --help)");
   };
   try {
-    app.parse(count, values);
+    // The last one first.
+    std::reverse(words.begin(), words.end());
+    app.parse(std::move(words));
   } catch (const CLI::Success& request) {
     arguments.run = nullptr;
     arguments.status = app.exit(request);

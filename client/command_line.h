@@ -58,11 +58,11 @@ struct CProgram {
   std::function<std::shared_ptr<void>(bool isVerbose)> open;
 };
 
-// What the line asks for. `run` is empty if it asked for help or was wrong; then `status` is the
+// What the words behind the program's name ask for. `run` is empty if it asked for help or was wrong; then `status` is the
 // exit status.
 struct CArguments {
   std::function<int()> run;
   bool isVerbose = false;
   int status = 0;
 };
-[[nodiscard]] CArguments ParseArguments(const CProgram& program, int count, char** values);
+[[nodiscard]] CArguments ParseArguments(const CProgram& program, std::vector<std::string> words);

@@ -17,8 +17,6 @@
 [[nodiscard]] CCommand MotionCommand();
 [[nodiscard]] CCommand TreeCommand();
 
-// Those that only a client with FFmpeg can run.
-
 struct CRecordOptions {
   std::string input, output;
   bool hasPsnr = false;  // play each frame back and measure it

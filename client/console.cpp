@@ -39,5 +39,7 @@ const char* ProgramName() {
 }
 
 void Complain(const std::string& text) {
-  std::fprintf(stderr, "%s: %s\n", programName, text.c_str());
+  // In one piece, which a console needs to see whole letters.
+  const std::string line = std::string(programName) + ": " + text + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
 }

@@ -8,8 +8,10 @@
 #include "client/demo/scene_ground.h"
 #include "client/demo/synthetic_scene.h"
 #include "client/frame_file.h"
+#include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
+#include "client/platform.h"
 #include "client/progress_bar.h"
 
 #include <algorithm>
@@ -112,7 +114,7 @@ class CPlayback {
 }  // namespace
 
 int Demo(const CDemoOptions& options) {
-  const std::filesystem::path folder = options.folder;
+  const std::filesystem::path folder = PathOf(options.folder);
   const std::string plainFile = (folder / "demo.zts").string(),
                     differentialFile = (folder / "demo-diff.zts").string(),
                     layeredFile = (folder / "demo-layered.zts").string(),
@@ -135,9 +137,8 @@ int Demo(const CDemoOptions& options) {
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::optional<CLayerView> layerView;
-  const std::string shownName = options.input.empty()
-                                    ? source->Name()
-                                    : std::filesystem::path(options.input).filename().string();
+  const std::string shownName =
+      options.input.empty() ? source->Name() : PathOf(options.input).filename().string();
   std::optional<CMotionView> motionView;
   if (!options.input.empty())
     motionView.emplace(momentMaker, ReadMotionSettings(options.motionConfig), shownName);

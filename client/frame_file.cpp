@@ -1,5 +1,6 @@
 #include "client/frame_file.h"
 
+#include "client/platform.h"
 #include "client/text.h"
 #include "ztlib.h"
 
@@ -12,8 +13,8 @@
 CFrameFileReader::CFrameFileReader(const std::string& name, std::uint32_t shortest)
     : path(name), minSize(shortest) {
   std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(path, error);
-  if (!error) file.open(path, std::ios::binary);
+  const std::uintmax_t size = std::filesystem::file_size(PathOf(path), error);
+  if (!error) file.open(PathOf(path), std::ios::binary);
   if (error || !file)
     throw CError(path + ": cannot read: " + (error ? error.message() : std::strerror(errno)));
   fileSize = size;

@@ -31,7 +31,7 @@ CFramePool& CFramePool::Instance() {
   return pool;
 }
 
-CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
+AVFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
   if (width <= 0 || height <= 0 || pixelFormat < 0 ||
       static_cast<std::size_t>(pixelFormat) >= shapes.size())
     return nullptr;
@@ -42,7 +42,7 @@ CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
              PixelFormatOf(*frame) == pixelFormat;
     });
     if (found != idle.end()) {
-      CFrame* frame = found->release();
+      AVFrame* frame = found->release();
       idle.erase(found);
       return frame;
     }
@@ -57,7 +57,7 @@ CFrame* CFramePool::Allocate(int width, int height, int pixelFormat) noexcept {
   return frame.release();
 }
 
-void CFramePool::Release(CFrame* frame) noexcept {
+void CFramePool::Release(AVFrame* frame) noexcept {
   FramePtr owned(frame);
   // A video encoder may still hold the buffer of a picture that was shown to it.
   if (!owned || IsShared(*frame)) return;

@@ -24,8 +24,8 @@ class CFramePool {
 
   // Size in pixels, `pixelFormat` one of ztlib_pixel_format. Null refuses: an unknown format, an
   // empty or too large picture, no memory.
-  [[nodiscard]] CFrame* Allocate(int width, int height, int pixelFormat) noexcept;
-  void Release(CFrame* frame) noexcept;
+  [[nodiscard]] AVFrame* Allocate(int width, int height, int pixelFormat) noexcept;
+  void Release(AVFrame* frame) noexcept;
 
  private:
   // Enough for the pictures that one stream has in work at a time.
@@ -39,8 +39,8 @@ class CFramePool {
 
 // A new frame of the pool, to be filled.
 struct CPoolDelete {
-  void operator()(CFrame* frame) const { CFramePool::Instance().Release(frame); }
+  void operator()(AVFrame* frame) const { CFramePool::Instance().Release(frame); }
 };
-using PoolFramePtr = std::unique_ptr<CFrame, CPoolDelete>;
+using PoolFramePtr = std::unique_ptr<AVFrame, CPoolDelete>;
 // Throws CError if there is no memory.
 [[nodiscard]] PoolFramePtr NewPoolFrame(int width, int height, int pixelFormat);

@@ -24,7 +24,7 @@ CLayeredRecording::CLayeredRecording(const CEncoderSettings& settings)
     : encoder(LayeredSettings(settings)) {}
 
 std::span<std::uint8_t> CLayeredRecording::Encode(const ImagePtr& image) {
-  const CFrame& packed = FrameOf(image);
+  const AVFrame& packed = FrameOf(image);
   const CLayeredPlanes planes(packed.data[0], std::ptrdiff_t{2} * packed.width, packed.width,
                               packed.height);
   coded = encoder.Encode(planes.Picture());

@@ -2,6 +2,7 @@
 #include "client/console.h"
 #include "client/frame_file.h"
 #include "client/layer_records.h"
+#include "client/platform.h"
 #include "client/progress_bar.h"
 
 #include <cinttypes>
@@ -18,7 +19,7 @@ struct CLayersOptions {
 };
 
 std::string LayerPath(const std::string& folder, std::size_t layer) {
-  return (std::filesystem::path(folder) / Text("layer%zu.zts", layer)).string();
+  return (PathOf(folder) / Text("layer%zu.zts", layer)).string();
 }
 
 // Runs `work` on every frame of the file; whatever does not fit ends it, with the frame's number.
@@ -88,7 +89,7 @@ int ShowLayerSizes(const CLayersOptions& options) {
 int SplitRecording(const CLayersOptions& options) {
   COutputs outputs({options.input}, LayerPaths(options.folder));
   std::error_code error;
-  std::filesystem::create_directories(options.folder, error);
+  std::filesystem::create_directories(PathOf(options.folder), error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
   std::array<std::optional<CFrameFileWriter>, layerCount> files;
   const std::int64_t frames =
@@ -115,7 +116,7 @@ int JoinRecording(const CLayersOptions& options) {
   for (std::size_t i = 1; i < static_cast<std::size_t>(options.layers); ++i) {
     const std::string path = LayerPath(options.folder, i);
     // The last layers may have been thrown away.
-    if (!std::filesystem::exists(path)) break;
+    if (!std::filesystem::exists(PathOf(path))) break;
     others.emplace_back(path, layerHeaderSize);
   }
   std::optional<CFrameFileWriter> file;

@@ -17,7 +17,8 @@ CSession::CSession(bool verbose) {
       [](int width, int height, int pixelFormat) -> void* {
         return CFramePool::Instance().Allocate(width, height, pixelFormat);
       },
-      [](void* frame) { CFramePool::Instance().Release(static_cast<CFrame*>(frame)); }, nullptr, 0);
+      [](void* frame) { CFramePool::Instance().Release(static_cast<AVFrame*>(frame)); }, nullptr,
+      0);
   ztlib_context_create();
   if (verbose)
     ztlib_registerLogger([](int level, const char* text) {
@@ -54,9 +55,9 @@ ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame) {
   return image;
 }
 
-const CFrame& FrameOf(const ImagePtr& image) {
+const AVFrame& FrameOf(const ImagePtr& image) {
   ClearFailure();
-  const auto* frame = static_cast<const CFrame*>(ztlib_ztimage_get_avframe(image.get()));
+  const auto* frame = static_cast<const AVFrame*>(ztlib_ztimage_get_avframe(image.get()));
   ThrowFailure();
   if (!frame) throw CLibraryError("the image has no picture");
   return *frame;
@@ -122,7 +123,7 @@ void CDecoder::Select(int videoFormat) {
   present = videoFormat;
 }
 
-const CFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
+const AVFrame& CDecoder::Decode(std::span<std::uint8_t> frame) {
   const CFrameHeader header = ReadFrameHeader(frame);
   // The library would make a picture of whatever lies where a frame has its size.
   if (header.IsLoneLayer()) throw CLibraryError(header.Fault());

@@ -44,7 +44,7 @@ using ImagePtr = std::unique_ptr<void, CImageDelete>;
 [[nodiscard]] ImagePtr WrapFrame(int pixelFormat, PoolFramePtr frame);
 
 // The frame behind an image.
-[[nodiscard]] const CFrame& FrameOf(const ImagePtr& image);
+[[nodiscard]] const AVFrame& FrameOf(const ImagePtr& image);
 
 // Width and height are those of the coded pictures. What follows the quality is for differential
 // video alone. Widths and heights are multiples of the format's steps.
@@ -101,7 +101,7 @@ class CDecoder {
 
   // The decoded picture, valid until the next call. After a CLibraryError the next frame may be
   // tried.
-  [[nodiscard]] const CFrame& Decode(std::span<std::uint8_t> frame);
+  [[nodiscard]] const AVFrame& Decode(std::span<std::uint8_t> frame);
 
  private:
   // Makes `handle` a configured decoder of that format.

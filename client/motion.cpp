@@ -1,21 +1,22 @@
 #include "client/coded_input.h"
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/motion_events.h"
 #include "client/motion_overlay.h"
 #include "client/motion_watch.h"
 #include "client/picture_io.h"
 #include "client/picture_sink.h"
+#include "client/platform.h"
 #include "client/tree_json.h"
 
 #include <cinttypes>
-#include <filesystem>
 
 namespace {
 
 std::unique_ptr<IPictureSource> OpenSource(const CMotionOptions& options) {
-  if (std::filesystem::path(options.input).extension() == ".zts")
+  if (PathOf(options.input).extension() == ".zts")
     return std::make_unique<CCodedInput>(options.input, options.framesPerSecond);
   return std::make_unique<CMediaInput>(options.input);
 }

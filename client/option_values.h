@@ -11,13 +11,6 @@
 
 inline constexpr int maxJpegSide = 65500;
 
-// What ReadPicture reads.
-#if defined(ZTCLIENT_FFMPEG)
-inline constexpr const char* pictureHelp = "Anything that FFmpeg reads";
-#else
-inline constexpr const char* pictureHelp = "A PNG file";
-#endif
-
 // "640x480".
 [[nodiscard]] COption::Parse SizeParser(int& width, int& height);
 

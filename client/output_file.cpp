@@ -37,14 +37,14 @@ COutputFile::COutputFile(std::string name) : path(std::move(name)), file(Output(
 
 COutputFile::COutputFile(std::string name, EUnfinished unfinishedFile)
     : path(std::move(name)), unfinished(unfinishedFile) {
-  switch (FileKindOf(path)) {
+  switch (FileKindOf(PathOf(path))) {
     case EFileKind::folder:
       errno = EISDIR;
       break;
     case EFileKind::special: {
       // A pipe that nobody reads is waited for.
       const CInterruptibleWait wait;
-      file = std::fopen(path.c_str(), "wb");
+      file = OpenSpecial(PathOf(path));
       break;
     }
     default:
@@ -56,7 +56,7 @@ COutputFile::COutputFile(std::string name, EUnfinished unfinishedFile)
 }
 
 void COutputFile::Create() {
-  place = FollowLinks(path);
+  place = FollowLinks(PathOf(path));
   if (FileKindOf(place) == EFileKind::regular && !IsWritable(place)) return;
   for (int attempt = 1; attempt <= mostTaken; ++attempt) {
     const bool isKept = unfinished == EUnfinished::kept;
@@ -125,19 +125,19 @@ void COutputFile::Publish() {
 
 COutputs::COutputs(const std::vector<std::string>& inputs, const std::vector<std::string>& names) {
   for (const std::string& input : inputs)
-    if (const std::optional<CFileId> id = FileIdOf(input)) read.insert(*id);
+    if (const std::optional<CFileId> id = FileIdOf(PathOf(input))) read.insert(*id);
   std::set<CPlace> places;
   for (const std::string& name : names) {
     if (name.empty()) continue;
-    CheckNotRead(name, FileIdOf(name));
+    CheckNotRead(name, FileIdOf(PathOf(name)));
     const std::optional<CPlace> place = PlaceOf(name);
     if (place && !places.insert(*place).second) throw CError(name + ": is to be written twice");
   }
 }
 
 std::optional<COutputs::CPlace> COutputs::PlaceOf(const std::string& path) {
-  const EFileKind kind = FileKindOf(path);
-  const fs::path place = FollowLinks(path);
+  const EFileKind kind = FileKindOf(PathOf(path));
+  const fs::path place = FollowLinks(PathOf(path));
   const fs::path folder = place.has_parent_path() ? place.parent_path() : fs::path(".");
   const std::optional<CFileId> id = FileIdOf(kind == EFileKind::regular ? place : folder);
   if (!id || kind == EFileKind::special || kind == EFileKind::folder) return std::nullopt;
@@ -150,7 +150,7 @@ void COutputs::CheckNotRead(const std::string& name, const std::optional<CFileId
 
 void COutputs::CheckNumbered(const std::string& folder) const {
   std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+  for (const fs::directory_entry& entry : fs::directory_iterator(PathOf(folder), error)) {
     const std::string digits = entry.path().stem().string();
     const bool isNumbered = digits.size() >= 6 &&
                             digits.find_first_not_of("0123456789") == digits.npos &&
@@ -162,7 +162,7 @@ void COutputs::CheckNumbered(const std::string& folder) const {
 std::shared_ptr<COutputFile> COutputs::Open(const std::string& path, EUnfinished unfinished) {
   // What the system knows by this name is not where the client prints.
   if (path == "/dev/stdout") return OpenStandardOutput(path);
-  CheckNotRead(path, FileIdOf(path));
+  CheckNotRead(path, FileIdOf(PathOf(path)));
   std::optional<CPlace> place = PlaceOf(path);
   if (place && std::any_of(entries.begin(), entries.end(),
                            [&](const CEntry& entry) { return entry.place == place; }))

@@ -1,24 +1,28 @@
 #pragma once
 
-#include "client/frame.h"
+#include "client/picture_file.h"
+#include "client/scaler.h"
+#include "client/yuv_packing.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
-#include <string>
 
-// The forms in which decoded pictures are written, made by FFmpeg or, in a client without it, by
-// code of our own.
+// The forms in which decoded pictures are written.
 
 // Makes PNG files.
-class IPngCoder {
+class CPngCoder {
  public:
-  virtual ~IPngCoder() = default;
   // The file image, valid until the next call.
-  [[nodiscard]] virtual std::span<const std::uint8_t> Code(const CFrame& picture) = 0;
+  [[nodiscard]] std::span<const std::uint8_t> Code(const AVFrame& picture) {
+    return coder.Code(unpacker.Unpack(picture));
+  }
+
+ private:
+  CUnpacker unpacker;
+  CPictureCoder coder{CPictureCoder::EKind::png};
 };
-[[nodiscard]] std::unique_ptr<IPngCoder> NewPngCoder();
 
 struct CPlane {
   const std::uint8_t* data = nullptr;
@@ -26,14 +30,21 @@ struct CPlane {
   int columns = 0, rows = 0;
 };
 
-// Makes the planes of a YUV4MPEG2 stream.
-class IPlaneMaker {
+// Makes the planes of a YUV4MPEG2 stream, whose size and layout are those of the first picture.
+class CPlaneMaker {
  public:
-  virtual ~IPlaneMaker() = default;
+  explicit CPlaneMaker(const AVFrame& first);
+
   // The layout's name in YUV4MPEG2.
-  [[nodiscard]] virtual const char* Layout() const = 0;
+  [[nodiscard]] const char* Layout() const { return layout; }
   // Valid until the next call.
-  [[nodiscard]] virtual std::span<const CPlane> Make(const CFrame& picture) = 0;
+  [[nodiscard]] std::span<const CPlane> Make(const AVFrame& picture);
+
+ private:
+  int width, height;
+  AVPixelFormat format = AV_PIX_FMT_YUV420P;
+  const char* layout = "420jpeg";
+  CUnpacker unpacker;
+  CScaler scaler;
+  std::array<CPlane, 3> planes;
 };
-// For pictures like the first, whose size all planes get.
-[[nodiscard]] std::unique_ptr<IPlaneMaker> NewPlaneMaker(const CFrame& first);

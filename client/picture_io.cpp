@@ -1,16 +1,39 @@
 #include "client/picture_io.h"
 
+#include "client/interrupt.h"
+#include "client/media_input.h"
+#include "client/picture_forms.h"
+#include "client/scaler.h"
+
 #include <algorithm>
 
-CError ColourError(const std::string& path) {
-  return CError(path + ": a picture in colour has no single value for a pixel; it is rgb");
+PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
+  CMediaInput input(path);
+  const FramePtr read = NewFrame();
+  if (!input.Next(*read)) {
+    ThrowIfInterrupted();
+    throw CError(path + ": no picture in it");
+  }
+  const bool isGray = pixelFormat == ZTLIB_GRAY;
+  const auto format = static_cast<AVPixelFormat>(read->format);
+  if (isGray && colour == EColour::refused && av_pix_fmt_desc_get(format)->nb_components > 2)
+    throw CError(path + ": a picture in colour has no single value for a pixel; it is rgb");
+  CScaler scaler;
+  const AVFrame& shown =
+      scaler.Convert(*read, isGray ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_BGR0, read->width, read->height);
+  PoolFramePtr picture = NewPoolFrame(shown.width, shown.height, pixelFormat);
+  for (int y = 0; y < shown.height; ++y)
+    std::copy_n(shown.data[0] + std::ptrdiff_t{y} * shown.linesize[0],
+                shown.width * (isGray ? 1 : 4),
+                picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);
+  return picture;
 }
 
-void WritePng(COutputs& outputs, const std::string& path, const CFrame& picture, IPngCoder& coder) {
-  outputs.Write(path, coder.Code(picture));
+void WritePng(COutputs& outputs, const std::string& path, const AVFrame& picture) {
+  outputs.Write(path, CPngCoder().Code(picture));
 }
 
-CCanvas CanvasOf(const CFrame& picture) {
+CCanvas CanvasOf(const AVFrame& picture) {
   CCanvas canvas(picture.width, picture.height);
   for (int y = 0; y < picture.height; ++y) {
     const std::uint8_t* row = picture.data[0] + std::ptrdiff_t{y} * picture.linesize[0];

@@ -13,7 +13,7 @@ class IPictureSink {
  public:
   virtual ~IPictureSink() = default;
 
-  virtual void Write(const CFrame& picture, std::int64_t index) = 0;
+  virtual void Write(const AVFrame& picture, std::int64_t index) = 0;
   // Completes the output, which then takes its place with the others of the command.
   virtual void Close() = 0;
 };

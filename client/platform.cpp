@@ -1,12 +1,14 @@
 #include "client/platform.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
 
 #if defined(_WIN32)
-#include <algorithm>
-#include <cwctype>
+#include <atomic>
+#include <memory>
+#include <new>
 
 #include <fcntl.h>
 #include <io.h>
@@ -24,6 +26,10 @@
 #endif
 
 namespace fs = std::filesystem;
+
+fs::path PathOf(std::string_view name) {
+  return std::u8string(name.begin(), name.end());
+}
 
 #if defined(_WIN32)
 
@@ -84,9 +90,13 @@ int LastErrno() {
 void (*onInterrupt)() = nullptr;
 void (*onCleanUp)() = nullptr;
 
+// The thread that waits for input, null while none does.
+std::atomic<HANDLE> waiting = nullptr;
+
 // Runs on a thread of its own.
 BOOL WINAPI HandleConsole(DWORD event) {
   onInterrupt();
+  if (const HANDLE thread = waiting) CancelSynchronousIo(thread);
   if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return TRUE;
   // The console closes: five seconds after this the system ends the process, and at once when this
   // returns. The orderly end ends this thread too.
@@ -95,7 +105,28 @@ BOOL WINAPI HandleConsole(DWORD event) {
   EndAtOnce(130);
 }
 
+// What the console had before; 0 where there was no console.
+UINT consoleEncoding = 0;
+DWORD errorMode = 0;
+
+void RestoreConsole() {
+  if (consoleEncoding != 0) SetConsoleOutputCP(consoleEncoding);
+  if (errorMode != 0) SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), errorMode);
+}
+
 }  // namespace
+
+std::vector<std::string> Arguments(int, char**) {
+  // What main gets has lost the letters that the system's code page lacks.
+  int count = 0;
+  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (!words) throw std::bad_alloc();
+  const std::shared_ptr<void> owned(words, LocalFree);
+  std::vector<std::string> arguments;
+  for (int i = 1; i < count; ++i)
+    arguments.push_back(fs::path(words[i]).string());
+  return arguments;
+}
 
 std::optional<int> RunBeside(const std::string& program,
                              const std::vector<std::string>& arguments) {
@@ -105,7 +136,7 @@ std::optional<int> RunBeside(const std::string& program,
   // The system hands over one line; no name of a file has a quote in it.
   std::vector<std::wstring> words{L"\"" + path.native() + L"\""};
   for (const std::string& argument : arguments)
-    words.push_back(L"\"" + fs::path(argument).native() + L"\"");
+    words.push_back(L"\"" + PathOf(argument).native() + L"\"");
   std::vector<const wchar_t*> line;
   for (const std::wstring& word : words)
     line.push_back(word.c_str());
@@ -149,9 +180,12 @@ fs::path FollowLinks(fs::path path) {
 }
 
 fs::path ComparableName(const fs::path& name) {
+  // Upper case, as the system itself compares; letters keep their number.
   std::wstring folded = name.native();
-  std::transform(folded.begin(), folded.end(), folded.begin(),
-                 [](wchar_t letter) { return static_cast<wchar_t>(std::towlower(letter)); });
+  const auto size = static_cast<int>(folded.size());
+  if (size > 0)
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), size, folded.data(), size,
+                  nullptr, nullptr, 0);
   return folded;
 }
 
@@ -165,6 +199,10 @@ std::FILE* CreateNewFile(const fs::path& path, const fs::path&) {
   }
   const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY);
   return descriptor < 0 ? nullptr : _fdopen(descriptor, "wb");
+}
+
+std::FILE* OpenSpecial(const fs::path& path) {
+  return _wfopen(path.c_str(), L"wb");
 }
 
 bool IsWritable(const fs::path& path) {
@@ -191,11 +229,22 @@ std::FILE* BinaryCopyOf(std::FILE* file) {
 
 const char* const nowhere = "NUL";
 
-bool IsErrorTerminal() {
+CConsoleSetup::CConsoleSetup() {
+  consoleEncoding = GetConsoleOutputCP();
+  if (consoleEncoding != 0) SetConsoleOutputCP(CP_UTF8);
   const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
+  if (GetConsoleMode(console, &errorMode))
+    SetConsoleMode(console, errorMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+CConsoleSetup::~CConsoleSetup() {
+  RestoreConsole();
+}
+
+bool IsErrorTerminal() {
   DWORD mode = 0;
-  return GetConsoleMode(console, &mode) != 0 &&
-         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+  return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) &&
+         mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING;
 }
 
 void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
@@ -204,8 +253,15 @@ void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
   SetConsoleCtrlHandler(HandleConsole, TRUE);
 }
 
-CInterruptibleWait::CInterruptibleWait() = default;
-CInterruptibleWait::~CInterruptibleWait() = default;
+CInterruptibleWait::CInterruptibleWait() {
+  // A handle that is good on other threads.
+  static const HANDLE thread = OpenThread(THREAD_TERMINATE, FALSE, GetCurrentThreadId());
+  waiting = thread;
+}
+
+CInterruptibleWait::~CInterruptibleWait() {
+  waiting = nullptr;
+}
 
 void RemoveAtOnce(const fs::path::value_type* path) noexcept {
   if (!DeleteFileW(path)) RemoveDirectoryW(path);
@@ -218,6 +274,7 @@ void ComplainAtOnce(const char* text) noexcept {
 }
 
 void EndAtOnce(int status) noexcept {
+  RestoreConsole();
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
   std::abort();
 }
@@ -262,6 +319,10 @@ void InstallRequests(int flags) {
 }
 
 }  // namespace
+
+std::vector<std::string> Arguments(int count, char** values) {
+  return {values + std::min(count, 1), values + count};
+}
 
 std::optional<int> RunBeside(const std::string& program,
                              const std::vector<std::string>& arguments) {
@@ -330,6 +391,10 @@ std::FILE* CreateNewFile(const fs::path& path, const fs::path& like) {
   return fdopen(descriptor, "wb");
 }
 
+std::FILE* OpenSpecial(const fs::path& path) {
+  return std::fopen(path.c_str(), "wb");
+}
+
 bool IsWritable(const fs::path& path) {
   return access(path.c_str(), W_OK) == 0;
 }
@@ -357,6 +422,9 @@ std::FILE* BinaryCopyOf(std::FILE* file) {
 }
 
 const char* const nowhere = "/dev/null";
+
+CConsoleSetup::CConsoleSetup() = default;
+CConsoleSetup::~CConsoleSetup() = default;
 
 bool IsErrorTerminal() {
   return isatty(fileno(stderr)) == 1;

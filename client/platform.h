@@ -6,9 +6,17 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// What the systems that the client runs on do each in its own way.
+// What the systems that the client runs on do each in its own way. Texts, and names of files among
+// them, are UTF-8 on all of them.
+
+// A name as the system has it. The constructor of a path would take its bytes for those of a locale.
+[[nodiscard]] std::filesystem::path PathOf(std::string_view name);
+
+// The words behind the program's name, from what `main` gets or from where the system has them whole.
+[[nodiscard]] std::vector<std::string> Arguments(int count, char** values);
 
 // Runs a program that lies beside the running one, to its end. Its exit status; nothing if there is
 // no such program.
@@ -38,6 +46,8 @@ enum class EFileKind { missing, regular, folder, special };
 // is there. Null with errno set if it fails; EEXIST if there is such a file.
 [[nodiscard]] std::FILE* CreateNewFile(const std::filesystem::path& path,
                                        const std::filesystem::path& like);
+// Opens a pipe or a device. Null with errno set if it fails.
+[[nodiscard]] std::FILE* OpenSpecial(const std::filesystem::path& path);
 // A read-only file could be replaced all the same; its owner does not want that.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& path);
 [[nodiscard]] bool SeekTo(std::FILE* file, std::int64_t offset, int whence);
@@ -50,7 +60,16 @@ enum class EFileKind { missing, regular, folder, special };
 // A copy of a stream that writes bytes as they are, and where to send what nobody reads.
 [[nodiscard]] std::FILE* BinaryCopyOf(std::FILE* file);
 extern const char* const nowhere;
-// Whether standard error is a terminal that understands the codes which rewrite a line.
+// While one lives, a console shows texts as what they are and understands the codes which rewrite a
+// line. Terminals always do.
+class CConsoleSetup {
+ public:
+  CConsoleSetup();
+  ~CConsoleSetup();
+  CConsoleSetup(const CConsoleSetup&) = delete;
+  CConsoleSetup& operator=(const CConsoleSetup&) = delete;
+};
+// Whether standard error is a terminal that understands these codes.
 [[nodiscard]] bool IsErrorTerminal();
 
 // Has `interrupt` called when the user or the system asks the program to end, and `cleanUp` before

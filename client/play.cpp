@@ -123,9 +123,9 @@ int Play(const CPlayOptions& options) {
         ++baseless;
         continue;
       }
-      const CFrame* picture = nullptr;
+      const AVFrame* picture = nullptr;
       try {
-        picture = &decode.Run([&]() -> const CFrame& { return decoder.Decode(frame->bytes); });
+        picture = &decode.Run([&]() -> const AVFrame& { return decoder.Decode(frame->bytes); });
       } catch (const CLibraryError& error) {
         damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
                          frame->index, frame->offset) +

@@ -1,5 +1,6 @@
-#include "client/picture_io.h"
+#include "client/picture_forms.h"
 #include "client/picture_sink.h"
+#include "client/platform.h"
 #include "client/text.h"
 
 #include <cinttypes>
@@ -10,15 +11,15 @@ namespace {
 class CPngOutput : public IPictureSink {
  public:
   CPngOutput(COutputs& commandOutputs, const std::string& path)
-      : outputs(commandOutputs), folder(path) {
+      : outputs(commandOutputs), folder(PathOf(path)) {
     outputs.CheckNumbered(path);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) throw CError(path + ": cannot make the folder: " + error.message());
   }
 
-  void Write(const CFrame& picture, std::int64_t index) override {
-    WritePng(outputs, (folder / Text("%06" PRId64 ".png", index)).string(), picture, *coder);
+  void Write(const AVFrame& picture, std::int64_t index) override {
+    outputs.Write((folder / Text("%06" PRId64 ".png", index)).string(), coder.Code(picture));
     outputs.Publish();
   }
 
@@ -27,7 +28,7 @@ class CPngOutput : public IPictureSink {
  private:
   COutputs& outputs;
   std::filesystem::path folder;
-  std::unique_ptr<IPngCoder> coder = NewPngCoder();
+  CPngCoder coder;
 };
 
 }  // namespace

@@ -1,16 +1,14 @@
 #include "client/program.h"
 
+#include "client/av.h"
 #include "client/console.h"
 #include "client/interrupt.h"
 #include "client/output_file.h"
+#include "client/platform.h"
 
 #include <cstdlib>
 #include <exception>
 #include <new>
-
-#if defined(ZTCLIENT_FFMPEG)
-#include "client/av.h"
-#endif
 
 namespace {
 
@@ -34,16 +32,15 @@ constexpr char noMemory[] = "out of memory";
 int RunProgram(CProgram (*describe)(), int count, char** values) {
   std::set_terminate(OnTerminate);
   if (count > 0) SetProgramName(values[0]);
+  const CConsoleSetup console;
   try {
     const CProgram program = describe();
     SetProgramName(program.name);
-    const CArguments arguments = ParseArguments(program, count, values);
+    const CArguments arguments = ParseArguments(program, Arguments(count, values));
     if (!arguments.run) return arguments.status;
     WatchInterrupts();
     SplitOutput();
-#if defined(ZTCLIENT_FFMPEG)
     av_log_set_level(AV_LOG_QUIET);
-#endif
     const std::shared_ptr<void> session = program.open(arguments.isVerbose);
     const int status = arguments.run();
     Flush(Output());

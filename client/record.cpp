@@ -1,6 +1,7 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/frame_file.h"
+#include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
 #include "client/progress_bar.h"

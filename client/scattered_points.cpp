@@ -1,6 +1,7 @@
 #include "client/scattered_points.h"
 
 #include "client/option_values.h"
+#include "client/platform.h"
 #include "client/text.h"
 
 #include <algorithm>
@@ -43,7 +44,7 @@ std::optional<CScatteredPoint> ParsePoint(std::string_view line) {
 }  // namespace
 
 std::vector<CScatteredPoint> ReadPoints(const std::string& path) {
-  std::ifstream file(path);
+  std::ifstream file(PathOf(path));
   if (!file) throw CError(path + ": cannot open");
   std::vector<CScatteredPoint> points;
   std::string line;

@@ -21,7 +21,7 @@ double CSquaredError::Psnr() const {
   return std::min(maxPsnr, 10 * std::log10(255.0 * 255.0 * double(samples) / double(sum)));
 }
 
-CPictureError Compare(const CFrame& first, const CFrame& second) {
+CPictureError Compare(const AVFrame& first, const AVFrame& second) {
   CPictureError error;
   for (int y = 0; y < first.height; ++y) {
     const std::uint8_t* a = first.data[0] + std::ptrdiff_t{y} * first.linesize[0];

@@ -57,4 +57,4 @@ struct CPictureError {
 };
 
 // Of two ZTLIB_YUV pictures of the same size.
-[[nodiscard]] CPictureError Compare(const CFrame& first, const CFrame& second);
+[[nodiscard]] CPictureError Compare(const AVFrame& first, const AVFrame& second);

@@ -78,7 +78,7 @@ int Triangulate(const CTriangulateOptions& options) {
     CCanvas canvas = map.Paint();
     for (const CScatteredPoint& point : points)
       map.DrawPoint(canvas, point, CHeatMap::EPoint::small);
-    WritePng(outputs, options.png, *PictureOf(canvas), *NewPngCoder());
+    WritePng(outputs, options.png, *PictureOf(canvas));
     outputs.Publish();
     Print(Output(), options.png + ": " + map.Range() + "\n");
   }

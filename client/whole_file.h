@@ -1,7 +1,6 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 // Throws CError with the reason.
-[[nodiscard]] std::string ReadWholeFile(const std::filesystem::path& path);
+[[nodiscard]] std::string ReadWholeFile(const std::string& path);

@@ -3,6 +3,7 @@
 #include "client/text.h"
 
 #include <cmath>
+#include <optional>
 
 namespace {
 
@@ -24,9 +25,9 @@ class CY4mOutput : public IPictureSink {
       : rate(RateText(framesPerSecond)),
         file(path == "-" ? outputs.OpenStandardOutput(path) : outputs.Open(path)) {}
 
-  void Write(const CFrame& picture, std::int64_t) override {
+  void Write(const AVFrame& picture, std::int64_t) override {
     if (!maker) {
-      maker = NewPlaneMaker(picture);
+      maker.emplace(picture);
       const std::string header = Text("YUV4MPEG2 W%d H%d F%s Ip A1:1 C%s XCOLORRANGE=FULL\n",
                                       picture.width, picture.height, rate.c_str(), maker->Layout());
       file->Write(header);
@@ -44,7 +45,7 @@ class CY4mOutput : public IPictureSink {
  private:
   std::string rate;
   std::shared_ptr<COutputFile> file;
-  std::unique_ptr<IPlaneMaker> maker;
+  std::optional<CPlaneMaker> maker;
 };
 
 }  // namespace

@@ -7,11 +7,11 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-set(ZTLIB_WINDOWS_DEPS ${CMAKE_CURRENT_LIST_DIR}/../build/windows-deps/prefix)
+cmake_path(SET ZTLIB_WINDOWS_DEPS NORMALIZE
+           ${CMAKE_CURRENT_LIST_DIR}/../build/windows-deps/prefix)
 list(APPEND CMAKE_FIND_ROOT_PATH ${ZTLIB_WINDOWS_DEPS} /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-# The search would find the import library of a DLL first.
-set(ZLIB_LIBRARY /usr/x86_64-w64-mingw32/lib/libz.a CACHE FILEPATH "")
+set(ENV{PKG_CONFIG_LIBDIR} ${ZTLIB_WINDOWS_DEPS}/lib/pkgconfig)

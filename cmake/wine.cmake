@@ -7,7 +7,7 @@ if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
   set(wine_prefix ${PROJECT_BINARY_DIR}/wine)
   file(MAKE_DIRECTORY ${wine_prefix})
   set(wine_environment ${CMAKE_COMMAND} -E env
-      WINEPREFIX=${wine_prefix} WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=)
+      WINEPREFIX=${wine_prefix} WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= LC_ALL=C.UTF-8)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${wine_environment} ${WINE})
   # If the server kept the test's output open, the test would not end.
   add_test(NAME wine_start COMMAND ${wine_environment}

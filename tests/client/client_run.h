@@ -1,16 +1,20 @@
 #pragma once
 
+#include "tests/client/process.h"
 #include "tests/kit/codec.h"
 #include "tests/support/common.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <span>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
-#include <sys/wait.h>
 
 namespace fs = std::filesystem;
 
@@ -75,38 +79,44 @@ inline CY4m ParseY4m(const std::string& stream, std::size_t frameBytes) {
   return y4m;
 }
 
-// Each test has a folder with "demo.zts", twelve frames of the drawn scene, and its report.
+// Each test has a folder with "demo.zts", twelve frames of the drawn scene, and its report. Its name
+// has a blank and letters that no single code page has, so every command meets such names.
 class ClientTest : public testing::Test {
  protected:
   static constexpr int frames = 12, width = 320, height = 240;
   static constexpr std::size_t headerSize = 112;
 
   void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "ztclient.XXXXXX").string();
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder = name;
+    const fs::path name = fs::temp_directory_path() / u8"ztclient Stra\u00DFe \u5317 ";
+    for (int i = 1; folder.empty() || !fs::create_directory(folder); ++i)
+      (folder = name) += std::to_string(i);
     EXPECT_EQ(Succeed("demo --frames 12 --size 320x240 --out @.").errors, "");
   }
   void TearDown() override {
     if (!folder.empty()) fs::remove_all(folder);
   }
 
-  [[nodiscard]] std::string Path(const std::string& name) const { return (folder / name).string(); }
-  // Each "@" stands for the folder.
-  [[nodiscard]] std::string Expand(std::string arguments) const {
-    for (std::size_t at; (at = arguments.find('@')) != std::string::npos;)
-      arguments.replace(at, 1, folder.string() + "/");
-    return arguments;
+  [[nodiscard]] fs::path Path(const std::string& name) const { return folder / name; }
+  // The words of a line. Each "@" stands for the folder.
+  [[nodiscard]] std::vector<std::string> Expand(const std::string& line) const {
+    std::istringstream rest(line);
+    std::vector<std::string> words;
+    for (std::string word; rest >> word; words.push_back(word))
+      for (std::size_t at; (at = word.find('@')) != std::string::npos;)
+        word.replace(at, 1, folder.string() + "/");
+    return words;
   }
   // Runs ztclient with these arguments. Where the first of them is "ztinside", the others go to
   // that program.
   [[nodiscard]] CRun Run(const std::string& arguments) const {
-    const std::string program = IsInside(arguments) ? ZTINSIDE : ZTCLIENT;
-    const std::string rest = arguments.substr(IsInside(arguments) ? inside.size() : 0);
-    const std::string command =
-        "'" + program + Expand("' " + rest + " >@stdout 2>@stderr </dev/null");
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText("stdout"), ReadText("stderr")};
+    if (IsInside(arguments)) return Run(ZTINSIDE, arguments.substr(inside.size()));
+    return Run(ZTCLIENT, arguments);
+  }
+  [[nodiscard]] CRun Run(const fs::path& program, const std::string& arguments) const {
+    const int status = CProcess(program, Expand(arguments), Path("stdout"), Path("stderr")).Wait();
+    std::string errors = ReadText("stderr");
+    std::erase(errors, '\r');
+    return {status, ReadText("stdout"), errors};
   }
   // Runs a command that must not fail.
   CRun Succeed(const std::string& arguments) const {
@@ -136,6 +146,14 @@ class ClientTest : public testing::Test {
     return ParseY4m(Succeed(options + " @" + arguments).output,
                     static_cast<std::size_t>(3 * pixels / scale / scale))
         .frames;
+  }
+  // All files in the folder except the output of Run.
+  [[nodiscard]] std::set<fs::path> Files() const {
+    std::set<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+      if (entry.path().stem() != "stdout" && entry.path().stem() != "stderr")
+        files.insert(entry.path());
+    return files;
   }
   [[nodiscard]] std::string ReadText(const std::string& name) const {
     const Bytes bytes = ReadBytes(Path(name));

@@ -85,8 +85,8 @@ TEST_F(LayersTest, MistakesAreNamed) {
         {"long/", "few/layer0.zts", "parts/layer1.zts"},
         {"swapped/", "parts/layer1.zts", "parts/layer1.zts"}}) {
     fs::create_directory(Path(folder));
-    fs::copy_file(Path(first), Path(folder) + "layer0.zts");
-    fs::copy_file(Path(second), Path(folder) + "layer1.zts");
+    fs::copy_file(Path(first), Path(folder) / "layer0.zts");
+    fs::copy_file(Path(second), Path(folder) / "layer1.zts");
   }
   ExpectErrors({
       {"layers sizes @demo.zts", "frame 0 at offset 0: no layered frame"},

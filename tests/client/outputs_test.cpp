@@ -1,4 +1,5 @@
-// The client writes its outputs completely or not at all, and never over its inputs.
+// The client writes its outputs completely or not at all. These tests need what Linux alone has:
+// symbolic links, limits, pipes with names, signals, terminals.
 #include "tests/client/client_run.h"
 
 #include <chrono>
@@ -9,7 +10,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -21,14 +21,6 @@ class OutputsTest : public ClientTest {
     Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
   }
 
-  // Returns all files in the folder except the output of Run.
-  [[nodiscard]] std::set<std::string> Files() const {
-    std::set<std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-      if (entry.path().stem() != "stdout" && entry.path().stem() != "stderr")
-        files.insert(entry.path().string());
-    return files;
-  }
   // Waits for something that a process does, for a minute at most.
   template <class Condition>
   static bool Await(Condition&& condition) {
@@ -43,68 +35,14 @@ class OutputsTest : public ClientTest {
     const std::uintmax_t size = fs::file_size(Path(name), error);
     return error ? 0 : size;
   }
+  [[nodiscard]] CProcess Start(const std::string& arguments) const {
+    return {ZTCLIENT, Expand(arguments), Path("stdout"), Path("stderr")};
+  }
+  static int End(CProcess& client, int signal) {
+    client.Signal(signal);
+    return client.Wait();
+  }
 };
-
-// A client that runs beside the test. It replaces the shell that starts it.
-struct CRunning {
-  explicit CRunning(const std::string& arguments) {
-    const std::string command = std::string("exec '") + ZTCLIENT + "' " + arguments;
-    if (process != 0) return;
-    execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  ~CRunning() {
-    if (process > 0) End(SIGKILL);
-  }
-  CRunning(const CRunning&) = delete;
-  CRunning& operator=(const CRunning&) = delete;
-
-  // Sends a signal and returns the exit status.
-  int End(int signal) {
-    kill(process, signal);
-    int status = 0;
-    waitpid(std::exchange(process, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  pid_t process = fork();
-};
-
-TEST_F(OutputsTest, NoInputIsWritten) {
-  WriteText("c.json", R"({"X0Virtual": 2000})");
-  WriteText("mask.json", "[[0, 0, 8192, 0, 8192, 16384]]");
-  WriteText("p.csv", "0,0,1\n5,0,2\n0,5,3\n");
-  WriteBytes(Path("s.raw"), Bytes(64, 7));
-  fs::create_directory(Path("linked"));
-  fs::create_symlink("../demo.zts", Path("linked/soft.zts"));
-  fs::create_hard_link(Path("demo.zts"), Path("linked/hard.mkv"));
-  fs::create_symlink("../png/000007.png", Path("linked/000000.png"));
-  Succeed("layers split @demo-layered.zts @k");
-  fs::copy_file(Path("demo-layered.zts"), Path("k/layer0.zts"),
-                fs::copy_options::overwrite_existing);
-  std::map<std::string, Bytes> before;
-  for (const std::string& file : Files())
-    if (fs::is_regular_file(file)) before[file] = ReadBytes(file);
-  for (const std::string arguments : {
-           "play @linked/soft.zts --video @linked/hard.mkv",
-           "play @demo.zts --png @new --y4m @demo.zts",
-           "motion @a.mkv --config @mask.json --json @mask.json",
-           "motion @png/%06d.png --png @linked",
-           "motion '@png/%*.png' --json @png/000011.png",
-           "record file:@a.mkv @a.mkv",
-           "ztinside histogram @png/000000.png --mask @mask.json --png @mask.json",
-           "ztinside convert @s.raw --from gray --to yuv --size 8x8 --out @s.raw",
-           "triangulate @p.csv --rect 0,0,9,9 --png @p.csv",
-           "ztinside calibrate @png/000000.png --config @c.json --out @x --json @c.json",
-           "demo @demo.zts --out @.",
-           "layers split @k/layer0.zts @k",
-           "layers join @k @k/layer0.zts",
-       })
-    ExpectError(arguments, "is the input");
-  for (const auto& [file, bytes] : before)
-    EXPECT_TRUE(ReadBytes(file) == bytes) << file;
-  EXPECT_FALSE(fs::exists(Path("new")));
-  ExpectError("motion @a.mkv --json @x --video @./x", "is to be written twice");
-}
 
 TEST_F(OutputsTest, ALinkStaysAndItsFileIsReplaced) {
   WriteText("old.json", "old");
@@ -115,6 +53,11 @@ TEST_F(OutputsTest, ALinkStaysAndItsFileIsReplaced) {
   EXPECT_EQ(nlohmann::json::parse(ReadText("old.json"))["frames"].size(), frames);
   EXPECT_EQ(fs::status(Path("old.json")).permissions(), fs::perms(0640));
   ExpectPart(Succeed("motion @a.mkv --json /dev/stdout").output, "\"events\"");
+}
+
+TEST_F(OutputsTest, DevicesAndPatternsAreUnderstood) {
+  ExpectError("play @demo.zts --y4m /dev/full", "/dev/full: cannot write");
+  ExpectError("motion @png/%*.png --json @png/000011.png", "is the input");
 }
 
 TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
@@ -132,17 +75,17 @@ TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
   };
   for (const auto& [arguments, output, partial] : cases) {
     WriteText(output, "old");
-    const std::set<std::string> before = Files();
+    const std::set<fs::path> before = Files();
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit small{20000, limit.rlim_max};
     setrlimit(RLIMIT_FSIZE, &small);
-    const std::string keeps = partial ? Path(partial) + " has what" : "";
+    const std::string keeps = partial ? Path(partial).string() + " has what" : "";
     ExpectError(arguments, "cannot write: File too large");
     setrlimit(RLIMIT_FSIZE, &limit);
     ExpectPart(ReadText("stderr"), keeps);
     EXPECT_TRUE(ReadText(output) == "old") << arguments;
-    std::set<std::string> after = before;
+    std::set<fs::path> after = before;
     if (partial) {
       after.insert(Path(partial));
       EXPECT_GT(Size(partial), 10000U);
@@ -165,12 +108,12 @@ TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
                {"motion @in.y4m --json @out.json --video @out.mkv --png @shots", SIGTERM,
                 "shots/000010.png", 1}};
   for (const auto& [arguments, signal, written, bytes] : cases) {
-    CRunning client(Expand(arguments) + " >" + Path("stdout") + " 2>" + Path("stderr"));
+    CProcess client = Start(arguments);
     const int pipe = open(Path("in.y4m").c_str(), O_WRONLY);
     ASSERT_GE(pipe, 0);
     ASSERT_EQ(write(pipe, video.data(), video.size()), static_cast<ssize_t>(video.size()));
     EXPECT_TRUE(Await([&, name = written, least = bytes] { return Size(name) >= least; }));
-    EXPECT_EQ(client.End(signal), 130) << arguments;
+    EXPECT_EQ(End(client, signal), 130) << arguments;
     close(pipe);
     EXPECT_EQ(ReadText("stderr"), "") << arguments;
     ExpectPart(ReadText("stdout"), " frames ");
@@ -180,14 +123,15 @@ TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
   EXPECT_GE(seen, 11U);
   ExpectPart(Run("motion @out.mkv").output, "out.mkv: " + std::to_string(seen) + " frames");
 
-  CRunning demo("demo --frames 100000 --size 64x64 --out " + Path("long") + " >/dev/null");
+  CProcess demo = Start("demo --frames 100000 --size 64x64 --out @long");
   ASSERT_TRUE(Await([&] { return Size("long/.ztclient-1.tmp") > 0; }));
-  EXPECT_EQ(demo.End(SIGINT), 130);
+  EXPECT_EQ(End(demo, SIGINT), 130);
   for (const char* name : {"long/demo.zts", "long/demo-diff.zts", "long/demo-layered.zts"})
     EXPECT_GT(Info(name)["frames"].size(), 0U) << name;
   ExpectPart(ReadText("long/report.html"), "</html>");
-  for (const std::string& file : Files())
-    EXPECT_TRUE(file.find(".tmp") == file.npos && file.find("partial") == file.npos) << file;
+  for (const fs::path& file : Files())
+    EXPECT_TRUE(file.extension() != ".tmp" && file.string().find("partial") == std::string::npos)
+        << file;
 }
 
 // A full pipe holds the client inside a picture, so the first interrupt has no effect yet.
@@ -196,7 +140,7 @@ TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
     ASSERT_EQ(mkfifo(Path(name).c_str(), 0600), 0);
   for (const char* name : {"old.mkv", "old.json"})
     WriteText(name, "old");
-  std::set<std::string> files = Files();
+  std::set<fs::path> files = Files();
   const struct {
     std::string arguments, pipe;
     std::size_t taken;  // from the pipe
@@ -209,7 +153,7 @@ TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
       {"motion @a.mkv --json @old.json --video @pipe.mkv", "pipe.mkv", 1, ".ztclient-1.tmp", false},
   };
   for (const auto& [arguments, pipe, taken, beside, isKept] : cases) {
-    CRunning client(Expand(arguments) + " >/dev/null 2>" + Path("stderr"));
+    CProcess client = Start(arguments);
     const int end = open(Path(pipe).c_str(), O_RDONLY);
     ASSERT_GE(end, 0);
     std::vector<char> bytes(taken);
@@ -219,20 +163,33 @@ TEST_F(OutputsTest, TheSecondInterruptLeavesTheOldFiles) {
       at += static_cast<std::size_t>(size);
     }
     ASSERT_TRUE(Await([&] { return fs::exists(Path(beside)) && (!isKept || Size(beside) > 0); }));
-    kill(client.process, SIGINT);
+    client.Signal(SIGINT);
     // Requests that follow each other at once would count as one.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_EQ(client.End(SIGINT), 130) << arguments;
+    EXPECT_EQ(End(client, SIGINT), 130) << arguments;
     close(end);
     if (isKept) files.insert(Path(beside));
     EXPECT_EQ(Files(), files) << arguments;
-    const std::string told = "ztclient: " + Path("old.mkv") + ": interrupted; " + Path(beside) +
-                             " has what was recorded before\n";
+    const std::string told = "ztclient: " + Path("old.mkv").string() + ": interrupted; " +
+                             Path(beside).string() + " has what was recorded before\n";
     EXPECT_EQ(ReadText("stderr"), isKept ? told : "") << arguments;
   }
   for (const char* name : {"old.mkv", "old.json"})
     EXPECT_EQ(ReadText(name), "old") << name;
   ExpectPart(Succeed("motion @old.partial.mkv").output, "old.partial.mkv: ");
+}
+
+TEST_F(OutputsTest, ProgressIsShownOnATerminalOnly) {
+  EXPECT_EQ(Run("play @demo.zts").errors, "");
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
+  CProcess client(ZTCLIENT, Expand("play @demo.zts"), Path("stdout"), ptsname(terminal));
+  EXPECT_EQ(client.Wait(), 0);
+  std::string shown(4096, '\0');
+  shown.resize(static_cast<std::size_t>(std::max(read(terminal, &shown[0], 4096), ssize_t{0})));
+  ExpectPart(shown, " %  1 frame");
+  EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+  close(terminal);
 }
 
 }  // namespace

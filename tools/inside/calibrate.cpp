@@ -1,4 +1,5 @@
 #include "client/console.h"
+#include "client/input_files.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
 #include "client/whole_file.h"
@@ -48,7 +49,7 @@ int Calibrate(const CCalibrateOptions& options) {
   for (const std::string& line : view.Log())
     if (line.starts_with("CCalibrator3D:")) Complain(options.configuration + ": " + line);
   view.Draw(canvas);
-  WritePng(outputs, options.picturePng, *PictureOf(canvas), *NewPngCoder());
+  WritePng(outputs, options.picturePng, *PictureOf(canvas));
   Print(Output(),
         options.picturePng +
             ": ground grid yellow and, around, gray; horizon red; squares of 1 m green; " +
@@ -66,29 +67,31 @@ CCommand CalibrateCommand() {
   return {
       .name = "calibrate",
       .help = "Draw what a calibration makes of a picture, and measure in it",
-      .options =
-          {{.name = "picture", .value = &options->picture, .help = pictureHelp, .isRequired = true},
-           {.name = "--config",
-            .value = &options->configuration,
-            .help = "The calibration as JSON, its names being the keys of the tree",
-            .form = "FILE.json",
-            .isRequired = true},
-           {.name = "--out",
-            .value = &options->picturePng,
-            .help = "The picture with the drawing",
-            .form = "FILE.png",
-            .isRequired = true},
-           {.name = "--height",
-            .value =
-                [=](const std::vector<std::string>& texts) {
-                  for (const std::string& text : texts)
-                    ParseNumbers("--height", text, options->heights.emplace_back());
-                },
-            .help = "Print the meters between these pixels, a foot and the head above it",
-            .form = "X,Y,X,Y ..."},
-           {.name = "--json",
-            .value = &options->json,
-            .help = "Write those heights as JSON",
-            .form = "FILE"}},
+      .options = {{.name = "picture",
+                   .value = &options->picture,
+                   .help = "Anything that FFmpeg reads",
+                   .isRequired = true},
+                  {.name = "--config",
+                   .value = &options->configuration,
+                   .help = "The calibration as JSON, its names being the keys of the tree",
+                   .form = "FILE.json",
+                   .isRequired = true},
+                  {.name = "--out",
+                   .value = &options->picturePng,
+                   .help = "The picture with the drawing",
+                   .form = "FILE.png",
+                   .isRequired = true},
+                  {.name = "--height",
+                   .value =
+                       [=](const std::vector<std::string>& texts) {
+                         for (const std::string& text : texts)
+                           ParseNumbers("--height", text, options->heights.emplace_back());
+                       },
+                   .help = "Print the meters between these pixels, a foot and the head above it",
+                   .form = "X,Y,X,Y ..."},
+                  {.name = "--json",
+                   .value = &options->json,
+                   .help = "Write those heights as JSON",
+                   .form = "FILE"}},
       .run = [=] { return Calibrate(*options); }};
 }

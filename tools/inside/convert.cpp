@@ -1,7 +1,9 @@
 #include "client/console.h"
 #include "client/frame_pool.h"
+#include "client/input_files.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
+#include "client/platform.h"
 #include "client/text.h"
 #include "main/lib/base/exceptions.h"
 #include "main/target/windll/image/ztimage_impl.h"
@@ -32,13 +34,13 @@ const char* NameOf(int pixelFormat) {
 }
 
 bool IsPng(const std::string& path) {
-  return std::filesystem::path(path).extension() == ".png";
+  return PathOf(path).extension() == ".png";
 }
 
-std::size_t RowsOf(const CFrame& frame, int pixelFormat) {
+std::size_t RowsOf(const AVFrame& frame, int pixelFormat) {
   return static_cast<std::size_t>(frame.height / ShapeOf(pixelFormat).height);
 }
-std::size_t BytesOf(const CFrame& frame, int pixelFormat) {
+std::size_t BytesOf(const AVFrame& frame, int pixelFormat) {
   return static_cast<std::size_t>(frame.linesize[0]) * RowsOf(frame, pixelFormat);
 }
 
@@ -67,10 +69,10 @@ PoolFramePtr ReadRaw(const CConvertOptions& options) {
                       shape.height));
   PoolFramePtr frame = NewPoolFrame(options.width, options.height, options.from);
   const std::size_t size = BytesOf(*frame, options.from);
-  std::ifstream file(options.input, std::ios::binary);
+  std::ifstream file(PathOf(options.input), std::ios::binary);
   if (!file) throw CError(options.input + ": cannot open: " + std::strerror(errno));
   std::error_code error;
-  const std::uintmax_t present = std::filesystem::file_size(options.input, error);
+  const std::uintmax_t present = std::filesystem::file_size(PathOf(options.input), error);
   if (error) throw CError(options.input + ": cannot read: " + error.message());
   if (present != size)
     throw CError(Text("%s: %" PRIuMAX " bytes, but %s of %dx%d is %zu", options.input.c_str(),
@@ -83,8 +85,8 @@ PoolFramePtr ReadRaw(const CConvertOptions& options) {
 using Picture = std::shared_ptr<const CZTImageImplBase>;
 
 // Returns null if the picture has no whole sample of its format.
-const CFrame* FrameOf(const Picture& picture) {
-  return static_cast<const CFrame*>(picture->GetFrame());
+const AVFrame* FrameOf(const Picture& picture) {
+  return static_cast<const AVFrame*>(picture->GetFrame());
 }
 
 Picture Wrap(PoolFramePtr frame, int pixelFormat) {
@@ -109,10 +111,10 @@ int ShownFormat(int pixelFormat) {
 
 std::string OutputName(const CConvertOptions& options) {
   if (!options.output.empty()) return options.output;
-  const std::filesystem::path input = options.input;
+  const std::filesystem::path input = PathOf(options.input);
   const bool isPicture = options.to <= ZTLIB_RGB;
   return (input.parent_path() /
-          (input.stem().string() + "-" + NameOf(options.to) + (isPicture ? ".png" : ".raw")))
+          PathOf(input.stem().string() + "-" + NameOf(options.to) + (isPicture ? ".png" : ".raw")))
       .string();
 }
 
@@ -123,19 +125,19 @@ int Convert(const CConvertOptions& options) {
   const Picture source =
       Wrap(IsPng(options.input) ? ReadPng(options) : ReadRaw(options), options.from);
   const Picture converted = ConvertFor(source, options);
-  const CFrame* const frame = FrameOf(converted);
+  const AVFrame* const frame = FrameOf(converted);
   if (!frame)
     throw CError(
         Text("%s: too small for a sample of %s", options.input.c_str(), NameOf(options.to)));
   if (IsPng(output)) {
     const int shown = ShownFormat(options.to);
     const Picture picture = converted->ConvertToNew(static_cast<PixelFormat>(shown));
-    WritePng(outputs, output, *FrameOf(picture), *NewPngCoder());
+    WritePng(outputs, output, *FrameOf(picture));
   } else {
     outputs.Write(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
   }
   outputs.Publish();
-  const CFrame& before = *FrameOf(source);
+  const AVFrame& before = *FrameOf(source);
   Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
                        NameOf(options.from), before.width, before.height, output.c_str(),
                        NameOf(options.to), frame->width, frame->height));

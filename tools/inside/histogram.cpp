@@ -1,8 +1,10 @@
 #include "main/lib/imgproc/histogram.h"
 
 #include "client/console.h"
+#include "client/input_files.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
+#include "client/platform.h"
 #include "main/lib/base/cdata/HAData.h"
 #include "main/lib/base/exceptions.h"
 #include "main/lib/imgproc/mask.h"
@@ -29,7 +31,7 @@ constexpr int plotWidth = 256, plotHeight = 192;
 // The file has a list of polygons, each a list of virtual coordinates, x and y in turn, or an
 // object with such a list under "Masks".
 CMask ReadMask(const std::string& path, const Size& size) {
-  std::ifstream file(path);
+  std::ifstream file(PathOf(path));
   if (!file) throw CError(path + ": cannot open");
   const nlohmann::json json = nlohmann::json::parse(file, nullptr, false);
   const nlohmann::json& list = json.is_object() && json.contains("Masks") ? json.at("Masks") : json;
@@ -51,7 +53,7 @@ CMask ReadMask(const std::string& path, const Size& size) {
   return mask;
 }
 
-ByteImage PlaneOf(const CFrame& picture) {
+ByteImage PlaneOf(const AVFrame& picture) {
   ByteImage plane(picture.width, picture.height);
   std::uint8_t* row = plane.GetWritePtr();
   for (int y = 0; y < picture.height; ++y, row += plane.GetScanline())
@@ -68,7 +70,7 @@ void WritePlot(COutputs& outputs, const std::string& path, const CHistogram& his
   for (int y = 0; y < plotHeight; ++y)
     std::copy_n(pixels + y * plot.GetScanline(), plotWidth,
                 picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);
-  WritePng(outputs, path, *picture, *NewPngCoder());
+  WritePng(outputs, path, *picture);
 }
 
 // Returns a bar for every eight gray values.
@@ -121,7 +123,10 @@ CCommand HistogramCommand() {
       .name = "histogram",
       .help = "Plot the gray values of a picture",
       .options =
-          {{.name = "picture", .value = &options->picture, .help = pictureHelp, .isRequired = true},
+          {{.name = "picture",
+            .value = &options->picture,
+            .help = "Anything that FFmpeg reads",
+            .isRequired = true},
            {.name = "--mask",
             .value = &options->mask,
             .help = "Count inside of these polygons: JSON lists of x and y in turn, 16384 being "

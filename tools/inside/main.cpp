@@ -16,7 +16,7 @@ std::shared_ptr<void> OpenLibrary(bool isVerbose) {
       [](int width, int height, int pixelFormat) -> void* {
         return CFramePool::Instance().Allocate(width, height, pixelFormat);
       },
-      [](void* frame) { CFramePool::Instance().Release(static_cast<CFrame*>(frame)); }, nullptr,
+      [](void* frame) { CFramePool::Instance().Release(static_cast<AVFrame*>(frame)); }, nullptr,
       false);
   if (isVerbose)
     Logger().AddStream(new CFunctionLogStream([](int level, const char* text) {

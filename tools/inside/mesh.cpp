@@ -61,7 +61,7 @@ int Mesh(const CMeshOptions& options) {
   });
   CCanvas canvas = map.Paint();
   DrawMesh(canvas, map, triangulation, points);
-  WritePng(outputs, options.png, *PictureOf(canvas), *NewPngCoder());
+  WritePng(outputs, options.png, *PictureOf(canvas));
   outputs.Publish();
   Print(Output(), options.png + ": " + map.Range() + "\n");
   return 0;

@@ -1,9 +1,8 @@
-#include "client/media_input.h"
-#include "client/picture_io.h"
-#include "client/platform.h"
-#include "client/scaler.h"
+#include "client/input_files.h"
 
-#include <algorithm>
+#include "client/av.h"
+#include "client/platform.h"
+
 #include <filesystem>
 #include <sstream>
 #include <string_view>
@@ -17,7 +16,7 @@ void AddSeries(const std::string& pattern, std::vector<std::string>& files) {
   bool isOpen = false;
   for (int number = 0; isOpen || number <= lastStart; ++number) {
     if (av_get_frame_filename2(name, sizeof name, pattern.c_str(), number, 0) < 0) return;
-    const bool isThere = std::filesystem::exists(name);
+    const bool isThere = std::filesystem::exists(PathOf(name));
     if (isThere) files.emplace_back(name);
     if (isOpen && !isThere) return;
     isOpen = isThere;
@@ -61,26 +60,4 @@ std::vector<std::string> FilesOf(const std::string& name) {
     for (std::string& file : FilesLike(pattern))
       files.push_back(std::move(file));
   return files;
-}
-
-PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
-  CMediaInput input(path);
-  const FramePtr read = NewFrame();
-  if (!input.Next(*read)) {
-    ThrowIfInterrupted();
-    throw CError(path + ": no picture in it");
-  }
-  const bool isGray = pixelFormat == ZTLIB_GRAY;
-  const auto format = static_cast<AVPixelFormat>(read->format);
-  if (isGray && colour == EColour::refused && av_pix_fmt_desc_get(format)->nb_components > 2)
-    throw ColourError(path);
-  CScaler scaler;
-  const AVFrame& shown =
-      scaler.Convert(*read, isGray ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_BGR0, read->width, read->height);
-  PoolFramePtr picture = NewPoolFrame(shown.width, shown.height, pixelFormat);
-  for (int y = 0; y < shown.height; ++y)
-    std::copy_n(shown.data[0] + std::ptrdiff_t{y} * shown.linesize[0],
-                shown.width * (isGray ? 1 : 4),
-                picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);
-  return picture;
 }
