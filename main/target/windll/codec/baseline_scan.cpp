@@ -9,7 +9,6 @@ namespace ztlib {
 
 namespace {
 
-constexpr std::uint32_t batchBlocks = 96;
 constexpr unsigned narrowIndexBits = 10;
 constexpr unsigned firstRestart = 0xd0;
 constexpr unsigned restartCount = 8;
@@ -17,10 +16,27 @@ constexpr unsigned restartCount = 8;
 // The first coefficient is eight times a block's mean, which has to stay within half of what
 // samples can be clamped from.
 constexpr std::int32_t maxFirst = 4088;
-// A quarter of low frequencies is what comes before this place of the scan's order.
-constexpr std::uint8_t quarterEnd = 10;
-constexpr std::size_t secondIndex = CoefficientIndex(0, 1);
-constexpr std::size_t behindQuarterIndex = CoefficientIndex(4, 0);
+// What the place of a block's last coefficient tells of the block. Where the coefficient there may be
+// 0, the block is of the class below if it is.
+struct Shape {
+  std::uint8_t which;
+  std::uint8_t probe;
+  std::uint8_t isLessWithoutProbe;
+};
+struct Shapes {
+  Shape of[blockCoefficients];
+};
+// A quarter of low frequencies is what comes before place 10.
+constexpr Shapes shapes = [] {
+  Shapes made{};
+  for (std::size_t last = 1; last < blockCoefficients; ++last)
+    made.of[last].which = last < 10 ? smooth : detailed;
+  for (const std::size_t last : {1, 10}) {
+    made.of[last].probe = scanPlaces.of[last];
+    made.of[last].isLessWithoutProbe = 1;
+  }
+  return made;
+}();
 
 // Ends a batch: what its look-up finds has no meaning.
 const ScanTable& NoTable() {
@@ -163,8 +179,6 @@ void BaselineScan::MakeSteps() {
   // Blocks whose later coefficients are skipped leave some behind.
   coefficients.assign(batchBlocks * blockCoefficients, 0);
   lasts.resize(batchBlocks + 1);
-  for (auto& blocks : sorted)
-    blocks.resize(batchBlocks);
 }
 
 void BaselineScan::Restart() {
@@ -199,43 +213,53 @@ void BaselineScan::ReadBatch(std::uint32_t units) {
 }
 
 // Goes through the blocks of a component in a batch, whose first coefficients become whole, and
-// calls `take` for each with its number and the place of its samples.
+// calls `take` for each with its coefficients, the place of its last one and that of its samples.
 template <class Take>
 void BaselineScan::ForBlocks(Component& component, const Group& group, std::uint32_t firstUnit,
                              std::uint32_t units, Take take) {
-  const std::int64_t quantiser = component.quantisers[0];
-  const std::size_t blockRows = component.side * group.distance;
   const std::size_t unitWidth = std::size_t{component.across} * component.side;
-  bool isBounded = true;
+  std::uint8_t* target = group.samples + firstUnit * unitWidth;
+  std::array<std::size_t, D_MAX_BLOCKS_IN_MCU> offsets{};
+  const std::size_t count = std::size_t{component.across} * component.down;
+  for (std::size_t i = 0; i < count; ++i)
+    offsets[i] = (i / component.across * group.distance + i % component.across) * component.side;
+  std::int16_t* values = &coefficients[component.firstBlock * blockCoefficients];
+  const std::uint8_t* last = &lasts[component.firstBlock];
+  std::int32_t predicted = component.predicted;
+  std::int32_t least = 0;
+  std::int32_t greatest = 0;
   for (std::uint32_t unit = 0; unit < units; ++unit) {
-    std::size_t block = std::size_t{unit} * blocksPerUnit + component.firstBlock;
-    std::uint8_t* row = group.samples + (firstUnit + unit) * unitWidth;
-    for (std::uint32_t y = 0; y < component.down; ++y, row += blockRows)
-      for (std::uint32_t x = 0; x < component.across; ++x, ++block) {
-        std::int16_t& first = coefficients[block * blockCoefficients];
-        component.predicted += first;
-        first = static_cast<std::int16_t>(component.predicted);
-        const std::int64_t value = component.predicted * quantiser;
-        isBounded &= (-maxFirst <= value) & (value <= maxFirst);
-        take(block, row + std::size_t{x} * component.side);
-      }
+    for (std::size_t i = 0; i < count; ++i) {
+      std::int16_t* const block = values + i * blockCoefficients;
+      predicted += block[0];
+      block[0] = static_cast<std::int16_t>(predicted);
+      least = std::min(least, predicted);
+      greatest = std::max(greatest, predicted);
+      take(block, last[i], target + offsets[i]);
+    }
+    values += blocksPerUnit * blockCoefficients;
+    last += blocksPerUnit;
+    target += unitWidth;
   }
-  if (!isBounded) throw IrregularScan();
+  component.predicted = predicted;
+  const std::int64_t quantiser = component.quantisers[0];
+  if (least * quantiser < -maxFirst || greatest * quantiser > maxFirst) throw IrregularScan();
 }
 
 void BaselineScan::SortBlocks(Component& component, const Group& group, std::uint32_t firstUnit,
                               std::uint32_t units) {
-  // Which class is next cannot be foreseen, so there is no branch.
-  counts = {};
-  ForBlocks(component, group, firstUnit, units, [this](std::size_t block, std::uint8_t* target) {
-    std::int16_t* const values = coefficients.data() + block * blockCoefficients;
-    const unsigned last = lasts[block];
-    const unsigned hasOthers = (last > 1) | ((last == 1) & (values[secondIndex] != 0));
-    const unsigned isDetailed =
-        (last > quarterEnd) | ((last == quarterEnd) & (values[behindQuarterIndex] != 0));
-    const std::size_t which = hasOthers + isDetailed;
-    sorted[which][counts[which]++] = {values, target};
-  });
+  std::array<IdctKernels::Block*, classCount> ends{};
+  for (std::size_t i = 0; i < classCount; ++i)
+    ends[i] = sorted[i].data();
+  ForBlocks(component, group, firstUnit, units,
+            [&ends](std::int16_t* values, std::uint8_t last, std::uint8_t* target) {
+              // Which class is next cannot be foreseen, so there is no branch.
+              const Shape& shape = shapes.of[last];
+              const int isLess = (values[shape.probe] == 0 ? 1 : 0) & shape.isLessWithoutProbe;
+              *ends[static_cast<std::size_t>(shape.which - isLess)]++ = {values, target};
+            });
+  for (std::size_t i = 0; i < classCount; ++i)
+    counts[i] = static_cast<std::size_t>(ends[i] - sorted[i].data());
 }
 
 void BaselineScan::Draw(Component& component, const Group& group, std::uint32_t firstUnit,
@@ -243,10 +267,9 @@ void BaselineScan::Draw(Component& component, const Group& group, std::uint32_t 
   const std::int32_t quantiser = component.quantisers[0];
   if (component.side == 1)
     return ForBlocks(component, group, firstUnit, units,
-                     [this, quantiser](std::size_t block, std::uint8_t* target) {
-                       std::int16_t& first = coefficients[block * blockCoefficients];
-                       *target = FlatSample(first, quantiser);
-                       first = 0;
+                     [quantiser](std::int16_t* values, std::uint8_t, std::uint8_t* target) {
+                       *target = FlatSample(values[0], quantiser);
+                       values[0] = 0;
                      });
   SortBlocks(component, group, firstUnit, units);
   const IdctKernels& kernels = KernelsFor<IdctKernels>();

@@ -12,6 +12,9 @@
 
 namespace ztlib {
 
+// Blocks with nothing but a first coefficient, with low frequencies, and with any.
+enum BlockClass : std::uint8_t { flat, smooth, detailed, classCount };
+
 // Decodes the only scan of a sound baseline picture to what libjpeg-turbo makes of it, in a fraction
 // of its time. What is irregular in any way it leaves to libjpeg, by IrregularScan: there is no
 // warning and no repair here. One picture after the other; memory stays from picture to picture.
@@ -26,6 +29,8 @@ class BaselineScan final : public JpegGroupSource {
   [[nodiscard]] std::size_t Finish();
 
  private:
+  static constexpr std::uint32_t batchBlocks = 96;
+
   struct Component {
     std::uint32_t across;  // blocks of a unit
     std::uint32_t down;
@@ -37,9 +42,6 @@ class BaselineScan final : public JpegGroupSource {
     // As the coefficients lie.
     alignas(32) std::array<std::int16_t, blockCoefficients> quantisers;
   };
-  // Nothing but a first coefficient, low frequencies, or any.
-  enum BlockClass : std::uint8_t { flat, smooth, detailed, classCount };
-
   [[nodiscard]] bool TakeComponents(const jpeg_decompress_struct& object, bool lumaOnly);
   [[nodiscard]] bool MakeTables(const jpeg_decompress_struct& object);
   void MakeSteps();
@@ -70,7 +72,7 @@ class BaselineScan final : public JpegGroupSource {
   std::vector<ScanKernels::Step> steps;
   std::vector<std::int16_t> coefficients;
   std::vector<std::uint8_t> lasts;
-  std::array<std::vector<IdctKernels::Block>, classCount> sorted;
+  std::array<std::array<IdctKernels::Block, batchBlocks>, classCount> sorted{};
   std::array<std::size_t, classCount> counts{};
 };
 

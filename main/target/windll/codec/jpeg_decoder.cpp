@@ -16,6 +16,8 @@ namespace {
 // libjpeg has no smaller scale.
 constexpr std::uint32_t maxScaleDenominator = 8;
 
+constexpr std::size_t cacheLine = 64;
+
 // Rows come in four bytes a pixel, which only libjpeg-turbo gives.
 constexpr J_COLOR_SPACE firstIsRed = JCS_EXT_RGBX;
 constexpr J_COLOR_SPACE firstIsBlue = JCS_EXT_BGRX;
@@ -216,9 +218,12 @@ void CJPEGDecoder::ReadPlanes(const JpegRowPlan& plan, JpegGroupSource& from) {
   const std::size_t samples = pairs ? plan.columns / 2 : plan.columns;
   // Halved chroma of an odd width has one sample more than pairs.
   const std::size_t stretched = pairs ? samples : (samples + 1) / 2;
-  const std::size_t room = (std::size_t{plan.columns} + 1) / 2 * 2;
-  scratch.resize(std::max(scratch.size(), 2 * room));
-  std::uint8_t* const wide[2] = {scratch.data(), scratch.data() + room};
+  // Two rows that begin with a cache line.
+  const std::size_t room = (std::size_t{plan.columns} + cacheLine) / cacheLine * cacheLine;
+  scratch.resize(std::max(scratch.size(), 2 * room + cacheLine));
+  const auto address = reinterpret_cast<std::uintptr_t>(scratch.data());
+  std::uint8_t* const first = scratch.data() + (0 - address) % cacheLine;
+  std::uint8_t* const wide[2] = {first, first + room};
   for (std::uint32_t y = 0; y < plan.rows; ++y) {
     const JpegPlanes::Row row = planes.ReadRow(from, y);
     std::array<const std::uint8_t*, 2> chroma = row.near;

@@ -60,7 +60,9 @@ void JpegPlanes::Start(const jpeg_decompress_struct& object, bool lumaOnly) {
     // Whole units, with one unit of alignment in front and room for a byte behind.
     const std::uint32_t unit = BlocksAcross(object, component);
     const std::uint32_t blocks = (component.width_in_blocks + unit - 1) / unit * unit;
-    plane.distance = alignment + Align(std::size_t{blocks} * ScaledWidth(component) + 1);
+    // An odd number of cache lines, as those of one column would otherwise push each other out.
+    plane.distance =
+        (alignment + Align(std::size_t{blocks} * ScaledWidth(component) + 1)) | alignment;
     needed += plane.distance * plane.groupRows * keptGroups;
   }
   across = planeCount == 1 || planes[1].width == planes[0].width ? Widening::none

@@ -220,9 +220,10 @@ void JoinRgb(Byte* __restrict target, const Byte* __restrict y, const Byte* __re
         const Rgb low = HalfOfRgb<0>(luma, cb, cr);
         const Rgb high = HalfOfRgb<1>(luma, cb, cr);
         const V8 red = PackToBytes(low.red, high.red);
+        const V8 green = PackToBytes(low.green, high.green);
         const V8 blue = PackToBytes(low.blue, high.blue);
-        StorePixels(target + 4 * i, isSwapped ? red : blue, PackToBytes(low.green, high.green),
-                    isSwapped ? blue : red, V8{} + 255);
+        StorePixels(target + 4 * i, isSwapped ? red : blue, green, isSwapped ? blue : red,
+                    V8{} + 255);
       },
       [&](std::size_t i) {
         const int cb = u[i] - 128;
