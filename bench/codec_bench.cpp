@@ -1,4 +1,5 @@
 #include "bench/decoding.h"
+#include "main/target/windll/codec/jpeg_decoder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +19,8 @@ extern "C" {
 #include <benchmark/benchmark.h>
 
 // Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls
-// of libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes.
+// of libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes. The
+// library's own decoder is also measured as it decodes what its road for sound pictures leaves out.
 
 namespace {
 
@@ -107,6 +109,20 @@ void DecodeLibjpeg(benchmark::State& state, int scale) {
     jpeg_finish_decompress(&object);
   }
   jpeg_destroy_decompress(&object);
+}
+
+void DecodeOnLibjpegRoad(benchmark::State& state, int format, int scale) {
+  const Bytes& frame = TheFrame();
+  ztlib::CJPEGDecoder decoder(ztlib::JpegRoad::libjpeg);
+  Bytes target(std::size_t{width} * height * 4);
+  const auto scaled = [scale](int size) { return static_cast<std::uint32_t>(size / scale); };
+  for (auto _ : state)
+    decoder.Decode(std::span(frame).subspan(headerSize),
+                   {.format = static_cast<ztlib::PixelFormat>(format),
+                    .pixels = target.data(),
+                    .width = scaled(width),
+                    .height = scaled(height)},
+                   static_cast<std::uint32_t>(scale));
 }
 
 void DecodeFfmpeg(benchmark::State& state, int scale) {
@@ -239,6 +255,7 @@ const bool registered = [] {
       if (scale > 1) variant += "_scale" + std::to_string(scale);
       add(variant + "/ztlib", DecodeZtlib, format, scale);
       add(variant + "/libjpeg_turbo", DecodeLibjpeg, scale);
+      add(variant + "/libjpeg_road", DecodeOnLibjpegRoad, format, scale);
       add(variant + "/ffmpeg", DecodeFfmpeg, scale);
     }
   for (const auto& [name, format] :

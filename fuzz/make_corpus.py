@@ -156,6 +156,35 @@ def pictures():
     yield "tables_only", b"\xff\xd8\xff\xd9"
 
 
+def jpeg_roads():
+    def stream(how, sizes, data):
+        return bytes([how, sizes]) + u16(len(data)) + data
+
+    same_size = 0x88
+    sound = dict(pictures())
+    for name, options in [("420_fine", []), ("422_fine", ["-sample", "2x1"]),
+                          ("optimized_fine", ["-optimize"]), ("gray_fine", ["-grayscale"]),
+                          ("restart_fine", ["-restart", "3B"])]:
+        sound[name] = jpeg(83, 37, *options, "-quality", "95")
+    for name, data in sound.items():
+        for how in range(20):
+            yield f"{name}_{how}", stream(how, same_size, data)
+    for name in ("420", "optimized", "restart", "gray"):
+        data = sound[name]
+        for at in range(2, len(data), 3):
+            yield f"{name}_cut_{at}", stream(at % 40, same_size, data[:at])
+            changed = data[:at] + bytes([data[at] ^ (1 << at % 8)]) + data[at + 1:]
+            yield f"{name}_changed_{at}", stream(at % 40, same_size, changed)
+    for sizes in range(0, 256, 17):
+        yield f"sizes_{sizes}", stream(sizes % 40, sizes, sound["420_fine"])
+    yield "filled_up", stream(1, same_size, sound["420"] + bytes(700))
+    data = sound["420_fine"]
+    at = data.index(b"\xff\xc4")
+    size = struct.unpack(">H", data[at + 2:at + 4])[0]
+    without = data[:at] + data[at + 2 + size:]
+    yield "tables_kept", b"".join(stream(1, same_size, d) for d in (data, without, without, data))
+
+
 def mjpeg_frame(stream, video_format=3):
     header = bytearray(112)
     struct.pack_into("<III", header, 0, 3, 112 + len(stream), 112)
@@ -496,6 +525,7 @@ TARGETS = {
     "decoder_process": decoder_process,
     "copy_and_add_header": pictures,
     "differential": differential,
+    "jpeg_roads": jpeg_roads,
     "layered": layered,
     "block_list": block_list,
     "encoder_config": encoder_config,

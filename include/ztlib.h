@@ -350,7 +350,8 @@ ZTLIB_API void ztlib_decoder_config(void* decoder, const ztlib_blob* config);
  * configuration. A frame of an unknown format is logged and leaves all as it is; with a null
  * handle it ends the process. The bytes are not copied, and those of differential video (format 7)
  * are written to: a frame that names no type gets one. So they must not lie in read-only memory,
- * nor be given to two decoders at once. After a failure the handle stays usable.
+ * nor be given to two decoders at once. After a failure the handle stays usable, and the image may
+ * hold rows of the picture that failed; which, and with what pixels, is not told.
  *
  * A progressive picture is a failure if it has more blocks of 8 by 8 samples than its stream has
  * bits, or if its scans pass over the blocks of the picture that is asked for more than 64 times.

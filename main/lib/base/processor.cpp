@@ -14,7 +14,9 @@ std::size_t UsableInstructionSets() {
   static const std::size_t count = [] {
     const char* const baseline = std::getenv("ZTLIB_BASELINE");
     const bool isBaseline = baseline && std::strcmp(baseline, "1") == 0;
-    return isBaseline ? 0 : std::size_t{0} ZTLIB_INSTRUCTION_SETS;
+    // All sets are compiled with BMI2 as well, which came to processors together with AVX2.
+    const bool isUsable = !isBaseline && __builtin_cpu_supports("bmi2");
+    return isUsable ? std::size_t{0} ZTLIB_INSTRUCTION_SETS : 0;
   }();
   return count;
 }

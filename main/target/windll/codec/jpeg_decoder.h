@@ -1,10 +1,11 @@
 #pragma once
 
-#include "main/lib/base/pixel_format.h"
+#include "main/target/windll/codec/baseline_scan.h"
 #include "main/target/windll/codec/jpeg_arena.h"
 #include "main/target/windll/codec/jpeg_io.h"
 #include "main/target/windll/codec/jpeg_limits.h"
 #include "main/target/windll/codec/jpeg_planes.h"
+#include "main/target/windll/codec/jpeg_row_plan.h"
 
 #include <vector>
 
@@ -15,20 +16,19 @@ struct JpegSize {
   std::uint32_t height = 0;
 };
 
-// A picture to decode into: rows without padding, sizes in pixels. The format is GRAY, RGB, YUV,
-// YUYV or UYVY; the width of the last two is even.
-struct JpegTarget {
-  PixelFormat format;
-  std::uint8_t* pixels;
-  std::uint32_t width;
-  std::uint32_t height;
-};
+// Who decodes sound baseline pictures, with the same result: BaselineScan, or libjpeg as all others.
+enum class JpegRoad : std::uint8_t { own, libjpeg };
 
 // Decodes JPEG streams from memory. Failures throw the plain `int` 1 and leave the object usable.
-// One thread at a time. Tables of one stream serve later streams that bring none.
+// One thread at a time. Tables of one stream serve later streams that bring none. libjpeg reads every
+// header; which road a picture takes behind it is seen in nothing but time and, after a failure, in
+// the rows.
 class CJPEGDecoder {
  public:
-  CJPEGDecoder();
+  // libjpeg's road for all pictures if ZTLIB_LIBJPEG=1 is in the environment, which is read once.
+  [[nodiscard]] static JpegRoad DefaultRoad();
+
+  explicit CJPEGDecoder(JpegRoad road = DefaultRoad());
   virtual ~CJPEGDecoder() = default;
   CJPEGDecoder(const CJPEGDecoder&) = delete;
   CJPEGDecoder& operator=(const CJPEGDecoder&) = delete;
@@ -48,22 +48,29 @@ class CJPEGDecoder {
   // Exchanges red and blue in RGB targets.
   virtual void SetSwapRGB(bool swap) { swapRGB = swap; }
 
- private:
-  struct RowPlan;
+ protected:
+  [[nodiscard]] const jpeg_decompress_struct& Object() const { return object; }
 
+ private:
   void Begin(std::span<const std::uint8_t> data);
+  // False if the picture is libjpeg's, which then takes it from its header on.
+  bool DecodeScan(const JpegTarget& target);
+  void DecodeByLibjpeg(const JpegTarget& target);
   // Whether the picture is read as planes.
   bool ChooseOutput(PixelFormat format);
   void ReadScanline(std::uint8_t* target);
-  void ReadScanlines(const RowPlan& plan);
-  void ReadPlanes(const RowPlan& plan);
+  void ReadScanlines(const JpegRowPlan& plan);
+  void ReadPlanes(const JpegRowPlan& plan, JpegGroupSource& from);
+  void ReadGrayPlane(const JpegRowPlan& plan, JpegGroupSource& from);
 
+  const JpegRoad road;
   jpeg_error_mgr errors{};
   JpegArena arena;
   JpegSource source;
   JpegLimits limits;
   JpegObject<jpeg_decompress_struct> object;
   JpegPlanes planes;
+  BaselineScan scan;
   std::vector<std::uint8_t> scratch;
   bool swapRGB = false;
 };

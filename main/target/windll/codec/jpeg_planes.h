@@ -8,16 +8,37 @@
 
 namespace ztlib {
 
-// Reads the components of a YCbCr picture in libjpeg's raw form, which leaves out its scalar copy
-// of pixels. Made for the samplings of nearly all streams: full luma and chroma that is full,
-// halved across, or halved both ways.
+// What the components of a picture come from, one group of rows at a time.
+class JpegGroupSource {
+ public:
+  // The rows of a component's group lie `distance` bytes apart and have room for whole units.
+  struct Group {
+    std::uint8_t* samples;
+    std::size_t distance;
+    std::uint32_t rows;
+  };
+  static constexpr int maxComponents = 3;
+  using Groups = std::array<Group, maxComponents>;
+
+  // Fails by an exception.
+  virtual void ReadGroup(const Groups& groups) = 0;
+
+ protected:
+  ~JpegGroupSource() = default;
+};
+
+// Keeps the rows of components that are at hand, in memory that stays from picture to picture. Made
+// for the samplings of nearly all streams: full luma and chroma that is full, halved across, or
+// halved both ways.
 class JpegPlanes {
  public:
-  // For an object whose output dimensions are calculated.
-  [[nodiscard]] static bool Supports(const jpeg_decompress_struct& object);
+  // How chroma that is halved across becomes wide again.
+  enum class Widening : std::uint8_t { none, blended, repeated };
 
-  // For an object that has been started with raw output.
-  void Start(const jpeg_decompress_struct& object);
+  // These are for objects whose output dimensions are calculated. `Supports` is about YCbCr
+  // pictures; with `lumaOnly` about the first component of any picture.
+  [[nodiscard]] static bool Supports(const jpeg_decompress_struct& object, bool lumaOnly);
+  void Start(const jpeg_decompress_struct& object, bool lumaOnly);
 
   // The samples behind one row of the picture: its luma, and the chroma row that it lies in with
   // that row's neighbour on its side. Chroma rows continue for one byte at both ends, as if their
@@ -28,17 +49,16 @@ class JpegPlanes {
     std::array<const std::uint8_t*, 2> far;
   };
   // `y` never goes back. Valid until the next call.
-  [[nodiscard]] Row ReadRow(jpeg_decompress_struct& object, std::uint32_t y);
+  [[nodiscard]] Row ReadRow(JpegGroupSource& source, std::uint32_t y);
   // Reads what is left of the picture.
-  void ReadRest(jpeg_decompress_struct& object);
+  void ReadRest(JpegGroupSource& source);
 
-  [[nodiscard]] bool IsHalvedAcross() const { return halvedAcross; }
+  [[nodiscard]] Widening Across() const { return across; }
   [[nodiscard]] bool IsHalvedDown() const { return halvedDown; }
 
  private:
-  static constexpr int componentCount = 3;
-  static constexpr std::uint32_t maxGroupRows = 4 * DCTSIZE;
-  // A group is what libjpeg gives at once. Two are kept, as chroma needs rows of both where they
+  static constexpr int maxComponents = JpegGroupSource::maxComponents;
+  // A group is what a source gives at once. Two are kept, as chroma needs rows of both where they
   // meet.
   static constexpr std::uint32_t keptGroups = 2;
 
@@ -46,19 +66,21 @@ class JpegPlanes {
     std::uint32_t groupRows = 0;
     std::uint32_t width = 0;  // in samples of the picture
     std::uint32_t height = 0;
-    std::array<std::array<std::uint8_t*, maxGroupRows>, keptGroups> rows{};
+    std::size_t distance = 0;
+    std::uint8_t* samples = nullptr;
 
-    [[nodiscard]] const std::uint8_t* Row(std::uint32_t y) const {
-      return rows[y / groupRows % keptGroups][y % groupRows];
+    [[nodiscard]] std::uint8_t* Row(std::uint32_t y) const {
+      return samples + y % (keptGroups * groupRows) * distance;
     }
   };
 
-  void ReadGroup(jpeg_decompress_struct& object);
+  void ReadGroup(JpegGroupSource& source);
 
-  std::array<Plane, componentCount> planes{};
+  std::array<Plane, maxComponents> planes{};
   std::vector<std::uint8_t> memory;
+  int planeCount = 0;
   std::uint32_t groupsRead = 0;
-  bool halvedAcross = false;
+  Widening across = Widening::none;
   bool halvedDown = false;
 };
 

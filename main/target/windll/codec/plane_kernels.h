@@ -32,9 +32,15 @@ struct PlaneKernels {
   Widen widenToPairs;
   Widen widenBetweenToPairs;
   Widen meanOfPairs;
+  // Each of `count` samples twice.
+  Widen repeat;
 
-  // `count` pixels of four bytes, the last of them 255.
+  // `count` pixels of four bytes, the last of them 255. RGB begins with blue, swapped RGB with red;
+  // the conversion is libjpeg's.
   Join joinYuv;
+  Join joinRgb;
+  Join joinSwappedRgb;
+  void (*repeatGray)(std::uint8_t* target, const std::uint8_t* gray, std::size_t count);
   // `count` pairs, chroma one sample a pair.
   Join joinYuyv;
   Join joinUyvy;
