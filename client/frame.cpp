@@ -1,4 +1,5 @@
 #include "client/frame.h"
+
 #include "ztlib.h"
 
 #include <array>
