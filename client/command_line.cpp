@@ -73,6 +73,8 @@ CArguments ParseArguments(const CProgram& program, std::vector<std::string> word
   CLI::App app(program.help, program.name);
   CArguments arguments;
   app.require_subcommand(1);
+  // On Windows, too, what begins with a slash may be a name.
+  app.allow_windows_style_options(false);
   app.fallthrough();
   app.add_flag("-v,--verbose", arguments.isVerbose, "Show the log lines of the library");
   for (const CCommand& command : program.commands)

@@ -39,7 +39,6 @@ const char* ProgramName() {
 }
 
 void Complain(const std::string& text) {
-  // In one piece, which a console needs to see whole letters.
-  const std::string line = std::string(programName) + ": " + text + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fprintf(stderr, "%s: %s\n", programName, text.c_str());
+  std::fflush(stderr);
 }

@@ -233,8 +233,13 @@ CConsoleSetup::CConsoleSetup() {
   consoleEncoding = GetConsoleOutputCP();
   if (consoleEncoding != 0) SetConsoleOutputCP(CP_UTF8);
   const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
-  if (GetConsoleMode(console, &errorMode))
-    SetConsoleMode(console, errorMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  if (!GetConsoleMode(console, &errorMode)) return;
+  SetConsoleMode(console, errorMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  // The C runtime may take the bytes of a text for letters of its locale, and hand them over one by
+  // one, but a console shows whole letters alone.
+  _setmode(_fileno(stderr), _O_BINARY);
+  static char buffer[4096];
+  std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
 }
 
 CConsoleSetup::~CConsoleSetup() {

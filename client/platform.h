@@ -61,7 +61,7 @@ enum class EFileKind { missing, regular, folder, special };
 [[nodiscard]] std::FILE* BinaryCopyOf(std::FILE* file);
 extern const char* const nowhere;
 // While one lives, a console shows texts as what they are and understands the codes which rewrite a
-// line. Terminals always do.
+// line. Terminals always do. What is printed on standard error is flushed to be seen.
 class CConsoleSetup {
  public:
   CConsoleSetup();

@@ -31,12 +31,13 @@ void CProgressBar::Show(std::int64_t frames, double share) {
     const auto left = static_cast<std::int64_t>(std::ceil(seconds * (1 - share) / share));
     line += Text("  %" PRId64 ":%02" PRId64 " left", left / 60, left % 60);
   }
-  std::fputs(("\r" + line + "\x1b[K").c_str(), stderr);
+  std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
   std::fflush(stderr);
   isShown = true;
 }
 
 void CProgressBar::Wipe() {
   if (isShown) std::fputs("\r\x1b[K", stderr);
+  std::fflush(stderr);
   isShown = false;
 }

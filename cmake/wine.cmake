@@ -9,9 +9,10 @@ if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
   set(wine_environment ${CMAKE_COMMAND} -E env
       WINEPREFIX=${wine_prefix} WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= LC_ALL=C.UTF-8)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${wine_environment} ${WINE})
-  # If the server kept the test's output open, the test would not end.
+  # A server that an interrupted run left, or that still serves the discovery of tests, goes first: a
+  # second one would not start. If the server kept the test's output open, the test would not end.
   add_test(NAME wine_start COMMAND ${wine_environment}
-           sh -c "'${WINESERVER}' -p >/dev/null 2>&1 && '${WINE}' cmd /c ver >/dev/null 2>&1")
+           sh -c "{ '${WINESERVER}' -k; '${WINESERVER}' -p && '${WINE}' cmd /c ver; } >/dev/null 2>&1")
   add_test(NAME wine_stop COMMAND ${wine_environment} ${WINESERVER} -k)
   set_tests_properties(wine_start PROPERTIES FIXTURES_SETUP wine)
   set_tests_properties(wine_stop PROPERTIES FIXTURES_CLEANUP wine)

@@ -5,6 +5,7 @@
 #include "tests/support/common.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -12,6 +13,7 @@
 #include <span>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -154,6 +156,20 @@ class ClientTest : public testing::Test {
       if (entry.path().stem() != "stdout" && entry.path().stem() != "stderr")
         files.insert(entry.path());
     return files;
+  }
+  // Waits for something that a process does, for a minute at most.
+  template <class Condition>
+  static bool Await(Condition&& condition) {
+    for (int i = 0; i < 6000; ++i) {
+      if (condition()) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+  [[nodiscard]] std::uintmax_t Size(const std::string& name) const {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(Path(name), error);
+    return error ? 0 : size;
   }
   [[nodiscard]] std::string ReadText(const std::string& name) const {
     const Bytes bytes = ReadBytes(Path(name));

@@ -207,6 +207,7 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
   ExpectErrors({
       {"", "subcommand"},
       {"play @missing.zts", "missing.zts: cannot read"},
+      {"play /missing.zts", ": /missing.zts: cannot read"},
       {"play @empty.zts", "no frame"},
       {"info --json @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},

@@ -2,7 +2,6 @@
 // symbolic links, limits, pipes with names, signals, terminals.
 #include "tests/client/client_run.h"
 
-#include <chrono>
 #include <csignal>
 #include <set>
 #include <thread>
@@ -21,20 +20,6 @@ class OutputsTest : public ClientTest {
     Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
   }
 
-  // Waits for something that a process does, for a minute at most.
-  template <class Condition>
-  static bool Await(Condition&& condition) {
-    for (int i = 0; i < 6000; ++i) {
-      if (condition()) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
-  }
-  [[nodiscard]] std::uintmax_t Size(const std::string& name) const {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(Path(name), error);
-    return error ? 0 : size;
-  }
   [[nodiscard]] CProcess Start(const std::string& arguments) const {
     return {ZTCLIENT, Expand(arguments), Path("stdout"), Path("stderr")};
   }

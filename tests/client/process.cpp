@@ -38,8 +38,8 @@ CProcess::CProcess(const fs::path& program, const std::vector<std::string>& word
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
   start.hStdInput = Open("NUL", GENERIC_READ, OPEN_EXISTING);
-  start.hStdOutput = Open(output, GENERIC_WRITE, CREATE_ALWAYS);
-  start.hStdError = Open(errors, GENERIC_WRITE, CREATE_ALWAYS);
+  start.hStdOutput = Open(output, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
+  start.hStdError = Open(errors, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
   PROCESS_INFORMATION made{};
   const BOOL isMade = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0,
                                      nullptr, nullptr, &start, &made);
