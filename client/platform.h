@@ -65,6 +65,7 @@ extern const char* const nowhere;
 class CConsoleSetup {
  public:
   CConsoleSetup();
+  // NOLINTNEXTLINE(performance-trivially-destructible): on Windows it puts the console back.
   ~CConsoleSetup();
   CConsoleSetup(const CConsoleSetup&) = delete;
   CConsoleSetup& operator=(const CConsoleSetup&) = delete;
