@@ -147,7 +147,7 @@ inline S16 PackRows(const S32 (*rows)[parts]) {
 struct PairWeights {
   alignas(32) Coefficient words[16];
 };
-constexpr PairWeights PairWeightsOf(const std::int32_t (&part)[4][4], int first, int sign = 1,
+consteval PairWeights PairWeightsOf(const std::int32_t (&part)[4][4], int first, int sign = 1,
                                     bool mirrored = false) {
   PairWeights made{};
   for (int i = 0; i < 8; ++i) {
