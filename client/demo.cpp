@@ -196,7 +196,8 @@ int Demo(const CDemoOptions& options) {
       motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
   const std::string html = HtmlReport(report);
   outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
+  const std::string summary = ReportSummary(report) + "\n" + page + "\n";
   outputs.Publish();
-  Print(Output(), ReportSummary(report) + "\n" + page + "\n");
+  Print(Output(), summary);
   return 0;
 }

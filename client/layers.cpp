@@ -105,8 +105,9 @@ int SplitRecording(const CLayersOptions& options) {
     file->Close();
     summary += " " + ByteText(file->Bytes()) + (&file == &files.back() ? "" : ",");
   }
+  summary += "\n";
   outputs.Publish();
-  Print(Output(), summary + "\n");
+  Print(Output(), summary);
   return 0;
 }
 
@@ -137,11 +138,12 @@ int JoinRecording(const CLayersOptions& options) {
     if (!Interrupted() && others[i].Position() != others[i].FileSize())
       throw CError(LayerPath(options.folder, i + 1) + ": more frames than in layer 0");
   file->Close();
+  const std::string summary =
+      Text("%s: %s of %s, %s\n", options.output.c_str(), CountText(frames, "frame").c_str(),
+           CountText(static_cast<std::int64_t>(others.size()) + 1, "layer").c_str(),
+           ByteText(file->Bytes()).c_str());
   outputs.Publish();
-  Print(Output(),
-        Text("%s: %s of %s, %s\n", options.output.c_str(), CountText(frames, "frame").c_str(),
-             CountText(static_cast<std::int64_t>(others.size()) + 1, "layer").c_str(),
-             ByteText(file->Bytes()).c_str()));
+  Print(Output(), summary);
   return 0;
 }
 

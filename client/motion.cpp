@@ -183,14 +183,16 @@ int Motion(const CMotionOptions& options) {
   for (const auto& sink : sinks)
     sink->Close();
   if (json) json->End(events);
+  const std::string summary =
+      Summary(events) + Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",
+                             options.input.c_str(), CountText(frames, "frame").c_str(),
+                             watch.Width(), watch.Height(),
+                             CountText(std::int64_t(events.Events().size()), "alarm").c_str(),
+                             TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond());
+  const std::string complaint = options.input + ": " + damage;
   outputs.Publish();
-  Print(Output(),
-        Summary(events) +
-            Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",
-                 options.input.c_str(), CountText(frames, "frame").c_str(), watch.Width(),
-                 watch.Height(), CountText(std::int64_t(events.Events().size()), "alarm").c_str(),
-                 TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond()));
+  Print(Output(), summary);
   if (damage.empty()) return 0;
-  Complain(options.input + ": " + damage);
+  Complain(complaint);
   return 1;
 }

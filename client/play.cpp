@@ -149,12 +149,9 @@ int Play(const CPlayOptions& options) {
                   reader.Damage()->text.c_str()));
   else if (frames == 0 && !Interrupted())
     throw CError(options.input + ": no frame in it");
-  // Without a picture nothing takes the place of what is there.
-  if (played > 0) {
+  if (played > 0)
     for (const SinkPtr& sink : sinks)
       sink->Close();
-    outputs.Publish();
-  }
 
   // A video on the standard output stays alone there.
   std::FILE* target = isStandard ? stderr : Output();
@@ -163,7 +160,10 @@ int Play(const CPlayOptions& options) {
     summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());
   if (loss.Lost() > 0) summary += Text(", %" PRId64 " dropped", loss.Lost());
   if (damaged.Count() > 0) summary += Text(", %" PRId64 " damaged", damaged.Count());
-  Print(target, summary + "\n");
+  summary += "\n";
+  // Without a picture nothing takes the place of what is there.
+  if (played > 0) outputs.Publish();
+  Print(target, summary);
   return reader.Damage() || damaged.Count() > 0 ? 1 : 0;
 }
 

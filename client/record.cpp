@@ -54,16 +54,17 @@ int Record(const CRecordOptions& options) {
     throw CError(options.input + ": no picture in it");
   }
   file->Close();
-  outputs.Publish();
   if (const std::string damage = input.Damage(); !damage.empty())
     Complain(options.input + ": " + damage);
 
   const CEncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;
-  Print(Output(),
-        Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s%s\n",
-             options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
-             coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
-             recorder.Coder().encode.RunsPerSecond(), meter ? meter->Summary().c_str() : ""));
+  const std::string summary =
+      Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s%s\n",
+           options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
+           coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
+           recorder.Coder().encode.RunsPerSecond(), meter ? meter->Summary().c_str() : "");
+  outputs.Publish();
+  Print(Output(), summary);
   return 0;
 }

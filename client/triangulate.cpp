@@ -79,8 +79,9 @@ int Triangulate(const CTriangulateOptions& options) {
     for (const CScatteredPoint& point : points)
       map.DrawPoint(canvas, point, CHeatMap::EPoint::small);
     WritePng(outputs, options.png, *PictureOf(canvas));
+    const std::string summary = options.png + ": " + map.Range() + "\n";
     outputs.Publish();
-    Print(Output(), options.png + ": " + map.Range() + "\n");
+    Print(Output(), summary);
   }
   return 0;
 }

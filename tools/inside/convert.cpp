@@ -136,11 +136,12 @@ int Convert(const CConvertOptions& options) {
   } else {
     outputs.Write(output, std::span(frame->data[0], BytesOf(*frame, options.to)));
   }
-  outputs.Publish();
   const AVFrame& before = *FrameOf(source);
-  Print(Output(), Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
-                       NameOf(options.from), before.width, before.height, output.c_str(),
-                       NameOf(options.to), frame->width, frame->height));
+  const std::string summary = Text("%s: %s of %dx%d\n%s: %s of %dx%d\n", options.input.c_str(),
+                                   NameOf(options.from), before.width, before.height,
+                                   output.c_str(), NameOf(options.to), frame->width, frame->height);
+  outputs.Publish();
+  Print(Output(), summary);
   return 0;
 }
 

@@ -102,16 +102,17 @@ int Histogram(const CHistogramOptions& options) {
   else
     histogram.Make(plane, ReadMask(options.mask, {plane.GetDx(), plane.GetDy()}));
   if (!options.png.empty()) WritePlot(outputs, options.png, histogram);
-  outputs.Publish();
 
   int low = 0, high = 0, mean = 0;
   constexpr int eightyPercent = 80;  // in steps of 5/1024 on either side
   histogram.GetRange(low, high, mean, eightyPercent);
-  Print(Output(),
-        Text("%s: %s of %dx%d, mean %d, median %d, four fifths in %d to %d\n",
-             options.picture.c_str(), CountText(histogram.img_pixel_num_, "pixel").c_str(),
-             picture->width, picture->height, mean, histogram.Median(), low, high) +
-            Bars(histogram));
+  const std::string summary =
+      Text("%s: %s of %dx%d, mean %d, median %d, four fifths in %d to %d\n",
+           options.picture.c_str(), CountText(histogram.img_pixel_num_, "pixel").c_str(),
+           picture->width, picture->height, mean, histogram.Median(), low, high) +
+      Bars(histogram);
+  outputs.Publish();
+  Print(Output(), summary);
   return 0;
 }
 

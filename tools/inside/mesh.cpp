@@ -62,8 +62,9 @@ int Mesh(const CMeshOptions& options) {
   CCanvas canvas = map.Paint();
   DrawMesh(canvas, map, triangulation, points);
   WritePng(outputs, options.png, *PictureOf(canvas));
+  const std::string summary = options.png + ": " + map.Range() + "\n";
   outputs.Publish();
-  Print(Output(), options.png + ": " + map.Range() + "\n");
+  Print(Output(), summary);
   return 0;
 }
 
