@@ -147,17 +147,11 @@ inline S16 PackRows(const S32 (*rows)[parts]) {
 struct PairWeights {
   alignas(32) Coefficient words[16];
 };
-consteval PairWeights PairWeightsOf(const std::int32_t (&part)[4][4], int first, int sign = 1,
-                                    bool mirrored = false) {
+consteval PairWeights PairWeightsOf(const std::int32_t (&part)[4][4], int first) {
   PairWeights made{};
-  for (int i = 0; i < 8; ++i) {
-    const int n = i % 4;
-    const bool isMirror = mirrored && n >= 2;
-    const std::int32_t factor = isMirror ? sign : 1;
-    const auto& weights = part[isMirror ? 3 - n : n];
-    made.words[2 * i] = static_cast<Coefficient>(factor * weights[first]);
-    made.words[2 * i + 1] = static_cast<Coefficient>(factor * weights[first + 1]);
-  }
+  for (int i = 0; i < 8; ++i)
+    for (int j = 0; j < 2; ++j)
+      made.words[2 * i + j] = static_cast<Coefficient>(part[i % 4][first + j]);
   return made;
 }
 inline S16 Load(const PairWeights& weights) {
