@@ -19,9 +19,8 @@ CLI::Option* AddValue(CLI::App& command, const COption& option, T* value) {
     return command.add_option(option.name, *value, option.help);
 }
 template <class T>
-CLI::Option* AddValue(CLI::App& command, const COption& option,
-                      const std::function<void(const T&)>& parse) {
-  return command.add_option_function<T>(option.name, parse, option.help);
+CLI::Option* AddValue(CLI::App& command, const COption& option, const COption::CParser<T>& parser) {
+  return command.add_option_function<T>(option.name, parser.take, option.help);
 }
 
 void Restrict(CLI::Option&, std::monostate) {}

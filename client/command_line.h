@@ -22,8 +22,14 @@ template <class T>
 CLimits(T, T) -> CLimits<T>;
 
 struct COption {
-  using Parse = std::function<void(const std::string&)>;
-  using ParseAll = std::function<void(const std::vector<std::string>&)>;
+  // A variant of nothing but pointers and bare functions never takes itself for empty, not even when
+  // copying a function failed; it would destroy what it does not hold.
+  template <class T>
+  struct CParser {
+    std::function<void(const T&)> take;
+  };
+  using Parse = CParser<std::string>;
+  using ParseAll = CParser<std::vector<std::string>>;
 
   // "input" is a word at its place, "--size" an option; "!--no-keys" clears a flag. A bool is a
   // flag. What a function gets may be refused by a CError.

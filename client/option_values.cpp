@@ -19,14 +19,14 @@ int SideOf(std::string_view digits) {
 }  // namespace
 
 COption::Parse SizeParser(int& width, int& height) {
-  return [&](const std::string& text) {
+  return {[&](const std::string& text) {
     const std::size_t cross = text.find('x');
     if (cross != std::string::npos) {
       width = SideOf(std::string_view(text).substr(0, cross));
       height = SideOf(std::string_view(text).substr(cross + 1));
     }
     if (width == 0 || height == 0) throw CError("--size: " + text + " is no size like 640x480");
-  };
+  }};
 }
 
 void ParseNumbers(const std::string& option, const std::string& text,

@@ -68,7 +68,8 @@ COption PointsOption(std::string& path) {
 
 COption FrameOption(CFrameBox& frame) {
   return {.name = "--rect",
-          .value = [&](const std::string& text) { ParseNumbers("--rect", text, frame); },
+          .value =
+              COption::Parse{[&](const std::string& text) { ParseNumbers("--rect", text, frame); }},
           .help = "The frame; its right and bottom edge lie outside",
           .form = "X0,Y0,X1,Y1",
           .isRequired = true};

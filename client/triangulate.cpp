@@ -96,11 +96,10 @@ CCommand TriangulateCommand() {
       .options = {PointsOption(options->points),
                   FrameOption(options->frame),
                   {.name = "--at",
-                   .value =
-                       [=](const std::vector<std::string>& texts) {
-                         for (const std::string& text : texts)
-                           ParseNumbers("--at", text, options->places.emplace_back());
-                       },
+                   .value = COption::ParseAll{[=](const std::vector<std::string>& texts) {
+                     for (const std::string& text : texts)
+                       ParseNumbers("--at", text, options->places.emplace_back());
+                   }},
                    .help =
                        "Print the values there; at the points if neither this nor --png is given",
                    .form = "X,Y ..."},

@@ -82,11 +82,10 @@ CCommand CalibrateCommand() {
                    .form = "FILE.png",
                    .isRequired = true},
                   {.name = "--height",
-                   .value =
-                       [=](const std::vector<std::string>& texts) {
-                         for (const std::string& text : texts)
-                           ParseNumbers("--height", text, options->heights.emplace_back());
-                       },
+                   .value = COption::ParseAll{[=](const std::vector<std::string>& texts) {
+                     for (const std::string& text : texts)
+                       ParseNumbers("--height", text, options->heights.emplace_back());
+                   }},
                    .help = "Print the meters between these pixels, a foot and the head above it",
                    .form = "X,Y,X,Y ..."},
                   {.name = "--json",
