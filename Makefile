@@ -4,6 +4,7 @@ JOBS ?= $(shell nproc)
 SECONDS ?= 60
 OUT ?= demo
 BENCH_FILTER ?= .
+ROUNDS ?= 9
 
 .PHONY: all demo test asan tsan windows bench bench-windows fuzz faults valgrind coverage package format style lint clean
 
@@ -38,12 +39,14 @@ windows: all
 	cmake --build --preset windows -j $(JOBS)
 	ctest --preset windows -j $(JOBS)
 
-# Prints the ratios to the peers; `make bench UPDATE=1` also writes them to docs/performance.md.
+# Prints the ratios to the peers; `make bench UPDATE=1` also writes them to docs/performance.md, with
+# CLIP=video also for a real clip.
 bench:
 	scripts/setup bench
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS)
-	scripts/bench-table build/bench '$(BENCH_FILTER)' $(if $(UPDATE),docs/performance.md)
+	$(if $(CLIP),ZTLIB_BENCH_CLIP='$(CLIP)') scripts/bench-table build/bench '$(BENCH_FILTER)' \
+	  $(ROUNDS) $(if $(UPDATE),docs/performance.md)
 
 # Compares the DLL under Wine with the library for this system.
 bench-windows: windows

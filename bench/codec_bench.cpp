@@ -1,3 +1,4 @@
+#include "bench/clip.h"
 #include "bench/decoding.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
 
@@ -6,21 +7,23 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
 #include <jpeglib.h>
 #include <libavcodec/avcodec.h>
+#include <turbojpeg.h>
 }
 
 #include <benchmark/benchmark.h>
 
 // Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls
-// of libjpeg-turbo with four-byte pixels, and FFmpeg's codec on one thread, which stays in planes. The
-// library's own decoder is also measured as it decodes what its road for sound pictures leaves out.
+// of libjpeg-turbo with four-byte or gray pixels, its decoder that leaves the planes as they are, and
+// FFmpeg's codec on one thread, which stays in planes, too. The library's own decoder is also measured as
+// it decodes what its road for sound pictures leaves out.
 
 namespace {
 
@@ -30,13 +33,31 @@ constexpr int quality = 75;
 
 using namespace kit;
 
-// Three planes with soft gradients, fine texture, sensor noise and edges.
-struct Scene {
-  Bytes y, u, v;
+struct QualityEncoder : Encoder {
+  QualityEncoder() : Encoder(width, height) { Configure(Config().Int("JPEGQuality", quality)); }
 };
-const Scene& TheScene() {
-  static const Scene scene = [] {
-    Scene made;
+
+// A picture in UYVY, and its frame of plain video.
+struct Scene {
+  explicit Scene(Bytes uyvy) : pixels(std::move(uyvy)) {
+    frame = QualityEncoder().Process(Picture(ZTLIB_UYVY).get());
+  }
+  [[nodiscard]] Image Picture(int format) const {
+    if (format == ZTLIB_UYVY) return NewImage(format, width, height, pixels);
+    return NewImage(format, width, height, [this](std::size_t i) {
+      const std::size_t pair = i / 8 * 4;
+      const std::size_t places[] = {pair + i / 4 % 2 * 2 + 1, pair, pair + 2};  // Y, U, V
+      return i % 4 == 3 ? 255 : pixels[places[i % 4]];
+    });
+  }
+  Bytes pixels;
+  Bytes frame;
+};
+
+// Soft gradients, fine texture, sensor noise and edges.
+const Scene& DrawnScene() {
+  static const Scene scene([] {
+    Bytes pixels;
     std::mt19937 random(7);
     for (int row = 0; row < height; ++row)
       for (int column = 0; column < width; ++column) {
@@ -44,52 +65,35 @@ const Scene& TheScene() {
         const double texture = 12 * std::sin(column * 0.31) * std::sin(row * 0.27);
         const int noise = static_cast<int>(random() % 13) - 6;
         const int edge = (column / 97 + row / 61) % 2 * 18;
-        const auto byte = [](double value) {
-          return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0));
+        const auto append = [&pixels](double value) {
+          pixels.push_back(static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0)));
         };
-        made.y.push_back(byte(light + texture + noise + edge));
-        made.u.push_back(byte(128 + 30 * std::sin(column * 0.01 + row * 0.003) + edge / 2));
-        made.v.push_back(byte(128 + 25 * std::cos(row * 0.008)));
+        append(column % 2 == 0 ? 128 + 30 * std::sin(column * 0.01 + row * 0.003) + edge / 2
+                               : 128 + 25 * std::cos(row * 0.008));
+        append(light + texture + noise + edge);
       }
-    return made;
-  }();
+    return pixels;
+  }());
   return scene;
 }
 
-Bytes Pixels(int format) {
-  const Scene& scene = TheScene();
-  Bytes pixels;
-  for (std::size_t i = 0; i < scene.y.size(); ++i) {
-    if (format == ZTLIB_YUV)
-      pixels.insert(pixels.end(), {scene.y[i], scene.u[i], scene.v[i], 255});
-    else
-      pixels.insert(pixels.end(), {(i % 2 == 0 ? scene.u : scene.v)[i / 2 * 2], scene.y[i]});
-  }
-  return pixels;
+const Scene& FilmedScene() {
+  static const Scene scene(TheClip()->pictures.front());
+  return scene;
 }
 
-Image Picture(int format) {
-  return NewImage(format, width, height, Pixels(format));
-}
-
-struct QualityEncoder : Encoder {
-  QualityEncoder() : Encoder(width, height) { Configure(Config().Int("JPEGQuality", quality)); }
-};
-
-const Bytes& TheFrame() {
-  static const Bytes frame = QualityEncoder().Process(Picture(ZTLIB_YUV).get());
-  return frame;
-}
+// The scenes are made only for the benchmarks that run.
+using SceneOf = const Scene& (*)();
 
 constexpr std::size_t headerSize = 112;
 
-void DecodeZtlib(benchmark::State& state, int format, int scale) {
+void DecodeZtlib(benchmark::State& state, SceneOf scene, int format, int scale) {
   Decoder decoder(format, scale);
-  DecodeAgain(state, decoder, TheFrame());
+  DecodeAgain(state, decoder, scene().frame);
 }
 
-void DecodeLibjpeg(benchmark::State& state, int scale) {
-  const Bytes& frame = TheFrame();
+void DecodeLibjpeg(benchmark::State& state, SceneOf scene, int format, int scale) {
+  const Bytes& frame = scene().frame;
   Bytes target(std::size_t{width} * height * 4);
   jpeg_decompress_struct object{};
   jpeg_error_mgr errors;
@@ -98,7 +102,7 @@ void DecodeLibjpeg(benchmark::State& state, int scale) {
   for (auto _ : state) {
     jpeg_mem_src(&object, frame.data() + headerSize, frame.size() - headerSize);
     jpeg_read_header(&object, TRUE);
-    object.out_color_space = JCS_EXT_BGRX;
+    object.out_color_space = format == ZTLIB_GRAY ? JCS_GRAYSCALE : JCS_EXT_BGRX;
     object.scale_num = 1;
     object.scale_denom = static_cast<unsigned>(scale);
     jpeg_start_decompress(&object);
@@ -111,8 +115,24 @@ void DecodeLibjpeg(benchmark::State& state, int scale) {
   jpeg_destroy_decompress(&object);
 }
 
-void DecodeOnLibjpegRoad(benchmark::State& state, int format, int scale) {
-  const Bytes& frame = TheFrame();
+void DecodeToPlanes(benchmark::State& state, SceneOf scene, int scale) {
+  const Bytes& frame = scene().frame;
+  Bytes planes[] = {Bytes(std::size_t{width} * height), Bytes(std::size_t{width} * height / 4),
+                    Bytes(std::size_t{width} * height / 4)};
+  unsigned char* targets[] = {planes[0].data(), planes[1].data(), planes[2].data()};
+  const tjhandle decoder = tjInitDecompress();
+  for (auto _ : state)
+    if (tjDecompressToYUVPlanes(decoder, frame.data() + headerSize, frame.size() - headerSize,
+                                targets, width / scale, nullptr, height / scale,
+                                TJFLAG_ACCURATEDCT) != 0) {
+      state.SkipWithError("not decoded");
+      break;
+    }
+  tjDestroy(decoder);
+}
+
+void DecodeOnLibjpegRoad(benchmark::State& state, SceneOf scene, int format, int scale) {
+  const Bytes& frame = scene().frame;
   ztlib::CJPEGDecoder decoder(ztlib::JpegRoad::libjpeg);
   Bytes target(std::size_t{width} * height * 4);
   const auto scaled = [scale](int size) { return static_cast<std::uint32_t>(size / scale); };
@@ -125,8 +145,8 @@ void DecodeOnLibjpegRoad(benchmark::State& state, int format, int scale) {
                    static_cast<std::uint32_t>(scale));
 }
 
-void DecodeFfmpeg(benchmark::State& state, int scale) {
-  const Bytes& frame = TheFrame();
+void DecodeFfmpeg(benchmark::State& state, SceneOf scene, int scale) {
+  const Bytes& frame = scene().frame;
   Bytes padded(frame.begin() + headerSize, frame.end());
   const auto size = static_cast<int>(padded.size());
   padded.resize(padded.size() + AV_INPUT_BUFFER_PADDING_SIZE);
@@ -151,14 +171,14 @@ void DecodeFfmpeg(benchmark::State& state, int scale) {
   avcodec_free_context(&context);
 }
 
-void EncodeZtlib(benchmark::State& state, int format) {
-  const Image image = Picture(format);
+void EncodeZtlib(benchmark::State& state, SceneOf scene, int format) {
+  const Image image = scene().Picture(format);
   EncodeAgain(state, QualityEncoder(), {&image, 1});
 }
 
 // The blue, green and red that the decoder gives are encoded, so that the stream is the same.
-void EncodeLibjpeg(benchmark::State& state) {
-  const Bytes& frame = TheFrame();
+void EncodeLibjpeg(benchmark::State& state, SceneOf scene) {
+  const Bytes& frame = scene().frame;
   jpeg_decompress_struct reader{};
   jpeg_error_mgr errors;
   reader.err = jpeg_std_error(&errors);
@@ -200,8 +220,8 @@ void EncodeLibjpeg(benchmark::State& state) {
 }
 
 // FFmpeg's quantiser 4 gives a stream of about the same size.
-void EncodeFfmpeg(benchmark::State& state) {
-  const Scene& scene = TheScene();
+void EncodeFfmpeg(benchmark::State& state, SceneOf scene) {
+  const Bytes& pixels = scene().pixels;
   AVFrame* picture = av_frame_alloc();
   picture->format = AV_PIX_FMT_YUVJ420P;
   picture->width = width;
@@ -210,10 +230,10 @@ void EncodeFfmpeg(benchmark::State& state) {
   av_frame_get_buffer(picture, 0);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
-      const std::size_t i = std::size_t{width} * y + x;
-      picture->data[0][y * picture->linesize[0] + x] = scene.y[i];
-      picture->data[1][y / 2 * picture->linesize[1] + x / 2] = scene.u[i];
-      picture->data[2][y / 2 * picture->linesize[2] + x / 2] = scene.v[i];
+      const std::uint8_t* const pixel = &pixels[(std::size_t{width} * y + x) * 2];
+      const int plane = 1 + x % 2;
+      picture->data[0][y * picture->linesize[0] + x] = pixel[1];
+      picture->data[plane][y / 2 * picture->linesize[plane] + x / 2] = pixel[0];
     }
   const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
   AVCodecContext* context = avcodec_alloc_context3(codec);
@@ -245,25 +265,31 @@ const bool registered = [] {
     benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
         ->Unit(benchmark::kMillisecond);
   };
-  const std::pair<const char*, int> formats[] = {{"decode_rgb", ZTLIB_RGB},
-                                                 {"decode_yuv", ZTLIB_YUV},
-                                                 {"decode_uyvy", ZTLIB_UYVY},
-                                                 {"decode_gray", ZTLIB_GRAY}};
-  for (const auto& [name, format] : formats)
-    for (int scale : {1, 2, 4, 8}) {
-      std::string variant = std::string(name) + "/1080p";
-      if (scale > 1) variant += "_scale" + std::to_string(scale);
-      add(variant + "/ztlib", DecodeZtlib, format, scale);
-      add(variant + "/libjpeg_turbo", DecodeLibjpeg, scale);
-      add(variant + "/libjpeg_road", DecodeOnLibjpegRoad, format, scale);
-      add(variant + "/ffmpeg", DecodeFfmpeg, scale);
+  const auto addScene = [&add](const std::string& size, SceneOf scene) {
+    for (const auto& [name, format] : {std::pair("decode_rgb", ZTLIB_RGB),
+                                       {"decode_yuv", ZTLIB_YUV},
+                                       {"decode_uyvy", ZTLIB_UYVY},
+                                       {"decode_gray", ZTLIB_GRAY}})
+      for (int scale : {1, 2, 4, 8}) {
+        std::string variant = std::string(name) + "/" + size;
+        if (scale > 1) variant += "_scale" + std::to_string(scale);
+        const int pixels = format;
+        add(variant + "/ztlib", DecodeZtlib, scene, pixels, scale);
+        add(variant + "/libjpeg_turbo", DecodeLibjpeg, scene, pixels, scale);
+        add(variant + "/libjpeg_turbo_planes", DecodeToPlanes, scene, scale);
+        add(variant + "/libjpeg_road", DecodeOnLibjpegRoad, scene, pixels, scale);
+        add(variant + "/ffmpeg", DecodeFfmpeg, scene, scale);
+      }
+    for (const auto& [name, format] :
+         {std::pair("encode_yuv", ZTLIB_YUV), {"encode_uyvy", ZTLIB_UYVY}}) {
+      const std::string variant = std::string(name) + "/" + size;
+      add(variant + "/ztlib", EncodeZtlib, scene, static_cast<int>(format));
+      add(variant + "/libjpeg_turbo", EncodeLibjpeg, scene);
+      add(variant + "/ffmpeg", EncodeFfmpeg, scene);
     }
-  for (const auto& [name, format] :
-       {std::pair("encode_yuv", ZTLIB_YUV), {"encode_uyvy", ZTLIB_UYVY}}) {
-    add(std::string(name) + "/1080p/ztlib", EncodeZtlib, static_cast<int>(format));
-    add(std::string(name) + "/1080p/libjpeg_turbo", EncodeLibjpeg);
-    add(std::string(name) + "/1080p/ffmpeg", EncodeFfmpeg);
-  }
+  };
+  addScene("1080p", DrawnScene);
+  if (TheClip()) addScene("1080p_" + TheClip()->name, FilmedScene);
   return true;
 }();
 

@@ -10,13 +10,20 @@
 // some images stay.
 inline kit::FramePool& frames = *new kit::FramePool({.reuse = true});
 
-// Decodes one frame over and over.
-inline void DecodeAgain(benchmark::State& state, kit::Decoder& decoder, kit::Bytes frame) {
+// Decodes frames in turn. The decoder may write into them.
+inline void DecodeAgain(benchmark::State& state, kit::Decoder& decoder,
+                        std::span<kit::Bytes> frames) {
   const kit::Image image = kit::NewImage();
-  for (auto _ : state)
+  std::size_t next = 0;
+  for (auto _ : state) {
+    kit::Bytes& frame = frames[next++ % frames.size()];
     ztlib_decoder_process(&decoder.object, image.get(), frame.data(),
                           static_cast<std::uint32_t>(frame.size()));
+  }
   if (!kit::FrameOf(image)) state.SkipWithError("no picture");
+}
+inline void DecodeAgain(benchmark::State& state, kit::Decoder& decoder, kit::Bytes frame) {
+  DecodeAgain(state, decoder, {&frame, 1});
 }
 
 // Encodes pictures in turn and returns the size of the last frame.

@@ -1,3 +1,4 @@
+#include "bench/clip.h"
 #include "bench/decoding.h"
 
 #include <algorithm>
@@ -5,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -18,7 +20,7 @@ extern "C" {
 #include <benchmark/benchmark.h>
 
 // Measures differential video at 1920x1080 and quality 75 through the exports, with a share of the
-// blocks in every frame's list. The peers are plain video, FFmpeg's MJPEG, and its MPEG-4 without B
+// blocks in every frame's list, and with the blocks that change in a real clip. The peers are plain video, FFmpeg's MJPEG, and its MPEG-4 without B
 // frames, which shows the cost of a still scene for a codec with motion search. The least possible
 // cost is one pass over the bytes of the picture: to read them for encoding, to copy them for
 // decoding.
@@ -75,6 +77,18 @@ Bytes Changed(int percent, int phase) {
   return pixels;
 }
 
+// A key picture and those that follow it in turn.
+using Pictures = std::vector<Bytes>;
+constexpr int filmed = -1;  // a percentage that stands for the real clip
+
+const Pictures& PicturesOf(int percent) {
+  if (percent == filmed) return TheClip()->pictures;
+  static std::map<int, Pictures> made;
+  Pictures& pictures = made[percent];
+  if (pictures.empty()) pictures = {Still(), Changed(percent, 0), Changed(percent, 1)};
+  return pictures;
+}
+
 Image Picture(const Bytes& pixels) {
   return NewImage(ZTLIB_UYVY, width, height, pixels);
 }
@@ -90,22 +104,25 @@ struct QualityEncoder : Encoder {
 };
 
 void Encode(benchmark::State& state, int video, int percent, bool advanced) {
-  const Image images[] = {Picture(Changed(percent, 0)), Picture(Changed(percent, 1))};
+  std::vector<Image> images;
+  for (const Bytes& pixels : PicturesOf(percent))
+    images.push_back(Picture(pixels));
+  const std::span<const Image> following = std::span(images).subspan(1);
   const QualityEncoder encoder(video, advanced);
-  (void)encoder.Process(Picture(Still()).get(), true);
-  state.counters["bytes"] = EncodeAgain(state, encoder, images);
-  const Bytes frame = encoder.Process(images[0].get());
+  (void)encoder.Process(images[0].get(), true);
+  state.counters["bytes"] = EncodeAgain(state, encoder, following);
+  const Bytes frame = encoder.Process(following[0].get());
   std::int32_t blocks;
   std::memcpy(&blocks, &frame[84], sizeof blocks);
   state.counters["blocks"] = blocks;
 }
 
 // Adds up all bytes of the picture in vector registers.
-void ReadPass(benchmark::State& state) {
-  const Bytes images[] = {Still(), Still()};
+void ReadPass(benchmark::State& state, int percent) {
+  const Pictures& images = PicturesOf(percent);
   std::size_t next = 0;
   for (auto _ : state) {
-    const Bytes& pixels = images[next++ % 2];
+    const Bytes& pixels = images[1 + next++ % (images.size() - 1)];
     std::array<std::uint64_t, 8> sums{};
     for (std::size_t i = 0; i + 64 <= pixels.size(); i += 64)
       for (std::size_t j = 0; j < sums.size(); ++j) {
@@ -119,10 +136,12 @@ void ReadPass(benchmark::State& state) {
 
 void Decode(benchmark::State& state, int video, int percent, bool advanced, int format) {
   const QualityEncoder encoder(video, advanced);
-  const Bytes key = encoder.Process(Picture(Still()).get(), true);
+  std::vector<Bytes> coded;
+  for (const Bytes& pixels : PicturesOf(percent))
+    coded.push_back(encoder.Process(Picture(pixels).get(), coded.empty()));
   Decoder decoder(format, 1, video);
-  decoder.Process(NewImage().get(), key);
-  DecodeAgain(state, decoder, encoder.Process(Picture(Changed(percent, 0)).get()));
+  decoder.Process(NewImage().get(), coded[0]);
+  DecodeAgain(state, decoder, std::span(coded).subspan(1));
 }
 
 // Copies into two frames in turn, as the decoder copies its base into a client frame.
@@ -177,11 +196,12 @@ AVFrame* PlanarFrame(const Bytes& uyvy, AVPixelFormat format) {
 
 void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
   Peer peer(id, avcodec_find_encoder(id));
-  AVFrame* frames[] = {PlanarFrame(Changed(percent, 0), peer.context->pix_fmt),
-                       PlanarFrame(Changed(percent, 1), peer.context->pix_fmt)};
+  std::vector<AVFrame*> frames;
+  for (const Bytes& pixels : PicturesOf(percent))
+    frames.push_back(PlanarFrame(pixels, peer.context->pix_fmt));
   std::int64_t next = 0;
   const auto encode = [&] {
-    AVFrame* frame = frames[next % 2];
+    AVFrame* frame = frames[next == 0 ? 0 : 1 + next % (frames.size() - 1)];
     frame->pts = next++;
     if (avcodec_send_frame(peer.context, frame) != 0 ||
         avcodec_receive_packet(peer.context, peer.packet) != 0)
@@ -198,18 +218,18 @@ void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
     av_frame_free(&frame);
 }
 
-// Decodes the second frame of a pair, which refers to the first, again and again.
+// Decodes what follows the first picture, which it refers to, again and again.
 void DecodePeer(benchmark::State& state, AVCodecID id, int percent) {
   Peer encoder(id, avcodec_find_encoder(id));
   const AVCodec* codec = avcodec_find_decoder(id);
   Peer decoder(id, codec);
-  Bytes packets[2];
-  for (int i = 0; i < 2; ++i) {
-    AVFrame* frame = PlanarFrame(i == 0 ? Still() : Changed(percent, 0), encoder.context->pix_fmt);
-    frame->pts = i;
+  std::vector<Bytes> packets;
+  for (const Bytes& pixels : PicturesOf(percent)) {
+    AVFrame* frame = PlanarFrame(pixels, encoder.context->pix_fmt);
+    frame->pts = static_cast<std::int64_t>(packets.size());
     avcodec_send_frame(encoder.context, frame);
     avcodec_receive_packet(encoder.context, encoder.packet);
-    packets[i].assign(encoder.packet->data, encoder.packet->data + encoder.packet->size);
+    packets.emplace_back(encoder.packet->data, encoder.packet->data + encoder.packet->size);
     av_packet_unref(encoder.packet);
     av_frame_free(&frame);
   }
@@ -225,8 +245,9 @@ void DecodePeer(benchmark::State& state, AVCodecID id, int percent) {
     return sent && (received == 0 || received == AVERROR(EAGAIN));
   };
   bool good = decode(packets[0]);
+  std::size_t next = 0;
   for (auto _ : state)
-    good = decode(packets[1]) && good;
+    good = decode(packets[1 + next++ % (packets.size() - 1)]) && good;
   if (!good) state.SkipWithError("not decoded");
   av_frame_free(&decoded);
 }
@@ -236,13 +257,17 @@ const bool registered = [] {
     benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
         ->Unit(benchmark::kMillisecond);
   };
-  for (int percent : {0, 1, 5, 30}) {
-    const std::string variant = "/1080p_" + std::to_string(percent) + "_percent/";
+  std::vector<std::pair<int, std::string>> variants;
+  for (int percent : {0, 1, 5, 30})
+    variants.emplace_back(percent, "/1080p_" + std::to_string(percent) + "_percent/");
+  if (TheClip()) variants.emplace_back(filmed, "/1080p_" + TheClip()->name + "/");
+  for (const auto& [share, variant] : variants) {
+    const int percent = share;
     add("encode_diff" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, false);
     add("encode_diff" + variant + "plain_mjpeg", Encode, ZTLIB_VIDEO_MJPEG, percent, false);
     add("encode_diff" + variant + "ffmpeg_mjpeg", EncodePeer, AV_CODEC_ID_MJPEG, percent);
     add("encode_diff" + variant + "ffmpeg_mpeg4", EncodePeer, AV_CODEC_ID_MPEG4, percent);
-    if (percent == 0) add("encode_diff" + variant + "read_pass", ReadPass);
+    add("encode_diff" + variant + "read_pass", ReadPass, percent);
     add("encode_diff_advanced" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, true);
     add("encode_diff_advanced" + variant + "plain_mjpeg", Encode, ZTLIB_VIDEO_MJPEG, percent, true);
     for (const auto& [name, format, bytes] :
@@ -253,7 +278,7 @@ const bool registered = [] {
           static_cast<int>(format));
       add(name + variant + "ffmpeg_mjpeg", DecodePeer, AV_CODEC_ID_MJPEG, percent);
       add(name + variant + "ffmpeg_mpeg4", DecodePeer, AV_CODEC_ID_MPEG4, percent);
-      if (percent == 0)
+      if (percent <= 5)
         add(name + variant + "memcpy", CopyPass, std::size_t{width} * height * bytes);
     }
     for (const auto& [name, video] :
