@@ -6,7 +6,7 @@ OUT ?= demo
 BENCH_FILTER ?= .
 ROUNDS ?= 9
 
-.PHONY: all demo test asan tsan windows bench bench-windows fuzz faults valgrind coverage package format style lint clean
+.PHONY: all demo test asan tsan windows bench wall bench-windows fuzz faults valgrind coverage package format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -47,6 +47,13 @@ bench:
 	cmake --build --preset bench -j $(JOBS)
 	$(if $(CLIP),ZTLIB_BENCH_CLIP='$(CLIP)') scripts/bench-table build/bench '$(BENCH_FILTER)' \
 	  $(ROUNDS) $(if $(UPDATE),docs/performance.md)
+
+# What a wall of cameras costs, beside the peers; INPUT names clips instead of the drawn street.
+wall:
+	scripts/setup bench
+	cmake --preset bench
+	cmake --build --preset bench -j $(JOBS) --target ztlib_wall
+	build/bench/ztlib_wall $(if $(INPUT),--input $(INPUT))
 
 # Compares the DLL under Wine with the library for this system.
 bench-windows: windows

@@ -107,7 +107,10 @@ class FramePool {
   static std::unique_ptr<Frame> TakeIdle(std::size_t size) {
     const std::lock_guard lock(mutex);
     const auto found =
-        std::ranges::find_if(idle, [size](const auto& frame) { return frame->capacity >= size; });
+        // A much larger one would keep its memory from the pictures that need it.
+        std::ranges::find_if(idle, [size](const auto& frame) {
+          return frame->capacity >= size && frame->capacity / 2 <= size;
+        });
     if (found == idle.end()) return nullptr;
     std::swap(*found, idle.back());
     std::unique_ptr<Frame> frame = std::move(idle.back());
