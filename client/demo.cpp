@@ -96,7 +96,7 @@ class CPlayback {
 
   [[nodiscard]] CCoding Finish(const CCoder& coder) {
     file.Close();
-    coding.encodesPerSecond = coder.encode.RunsPerSecond();
+    coding.encodesPerSecond = coder.FramesPerSecond();
     coding.decodesPerSecond = decodeRgb.RunsPerSecond();
     coding.stages = {coder.convert, coder.encode, decodeRgb, decodeYuv};
     return std::move(coding);

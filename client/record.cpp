@@ -60,10 +60,10 @@ int Record(const CRecordOptions& options) {
   const CEncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;
   const std::string summary =
-      Text("%s: %s of %dx%d, %s, %.2f bits per pixel, encoded at %.0f frames/s%s\n",
+      Text("%s: %s of %dx%d, %s, %.2f bits per pixel, converted and encoded at %.0f frames/s%s\n",
            options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
            coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
-           recorder.Coder().encode.RunsPerSecond(), meter ? meter->Summary().c_str() : "");
+           recorder.Coder().FramesPerSecond(), meter ? meter->Summary().c_str() : "");
   outputs.Publish();
   Print(Output(), summary);
   return 0;

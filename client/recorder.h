@@ -47,6 +47,12 @@ class CCoder {
   [[nodiscard]] const CEncoderSettings& Settings() const { return settings; }
   [[nodiscard]] CSize Scaled() const { return scaled; }
 
+  // Of both stages together.
+  [[nodiscard]] double FramesPerSecond() const {
+    const double seconds = convert.SecondsPerRun() + encode.SecondsPerRun();
+    return seconds > 0 ? 1 / seconds : 0;
+  }
+
   CStage convert{"convert"}, encode{"encode"};
 
  private:

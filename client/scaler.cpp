@@ -1,5 +1,8 @@
 #include "client/scaler.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -63,6 +66,51 @@ ScalerPtr NewScaler(const CScaler::CSetup& setup) {
   return scaler;
 }
 
+using CTable = std::array<std::uint8_t, 256>;
+
+// Full range for each value of the limited one, in which `zero` stands for 0, or for no color, and
+// `steps` for 255 steps of the full one.
+constexpr CTable StretchTable(int zero, int steps, int fullZero) {
+  CTable table{};
+  for (int value = 0; value < 256; ++value) {
+    // Rounded to the nearest value, so that a half goes up on either side of zero.
+    const int doubled = 2 * 255 * (value - zero) + steps;
+    const int rounded = (doubled >= 0 ? doubled : doubled - 2 * steps + 1) / (2 * steps);
+    table[static_cast<std::size_t>(value)] =
+        static_cast<std::uint8_t>(std::clamp(rounded + fullZero, 0, 255));
+  }
+  return table;
+}
+constexpr CTable stretchedLuma = StretchTable(16, 219, 0);
+constexpr CTable stretchedChroma = StretchTable(128, 224, 128);
+
+// Whether a picture's samples are bytes in planes of their own.
+bool IsPlanarYuv(AVPixelFormat format) {
+  const AVPixFmtDescriptor* const descriptor = av_pix_fmt_desc_get(format);
+  return descriptor && descriptor->nb_components == 3 && descriptor->comp[0].depth == 8 &&
+         (descriptor->flags & (AV_PIX_FMT_FLAG_PLANAR | AV_PIX_FMT_FLAG_RGB)) ==
+             AV_PIX_FMT_FLAG_PLANAR &&
+         av_pix_fmt_count_planes(format) == 3;
+}
+
+void StretchRange(const AVFrame& source, AVFrame& target) {
+  int downX = 0, downY = 0;
+  AvCheck(
+      av_pix_fmt_get_chroma_sub_sample(static_cast<AVPixelFormat>(target.format), &downX, &downY),
+      "cannot convert pictures");
+  for (int plane = 0; plane < 3; ++plane) {
+    const CTable& table = plane == 0 ? stretchedLuma : stretchedChroma;
+    const int width = plane == 0 ? target.width : AV_CEIL_RSHIFT(target.width, downX);
+    const int height = plane == 0 ? target.height : AV_CEIL_RSHIFT(target.height, downY);
+    for (int y = 0; y < height; ++y) {
+      const std::uint8_t* const from =
+          source.data[plane] + std::ptrdiff_t{y} * source.linesize[plane];
+      std::uint8_t* const to = target.data[plane] + std::ptrdiff_t{y} * target.linesize[plane];
+      std::transform(from, from + width, to, [&table](std::uint8_t value) { return table[value]; });
+    }
+  }
+}
+
 }  // namespace
 
 const AVFrame& CScaler::Convert(const AVFrame& picture, AVPixelFormat format, int width,
@@ -71,9 +119,9 @@ const AVFrame& CScaler::Convert(const AVFrame& picture, AVPixelFormat format, in
   const bool isSameMatrix = !source.isYuv || picture.colorspace == AVCOL_SPC_BT470BG ||
                             picture.colorspace == AVCOL_SPC_SMPTE170M ||
                             picture.colorspace == AVCOL_SPC_UNSPECIFIED;
-  if (source.format == format && source.isFullRange && isSameMatrix && picture.width == width &&
-      picture.height == height)
-    return picture;
+  const bool isSame =
+      source.format == format && isSameMatrix && picture.width == width && picture.height == height;
+  if (isSame && source.isFullRange) return picture;
 
   const CSetup wanted{picture.width,
                       picture.height,
@@ -83,7 +131,10 @@ const AVFrame& CScaler::Convert(const AVFrame& picture, AVPixelFormat format, in
                       width,
                       height,
                       format};
-  if (!scaler || wanted != setup) {
+  // Most recordings need nothing but their range stretched, for which the scaler takes ten times as
+  // long.
+  const bool isStretched = isSame && IsPlanarYuv(format);
+  if (!isStretched && (!scaler || wanted != setup)) {
     scaler = NewScaler(wanted);
     setup = wanted;
   }
@@ -94,7 +145,10 @@ const AVFrame& CScaler::Convert(const AVFrame& picture, AVPixelFormat format, in
   const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
   target->color_range = AVCOL_RANGE_JPEG;
   target->colorspace = descriptor->flags & AV_PIX_FMT_FLAG_RGB ? AVCOL_SPC_RGB : AVCOL_SPC_BT470BG;
-  sws_scale(scaler.get(), picture.data, picture.linesize, 0, picture.height, target->data,
-            target->linesize);
+  if (isStretched)
+    StretchRange(picture, *target);
+  else
+    sws_scale(scaler.get(), picture.data, picture.linesize, 0, picture.height, target->data,
+              target->linesize);
   return *target;
 }

@@ -3,18 +3,36 @@
 #include "ztlib.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
-template <int shift>
-void PackRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
-             std::uint8_t* packed, int width) {
+void PackFull(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+              std::uint8_t* packed, int width) {
   for (int x = 0; x < width; ++x) {
     packed[4 * x] = y[x];
-    packed[4 * x + 1] = u[x >> shift];
-    packed[4 * x + 2] = v[x >> shift];
+    packed[4 * x + 1] = u[x];
+    packed[4 * x + 2] = v[x];
     packed[4 * x + 3] = 255;
   }
+}
+
+// Two pixels with the same chroma are put together in a register, the lowest byte first.
+void PackHalf(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+              std::uint8_t* packed, int width) {
+  const auto chromaOf = [=](int i) {
+    return 0xFF000000U | std::uint32_t{v[i]} << 16 | std::uint32_t{u[i]} << 8;
+  };
+  for (int i = 0; i < width / 2; ++i) {
+    const std::uint64_t chroma = chromaOf(i);
+    const std::uint64_t pixels =
+        (chroma | chroma << 32) | y[2 * i] | std::uint64_t{y[2 * i + 1]} << 32;
+    std::memcpy(packed + 8 * i, &pixels, sizeof pixels);
+  }
+  if (width % 2 == 0) return;
+  const std::uint32_t last = chromaOf(width / 2) | y[width - 1];
+  std::memcpy(packed + 4 * (width - 1), &last, sizeof last);
 }
 
 template <int shift>
@@ -64,7 +82,7 @@ AVPixelFormat PlanarFormatFor(const AVFrame& picture) {
 }
 
 void PackYuv(const AVFrame& planes, AVFrame& packed) {
-  Pack(planes, packed, PackRow<0>, PackRow<1>);
+  Pack(planes, packed, PackFull, PackHalf);
 }
 
 void PackUyvy(const AVFrame& planes, AVFrame& packed) {

@@ -63,8 +63,9 @@ Json Figures(const CReport& report) {
     const double first = (a.error.*error).Psnr(), second = (b.error.*error).Psnr();
     row(label, Text("%.2f dB", first), Text("%.2f dB", second), Text("%+.2f dB", second - first));
   }
-  for (const auto& [label, rate] : {std::pair{"time to encode", &CCoding::encodesPerSecond},
-                                    {"time to decode", &CCoding::decodesPerSecond}})
+  for (const auto& [label, rate] :
+       {std::pair{"time to convert and encode", &CCoding::encodesPerSecond},
+        {"time to decode", &CCoding::decodesPerSecond}})
     row(label, Text("%.2f ms", 1000 / a.*rate), Text("%.2f ms", 1000 / b.*rate),
         RatioText(a.*rate, b.*rate));
   return rows;
@@ -305,7 +306,7 @@ std::string ReportSummary(const CReport& report) {
   return CountText(static_cast<std::int64_t>(plain.frames.size()), "frame") +
          Text(
              " of %dx%d at quality %d: MJPEG %s with a luma PSNR of %.1f dB, differential %s (%s "
-             "times) with %.1f dB, encoded at %.0f and decoded at %.0f frames/s",
+             "times) with %.1f dB, converted and encoded at %.0f and decoded at %.0f frames/s",
              report.width, report.height, report.quality, ByteText(plain.Bytes()).c_str(),
              plain.error.luma.Psnr(), ByteText(differential.Bytes()).c_str(),
              RatioText(double(differential.Bytes()), double(plain.Bytes())).c_str(),

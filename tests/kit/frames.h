@@ -106,12 +106,11 @@ class FramePool {
  private:
   static std::unique_ptr<Frame> TakeIdle(std::size_t size) {
     const std::lock_guard lock(mutex);
-    const auto found =
-        // A much larger one would keep its memory from the pictures that need it.
-        std::ranges::find_if(idle, [size](const auto& frame) {
-          return frame->capacity >= size && frame->capacity / 2 <= size;
-        });
-    if (found == idle.end()) return nullptr;
+    // The smallest that will do, so that large pictures find the large ones.
+    const auto found = std::ranges::min_element(idle, {}, [size](const auto& frame) {
+      return frame->capacity >= size ? frame->capacity : SIZE_MAX;
+    });
+    if (found == idle.end() || (*found)->capacity < size) return nullptr;
     std::swap(*found, idle.back());
     std::unique_ptr<Frame> frame = std::move(idle.back());
     idle.pop_back();
