@@ -1,6 +1,6 @@
 #include "main/target/windll/codec/jpeg_encoder.h"
 
-#include "main/target/windll/codec/plane_kernels.h"
+#include "main/target/windll/codec/split_kernels.h"
 #include "main/target/windll/image_convert/row_kernels.h"
 
 #include <algorithm>
@@ -10,30 +10,34 @@ namespace ztlib {
 
 namespace {
 
-// How rows of a format become YUV; null for those that do not.
-struct RowConversion {
-  RowKernels::Row toYuv;
-  std::uint32_t pixelsPerSample;
-};
-RowConversion ConversionOf(PixelFormat format) {
+// How rows of a format become YUV; null for formats that do not, or need not.
+RowKernels::Row ConversionOf(PixelFormat format) {
   switch (format) {
     case PixelFormat::GRAY:
-      return {KernelsFor<RowKernels>().grayToYuv, 1};
+      return KernelsFor<RowKernels>().grayToYuv;
     case PixelFormat::RGB:
-      return {KernelsFor<RowKernels>().rgbToYuv, 1};
-    case PixelFormat::YUYV:
-      return {KernelsFor<RowKernels>().yuyvToYuv, 2};
-    case PixelFormat::UYVY:
-      return {KernelsFor<RowKernels>().uyvyToYuv, 2};
+      return KernelsFor<RowKernels>().rgbToYuv;
     default:
-      return {nullptr, 1};
+      return nullptr;
+  }
+}
+
+// How two rows of a format whose pixels come in pairs become planes; null for other formats.
+SplitKernels::Pairs PairSplitOf(PixelFormat format) {
+  switch (format) {
+    case PixelFormat::YUYV:
+      return KernelsFor<SplitKernels>().yuyv;
+    case PixelFormat::UYVY:
+      return KernelsFor<SplitKernels>().uyvy;
+    default:
+      return nullptr;
   }
 }
 
 }  // namespace
 
 bool CJPEGEncoder::IsSourceFormat(PixelFormat format) {
-  return format == PixelFormat::YUV || ConversionOf(format).toYuv != nullptr;
+  return format == PixelFormat::YUV || ConversionOf(format) || PairSplitOf(format);
 }
 
 CJPEGEncoder::CJPEGEncoder() {
@@ -102,6 +106,7 @@ std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint
 void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
   const std::uint32_t rows = std::min(height - top, lumaRows);
   const std::size_t chromaWidth = paddedWidth / 2;
+  const SplitKernels::Pairs split = PairSplitOf(picture.format);
   for (std::uint32_t y = 0; y < lumaRows; y += 2) {
     std::uint8_t* const u = uRows[y / 2];
     std::uint8_t* const v = vRows[y / 2];
@@ -112,23 +117,28 @@ void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
       std::memcpy(v, vRows[y / 2 - 1], chromaWidth);
       continue;
     }
+    const std::uint32_t next = std::min(y + 1, rows - 1);
+    if (split) {
+      const std::uint8_t* const pair[] = {picture.Row(top + y), picture.Row(top + next)};
+      split(&yRows[y], u, v, pair, width / 2, chromaWidth);
+      continue;
+    }
     ReadRow(picture, top + y, yRows[y], 0);
-    ReadRow(picture, top + std::min(y + 1, rows - 1), yRows[y + 1], 1);
-    KernelsFor<PlaneKernels>().halve(u, uPair[0], uPair[1], chromaWidth);
-    KernelsFor<PlaneKernels>().halve(v, vPair[0], vPair[1], chromaWidth);
+    ReadRow(picture, top + next, yRows[y + 1], 1);
+    KernelsFor<SplitKernels>().halve(u, uPair[0], uPair[1], chromaWidth);
+    KernelsFor<SplitKernels>().halve(v, vPair[0], vPair[1], chromaWidth);
   }
 }
 
 void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma,
                            int parity) {
-  const std::uint8_t* yuv = picture.pixels + y * picture.distance;
-  const RowConversion conversion = ConversionOf(picture.format);
-  if (conversion.toYuv) {
-    conversion.toYuv(yuvRow, yuv, width / conversion.pixelsPerSample);
+  const std::uint8_t* yuv = picture.Row(y);
+  if (const RowKernels::Row toYuv = ConversionOf(picture.format)) {
+    toYuv(yuvRow, yuv, width);
     yuv = yuvRow;
   }
   std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
-  KernelsFor<PlaneKernels>().splitYuv(planes[0], planes[1], planes[2], yuv, width);
+  KernelsFor<SplitKernels>().yuv(planes[0], planes[1], planes[2], yuv, width);
   for (std::uint8_t* plane : planes)
     std::memset(plane + width, plane[width - 1], paddedWidth - width);
 }

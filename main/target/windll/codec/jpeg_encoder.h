@@ -9,8 +9,11 @@
 
 namespace ztlib {
 
-// The pixels to encode, in a format whose rows convert to YUV one by one.
+// The pixels to encode, in a format whose rows convert to YUV one by one. The width of YUYV and UYVY
+// is even.
 struct JpegPicture {
+  [[nodiscard]] const std::uint8_t* Row(std::uint32_t y) const { return pixels + y * distance; }
+
   PixelFormat format = PixelFormat::YUV;
   const std::uint8_t* pixels = nullptr;
   std::size_t distance = 0;  // of two rows, in bytes
