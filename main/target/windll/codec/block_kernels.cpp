@@ -125,17 +125,44 @@ void HalfDifference(Byte* __restrict target, const Byte* __restrict reference,
   }
 }
 
-void AddDifference(Byte* __restrict target, const Byte* __restrict base,
-                   const Byte* __restrict difference, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto value = static_cast<std::int16_t>(base[i] + 256 - 2 * difference[i]);
-    target[i] = static_cast<Byte>(value < 0 ? 0 : value > 255 ? 255 : value);
+// The row sizes of most blocks are constants for the compiler, which then makes no loop of a row.
+template <std::size_t fixedSize>
+void AddRows(Byte* __restrict target, const Byte* __restrict base, std::size_t distance,
+             const Byte* __restrict difference, std::size_t differenceDistance, std::size_t rowSize,
+             std::size_t rows) {
+  const std::size_t count = fixedSize != 0 ? fixedSize : rowSize;
+  for (; rows > 0; --rows) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto value = static_cast<std::int16_t>(base[i] + 256 - 2 * difference[i]);
+      target[i] = static_cast<Byte>(value < 0 ? 0 : value > 255 ? 255 : value);
+    }
+    target += distance;
+    base += distance;
+    difference += differenceDistance;
   }
+}
+void AddDifference(Byte* target, const Byte* base, std::size_t distance, const Byte* difference,
+                   std::size_t differenceDistance, std::size_t rowSize, std::size_t rows) {
+  const auto add = rowSize == 64 ? AddRows<64> : rowSize == 32 ? AddRows<32> : AddRows<0>;
+  add(target, base, distance, difference, differenceDistance, rowSize, rows);
+}
+
+template <std::size_t fixedSize>
+void CopyRowsOf(Byte* target, std::size_t targetDistance, const Byte* source,
+                std::size_t sourceDistance, std::size_t rowSize, std::size_t rows) {
+  for (std::size_t row = 0; row < rows; ++row)
+    std::memcpy(target + row * targetDistance, source + row * sourceDistance,
+                fixedSize != 0 ? fixedSize : rowSize);
+}
+void CopyRows(Byte* target, std::size_t targetDistance, const Byte* source,
+              std::size_t sourceDistance, std::size_t rowSize, std::size_t rows) {
+  const auto copy = rowSize == 64 ? CopyRowsOf<64> : rowSize == 32 ? CopyRowsOf<32> : CopyRowsOf<0>;
+  copy(target, targetDistance, source, sourceDistance, rowSize, rows);
 }
 
 }  // namespace
 
 constinit const BlockKernels BlockKernels::ZTLIB_INSTRUCTION_SET = {
-    MeanLuma, CompareGroups, SpreadMarks, HalfDifference, AddDifference};
+    MeanLuma, CompareGroups, SpreadMarks, HalfDifference, AddDifference, CopyRows};
 
 }  // namespace ztlib
