@@ -65,12 +65,13 @@ void CJPEGEncoder::SetQuality(std::uint32_t newQuality) {
   jpeg_set_quality(&object, static_cast<int>(quality), TRUE);
 }
 
-void CJPEGEncoder::AllocatePlanes() {
+void CJPEGEncoder::AllocatePlanes(PixelFormat format) {
   const std::size_t unit = lumaRows;
   const std::size_t needed = (width + unit - 1) / unit * unit;
+  if (!PairSplitOf(format)) wide.resize(needed * wideBytesPerPixel);
   if (needed == paddedWidth) return;
   paddedWidth = 0;
-  memory.resize(needed * (lumaRows + chromaRows + 8));
+  memory.resize(needed * (lumaRows + chromaRows));
   std::uint8_t* next = memory.data();
   const auto place = [&next](auto& rows, std::size_t distance) {
     for (std::uint8_t*& row : rows) {
@@ -81,9 +82,6 @@ void CJPEGEncoder::AllocatePlanes() {
   place(yRows, needed);
   place(uRows, needed / 2);
   place(vRows, needed / 2);
-  place(uPair, needed);
-  place(vPair, needed);
-  yuvRow = next;
   paddedWidth = needed;
 }
 
@@ -92,7 +90,7 @@ std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint
   jpeg_abort_compress(&object);
   object.dest = destination.Attach(out);
   jpeg_start_compress(&object, TRUE);
-  AllocatePlanes();
+  AllocatePlanes(picture.format);
   JSAMPARRAY planes[] = {yRows.data(), uRows.data(), vRows.data()};
   for (std::uint32_t top = 0; top < height; top += lumaRows) {
     FillPlanes(picture, top);
@@ -117,30 +115,31 @@ void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
       std::memcpy(v, vRows[y / 2 - 1], chromaWidth);
       continue;
     }
-    const std::uint32_t next = std::min(y + 1, rows - 1);
-    if (split) {
-      const std::uint8_t* const pair[] = {picture.Row(top + y), picture.Row(top + next)};
+    const std::uint8_t* const pair[] = {picture.Row(top + y),
+                                        picture.Row(top + std::min(y + 1, rows - 1))};
+    if (split)
       split(&yRows[y], u, v, pair, width / 2, chromaWidth);
-      continue;
-    }
-    ReadRow(picture, top + y, yRows[y], 0);
-    ReadRow(picture, top + next, yRows[y + 1], 1);
-    KernelsFor<SplitKernels>().halve(u, uPair[0], uPair[1], chromaWidth);
-    KernelsFor<SplitKernels>().halve(v, vPair[0], vPair[1], chromaWidth);
+    else
+      SplitOverYuv(picture.format, pair, y);
   }
 }
 
-void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma,
-                           int parity) {
-  const std::uint8_t* yuv = picture.Row(y);
-  if (const RowKernels::Row toYuv = ConversionOf(picture.format)) {
-    toYuv(yuvRow, yuv, width);
-    yuv = yuvRow;
+void CJPEGEncoder::SplitOverYuv(PixelFormat format, const std::uint8_t* const (&rows)[2],
+                                std::uint32_t y) {
+  const RowKernels::Row toYuv = ConversionOf(format);
+  std::uint8_t* const u = wide.data();
+  std::uint8_t* const v = u + 2 * paddedWidth;
+  std::uint8_t* const yuvRow = v + 2 * paddedWidth;
+  for (std::uint32_t i = 0; i < 2; ++i) {
+    if (toYuv) toYuv(yuvRow, rows[i], width);
+    std::uint8_t* const planes[] = {yRows[y + i], u + i * paddedWidth, v + i * paddedWidth};
+    KernelsFor<SplitKernels>().yuv(planes[0], planes[1], planes[2], toYuv ? yuvRow : rows[i],
+                                   width);
+    for (std::uint8_t* const plane : planes)
+      std::memset(plane + width, plane[width - 1], paddedWidth - width);
   }
-  std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
-  KernelsFor<SplitKernels>().yuv(planes[0], planes[1], planes[2], yuv, width);
-  for (std::uint8_t* plane : planes)
-    std::memset(plane + width, plane[width - 1], paddedWidth - width);
+  KernelsFor<SplitKernels>().halve(uRows[y / 2], u, u + paddedWidth, paddedWidth / 2);
+  KernelsFor<SplitKernels>().halve(vRows[y / 2], v, v + paddedWidth, paddedWidth / 2);
 }
 
 }  // namespace ztlib
