@@ -1,4 +1,5 @@
 #include "bench/decoding.h"
+#include "main/target/windll/codec/block_kernels.h"
 
 #include <algorithm>
 #include <array>
@@ -114,6 +115,20 @@ void ReadPass(benchmark::State& state) {
         sums[j] += word;
       }
     benchmark::DoNotOptimize(sums);
+  }
+}
+
+void Thumbnail(benchmark::State& state) {
+  const Bytes images[] = {Changed(30, 0), Changed(30, 1)};
+  Bytes means(std::size_t{width} / 8 * (height / 8));
+  std::size_t next = 0;
+  for (auto _ : state) {
+    const Bytes& pixels = images[next++ % 2];
+    for (std::size_t y = 0; y < height / 8; ++y)
+      ztlib::KernelsFor<ztlib::BlockKernels>().meanLuma(
+          &means[y * (width / 8)], &pixels[y * 16 * width], std::size_t{width} * 2, width / 8, 8);
+    benchmark::DoNotOptimize(means.data());
+    benchmark::ClobberMemory();
   }
 }
 
@@ -236,6 +251,8 @@ const bool registered = [] {
     benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
         ->Unit(benchmark::kMillisecond);
   };
+  add("thumbnail/1080p/ztlib", Thumbnail);
+  add("thumbnail/1080p/read_pass", ReadPass);
   for (int percent : {0, 1, 5, 30}) {
     const std::string variant = "/1080p_" + std::to_string(percent) + "_percent/";
     add("encode_diff" + variant + "ztlib", Encode, ZTLIB_VIDEO_MJPEGDIFF, percent, false);
