@@ -147,8 +147,7 @@ void DifferentialPicture::LayWholeBlocks(const Plane& picture, const Plane& refe
     for (; next < blockList.size() && blockList[next] - first < columns; ++next)
       lay(next, top, blockList[next] - first);
   }
-  if (columns == 0) return;
-  for (; next < blockList.size(); ++next) {
+  for (; columns > 0 && next < blockList.size(); ++next) {
     const std::uint64_t row = blockList[next] / columns;
     if (row * shape.side < picture.rows)
       lay(next, row * shape.side, blockList[next] - row * columns);
