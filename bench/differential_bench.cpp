@@ -1,5 +1,6 @@
 #include "bench/clip.h"
 #include "bench/decoding.h"
+#include "main/target/windll/codec/block_kernels.h"
 
 #include <algorithm>
 #include <array>
@@ -134,6 +135,20 @@ void ReadPass(benchmark::State& state, int percent) {
   }
 }
 
+void Thumbnail(benchmark::State& state) {
+  const Pictures& images = PicturesOf(30);
+  Bytes means(std::size_t{width} / 8 * (height / 8));
+  std::size_t next = 0;
+  for (auto _ : state) {
+    const Bytes& pixels = images[1 + next++ % 2];
+    for (std::size_t y = 0; y < height / 8; ++y)
+      ztlib::KernelsFor<ztlib::BlockKernels>().meanLuma(
+          &means[y * (width / 8)], &pixels[y * 16 * width], std::size_t{width} * 2, width / 8, 8);
+    benchmark::DoNotOptimize(means.data());
+    benchmark::ClobberMemory();
+  }
+}
+
 void Decode(benchmark::State& state, int video, int percent, bool advanced, int format) {
   const QualityEncoder encoder(video, advanced);
   std::vector<Bytes> coded;
@@ -257,6 +272,8 @@ const bool registered = [] {
     benchmark::RegisterBenchmark(name.c_str(), function, arguments...)
         ->Unit(benchmark::kMillisecond);
   };
+  add("thumbnail/1080p/ztlib", Thumbnail);
+  add("thumbnail/1080p/read_pass", ReadPass, 30);
   std::vector<std::pair<int, std::string>> variants;
   for (int percent : {0, 1, 5, 30})
     variants.emplace_back(percent, "/1080p_" + std::to_string(percent) + "_percent/");

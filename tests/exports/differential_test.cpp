@@ -86,6 +86,39 @@ TEST_F(DifferentialExports, DamageHurtsNoLaterFrame) {
   EXPECT_EQ(Decode(decoder, plain), changed);
 }
 
+// The last entry for a block wins, and what a reference frame lays stays.
+TEST_F(DifferentialExports, ListsNameBlocksInAnyOrder) {
+  constexpr std::size_t columns = width / 16, rowBytes = 32;
+  Decoder decoder(ZTLIB_UYVY, 1, ZTLIB_VIDEO_MJPEGDIFF);
+  const Bytes base = Decode(decoder, key);
+  using List = std::array<std::uint32_t, 5>;
+  const auto decode = [&](const List& list, int type) {
+    Bytes frame = plain;
+    Put(frame, 72, type);
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < list.size(); ++i)
+      bits |= list[i] << (6 * i);
+    Put(frame, 124, bits);
+    return Decode(decoder, frame);
+  };
+  const Bytes strip = decode({0, 1, 2, 3, 4}, 3);
+  for (const List& list :
+       {List{5, 4, 3, 2, 1}, {23, 0, 63, 0, 22}, {2, 2, 7, 7, 9}, {24, 1, 8, 0, 1}})
+    for (const int type : {3, 5}) {
+      Bytes expected = base;
+      for (std::size_t i = 0; i < list.size(); ++i)
+        for (std::size_t y = 0; list[i] < columns * height / 16 && y < 16; ++y)
+          std::copy_n(
+              &strip[y * width * 2 + i * rowBytes], rowBytes,
+              &expected[(list[i] / columns * 16 + y) * width * 2 + list[i] % columns * rowBytes]);
+      EXPECT_EQ(decode(list, type), expected) << list[0] << " " << type;
+      Bytes empty = First(plain, 124);
+      Put(empty, 84, 0);
+      EXPECT_EQ(Decode(decoder, empty), type == 5 ? expected : base);
+      Decode(decoder, key);
+    }
+}
+
 TEST_F(DifferentialExports, FramesWithoutATypeAreCompletedInPlace) {
   Decoder decoder(ZTLIB_UYVY, 1, ZTLIB_VIDEO_MJPEGDIFF);
   Decode(decoder, key);

@@ -128,21 +128,21 @@ class EncoderMJPEG : public testing::Test {
 };
 
 TEST_F(EncoderMJPEG, SourcesOfAllFormatsAreEncodedAsTheirConversion) {
-  constexpr int width = 66, height = 51;
-  for (PixelFormat format : targetFormats) {
-    CZTImage image, yuv;
-    Fill(image, format, width, height + 1);
-    CVideoEncoderMJPEG encoder;
-    Configure(encoder, width, height);
-    yuv.ConvertOrMap(PixelFormat::YUV, image);
-    const int before = CTestFrames::allocated;
-    const Bytes frame = Encode(encoder, image);
-    EXPECT_EQ(CTestFrames::allocated, before);  // no second picture
-    EXPECT_EQ(frame, Encode(encoder, yuv)) << static_cast<int>(format);
-    // A wider picture is read as one run of its converted pixels.
-    Configure(encoder, width - 2, height);
-    EXPECT_EQ(Encode(encoder, image), Encode(encoder, yuv)) << static_cast<int>(format);
-  }
+  for (const auto& [width, height] : {std::pair(66, 51), {92, 34}, {14, 99}})
+    for (PixelFormat format : targetFormats) {
+      CZTImage image, yuv;
+      Fill(image, format, width, height + 1);
+      CVideoEncoderMJPEG encoder;
+      Configure(encoder, width, height);
+      yuv.ConvertOrMap(PixelFormat::YUV, image);
+      const int before = CTestFrames::allocated;
+      const Bytes frame = Encode(encoder, image);
+      EXPECT_EQ(CTestFrames::allocated, before);  // no second picture
+      EXPECT_EQ(frame, Encode(encoder, yuv)) << static_cast<int>(format);
+      // A wider picture is read as one run of its converted pixels.
+      Configure(encoder, width - 2, height);
+      EXPECT_EQ(Encode(encoder, image), Encode(encoder, yuv)) << static_cast<int>(format);
+    }
 }
 
 TEST_F(EncoderMJPEG, HeadersTellTheRequestAndTheConfiguration) {

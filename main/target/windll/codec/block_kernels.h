@@ -22,11 +22,16 @@ struct BlockKernels {
   // Marks what is marked in the row or beside, above or below. The row has a byte on either side.
   void (*spreadMarks)(std::uint8_t* target, const std::uint8_t* above, const std::uint8_t* row,
                       const std::uint8_t* below, std::size_t count);
-  // Half of reference minus present, truncated, around 128; and its inverse, clamped.
+  // Half of reference minus present, truncated, around 128; and its inverse, clamped, for `rows`
+  // rows. Those of target and base lie equally far apart.
   void (*halfDifference)(std::uint8_t* target, const std::uint8_t* reference,
                          const std::uint8_t* present, std::size_t count);
-  void (*addDifference)(std::uint8_t* target, const std::uint8_t* base,
-                        const std::uint8_t* difference, std::size_t count);
+  void (*addDifference)(std::uint8_t* target, const std::uint8_t* base, std::size_t distance,
+                        const std::uint8_t* difference, std::size_t differenceDistance,
+                        std::size_t rowSize, std::size_t rows);
+  // Copies `rows` rows of `rowSize` bytes.
+  void (*copyRows)(std::uint8_t* target, std::size_t targetDistance, const std::uint8_t* source,
+                   std::size_t sourceDistance, std::size_t rowSize, std::size_t rows);
 
   ZT_KERNEL_TABLES(BlockKernels);
 };

@@ -51,7 +51,19 @@ class DifferentialPicture {
                    std::uint32_t frameType);
 
  private:
+  // Of blocks within the picture.
+  struct BlockShape {
+    std::uint64_t rowSize;  // in bytes
+    std::uint64_t side;     // in rows
+  };
+
   [[nodiscard]] bool HasBase(int width, int height) const;
+  // Makes `picture` of base and blocks in one pass.
+  void LayWholeBlocks(const Plane& picture, const Plane& reference, const Plane& strip,
+                      const BlockShape& shape, std::uint32_t frameType) const;
+  // Lays blocks of any kind over `picture`, which is a copy of the base.
+  void LayClippedBlocks(const Plane& picture, const Plane& strip, PixelFormat format,
+                        std::uint64_t scale, std::uint32_t frameType);
 
   CZTImage base;
   CZTImage stripImage;

@@ -1,6 +1,6 @@
 #include "main/target/windll/codec/jpeg_encoder.h"
 
-#include "main/target/windll/codec/plane_kernels.h"
+#include "main/target/windll/codec/split_kernels.h"
 #include "main/target/windll/image_convert/row_kernels.h"
 
 #include <algorithm>
@@ -10,30 +10,34 @@ namespace ztlib {
 
 namespace {
 
-// How rows of a format become YUV; null for those that do not.
-struct RowConversion {
-  RowKernels::Row toYuv;
-  std::uint32_t pixelsPerSample;
-};
-RowConversion ConversionOf(PixelFormat format) {
+// How rows of a format become YUV; null for formats that do not, or need not.
+RowKernels::Row ConversionOf(PixelFormat format) {
   switch (format) {
     case PixelFormat::GRAY:
-      return {KernelsFor<RowKernels>().grayToYuv, 1};
+      return KernelsFor<RowKernels>().grayToYuv;
     case PixelFormat::RGB:
-      return {KernelsFor<RowKernels>().rgbToYuv, 1};
-    case PixelFormat::YUYV:
-      return {KernelsFor<RowKernels>().yuyvToYuv, 2};
-    case PixelFormat::UYVY:
-      return {KernelsFor<RowKernels>().uyvyToYuv, 2};
+      return KernelsFor<RowKernels>().rgbToYuv;
     default:
-      return {nullptr, 1};
+      return nullptr;
+  }
+}
+
+// How two rows of a format whose pixels come in pairs become planes; null for other formats.
+SplitKernels::Pairs PairSplitOf(PixelFormat format) {
+  switch (format) {
+    case PixelFormat::YUYV:
+      return KernelsFor<SplitKernels>().yuyv;
+    case PixelFormat::UYVY:
+      return KernelsFor<SplitKernels>().uyvy;
+    default:
+      return nullptr;
   }
 }
 
 }  // namespace
 
 bool CJPEGEncoder::IsSourceFormat(PixelFormat format) {
-  return format == PixelFormat::YUV || ConversionOf(format).toYuv != nullptr;
+  return format == PixelFormat::YUV || ConversionOf(format) || PairSplitOf(format);
 }
 
 CJPEGEncoder::CJPEGEncoder() {
@@ -61,12 +65,13 @@ void CJPEGEncoder::SetQuality(std::uint32_t newQuality) {
   jpeg_set_quality(&object, static_cast<int>(quality), TRUE);
 }
 
-void CJPEGEncoder::AllocatePlanes() {
+void CJPEGEncoder::AllocatePlanes(PixelFormat format) {
   const std::size_t unit = lumaRows;
   const std::size_t needed = (width + unit - 1) / unit * unit;
+  if (!PairSplitOf(format)) wide.resize(needed * wideBytesPerPixel);
   if (needed == paddedWidth) return;
   paddedWidth = 0;
-  memory.resize(needed * (lumaRows + chromaRows + 8));
+  memory.resize(needed * (lumaRows + chromaRows));
   std::uint8_t* next = memory.data();
   const auto place = [&next](auto& rows, std::size_t distance) {
     for (std::uint8_t*& row : rows) {
@@ -77,9 +82,6 @@ void CJPEGEncoder::AllocatePlanes() {
   place(yRows, needed);
   place(uRows, needed / 2);
   place(vRows, needed / 2);
-  place(uPair, needed);
-  place(vPair, needed);
-  yuvRow = next;
   paddedWidth = needed;
 }
 
@@ -88,7 +90,7 @@ std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint
   jpeg_abort_compress(&object);
   object.dest = destination.Attach(out);
   jpeg_start_compress(&object, TRUE);
-  AllocatePlanes();
+  AllocatePlanes(picture.format);
   JSAMPARRAY planes[] = {yRows.data(), uRows.data(), vRows.data()};
   for (std::uint32_t top = 0; top < height; top += lumaRows) {
     FillPlanes(picture, top);
@@ -102,6 +104,7 @@ std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint
 void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
   const std::uint32_t rows = std::min(height - top, lumaRows);
   const std::size_t chromaWidth = paddedWidth / 2;
+  const SplitKernels::Pairs split = PairSplitOf(picture.format);
   for (std::uint32_t y = 0; y < lumaRows; y += 2) {
     std::uint8_t* const u = uRows[y / 2];
     std::uint8_t* const v = vRows[y / 2];
@@ -112,25 +115,31 @@ void CJPEGEncoder::FillPlanes(const JpegPicture& picture, std::uint32_t top) {
       std::memcpy(v, vRows[y / 2 - 1], chromaWidth);
       continue;
     }
-    ReadRow(picture, top + y, yRows[y], 0);
-    ReadRow(picture, top + std::min(y + 1, rows - 1), yRows[y + 1], 1);
-    KernelsFor<PlaneKernels>().halve(u, uPair[0], uPair[1], chromaWidth);
-    KernelsFor<PlaneKernels>().halve(v, vPair[0], vPair[1], chromaWidth);
+    const std::uint8_t* const pair[] = {picture.Row(top + y),
+                                        picture.Row(top + std::min(y + 1, rows - 1))};
+    if (split)
+      split(&yRows[y], u, v, pair, width / 2, chromaWidth);
+    else
+      SplitOverYuv(picture.format, pair, y);
   }
 }
 
-void CJPEGEncoder::ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma,
-                           int parity) {
-  const std::uint8_t* yuv = picture.pixels + y * picture.distance;
-  const RowConversion conversion = ConversionOf(picture.format);
-  if (conversion.toYuv) {
-    conversion.toYuv(yuvRow, yuv, width / conversion.pixelsPerSample);
-    yuv = yuvRow;
+void CJPEGEncoder::SplitOverYuv(PixelFormat format, const std::uint8_t* const (&rows)[2],
+                                std::uint32_t y) {
+  const RowKernels::Row toYuv = ConversionOf(format);
+  std::uint8_t* const u = wide.data();
+  std::uint8_t* const v = u + 2 * paddedWidth;
+  std::uint8_t* const yuvRow = v + 2 * paddedWidth;
+  for (std::uint32_t i = 0; i < 2; ++i) {
+    if (toYuv) toYuv(yuvRow, rows[i], width);
+    std::uint8_t* const planes[] = {yRows[y + i], u + i * paddedWidth, v + i * paddedWidth};
+    KernelsFor<SplitKernels>().yuv(planes[0], planes[1], planes[2], toYuv ? yuvRow : rows[i],
+                                   width);
+    for (std::uint8_t* const plane : planes)
+      std::memset(plane + width, plane[width - 1], paddedWidth - width);
   }
-  std::uint8_t* const planes[] = {luma, uPair[parity], vPair[parity]};
-  KernelsFor<PlaneKernels>().splitYuv(planes[0], planes[1], planes[2], yuv, width);
-  for (std::uint8_t* plane : planes)
-    std::memset(plane + width, plane[width - 1], paddedWidth - width);
+  KernelsFor<SplitKernels>().halve(uRows[y / 2], u, u + paddedWidth, paddedWidth / 2);
+  KernelsFor<SplitKernels>().halve(vRows[y / 2], v, v + paddedWidth, paddedWidth / 2);
 }
 
 }  // namespace ztlib

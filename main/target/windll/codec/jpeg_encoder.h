@@ -9,8 +9,11 @@
 
 namespace ztlib {
 
-// The pixels to encode, in a format whose rows convert to YUV one by one.
+// The pixels to encode, in a format whose rows convert to YUV one by one. The width of YUYV and UYVY
+// is even.
 struct JpegPicture {
+  [[nodiscard]] const std::uint8_t* Row(std::uint32_t y) const { return pixels + y * distance; }
+
   PixelFormat format = PixelFormat::YUV;
   const std::uint8_t* pixels = nullptr;
   std::size_t distance = 0;  // of two rows, in bytes
@@ -42,9 +45,10 @@ class CJPEGEncoder {
   static constexpr std::uint32_t lumaRows = 2 * DCTSIZE;
   static constexpr std::uint32_t chromaRows = DCTSIZE;
 
-  void AllocatePlanes();
+  void AllocatePlanes(PixelFormat format);
   void FillPlanes(const JpegPicture& picture, std::uint32_t top);
-  void ReadRow(const JpegPicture& picture, std::uint32_t y, std::uint8_t* luma, int parity);
+  // Makes rows `y` and `y` + 1 of the planes from two rows of the picture.
+  void SplitOverYuv(PixelFormat format, const std::uint8_t* const (&rows)[2], std::uint32_t y);
 
   jpeg_error_mgr errors{};
   JpegArena arena;
@@ -60,10 +64,9 @@ class CJPEGEncoder {
   std::array<std::uint8_t*, lumaRows> yRows{};
   std::array<std::uint8_t*, chromaRows> uRows{};
   std::array<std::uint8_t*, chromaRows> vRows{};
-  // Chroma of two rows before it is halved.
-  std::array<std::uint8_t*, 2> uPair{};
-  std::array<std::uint8_t*, 2> vPair{};
-  std::uint8_t* yuvRow = nullptr;
+  // For formats that go over YUV: chroma of two rows before it is halved, and a row of pixels.
+  static constexpr std::size_t wideBytesPerPixel = 2 + 2 + 4;
+  std::vector<std::uint8_t> wide;
 };
 
 }  // namespace ztlib

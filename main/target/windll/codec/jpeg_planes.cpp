@@ -57,13 +57,14 @@ void JpegPlanes::Start(const jpeg_decompress_struct& object, bool lumaOnly) {
     plane.groupRows = BlocksDown(object, component) * ScaledHeight(component);
     plane.width = component.downsampled_width;
     plane.height = component.downsampled_height;
+    plane.keptRows = plane.groupRows * (plane.height > plane.groupRows ? keptGroups : 1);
     // Whole units, with one unit of alignment in front and room for a byte behind.
     const std::uint32_t unit = BlocksAcross(object, component);
     const std::uint32_t blocks = (component.width_in_blocks + unit - 1) / unit * unit;
     // An odd number of cache lines, as those of one column would otherwise push each other out.
     plane.distance =
         (alignment + Align(std::size_t{blocks} * ScaledWidth(component) + 1)) | alignment;
-    needed += plane.distance * plane.groupRows * keptGroups;
+    needed += plane.distance * plane.keptRows;
   }
   across = planeCount == 1 || planes[1].width == planes[0].width ? Widening::none
            : LeastScaledSize(object) > 1                         ? Widening::blended
@@ -74,7 +75,7 @@ void JpegPlanes::Start(const jpeg_decompress_struct& object, bool lumaOnly) {
   std::uint8_t* next = memory.data() + (Align(address) - address);
   for (int i = 0; i < planeCount; ++i) {
     planes[i].samples = next + alignment;
-    next += planes[i].distance * planes[i].groupRows * keptGroups;
+    next += planes[i].distance * planes[i].keptRows;
   }
 }
 

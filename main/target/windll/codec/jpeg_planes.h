@@ -59,18 +59,19 @@ class JpegPlanes {
  private:
   static constexpr int maxComponents = JpegGroupSource::maxComponents;
   // A group is what a source gives at once. Two are kept, as chroma needs rows of both where they
-  // meet.
+  // meet; a strip of blocks, which may be very wide, has only one.
   static constexpr std::uint32_t keptGroups = 2;
 
   struct Plane {
     std::uint32_t groupRows = 0;
+    std::uint32_t keptRows = 0;
     std::uint32_t width = 0;  // in samples of the picture
     std::uint32_t height = 0;
     std::size_t distance = 0;
     std::uint8_t* samples = nullptr;
 
     [[nodiscard]] std::uint8_t* Row(std::uint32_t y) const {
-      return samples + y % (keptGroups * groupRows) * distance;
+      return samples + y % keptRows * distance;
     }
   };
 

@@ -6,23 +6,6 @@ namespace ztlib {
 
 namespace {
 
-void SplitYuv(Byte* __restrict y, Byte* __restrict u, Byte* __restrict v,
-              const Byte* __restrict yuv, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const Word pixel = Load(yuv + 4 * i);
-    y[i] = static_cast<Byte>(pixel);
-    u[i] = static_cast<Byte>(pixel >> 8);
-    v[i] = static_cast<Byte>(pixel >> 16);
-  }
-}
-
-void Halve(Byte* __restrict target, const Byte* __restrict upper, const Byte* __restrict lower,
-           std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    target[i] = static_cast<Byte>(
-        (upper[2 * i] + upper[2 * i + 1] + lower[2 * i] + lower[2 * i + 1] + 1 + (i & 1)) >> 2);
-}
-
 // Three parts of a and one of b.
 inline int Blend(int a, int b) {
   return 3 * a + b;
@@ -262,8 +245,6 @@ void JoinUyvy(Byte* __restrict target, const Byte* __restrict y, const Byte* __r
 }  // namespace
 
 constinit const PlaneKernels PlaneKernels::ZTLIB_INSTRUCTION_SET = {
-    .splitYuv = SplitYuv,
-    .halve = Halve,
     .widen = Both<Row>,
     .widenBetween = Both<TwoRows>,
     .widenToPairs = Mean<Row>,

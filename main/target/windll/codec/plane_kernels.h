@@ -7,21 +7,13 @@
 
 namespace ztlib {
 
-// The pixel work between JPEG components and pixels, one row a call. Rows may lie at any address
+// The pixel work from JPEG components to pixels, one row a call. Rows may lie at any address
 // and must not overlap. The widening kernels read one byte in front of a row and one behind it.
 struct PlaneKernels {
   using Widen = void (*)(std::uint8_t* target, const std::uint8_t* near, const std::uint8_t* far,
                          std::size_t count);
   using Join = void (*)(std::uint8_t* target, const std::uint8_t* y, const std::uint8_t* u,
                         const std::uint8_t* v, std::size_t count);
-
-  // Four-byte YUV pixels to three rows of `count` bytes.
-  void (*splitYuv)(std::uint8_t* y, std::uint8_t* u, std::uint8_t* v, const std::uint8_t* yuv,
-                   std::size_t count);
-  // Each of `count` results is the mean of 2 by 2 samples of two rows; a half is rounded down in
-  // even columns and up in odd ones, as libjpeg does.
-  void (*halve)(std::uint8_t* target, const std::uint8_t* upper, const std::uint8_t* lower,
-                std::size_t count);
 
   // Two results for each of `count` samples, three quarters of it and one quarter of its neighbour,
   // rounded as libjpeg does: in a row alone, or between two rows of which `near` counts threefold.

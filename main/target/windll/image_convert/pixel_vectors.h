@@ -76,6 +76,17 @@ inline void StoreVector(std::uint8_t* p, V32 vector) {
   std::memcpy(p, &vector, sizeof vector);
 }
 
+inline void StoreHalves(std::uint8_t* low, std::uint8_t* high, V32 vector) {
+#if defined(__AVX2__)
+  const __m128i halves[] = {_mm256_castsi256_si128((Vector)vector),
+                            _mm256_extracti128_si256((Vector)vector, 1)};
+#else
+  const std::uint64_t halves[] = {((V64)vector)[0], ((V64)vector)[1]};
+#endif
+  std::memcpy(low, &halves[0], sizeof halves[0]);
+  std::memcpy(high, &halves[1], sizeof halves[1]);
+}
+
 // The same pair of 16-bit numbers in every 32 bits.
 inline S16 Pairs(int low, int high) {
   return (S16)(V32{} +
@@ -291,9 +302,8 @@ inline void ForRange(std::size_t begin, std::size_t end, VectorStep vector, Scal
 }
 
 // Calls `vector` for groups of the samples that have neighbours on both sides, `scalar` for others.
-template <class VectorStep, class ScalarStep>
+template <std::size_t size = wordsPerVector, class VectorStep, class ScalarStep>
 inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scalar) {
-  constexpr std::size_t size = wordsPerVector;
   if (count < size + 2) {
     for (std::size_t i = 0; i < count; ++i)
       scalar(i);
