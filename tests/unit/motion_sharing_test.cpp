@@ -79,14 +79,16 @@ class MotionSharing : public testing::TestWithParam<unsigned> {
   }
   void Detect() {
     SetFrame();
-    callsToFailure = Now(2) ? static_cast<int>(1 + random() % 20) : 0;
+    callsToFailure = Now(2) ? static_cast<int>(1 + random() % 40) : 0;
     try {
       shared.analysis.Detect(shared.bytes);
     } catch (const std::bad_alloc&) {
       ++failures;
+      if (Now(2)) width = lastWidth;
       return;
     }
     callsToFailure = 0;
+    lastWidth = width;
     bool signal = false;
     for (unsigned i = 0; i < count; ++i) {
       alone[i]->analysis.Detect(alone[i]->bytes);
@@ -130,6 +132,7 @@ class MotionSharing : public testing::TestWithParam<unsigned> {
   int failures = 0;
   Bytes plane;
   std::int64_t width = 64;
+  std::int64_t lastWidth = 64;  // of a frame that did not fail
   std::int64_t time = 1000;
   bool isCalm = true;
 };
