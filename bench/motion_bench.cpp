@@ -71,12 +71,15 @@ const Clip& ClipOf(int width, int height) {
   return *clips.emplace_back(std::make_unique<Clip>(width, height));
 }
 
-// Returns a context with `detectors` areas, each of which is a triangle if `masked`.
+// Returns a context with `detectors` areas, each of which has a triangle of its own if `masked`.
 std::shared_ptr<void> NewContext(const Clip& clip, int detectors, bool masked) {
-  kit::Config detector, detectorList;
-  if (masked) detector.Child("Masks", kit::Config().Shorts("", {0, 0, 16000, 100, 8000, 9000}));
-  for (int i = 0; i < detectors; ++i)
+  kit::Config detectorList;
+  for (int i = 0; i < detectors; ++i) {
+    const auto top = static_cast<std::int16_t>(i * 1000);
+    kit::Config detector;
+    if (masked) detector.Child("Masks", kit::Config().Shorts("", {0, top, 16000, 100, 8000, 9000}));
     detectorList.Child("", detector);
+  }
   std::shared_ptr<void> context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
   kit::Config()
       .Child("Configs", detectorList)
@@ -194,6 +197,7 @@ void Register() {
     add(name + "/memcpy", [=](auto& state) { Copy(state, w, h); });
     add(name + "_masked/ztlib", [=](auto& state) { Detect(state, w, h, 1, true); });
     add(name + "_8_detectors/ztlib", [=](auto& state) { Detect(state, w, h, 8, false); });
+    add(name + "_8_masked/ztlib", [=](auto& state) { Detect(state, w, h, 8, true); });
     // The time is that on the clock for each frame: two threads should need little more than half.
     for (const auto& [implementation, threads] : {std::pair{"ztlib", 2}, {"one_thread", 1}})
       add(name + "_two_threads/" + implementation,

@@ -20,7 +20,11 @@ void Detect(const CData& settings, int width, int height, int rows, bool isAllMo
     time += moment % 7 == 6 ? -50 : moment % 11 == 0 ? 2900 : 100;
     const FrameTime now{1, 2, time};
     CData found, copied;
-    Mix(detector.ProcessAndDecide(found, {width, rows, plane.data(), stride}, now));
+    Mix(detector.ProcessAndDecide({width, rows, plane.data(), stride}, now));
+    Bytes form(detector.RoomForResult({width, rows}));
+    ByteWriter writer(form);
+    detector.WriteResult(writer, {width, rows});
+    ParseTagged(found, form.data(), form.size());
     MixTree(found);
     Mix(detector.GetProgress());
     Mix(detector.GetState());

@@ -200,13 +200,15 @@ TEST_F(Allocation, WhatFramesAnnounceTakesNoMemory) {
   }
 }
 
-// The bitmap is the only large block that a frame takes; the others are small parts of a tree.
-TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
+TEST_F(Allocation, MotionTakesNoMemoryForAFrame) {
+  const Config masked = Config().Child("Masks", Config().Shorts("", {0, 0, 9000, 0, 0, 9000}));
   for (const int format : {ZTLIB_GRAY, ZTLIB_BOOL8}) {
     constexpr int columns = width - 3;
     const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
                                                          ztlib_simplemotion_destroy};
-    Config().Apply(ztlib_simplemotion_configure, context.get(), columns, height);
+    Config()
+        .Child("Configs", Config().Child("", masked).Child("", Config()))
+        .Apply(ztlib_simplemotion_configure, context.get(), columns, height);
     const Image image = Picture(format, columns, 0, [](int) { return 0; });
     std::int64_t time = 0;
     const auto detect = [&] {
@@ -216,18 +218,16 @@ TEST_F(Allocation, MotionTakesOneBitmapForEachDetector) {
     };
     for (int i = 0; i < 50; ++i)
       detect();
-    largestBlock = 0;
-    EXPECT_LT(CallsOfTen(detect), 10 * 20);
-    EXPECT_LT(largestBlock, static_cast<std::size_t>(columns * height / 8 + 100));
+    EXPECT_EQ(CallsOfTen(detect), 0);
   }
 }
 
-TEST_F(Allocation, DetectorsBehindTheEighthTakeNothing) {
-  const auto callsWith = [](int count) {
+TEST_F(Allocation, EightDetectorsShareTheirModelsAndOthersTakeNothing) {
+  const auto callsWith = [](int count, int models = 1) {
     CData tree;
     CData& configs = tree.AddChild(Tok::Configs);
     for (int i = 0; i < count; ++i)
-      configs.AddChild(Tok::Empty);
+      configs.AddChild(Tok::Empty).AddDouble(Tok::Sensitivity, i % models);
     const CBinData bytes = ToTagged(tree);
     const ztlib_blob block{bytes.Data(), bytes.Size()};
     const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
@@ -238,6 +238,8 @@ TEST_F(Allocation, DetectorsBehindTheEighthTakeNothing) {
   };
   EXPECT_GT(callsWith(8), callsWith(7));
   EXPECT_EQ(callsWith(10000), callsWith(8));
+  EXPECT_EQ(callsWith(8, 8) - callsWith(8), 7 * (callsWith(8, 2) - callsWith(8)));
+  EXPECT_GT(callsWith(8, 2), callsWith(8));
 }
 
 // Sizes come from outside, so those that no picture has are refused or cheap.

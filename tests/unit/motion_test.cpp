@@ -108,9 +108,8 @@ TEST_F(Motion, NothingIsFoundBeforeTheWarmUpEndsAndTheModelHasLearned) {
     auto time = static_cast<std::uint64_t>(first);
     for (int number = 0; number <= found; ++number, time += step) {
       const Plane plane(40, 24, number >= std::max(31, found - 1) ? 30 : 0);
-      CData result;
-      ASSERT_EQ(detector.Process(result, plane.view, {1, 2, static_cast<std::int64_t>(time)}),
-                number == found ? 3000.0F / (39 * 23) : 0.0F)
+      detector.ProcessAndDecide(plane.view, {1, 2, static_cast<std::int64_t>(time)});
+      ASSERT_EQ(detector.GetPercent(), number == found ? 3000.0F / (39 * 23) : 0.0F)
           << number << " from " << first;
     }
   }

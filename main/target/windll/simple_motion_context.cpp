@@ -46,9 +46,8 @@ void CSimpleMotionContext::ConfigureFor(const CData& tree, int width, int height
 CSimpleMotionContext::Found CSimpleMotionContext::Detect(const CZTImage& image,
                                                          std::int64_t msSince1601) {
   const FrameInCache frame(*this, image, msSince1601);
-  CData result;
-  analysis.Process(result);
-  return {analysis.anySignal, Write(result)};
+  if (!analysis.Detect(output).Succeeded()) output.assign(1, 0);  // no elements
+  return {analysis.anySignal, output};
 }
 
 // The analysis has been configured on its own already; once more would build all detectors twice.
@@ -76,16 +75,6 @@ GrayView CSimpleMotionContext::PlaneOf(const CZTImage& image) {
   std::fill(std::copy_n(plane.data, have, staging.begin()), staging.end(), std::uint8_t{0});
   plane.data = staging.data();
   return plane;
-}
-
-std::span<const std::uint8_t> CSimpleMotionContext::Write(const CData& tree) {
-  output.resize(TaggedSize(tree));
-  if (!WriteTagged(tree, output.data())) {
-    // An empty value ended the form early; what follows must not be an older result.
-    std::fill(output.begin(), output.end(), std::uint8_t{0});
-    WriteTagged(tree, output.data());
-  }
-  return output;
 }
 
 }  // namespace ztlib

@@ -42,7 +42,6 @@ class CSimpleMotionContext : public AAlarmDetectorVideo, public IAlarmNotifyRece
   // The image where it lies or, if it is not gray and too short, a copy that reaches as far as the
   // rows do.
   [[nodiscard]] GrayView PlaneOf(const CZTImage& image);
-  [[nodiscard]] std::span<const std::uint8_t> Write(const CData& tree);
 
   CImageDataCache imageCache;
   CVCASimpleMotion analysis;

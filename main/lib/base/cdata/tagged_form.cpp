@@ -94,7 +94,14 @@ std::uint64_t NodeSize(const CData& node) {
   return size;
 }
 
-bool WriteNode(const CData& node, ByteWriter& out);
+// Gives the place of the size of the value, which follows.
+std::uint8_t* WriteHead(ByteWriter& out, std::string_view name, std::uint16_t kind) {
+  std::uint8_t* const head = out.Take(smallestElement + name.size());
+  head[0] = static_cast<std::uint8_t>(InfoOfKind(kind).tag);
+  head[1] = static_cast<std::uint8_t>(name.size());
+  CopyShort(head + 2, name.data(), name.size());
+  return head + 2 + name.size();
+}
 
 bool WriteValue(const CDataValue& value, ByteWriter& out) {
   switch (value.GetKind()) {
@@ -142,31 +149,11 @@ bool WriteValue(const CDataValue& value, ByteWriter& out) {
         out.WriteBytes(binary->Data(), binary->Size());
       break;
     case cdNode:
-      if (value.GetNode() != nullptr) return WriteNode(*value.GetNode(), out);
+      if (value.GetNode() != nullptr) return WriteTagged(*value.GetNode(), out);
       out.Write('\0');
       break;
   }
   return true;
-}
-
-// Closes the node also where it has to stop early, so that the bytes before the fault are a form.
-bool WriteNode(const CData& node, ByteWriter& out) {
-  bool complete = true;
-  for (const CDataElement& element : node.Elements()) {
-    complete = element.value.GetKind() != cdEmpty;
-    if (!complete) break;
-    const std::string_view name = node.WrittenName(element.key);
-    std::uint8_t* const head = out.Take(smallestElement + name.size());
-    head[0] = static_cast<std::uint8_t>(InfoOfKind(element.value.GetKind()).tag);
-    head[1] = static_cast<std::uint8_t>(name.size());
-    CopyShort(head + 2, name.data(), name.size());
-    const std::uint8_t* const start = out.Next();
-    complete = WriteValue(element.value, out);
-    StoreLE(head + 2 + name.size(), static_cast<std::uint32_t>(out.Next() - start));
-    if (!complete) break;
-  }
-  out.Write('\0');
-  return complete;
 }
 
 // Passes over the elements in front of the payload of a binary value.
@@ -284,21 +271,48 @@ void ParseNode(CData& node, ByteReader in, int depth, Omission omission) {
 }  // namespace
 
 std::uint32_t TaggedSize(const CData& data) {
-  const std::uint64_t size = NodeSize(data);
+  return CheckTaggedSize(NodeSize(data));
+}
+
+std::uint32_t CheckTaggedSize(std::uint64_t size) {
   if (size > std::numeric_limits<std::uint32_t>::max())
     throw std::length_error("tree too large for the tagged form");
   return static_cast<std::uint32_t>(size);
 }
 
+std::uint8_t* BeginTagged(ByteWriter& out, Token name, std::uint16_t kind) {
+  return WriteHead(out, TokenText(name), kind);
+}
+
+void EndTagged(const ByteWriter& out, std::uint8_t* size) {
+  StoreLE(size, static_cast<std::uint32_t>(out.Next() - size - sizeof(std::uint32_t)));
+}
+
+// Closes the node also where it has to stop early, so that the bytes before the fault are a form.
+bool WriteTagged(const CData& data, ByteWriter& out) {
+  bool complete = true;
+  for (const CDataElement& element : data.Elements()) {
+    complete = element.value.GetKind() != cdEmpty;
+    if (!complete) break;
+    std::uint8_t* const size =
+        WriteHead(out, data.WrittenName(element.key), element.value.GetKind());
+    complete = WriteValue(element.value, out);
+    EndTagged(out, size);
+    if (!complete) break;
+  }
+  out.Write('\0');
+  return complete;
+}
+
 std::uint8_t* WriteTagged(const CData& data, std::uint8_t* out) {
   ByteWriter writer = ByteWriter::Unbounded(out);
-  return WriteNode(data, writer) ? writer.Next() : nullptr;
+  return WriteTagged(data, writer) ? writer.Next() : nullptr;
 }
 
 CBinData ToTagged(const CData& data) {
   CBinData bytes = CBinData::Uninitialised(TaggedSize(data));
   ByteWriter writer({bytes.Data(), bytes.Size()});
-  WriteNode(data, writer);
+  WriteTagged(data, writer);
   std::memset(writer.Next(), 0, writer.Room());
   return bytes;
 }

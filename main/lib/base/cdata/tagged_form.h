@@ -1,5 +1,6 @@
 #pragma once
 
+#include "main/lib/base/byte_io.h"
 #include "main/lib/base/cdata/bin_data.h"
 #include "main/lib/base/cdata/token_table.h"
 
@@ -12,11 +13,27 @@ class CData;
 // The tagged form, in which a tree crosses the library's boundary. A size of 4 GiB or more throws
 // std::length_error.
 [[nodiscard]] std::uint32_t TaggedSize(const CData& data);
+[[nodiscard]] std::uint32_t CheckTaggedSize(std::uint64_t size);
 // `out` has room for TaggedSize bytes. Gives the pointer behind the last byte written. At an empty
 // value it stops with a complete form of what stands before, and gives null.
 std::uint8_t* WriteTagged(const CData& data, std::uint8_t* out);
 // Measured, allocated once and written; zeros behind a form that had to stop early.
 [[nodiscard]] CBinData ToTagged(const CData& data);
+
+// For results that are written without a tree. BeginTagged writes the head of an element, behind
+// which the value follows as the form has it, and gives the place of its size, which EndTagged
+// fills in.
+[[nodiscard]] std::uint8_t* BeginTagged(ByteWriter& out, Token name, std::uint16_t kind);
+void EndTagged(const ByteWriter& out, std::uint8_t* size);
+template <WireNumber T>
+void WriteTaggedNumber(ByteWriter& out, Token name, std::uint16_t kind, T value) {
+  std::uint8_t* const size = BeginTagged(out, name, kind);
+  out.Write(value);
+  EndTagged(out, size);
+}
+// The elements of a node and its end; false at an empty value, before which it stops.
+bool WriteTagged(const CData& data, ByteWriter& out);
+
 // Of a list whose user looks at its first nodes only.
 struct CDataListLimit {
   Token list;

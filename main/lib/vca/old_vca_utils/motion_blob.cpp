@@ -21,81 +21,64 @@ constexpr std::size_t heightOffset = 24;
 constexpr std::size_t headerSize = 32;
 constexpr std::size_t tailSize = 16;
 
-// A blob for a bitmap of that size. Header and tail are written, and so is the byte of the last
-// pixels if they are fewer than eight; the caller writes the bytes of eight pixels each.
-CBinData StartBlob(const Size& size) {
-  const auto wholeBytes = static_cast<std::uint64_t>(size.width * size.height) / 8;
-  CBinData blob = CBinData::Uninitialised(headerSize + wholeBytes + tailSize);
-  std::uint8_t* const bytes = blob.Data();
-  std::memset(bytes, 0, headerSize);
-  StoreLE(bytes, formatVersion);
-  StoreLE(bytes + 4, static_cast<std::uint32_t>(blob.Size()));
-  StoreLE(bytes + kindOffset, imageKind);
-  StoreLE(bytes + widthOffset, static_cast<std::int32_t>(size.width));
-  StoreLE(bytes + heightOffset, static_cast<std::int32_t>(size.height));
-  std::memset(bytes + headerSize + wholeBytes, 0, tailSize);
-  return blob;
-}
-
-// Appends runs of bits to memory; the tail of a blob takes the word that is not full.
-class BitWriter {
- public:
-  explicit BitWriter(std::uint8_t* target) : target(target) {}
-  // The low `count` bits of `word`, 1 to 64; those above are 0.
-  void Append(std::uint64_t word, int count) {
-    pending |= word << used;
-    if (used + count < 64) {
-      used += count;
-      return;
-    }
-    StoreLE(target, pending);
-    target += sizeof pending;
-    pending = used == 0 ? 0 : word >> (64 - used);
-    used += count - 64;
-  }
-  void Flush() { StoreLE(target, pending); }
-
- private:
-  std::uint8_t* target;
-  std::uint64_t pending = 0;
-  int used = 0;
-};
-
-void PackPaddedRows(std::uint8_t* bits, const ByteImage& motion) {
-  constexpr std::int64_t piece = 512;
-  BitWriter writer(bits);
-  for (std::int64_t y = 0; y < motion.GetDy(); ++y) {
-    const std::uint8_t* const row = motion.GetPtr() + y * motion.GetScanline();
-    for (std::int64_t x = 0; x < motion.GetDx(); x += piece) {
-      const std::int64_t count = std::min<std::int64_t>(piece, motion.GetDx() - x);
-      std::uint64_t words[piece / 64] = {};
-      KernelsFor<MotionKernels>().packBits(reinterpret_cast<std::uint8_t*>(words), row + x,
-                                           static_cast<std::size_t>(count));
-      for (std::int64_t done = 0; done < count; done += 64)
-        writer.Append(words[done / 64], static_cast<int>(std::min<std::int64_t>(64, count - done)));
-    }
-  }
-  writer.Flush();
-}
-
 }  // namespace
 
-std::shared_ptr<CBinData> MakeMotionBlob(const ByteImage& motion) {
-  auto blob = std::make_shared<CBinData>(StartBlob({motion.GetDx(), motion.GetDy()}));
-  if (!motion.Assigned()) return blob;
-  std::uint8_t* const bits = blob->Data() + headerSize;
-  if (motion.GetScanline() == motion.GetDx())
-    KernelsFor<MotionKernels>().packBits(bits, motion.GetPtr(),
-                                         static_cast<std::size_t>(motion.GetDx() * motion.GetDy()));
-  else
-    PackPaddedRows(bits, motion);
-  return blob;
+std::uint64_t MotionBlobSize(const Size& size) {
+  return headerSize + static_cast<std::uint64_t>(size.width * size.height) / 8 + tailSize;
 }
 
-std::shared_ptr<CBinData> MakeBlankMotionBlob(const Size& size) {
-  auto blob = std::make_shared<CBinData>(StartBlob(size));
-  std::memset(blob->Data() + headerSize, 0, blob->Size() - headerSize);
-  return blob;
+void WriteMotionBlob(std::uint8_t* to, const Size& size, const std::uint64_t* bits) {
+  const std::uint64_t blobSize = MotionBlobSize(size);
+  const auto filled = (static_cast<std::uint64_t>(size.width * size.height) + 7) / 8;
+  std::memset(to, 0, headerSize);
+  StoreLE(to, formatVersion);
+  StoreLE(to + 4, static_cast<std::uint32_t>(blobSize));
+  StoreLE(to + kindOffset, imageKind);
+  StoreLE(to + widthOffset, static_cast<std::int32_t>(size.width));
+  StoreLE(to + heightOffset, static_cast<std::int32_t>(size.height));
+  if (bits)
+    std::memcpy(to + headerSize, bits, filled);
+  else
+    std::memset(to + headerSize, 0, filled);
+  std::memset(to + headerSize + filled, 0, blobSize - headerSize - filled);
+}
+
+void CMotionPacker::AddRow(const std::uint8_t* row) {
+  if (width % 8 == 0) {
+    const auto whole = static_cast<std::size_t>(width / 8);
+    if (row)
+      KernelsFor<MotionKernels>().packBits(target, row, static_cast<std::size_t>(width));
+    else
+      std::memset(target, 0, whole);
+    target += whole;
+    return;
+  }
+  constexpr std::int64_t piece = 512;
+  for (std::int64_t x = 0; x < width; x += piece) {
+    const std::int64_t count = std::min<std::int64_t>(piece, width - x);
+    std::uint64_t words[piece / 64] = {};
+    if (row)
+      KernelsFor<MotionKernels>().packBits(reinterpret_cast<std::uint8_t*>(words), row + x,
+                                           static_cast<std::size_t>(count));
+    for (std::int64_t done = 0; done < count; done += 64)
+      Append(words[done / 64], static_cast<int>(std::min<std::int64_t>(64, count - done)));
+  }
+}
+
+void CMotionPacker::Finish() {
+  if (used > 0) StoreLE(target, pending);
+}
+
+void CMotionPacker::Append(std::uint64_t word, int count) {
+  pending |= word << used;
+  if (used + count < 64) {
+    used += count;
+    return;
+  }
+  StoreLE(target, pending);
+  target += sizeof pending;
+  pending = used == 0 ? 0 : word >> (64 - used);
+  used += count - 64;
 }
 
 CMotionBlobView::CMotionBlobView(const CBinData& blob)

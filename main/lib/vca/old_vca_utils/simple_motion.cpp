@@ -3,6 +3,7 @@
 #include "main/lib/base/debug.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace ztlib {
@@ -23,8 +24,8 @@ CData& MotionsOf(CData& tree) {
 }
 
 // `best` begins at 0 and keeps its value if `value` is negative or not a number.
-void KeepLargest(float& best, double value) {
-  if (const auto narrowed = static_cast<float>(value); best < narrowed) best = narrowed;
+void KeepLargest(float& best, float value) {
+  if (best < value) best = value;
 }
 
 }  // namespace
@@ -88,7 +89,8 @@ CResultRecord CVCASimpleMotion::VirtualConfigure() {
   const Size size = imageCache->GetSize(resolutionLevel);
   for (std::uint64_t i = 0; i < items.Count(); ++i) {
     detectors.push_back(std::make_unique<CSingleSimpleMotion>());
-    if (!detectors.back()->Configure(std::move(*items.At(i).value.GetNode()), size)) {
+    if (!detectors.back()->Configure(std::move(*items.At(i).value.GetNode()), size,
+                                     std::span(detectors).first(detectors.size() - 1))) {
       ZT_LOG(4, source, 93, "Error during simple motion configuration: no suitable resolution!");
       return {resultFailure, "", "Error during simple motion configuration"};
     }
@@ -107,7 +109,23 @@ void CVCASimpleMotion::DeriveState() {
 }
 
 CResultRecord CVCASimpleMotion::Process(CData& output) {
-  CResultRecord result = AVCABase::Process(output);
+  std::vector<std::uint8_t> bytes;
+  CResultRecord result = Detect(bytes);
+  if (!result.Succeeded()) return result;
+  CData found;
+  ParseTagged(found, bytes.data(), bytes.size());
+  CData& motions = MotionsOf(output);
+  CData& foundMotions = found.Child(Tok::Motions);
+  for (std::uint64_t i = 0; i < foundMotions.Count(); ++i)
+    motions.AddChild(Tok::Empty, std::move(*foundMotions.At(i).value.GetNode()));
+  for (std::uint64_t i = 1; i < found.Count(); ++i)
+    output.Append(found.KeyText(found.At(i).key), std::move(found.At(i).value));
+  return result;
+}
+
+CResultRecord CVCASimpleMotion::Detect(std::vector<std::uint8_t>& output) {
+  CData untouched;
+  CResultRecord result = AVCABase::Process(untouched);
   if (!result.Succeeded()) return result;
   if (const int level = ChooseResolutionLevel(resolutionLevel); level != resolutionLevel) {
     resolutionLevel = level;
@@ -121,33 +139,58 @@ CResultRecord CVCASimpleMotion::Process(CData& output) {
     return {resultFailure, "", text};
   }
   DeriveState();
-  Detect(output, imageCache->GetPlaneView(resolutionLevel, planeY), imageCache->GetFrameTime());
+
+  // All that can fail for want of memory comes before the first detector sees the frame.
+  const GrayView plane = imageCache->GetPlaneView(resolutionLevel, planeY);
+  const FrameTime time = imageCache->GetFrameTime();
+  const Size size{plane.width, plane.height};
+  constexpr std::uint64_t roomForRest = 256;
+  std::uint64_t room = roomForRest;
+  for (const auto& detector : detectors)
+    room += detector->RoomForResult(size);
+  output.resize(CheckTaggedSize(room));
+  for (const auto& detector : detectors)
+    detector->Prepare(size);
+
+  anySignal = false;
+  for (const auto& detector : detectors)
+    if (detector->ProcessAndDecide(plane, time)) anySignal = true;
+  ByteWriter writer(output);
+  WriteResult(writer, size, time);
+  output.resize(room - writer.Room());
   return result;
 }
 
-void CVCASimpleMotion::Detect(CData& output, const GrayView& plane, const FrameTime& time) {
-  CData& motions = MotionsOf(output);
+void CVCASimpleMotion::WriteResult(ByteWriter& out, const Size& size, const FrameTime& time) const {
   const bool metadata = configuration.generateMetadata.Get();
-  anySignal = false;
   float alarmPercent = 0.0F;
   float detectPercent = 0.0F;
+  std::uint8_t* mark = BeginTagged(out, Tok::Motions, cdNode);
   for (const auto& detector : detectors) {
-    CData found;
-    if (detector->ProcessAndDecide(found, plane, time)) anySignal = true;
-    if (!metadata) continue;
-    KeepLargest(alarmPercent, found.GetDouble(Tok::AlarmPercent, 0.0));
-    KeepLargest(detectPercent, found.GetDouble(Tok::DetectPercent, 0.0));
-    motions.AddChild(Tok::Empty, std::move(found));
+    if (!metadata) break;
+    std::uint8_t* const child = BeginTagged(out, Tok::Empty, cdNode);
+    detector->WriteResult(out, size);
+    EndTagged(out, child);
+    // After a configuration that failed halfway a detector may have other ideas of metadata.
+    if (!detector->HasMetadata()) continue;
+    KeepLargest(alarmPercent, detector->GetProgress());
+    KeepLargest(detectPercent, detector->GetPercent());
   }
-  if (!metadata) return;
-  output.AddDouble(Tok::AlarmPercent, alarmPercent);
-  output.AddDouble(Tok::DetectPercent, detectPercent);
-  output.AddInt(Tok::Version, resultVersion);
-  output.AddTime(Tok::TimestampMs, CTimestamper::ToClientTime(time));
-  output.AddBool(Tok::Predicted, false);
-  CData& resolution = output.AddChild(Tok::Resolution);
-  resolution.AddInt(Tok::Width, static_cast<std::int32_t>(plane.width));
-  resolution.AddInt(Tok::Height, static_cast<std::int32_t>(plane.height));
+  out.Write('\0');
+  EndTagged(out, mark);
+  if (metadata) {
+    WriteTaggedNumber(out, Tok::AlarmPercent, cdDouble, double{alarmPercent});
+    WriteTaggedNumber(out, Tok::DetectPercent, cdDouble, double{detectPercent});
+    WriteTaggedNumber(out, Tok::Version, cdInt, resultVersion);
+    WriteTaggedNumber(out, Tok::TimestampMs, cdTime, CTimestamper::ToClientTime(time));
+    WriteTaggedNumber(out, Tok::Predicted, cdBool, std::uint8_t{0});
+    mark = BeginTagged(out, Tok::Resolution, cdNode);
+    WriteTaggedNumber(out, Tok::Width, cdInt, static_cast<std::int32_t>(size.width));
+    WriteTaggedNumber(out, Tok::Height, cdInt, static_cast<std::int32_t>(size.height));
+    out.Write('\0');
+    EndTagged(out, mark);
+  }
+  out.Write('\0');
 }
 
 // The blank in the condition is part of the text that is logged.

@@ -5,6 +5,7 @@
 #include "main/lib/vca/old_vca_utils/single_simple_motion.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -31,6 +32,9 @@ class CVCASimpleMotion : public AVCABase {
   // from it. What a detector throws leaves those before it, and itself, in place.
   CResultRecord VirtualConfigure() override;
   CResultRecord Process(CData& output) override;
+  // The same with the result, if there is one, in the tagged form, in memory that is used again for
+  // every frame. A frame that fails for want of memory is as if it had not come.
+  CResultRecord Detect(std::vector<std::uint8_t>& output);
   // The same from metadata of another device. Returns whether any detector is in signal.
   bool VirtualProcess(CData& result, const CData& input, const FrameTime& time);
   // Starts anew with the configuration that was applied last.
@@ -52,8 +56,8 @@ class CVCASimpleMotion : public AVCABase {
   // The children of the list that become detectors, with the settings that all have in common.
   [[nodiscard]] CData DetectorItems() const;
   void DeriveState();
-  // Runs the detectors on a plane and adds what they found.
-  void Detect(CData& output, const GrayView& plane, const FrameTime& time);
+  // What the detectors found, `size` being that of the plane.
+  void WriteResult(ByteWriter& out, const Size& size, const FrameTime& time) const;
 
   int resolutionLevel = noLevel;
   CVCASimpleMotionConfiguration configuration;

@@ -28,30 +28,34 @@ std::int32_t FullArea(const Size& size) {
                                    (static_cast<std::uint64_t>(size.height) - 1));
 }
 
-const CData* NodeOf(const CData& tree, Token token) {
-  const CDataValue* const found = tree.Find(token, cdNode);
-  return found ? found->GetNode() : nullptr;
-}
-
 }  // namespace
 
 CSingleSimpleMotion::CSingleSimpleMotion() = default;
 
-bool CSingleSimpleMotion::Configure(CData item, const Size& size) {
+bool CSingleSimpleMotion::Configure(CData item, const Size& size,
+                                    std::span<const std::unique_ptr<CSingleSimpleMotion>> others) {
   configuration = std::move(item);
   state = warmingUp;
   firstFrameTime = {};
   signalSinceMs = restoreSinceMs = notRunning;
   inSignal = false;
   ReadThresholds();
-  ConfigureFromData(configuration, size);
+  ReadSettings(configuration);
+  if (std::none_of(others.begin(), others.end(),
+                   [this](const auto& other) { return Follow(*other); }))
+    Rebuild(size);
   BuildMask(size);
   WarnOfThresholds(size);
   return IsConfigured();
 }
 
+const CData* CSingleSimpleMotion::Polygons() const {
+  const CDataValue* const found = configuration.Find(Tok::Masks, cdNode);
+  return found ? found->GetNode() : nullptr;
+}
+
 void CSingleSimpleMotion::BuildMask(const Size& size) {
-  const CData* const polygons = size.width != 0 ? NodeOf(configuration, Tok::Masks) : nullptr;
+  const CData* const polygons = size.width != 0 ? Polygons() : nullptr;
   // Without a mask, should building it fail, the detector finds nothing.
   mask = CMask();
   fullMaskArea = FullArea(size);
@@ -82,7 +86,7 @@ void CSingleSimpleMotion::WarnOfThresholds(const Size& size) const {
   ZT_MUST_BE_FALSE(! IsConfigured(), function, source, line)
 // clang-format on
 
-float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const FrameTime& time) {
+bool CSingleSimpleMotion::ProcessAndDecide(const GrayView& image, const FrameTime& time) {
   ZT_CHECK_CONFIGURED("Process", 84);
   if (state == warmingUp) {
     if (firstFrameTime.timestampMs == 0) firstFrameTime = time;
@@ -93,26 +97,35 @@ float CSingleSimpleMotion::Process(CData& result, const GrayView& image, const F
   const std::int64_t count = ProcessImage(image, &time.timestampMs, masked ? &mask : nullptr);
   // The product wraps at 32 bits.
   const auto scaled = static_cast<std::int32_t>(static_cast<std::uint32_t>(count) * 100U);
-  const float percent =
+  percent =
       (state == running ? static_cast<float>(scaled) : 0.0F) / static_cast<float>(fullMaskArea);
-
-  if (generateMetadata) {
-    result.Clear();
-    result.AddBinary(Tok::Motion, state == running
-                                      ? MakeMotionBlob(GetMotion())
-                                      : MakeBlankMotionBlob({image.width, image.height}));
-    const CData* const polygons = NodeOf(configuration, Tok::Masks);
-    result.AddChild(Tok::Masks, polygons ? CData(*polygons) : CData());
-    result.AddDouble(Tok::DetectPercent, percent);
-  }
-  return percent;
+  Decide(time.timestampMs);
+  return inSignal;
 }
 
-bool CSingleSimpleMotion::ProcessAndDecide(CData& result, const GrayView& image,
-                                           const FrameTime& time) {
-  Decide(Process(result, image, time), time.timestampMs);
-  if (generateMetadata) result.AddDouble(Tok::AlarmPercent, detectionProgress);
-  return inSignal;
+void CSingleSimpleMotion::WriteResult(ByteWriter& out, const Size& size) const {
+  if (generateMetadata) {
+    std::uint8_t* mark = BeginTagged(out, Tok::Motion, cdBinary);
+    out.Write('\0');  // the blob's own metadata, always empty
+    WriteMotionBlob(out.Take(MotionBlobSize(size)), size,
+                    state == running ? GetMotionBits() : nullptr);
+    EndTagged(out, mark);
+    static const CData none;
+    const CData* const polygons = Polygons();
+    mark = BeginTagged(out, Tok::Masks, cdNode);
+    WriteTagged(polygons ? *polygons : none, out);
+    EndTagged(out, mark);
+    WriteTaggedNumber(out, Tok::DetectPercent, cdDouble, double{percent});
+    WriteTaggedNumber(out, Tok::AlarmPercent, cdDouble, double{detectionProgress});
+  }
+  out.Write('\0');
+}
+
+std::uint64_t CSingleSimpleMotion::RoomForResult(const Size& size) const {
+  constexpr std::uint64_t roomForRest = 128;
+  if (!generateMetadata) return roomForRest;
+  const CData* const polygons = Polygons();
+  return roomForRest + MotionBlobSize(size) + (polygons ? TaggedSize(*polygons) : 0);
 }
 
 float CSingleSimpleMotion::VirtualProcess(CData&, const CData& item) {
@@ -137,8 +150,8 @@ float CSingleSimpleMotion::VirtualProcess(CData&, const CData& item) {
 
 bool CSingleSimpleMotion::VirtualProcessAndDecide(CData& result, const CData& item,
                                                   const FrameTime& time) {
-  const float percent = VirtualProcess(result, item);
-  Decide(percent, time.timestampMs);
+  percent = VirtualProcess(result, item);
+  Decide(time.timestampMs);
   result.AddDouble(Tok::DetectPercent, percent);
   return inSignal;
 }
@@ -151,7 +164,7 @@ float CSingleSimpleMotion::ProgressAfter(std::int64_t sinceMs) const {
   return static_cast<float>(scaled) / static_cast<float>(violationTimeMs);
 }
 
-void CSingleSimpleMotion::Decide(float percent, std::int64_t timeMs) {
+void CSingleSimpleMotion::Decide(std::int64_t timeMs) {
   if (!inSignal) {
     restoreSinceMs = notRunning;
     if (!(percent >= signalThreshold)) return Leave();

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "main/lib/base/byte_io.h"
 #include "main/lib/imgproc/image_cache.h"
 #include "main/lib/imgproc/mask.h"
 #include "main/lib/vca/old_vca_utils/motion_background.h"
 
 #include <cstdint>
+#include <memory>
+#include <span>
 
 namespace ztlib {
 
@@ -15,16 +18,23 @@ class CSingleSimpleMotion : public CMotionBackground {
  public:
   CSingleSimpleMotion();
 
-  // Takes the settings of a detector for planes of that size and starts anew. A threshold that no
-  // frame can reach is only logged. Throws what building the mask throws, and std::bad_alloc; the
+  // Takes the settings of a detector for planes of that size and starts anew, once if it shares the
+  // model of one of `others`, which then come before it in every frame. A threshold that no frame
+  // can reach is only logged. Throws what building the mask throws, and std::bad_alloc; the
   // detector then runs on, but finds nothing.
-  bool Configure(CData item, const Size& size);
+  bool Configure(CData item, const Size& size,
+                 std::span<const std::unique_ptr<CSingleSimpleMotion>> others = {});
 
-  // From pixels. Returns the percentage, 0 during the warm-up. If asked for metadata, `result` is
-  // emptied and gets "Motion", "Masks" and "DetectPercent".
-  float Process(CData& result, const GrayView& image, const FrameTime& time);
-  // The same and the decision: true while in signal. Adds "AlarmPercent" to the metadata.
-  bool ProcessAndDecide(CData& result, const GrayView& image, const FrameTime& time);
+  // From pixels: the percentage, 0 during the warm-up, and the decision, true while in signal.
+  bool ProcessAndDecide(const GrayView& image, const FrameTime& time);
+  // The percentage of the last frame.
+  [[nodiscard]] float GetPercent() const { return percent; }
+  // What the last frame of pixels found, as a node of the tagged form: "Motion", "Masks",
+  // "DetectPercent" and "AlarmPercent" if asked for metadata, else nothing.
+  void WriteResult(ByteWriter& out, const Size& size) const;
+  // At least as many bytes as that takes.
+  [[nodiscard]] std::uint64_t RoomForResult(const Size& size) const;
+  [[nodiscard]] bool HasMetadata() const { return generateMetadata; }
 
   // From the "Motion" of another device's metadata instead of pixels. A blob of an unknown form is
   // logged and is 0 percent; one too short for any bitmap throws std::out_of_range.
@@ -47,10 +57,11 @@ class CSingleSimpleMotion : public CMotionBackground {
   static constexpr std::int32_t running = 3;
 
   void BuildMask(const Size& size);
+  [[nodiscard]] const CData* Polygons() const;
   void ReadThresholds();
   void WarnOfThresholds(const Size& size) const;
   // Moves the signal on with the percentage of a frame.
-  void Decide(float percent, std::int64_t timeMs);
+  void Decide(std::int64_t timeMs);
   void Leave();
   // The way to the signal `sinceMs` after its start.
   [[nodiscard]] float ProgressAfter(std::int64_t sinceMs) const;
@@ -64,6 +75,7 @@ class CSingleSimpleMotion : public CMotionBackground {
   CData configuration;
   CMask mask;
   std::int32_t fullMaskArea = 0;
+  float percent = 0;
   float detectionProgress = 0;
   std::int64_t signalSinceMs = -1;
   std::int64_t restoreSinceMs = -1;
