@@ -44,10 +44,6 @@ struct Unit {
   std::uint64_t marks[unitBlocks];
 };
 
-inline S16 LoadWords(const void* p) {
-  return (S16)LoadVector(static_cast<const Byte*>(p));
-}
-
 // Eight samples of each block.
 inline S16 LoadSamples(const Byte* const (&blocks)[lanes], std::size_t offset) {
   const auto load = [offset](const Byte* block) {
@@ -203,7 +199,8 @@ inline void Scan(Unit& unit, std::size_t block, const S16 (&x)[side]) {
     scan[i] = natural[zigzag.of[i]];
   std::uint64_t marks = 0;
   for (std::size_t quarter = 0; quarter < 4; ++quarter) {
-    const Vector part = (Vector)LoadWords(scan + 16 * quarter);
+    Vector part;
+    std::memcpy(&part, scan + 16 * quarter, sizeof part);
     const auto zeros =
         static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(part, Vector{})));
     marks |= std::uint64_t{~zeros & 0xffff} << (16 * quarter);
