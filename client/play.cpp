@@ -26,10 +26,10 @@ const CWords pixelNames{{"rgb", ZTLIB_RGB},
                         {"yuyv", ZTLIB_YUYV},
                         {"uyvy", ZTLIB_UYVY},
                         {"gray", ZTLIB_GRAY}};
-const CWords typeNames{{"key", frameTypeKey},
-                       {"plain", frameTypePlain},
+const CWords typeNames{{"plain", frameTypePlain},
                        {"difference", frameTypeDifference},
-                       {"reference", frameTypeReference}};
+                       {"reference", frameTypeReference},
+                       {"key", frameTypeKey}};
 
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
@@ -184,13 +184,12 @@ CCommand PlayCommand() {
                        .showsDefault = true},
                       {.name = "--pixels",
                        .value = &options->pixels,
-                       .help = "Pixel format to decode to; rgb if not given",
-                       .form = "rgb|yuv|yuyv|uyvy|gray",
-                       .allowed = pixelNames},
+                       .help = "Pixel format to decode to",
+                       .allowed = pixelNames,
+                       .showsDefault = true},
                       {.name = "--drop",
                        .value = &options->dropType,
                        .help = "Lose the frames of this type",
-                       .form = "plain|difference|reference|key",
                        .allowed = typeNames},
                       {.name = "--drop-every",
                        .value = &options->dropEvery,
