@@ -1,6 +1,7 @@
 #include "client/command_line.h"
 
 #include "client/console.h"
+#include "client/man_page.h"
 #include "client/text.h"
 
 #include <algorithm>
@@ -137,7 +138,15 @@ CArguments ParseArguments(const CProgram& program, std::vector<std::string> word
   // On Windows, too, what begins with a slash may be a name.
   app.allow_windows_style_options(false);
   app.fallthrough();
-  app.add_flag("-v,--verbose", arguments.isVerbose, "Show the log lines of the library");
+  app.add_flag("-v,--verbose", arguments.isVerbose, program.verboseHelp);
+  app.set_version_flag("--version", program.version, "Show versions and what the library meets");
+  // For the build; no help shows it.
+  app.add_flag_callback("--man",
+                        [&] {
+                          Print(Output(), ManPage(program));
+                          throw CLI::Success();
+                        })
+      ->group("");
   for (const CCommand& command : program.commands)
     AddCommand(app, command, arguments);
   const auto refuse = [&](const std::exception& error) {

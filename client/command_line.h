@@ -65,6 +65,8 @@ struct CProgram {
   const char* name;
   const char* help;
   std::vector<CCommand> commands;
+  const char* verboseHelp;
+  std::function<std::string()> version;
   // Makes what lives as long as a command runs.
   std::function<std::shared_ptr<void>(bool isVerbose)> open;
 };

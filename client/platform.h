@@ -23,6 +23,9 @@
 [[nodiscard]] std::optional<int> RunBeside(const std::string& program,
                                            const std::vector<std::string>& arguments);
 
+// The program or shared library that a function lies in; empty if the system does not tell.
+[[nodiscard]] std::filesystem::path FileWith(const void* function);
+
 // One for each file, however many names it has.
 struct CFileId {
   std::uint64_t volume = 0, file = 0;
@@ -72,6 +75,8 @@ class CConsoleSetup {
 };
 // Whether standard error is a terminal that understands these codes.
 [[nodiscard]] bool IsErrorTerminal();
+// The columns of that terminal.
+[[nodiscard]] int ErrorTerminalWidth();
 
 // Has `interrupt` called when the user or the system asks the program to end, and `cleanUp` before
 // the program ends at once for any other reason. Both run within a signal handler, or on another
