@@ -104,6 +104,7 @@ TEST_F(ClientTest, EveryPixelFormatHasItsStreamLayout) {
 
 TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
+  ExpectPart(ReadText("png/000000.png"), {"pHYs\0\0\0\1\0\0\0\1", 12});
   // The whole pictures of a cut input are kept.
   Bytes stream = ReadBytes(Path("a.y4m"));
   stream.resize(stream.size() * 7 / 24);
