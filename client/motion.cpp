@@ -191,7 +191,7 @@ int Motion(const CMotionOptions& options) {
                              TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond());
   const std::string complaint = options.input + ": " + damage;
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   if (damage.empty()) return 0;
   Complain(complaint);
   return 1;

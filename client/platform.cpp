@@ -224,6 +224,14 @@ std::FILE* OpenSpecial(const fs::path& path) {
   return _wfopen(path.c_str(), L"wb");
 }
 
+std::FILE* OpenForReading(const fs::path& path) {
+  return _wfopen(path.c_str(), L"rb");
+}
+
+std::FILE* BinaryInput() {
+  return _setmode(_fileno(stdin), _O_BINARY) < 0 ? nullptr : stdin;
+}
+
 bool IsWritable(const fs::path& path) {
   return _waccess(path.c_str(), 2) == 0;
 }
@@ -431,6 +439,14 @@ std::FILE* CreateNewFile(const fs::path& path, const fs::path& like) {
 
 std::FILE* OpenSpecial(const fs::path& path) {
   return std::fopen(path.c_str(), "wb");
+}
+
+std::FILE* OpenForReading(const fs::path& path) {
+  return std::fopen(path.c_str(), "rb");
+}
+
+std::FILE* BinaryInput() {
+  return stdin;
 }
 
 bool IsWritable(const fs::path& path) {

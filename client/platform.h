@@ -51,6 +51,10 @@ enum class EFileKind { missing, regular, folder, special };
                                        const std::filesystem::path& like);
 // Opens a pipe or a device. Null with errno set if it fails.
 [[nodiscard]] std::FILE* OpenSpecial(const std::filesystem::path& path);
+// Opens a file for reading its bytes. Null with errno set if it fails.
+[[nodiscard]] std::FILE* OpenForReading(const std::filesystem::path& path);
+// The standard input, whose bytes are read as they are.
+[[nodiscard]] std::FILE* BinaryInput();
 // A read-only file could be replaced all the same; its owner does not want that.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& path);
 [[nodiscard]] bool SeekTo(std::FILE* file, std::int64_t offset, int whence);

@@ -81,7 +81,7 @@ int Triangulate(const CTriangulateOptions& options) {
     WritePng(outputs, options.png, *PictureOf(canvas));
     const std::string summary = options.png + ": " + map.Range() + "\n";
     outputs.Publish();
-    Print(Output(), summary);
+    Print(outputs.Texts(), summary);
   }
   return 0;
 }

@@ -1,4 +1,5 @@
 #include "client/av_output.h"
+#include "client/input_file.h"
 #include "client/picture_sink.h"
 #include "client/scaler.h"
 #include "client/yuv_packing.h"
@@ -14,7 +15,8 @@ class CVideoOutput : public IPictureSink {
         unfinished(unfinishedFile),
         io(outputs) {
     AVFormatContext* made = nullptr;
-    avformat_alloc_output_context2(&made, nullptr, nullptr, path.c_str());
+    avformat_alloc_output_context2(&made, nullptr, path == standardName ? "matroska" : nullptr,
+                                   path.c_str());
     if (!made) throw CError(path + ": no container for that file name, try .mkv");
     output.reset(made);
     isLossless = avformat_query_codec(made->oformat, AV_CODEC_ID_FFV1, 0) == 1;

@@ -49,6 +49,31 @@ TEST_F(OutputsTest, DevicesAndPatternsAreUnderstood) {
   ExpectError("motion @png/%*.png --json @png/000011.png", "is the input");
 }
 
+TEST_F(OutputsTest, ADashIsTheStandardInputOrOutput) {
+  const auto shell = [this](std::string line) {
+    for (std::size_t at; (at = line.find('@')) != std::string::npos;)
+      line.replace(at, 1, "\"$0\"/");
+    const std::string script = "zt() { " ZTCLIENT " \"$@\"; }; " + line;
+    EXPECT_EQ(
+        CProcess("/bin/sh", {"-c", script, folder.string()}, Path("stdout"), Path("stderr")).Wait(),
+        0)
+        << line << ReadText("stderr");
+    return ReadText("stdout");
+  };
+  const std::string direct = shell("zt play @demo.zts --y4m -");
+  for (const char* line :
+       {"cat @demo.zts | zt play - --y4m -", "zt play /dev/stdin --y4m - <@demo.zts",
+        "cat @a.y4m | zt record - - --quality 75 | zt play - --y4m - | zt record - @b.zts "
+        ">/dev/null;"
+        "cat @demo.zts | zt play - --y4m /dev/stdout"})
+    EXPECT_TRUE(shell(line) == direct) << line;
+  EXPECT_EQ(Info("b.zts")["totals"]["frames"], frames);
+  ExpectPart(shell("zt play @demo.zts --video - | zt motion - --json -"), "{\n\"input\": \"-\"");
+  ExpectPart(shell("head -c 30000 @demo.zts | zt info - --json || true"), "announced and");
+  EXPECT_FALSE(fs::exists("-"));
+  ExpectError("play @demo.zts --y4m - --video -", "is to be written twice");
+}
+
 TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
   Succeed("record @a.mkv @l.zts --format layered --quality 99");
   const struct {

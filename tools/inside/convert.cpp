@@ -141,7 +141,7 @@ int Convert(const CConvertOptions& options) {
                                    NameOf(options.from), before.width, before.height,
                                    output.c_str(), NameOf(options.to), frame->width, frame->height);
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 
