@@ -318,6 +318,10 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
   EXPECT_EQ(Run(command + " --at 4,5 --at 12,13").output, "4,5,3,7\n12,13,0,0\n");
   EXPECT_TRUE(Run(command).output.starts_with("0,0,0,7\n3,0,6,7\n"));
   ExpectPart(Run(command + " --png @field.png").output, "field.png: -11 to ");
+  EXPECT_EQ(Succeed(command).errors, "");
+  WriteText("four.csv", "100,100,5\n500,100,6\n500,400,7\n100,400,8\n");
+  ExpectError("triangulate @four.csv --rect 0,0,640,480",
+              "four.csv: the estimate is another value at 4 given points: 100,100 500,100 ");
   Succeed("ztinside mesh @points.csv --rect 0,0,12,12 --out @mesh.png");
   for (const char* name : {"field.png", "mesh.png"})
     EXPECT_EQ(ReadBytes(Path(name)).at(1), 'P');
