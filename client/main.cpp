@@ -11,7 +11,7 @@ int main(int count, char** values) {
             .help = "Records, plays and inspects coded frames of ztlib.",
             .commands = {RecordCommand(), PlayCommand(), LayersCommand(), InfoCommand(),
                          DemoCommand(), TriangulateCommand(), MotionCommand(), TreeCommand()},
-            .verboseHelp = "Show the log lines of the library",
+            .verboseHelp = "Show the log lines of the library, and each picture of motion",
             .version = VersionText,
             .open = [](bool isVerbose) { return std::make_shared<CSession>(isVerbose); }};
       },
