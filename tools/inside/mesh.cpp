@@ -64,7 +64,7 @@ int Mesh(const CMeshOptions& options) {
   WritePng(outputs, options.png, *PictureOf(canvas));
   const std::string summary = options.png + ": " + map.Range() + "\n";
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 
