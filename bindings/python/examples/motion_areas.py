@@ -2,8 +2,8 @@
 """motion_areas.py RECORDING.zts PICTURE.ppm [FRAME] [FPS]: draws the motion areas of a frame.
 
 The left and the right half of the picture are an area each. Moving pixels are red and green, and
-areas in which more than 0.2 % moves have a frame in their colour. A detector finds nothing for 3.1 s.
-The last frame is drawn unless FRAME, counted from 0, tells another one.
+areas in which more than 0.2 % moves have a frame in their colour. Nothing is found for 3.1 s.
+The last picture is drawn unless FRAME, counted from 0, tells another one.
 """
 import sys
 

@@ -81,7 +81,7 @@ def _element(name: str, value: Any) -> bytes:
     title = name.encode("utf-8", "surrogateescape")
     if len(title) > 127:
         raise ValueError(f"a name of {len(title)} bytes cannot be read back")
-    return struct.pack("<cB", tag.encode(), len(title)) + title + struct.pack("<I", len(body)) + body
+    return b"%c%c%b%b%b" % (ord(tag), len(title), title, struct.pack("<I", len(body)), body)
 
 
 def dump(node: Union[Node, Tuple[Any, ...]]) -> bytes:
