@@ -139,11 +139,8 @@ class Video(unittest.TestCase):
                 self.assertIs(decoder.process(frame, image), image)
                 difference = image.pixels[..., 0].astype(int) - picture()[..., 0]
                 self.assertLess(abs(difference).mean(), 4)
-                # The library writes to frames of differential video, but not to our bytes.
-                same = bytes(bytearray(frame))
                 decoder.set_base_image(image)
                 decoder.process(encoder.process(image))
-                self.assertEqual(frame, same)
                 with self.assertRaises((Error, ValueError)):
                     encoder.process(Image(picture(32, 16), PixelFormat.YUV))
         with self.assertRaises(ValueError):
