@@ -6,7 +6,7 @@ OUT ?= demo
 BENCH_FILTER ?= .
 ROUNDS ?= 9
 
-.PHONY: all demo test asan tsan windows bench wall bench-windows fuzz faults valgrind coverage package format style lint clean
+.PHONY: all demo test asan tsan windows bench wall bench-windows fuzz faults valgrind coverage package wheel format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -97,6 +97,14 @@ package: windows
 	cmake --build --preset package --target package
 	cmake --build --preset windows --target package
 	scripts/check-packages build/packages
+
+# Makes the wheel for Python in build/python, with Debian's interpreter.
+wheel:
+	scripts/setup python
+	rm -rf build/python
+	mkdir -p build/python
+	cp -r bindings/python/pyproject.toml bindings/python/ztlib build/python
+	cd build/python && /usr/bin/python3 -m build --no-isolation --wheel --outdir .
 
 format:
 	scripts/setup style

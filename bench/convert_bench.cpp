@@ -136,6 +136,18 @@ void RegisterKernel(const Conversion& conversion, const char* implementation,
            });
 }
 
+// For our kernels without AVX2: libyuv's without it.
+void RegisterLibyuvBaseline(const Conversion& conversion) {
+  static const int flags = libyuv::InitCpuFlags();
+  constexpr int wide = libyuv::kCpuHasAVX2 | libyuv::kCpuHasAVX512BW | libyuv::kCpuHasAVX512VL;
+  Register(conversion, "libyuv_baseline",
+           [peer = conversion.libyuv](std::uint8_t* target, const std::uint8_t* source) {
+             libyuv::SetCpuFlags(flags & ~wide);
+             peer(target, source);
+             libyuv::SetCpuFlags(flags);
+           });
+}
+
 void RegisterSwscale(const Conversion& conversion) {
   const std::shared_ptr<SwsContext> context(
       sws_getContext(width, height, conversion.swscaleSource, width, height,
@@ -153,7 +165,10 @@ const bool registered = [] {
   for (const Conversion& conversion : conversions) {
     RegisterKernel(conversion, "ztlib", KernelsFor<RowKernels>());
     RegisterKernel(conversion, "ztlib_baseline", RowKernels::baseline);
-    if (conversion.libyuv) Register(conversion, "libyuv", conversion.libyuv);
+    if (conversion.libyuv) {
+      Register(conversion, "libyuv", conversion.libyuv);
+      RegisterLibyuvBaseline(conversion);
+    }
     if (conversion.swscaleSource != AV_PIX_FMT_NONE) RegisterSwscale(conversion);
     const std::size_t written = TargetBytes(conversion.Shape(), pixels);
     const std::size_t kept = written == 4 * pixels ? written : 0;

@@ -2,17 +2,17 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
 // The command line of a program as tables: for each command what may stand behind it, and where
 // that goes.
 
-// Words that stand for numbers; letter case does not count.
-using CWords = std::map<std::string, int>;
+// Words that stand for numbers, in the order of the help; letter case does not count.
+using CWords = std::vector<std::pair<std::string, int>>;
 struct CPositive {};
 template <class T>
 struct CLimits {
@@ -37,13 +37,18 @@ struct COption {
   std::variant<std::string*, int*, std::int64_t*, double*, bool*, Parse, ParseAll> value;
   const char* help;
 
-  const char* form = nullptr;  // stands for the value in the help
+  const char* form = nullptr;  // stands for the value in the help, where its kind does not tell
   std::variant<std::monostate, CPositive, CLimits<int>, CLimits<double>, std::vector<int>, CWords>
       allowed{};
   bool isRequired = false, showsDefault = false;
   const char* needs = nullptr;  // an option above it in the table
   const char* group = nullptr;  // a heading in the help
 };
+
+// What the help says of an option: what stands behind its name, empty for a flag, and its text with
+// whether it is required, its limits and its default.
+[[nodiscard]] std::string FormOf(const COption& option);
+[[nodiscard]] std::string DescriptionOf(const COption& option);
 
 struct CCommand {
   using IsGiven = std::function<bool(const char* option)>;
@@ -60,6 +65,8 @@ struct CProgram {
   const char* name;
   const char* help;
   std::vector<CCommand> commands;
+  const char* verboseHelp;
+  std::function<std::string()> version;
   // Makes what lives as long as a command runs.
   std::function<std::shared_ptr<void>(bool isVerbose)> open;
 };

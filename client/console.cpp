@@ -7,6 +7,7 @@ namespace {
 
 std::FILE* output = stdout;
 const char* programName = "";
+bool isVerboseProgram = false;
 
 }  // namespace
 
@@ -36,6 +37,14 @@ void SetProgramName(const char* name) {
 
 const char* ProgramName() {
   return programName;
+}
+
+void SetVerbose(bool isVerbose) {
+  isVerboseProgram = isVerbose;
+}
+
+bool IsVerbose() {
+  return isVerboseProgram;
 }
 
 void Complain(const std::string& text) {

@@ -18,5 +18,9 @@ void Flush(std::FILE* file);
 void SetProgramName(const char* name);
 [[nodiscard]] const char* ProgramName();
 
+// Whether the user wants to see more than results: each picture, and the library's own words.
+void SetVerbose(bool isVerbose);
+[[nodiscard]] bool IsVerbose();
+
 // One line on standard error: "<program>: <text>".
 void Complain(const std::string& text);

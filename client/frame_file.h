@@ -1,10 +1,10 @@
 #pragma once
 
 #include "client/frame_header.h"
+#include "client/input_file.h"
 #include "client/output_file.h"
 
 #include <cstdint>
-#include <fstream>
 #include <optional>
 #include <span>
 #include <string>
@@ -53,20 +53,31 @@ class CFrameFileReader {
   [[nodiscard]] std::optional<CCodedFrame> Next();
   [[nodiscard]] const std::optional<CDamage>& Damage() const { return damage; }
 
-  [[nodiscard]] std::uint64_t FileSize() const { return fileSize; }
+  // As far as it is known: of a pipe, what was read of it.
+  [[nodiscard]] std::uint64_t FileSize() const {
+    return fileSize.value_or(position - passed + buffer.size());
+  }
   [[nodiscard]] std::uint64_t Position() const { return position; }
+  // How much of it is behind, 0 to 1; negative if the whole is not known.
+  [[nodiscard]] double Share() const {
+    return fileSize ? double(position) / double(*fileSize) : -1;
+  }
 
  private:
-  void Read(std::uint64_t offset, std::span<std::uint8_t> target);
-  // Whether the bytes at the offset can be a frame's header. The end of the file is as good.
+  // What lies ahead of the last frame, in `buffer`; fewer bytes where the file ends.
+  [[nodiscard]] std::span<std::uint8_t> Ahead(std::uint64_t size);
+  // How many bytes lie ahead; of a pipe, at most `size`.
+  [[nodiscard]] std::uint64_t Rest(std::uint64_t size);
+  // Whether the bytes so far ahead can be a frame's header. The end of the file is as good.
   [[nodiscard]] bool IsFrameAt(std::uint64_t offset);
 
   std::string path;
   std::uint32_t minSize;
-  std::ifstream file;
-  std::uint64_t fileSize = 0;
-  std::uint64_t position = 0;
+  CInputFile file;
+  std::optional<std::uint64_t> fileSize;  // of a regular file
+  std::uint64_t position = 0;             // behind the last frame
   std::int64_t index = 0;
-  std::vector<std::uint8_t> buffer;
+  std::vector<std::uint8_t> buffer;  // of the last frame and what was read behind it
+  std::size_t passed = 0;            // of that, the last frame
   std::optional<CDamage> damage;
 };

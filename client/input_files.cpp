@@ -1,6 +1,7 @@
 #include "client/input_files.h"
 
 #include "client/av.h"
+#include "client/input_file.h"
 #include "client/platform.h"
 
 #include <filesystem>
@@ -48,7 +49,7 @@ std::vector<std::string> FilesOf(const std::string& name) {
   for (const std::string road : {"file:", "async:", "cache:"})
     if (name.starts_with(road)) return FilesOf(name.substr(road.size()));
   std::vector<std::string> files{name};
-  if (name == "pipe:" || name == "pipe:0") files.emplace_back("/dev/stdin");
+  if (name == "pipe:" || name == "pipe:0") files.emplace_back(standardName);
   if (const std::string list = "concat:"; name.starts_with(list)) {
     std::istringstream parts(name.substr(list.size()));
     for (std::string part; std::getline(parts, part, '|');)

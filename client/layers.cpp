@@ -38,7 +38,7 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
       throw CError(Text("%s: frame %" PRId64 " at offset %" PRIu64 ": %s", path.c_str(),
                         frame->index, frame->offset, error.what()));
     }
-    progress.Show(++frames, double(reader.Position()) / double(reader.FileSize()));
+    progress.Show(++frames, reader.Share());
   }
   if (reader.Damage())
     throw CError(Text("%s: offset %" PRIu64 ": %s", path.c_str(), reader.Damage()->offset,
@@ -107,7 +107,7 @@ int SplitRecording(const CLayersOptions& options) {
   }
   summary += "\n";
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 
@@ -143,7 +143,7 @@ int JoinRecording(const CLayersOptions& options) {
            CountText(static_cast<std::int64_t>(others.size()) + 1, "layer").c_str(),
            ByteText(file->Bytes()).c_str());
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "client/media_input.h"
 
+#include "client/input_file.h"
 #include "client/interrupt.h"
 #include "client/platform.h"
 
@@ -10,7 +11,8 @@ CMediaInput::CMediaInput(const std::string& path) : name(path) {
   if (!opened) throw std::bad_alloc();
   opened->interrupt_callback.callback = [](void*) { return Interrupted() ? 1 : 0; };
   const CInterruptibleWait wait;
-  const int opening = avformat_open_input(&opened, name.c_str(), nullptr, nullptr);
+  const int opening = avformat_open_input(&opened, name == standardName ? "pipe:0" : name.c_str(),
+                                          nullptr, nullptr);
   input.reset(opened);
   const int finding = opening < 0 ? opening : avformat_find_stream_info(opened, nullptr);
   if (finding < 0) ThrowIfInterrupted();

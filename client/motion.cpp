@@ -9,6 +9,7 @@
 #include "client/picture_io.h"
 #include "client/picture_sink.h"
 #include "client/platform.h"
+#include "client/progress_bar.h"
 #include "client/tree_json.h"
 
 #include <cinttypes>
@@ -30,14 +31,11 @@ std::vector<std::vector<CMotionBlob>> BlobsOf(const CMotionResult& result,
   return blobs;
 }
 
-void PrintFrame(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
-                const std::vector<std::vector<CMotionBlob>>& blobs) {
+std::string FrameText(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+                      const std::vector<std::vector<CMotionBlob>>& blobs) {
   std::string line = Text("%9" PRId64 "  %11s  ", index, TimeText(timeMs).c_str());
   const std::string alarm = result.isSignal ? "ALARM" : Text("%.0f %%", result.Progress());
-  if (!result.hasFigures) {
-    Print(Output(), line + Text("%9s  %6s\n", "-", result.isSignal ? "ALARM" : "-"));
-    return;
-  }
+  if (!result.hasFigures) return line + Text("%9s  %6s\n", "-", result.isSignal ? "ALARM" : "-");
   std::size_t count = 0;
   const CMotionBlob* largest = nullptr;
   for (const std::vector<CMotionBlob>& list : blobs) {
@@ -47,7 +45,7 @@ void PrintFrame(std::int64_t index, std::int64_t timeMs, const CMotionResult& re
   line += Text("%9.3f  %6s  %5zu", result.detectPercent, alarm.c_str(), count);
   if (largest)
     line += Text("  %dx%d at %d,%d", largest->width, largest->height, largest->left, largest->top);
-  Print(Output(), line + "\n");
+  return line + "\n";
 }
 
 Json EventJson(const CMotionEvent& event) {
@@ -124,17 +122,51 @@ class CJsonOutput {
   bool isFirstField = true, isFirstFrame = true;
 };
 
-std::string Summary(const CMotionEvents& events) {
-  std::string text;
-  std::size_t number = 0;
-  for (const CMotionEvent& event : events.Events())
-    text +=
-        Text("alarm %zu: from %s %s %s, %s long, highest %.2f %% at %s, mean %.2f %%\n", ++number,
-             TimeText(event.startMs).c_str(), event.isOpen ? "beyond the end at" : "to",
-             TimeText(event.endMs).c_str(), TimeText(event.LengthMs()).c_str(),
-             event.highestPercent, TimeText(event.highestMs).c_str(), event.MeanPercent());
-  return text;
+std::string EventText(const CMotionEvent& event, std::size_t number) {
+  return Text("alarm %zu: from %s %s %s, %s long, highest %.2f %% at %s, mean %.2f %%\n", number,
+              TimeText(event.startMs).c_str(), event.isOpen ? "beyond the end at" : "to",
+              TimeText(event.endMs).c_str(), TimeText(event.LengthMs()).c_str(),
+              event.highestPercent, TimeText(event.highestMs).c_str(), event.MeanPercent());
 }
+
+// Prints alarms as they end, and each picture if that is wanted.
+class CMotionPrinter {
+ public:
+  CMotionPrinter(COutputs& commandOutputs, double expectedFrames)
+      : outputs(commandOutputs), expected(expectedFrames) {}
+
+  void Add(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+           const std::vector<std::vector<CMotionBlob>>& blobs, const CMotionEvents& events) {
+    std::string text;
+    if (IsVerbose() && index == 0)
+      text = "    frame         time  percent %   alarm  blobs  largest\n";
+    if (IsVerbose()) text += FrameText(index, timeMs, result, blobs);
+    const auto all = events.Events();
+    if (told < all.size() && !all[told].isOpen) {
+      text += EventText(all[told], told + 1);
+      ++told;
+    }
+    if (!text.empty()) Show(text);
+    progress.Show(index + 1, expected > 0 ? double(index + 1) / expected : -1);
+  }
+  void End(const CMotionEvents& events) {
+    for (const auto all = events.Events(); told < all.size(); ++told)
+      Show(EventText(all[told], told + 1));
+  }
+
+ private:
+  // Whoever reads along sees an alarm when it is over.
+  void Show(const std::string& text) {
+    progress.Wipe();
+    Print(outputs.Texts(), text);
+    Flush(outputs.Texts());
+  }
+
+  COutputs& outputs;
+  double expected;
+  CProgressBar progress{"motion"};
+  std::size_t told = 0;
+};
 
 }  // namespace
 
@@ -155,6 +187,8 @@ int Motion(const CMotionOptions& options) {
   const FramePtr picture = NewFrame();
   CMotionOverlay overlay;
   CMotionEvents events;
+  std::optional<CMotionPrinter> printer;
+  printer.emplace(outputs, double(options.frames > 0 ? options.frames : source->Count()));
   std::int64_t frames = 0;
   while (!Interrupted() && (options.frames == 0 || frames < options.frames) &&
          source->Next(*picture)) {
@@ -162,11 +196,8 @@ int Motion(const CMotionOptions& options) {
     const CMotionResult& result = watch.Look(*picture, timeMs);
     const auto blobs = BlobsOf(result, watch);
     events.Add(result, timeMs);
-    if (frames == 0) {
-      Print(Output(), "    frame         time  percent %   alarm  blobs  largest\n");
-      if (json) json->Begin(options, watch);
-    }
-    PrintFrame(frames, timeMs, result, blobs);
+    if (frames == 0 && json) json->Begin(options, watch);
+    printer->Add(frames, timeMs, result, blobs, events);
     if (json) json->Add(frames, timeMs, result, blobs);
     if (!sinks.empty()) {
       const AVFrame& shown = overlay.Draw(*picture, watch, result);
@@ -175,6 +206,8 @@ int Motion(const CMotionOptions& options) {
     }
     ++frames;
   }
+  printer->End(events);
+  printer.reset();
   const std::string damage = source->Damage();
   if (frames == 0) {
     ThrowIfInterrupted();
@@ -184,14 +217,13 @@ int Motion(const CMotionOptions& options) {
     sink->Close();
   if (json) json->End(events);
   const std::string summary =
-      Summary(events) + Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",
-                             options.input.c_str(), CountText(frames, "frame").c_str(),
-                             watch.Width(), watch.Height(),
-                             CountText(std::int64_t(events.Events().size()), "alarm").c_str(),
-                             TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond());
+      Text("%s: %s watched at %dx%d, %s, %s in all, detected at %.0f frames/s\n",
+           options.input.c_str(), CountText(frames, "frame").c_str(), watch.Width(), watch.Height(),
+           CountText(std::int64_t(events.Events().size()), "alarm").c_str(),
+           TimeText(events.LengthMs()).c_str(), watch.detect.RunsPerSecond());
   const std::string complaint = options.input + ": " + damage;
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   if (damage.empty()) return 0;
   Complain(complaint);
   return 1;

@@ -1,6 +1,7 @@
 #include "client/option_values.h"
 
 #include "client/text.h"
+#include "ztlib.h"
 
 #include <charconv>
 #include <string_view>
@@ -18,6 +19,14 @@ int SideOf(std::string_view digits) {
 
 }  // namespace
 
+const CWords& VideoFormatNames() {
+  static const CWords names{{"mjpeg", ZTLIB_VIDEO_MJPEG},
+                            {"mjpegdiff", ZTLIB_VIDEO_MJPEGDIFF},
+                            {"layered", ZTLIB_VIDEO_LAYERED},
+                            {"layereddiff", ZTLIB_VIDEO_LAYEREDDIFF}};
+  return names;
+}
+
 COption::Parse SizeParser(int& width, int& height) {
   return {[&](const std::string& text) {
     const std::size_t cross = text.find('x');
@@ -25,7 +34,9 @@ COption::Parse SizeParser(int& width, int& height) {
       width = SideOf(std::string_view(text).substr(0, cross));
       height = SideOf(std::string_view(text).substr(cross + 1));
     }
-    if (width == 0 || height == 0) throw CError("--size: " + text + " is no size like 640x480");
+    if (width == 0 || height == 0)
+      throw CError(Text("--size: %s is no size like 640x480 with sides of 1 to %d", text.c_str(),
+                        maxJpegSide));
   }};
 }
 

@@ -11,6 +11,9 @@
 
 inline constexpr int maxJpegSide = 65500;
 
+// The formats that record makes and all commands read.
+[[nodiscard]] const CWords& VideoFormatNames();
+
 // "640x480".
 [[nodiscard]] COption::Parse SizeParser(int& width, int& height);
 

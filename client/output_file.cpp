@@ -1,6 +1,7 @@
 #include "client/output_file.h"
 
 #include "client/console.h"
+#include "client/input_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -125,10 +126,12 @@ void COutputFile::Publish() {
 
 COutputs::COutputs(const std::vector<std::string>& inputs, const std::vector<std::string>& names) {
   for (const std::string& input : inputs)
-    if (const std::optional<CFileId> id = FileIdOf(PathOf(input))) read.insert(*id);
+    if (const std::optional<CFileId> id =
+            input == standardName ? RegularFileIdOf(stdin) : FileIdOf(PathOf(input)))
+      read.insert(*id);
   std::set<CPlace> places;
   for (const std::string& name : names) {
-    if (name.empty()) continue;
+    if (name.empty() || name == standardName) continue;
     CheckNotRead(name, FileIdOf(PathOf(name)));
     const std::optional<CPlace> place = PlaceOf(name);
     if (place && !places.insert(*place).second) throw CError(name + ": is to be written twice");
@@ -161,7 +164,7 @@ void COutputs::CheckNumbered(const std::string& folder) const {
 
 std::shared_ptr<COutputFile> COutputs::Open(const std::string& path, EUnfinished unfinished) {
   // What the system knows by this name is not where the client prints.
-  if (path == "/dev/stdout") return OpenStandardOutput(path);
+  if (path == standardName || path == "/dev/stdout") return OpenStandardOutput(path);
   CheckNotRead(path, FileIdOf(PathOf(path)));
   std::optional<CPlace> place = PlaceOf(path);
   if (place && std::any_of(entries.begin(), entries.end(),
@@ -172,6 +175,7 @@ std::shared_ptr<COutputFile> COutputs::Open(const std::string& path, EUnfinished
 
 std::shared_ptr<COutputFile> COutputs::OpenStandardOutput(const std::string& name) {
   CheckNotRead(name, RegularFileIdOf(Output()));
+  if (std::exchange(isOutputTaken, true)) throw CError(name + ": is to be written twice");
   return Add(std::make_shared<COutputFile>(name), std::nullopt);
 }
 
@@ -179,6 +183,10 @@ std::shared_ptr<COutputFile> COutputs::Add(std::shared_ptr<COutputFile> file,
                                            std::optional<CPlace> place) {
   entries.push_back({std::move(file), std::move(place)});
   return entries.back().file;
+}
+
+std::FILE* COutputs::Texts() const {
+  return isOutputTaken ? stderr : Output();
 }
 
 void COutputs::Write(const std::string& path, std::span<const std::uint8_t> bytes) {

@@ -72,7 +72,8 @@ class COutputs {
 
   [[nodiscard]] std::shared_ptr<COutputFile> Open(const std::string& path,
                                                   EUnfinished unfinished = EUnfinished::dropped);
-  [[nodiscard]] std::shared_ptr<COutputFile> OpenStandardOutput(const std::string& name);
+  // Where to print for people: what a command writes to its standard output stays alone there.
+  [[nodiscard]] std::FILE* Texts() const;
   // Opens, writes and closes one.
   void Write(const std::string& path, std::span<const std::uint8_t> bytes);
   // All that are closed take their places.
@@ -86,9 +87,11 @@ class COutputs {
     std::optional<CPlace> place;
   };
   [[nodiscard]] static std::optional<CPlace> PlaceOf(const std::string& path);
+  [[nodiscard]] std::shared_ptr<COutputFile> OpenStandardOutput(const std::string& name);
   void CheckNotRead(const std::string& name, const std::optional<CFileId>& id) const;
   std::shared_ptr<COutputFile> Add(std::shared_ptr<COutputFile> file, std::optional<CPlace> place);
 
   std::set<CFileId> read;
+  bool isOutputTaken = false;
   std::vector<CEntry> entries;  // not published yet
 };

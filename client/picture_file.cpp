@@ -11,6 +11,7 @@ void CPictureCoder::Open(AVPixelFormat format, int width, int height) {
   codec->pix_fmt = format;
   codec->time_base = {1, 25};
   codec->color_range = AVCOL_RANGE_JPEG;
+  codec->sample_aspect_ratio = {1, 1};
   codec->flags |= AV_CODEC_FLAG_QSCALE;
   codec->global_quality = 2 * FF_QP2LAMBDA;
   // One picture in, one file out.

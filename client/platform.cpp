@@ -17,15 +17,24 @@
 #else
 #include <csignal>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <glob.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// Of terminals that do not tell.
+constexpr int usualTerminalWidth = 80;
+
+}  // namespace
 
 fs::path PathOf(std::string_view name) {
   return std::u8string(name.begin(), name.end());
@@ -146,6 +155,16 @@ std::optional<int> RunBeside(const std::string& program,
   return static_cast<int>(status);
 }
 
+fs::path FileWith(const void* function) {
+  HMODULE module = nullptr;
+  std::vector<wchar_t> name(32768);
+  GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      static_cast<LPCWSTR>(function), &module);
+  GetModuleFileNameW(module, name.data(), static_cast<DWORD>(name.size()));
+  return name.data();
+}
+
 std::optional<CFileId> FileIdOf(const fs::path& path) {
   if (IsDevicePath(path)) return std::nullopt;
   const CHandle handle(path);
@@ -205,6 +224,14 @@ std::FILE* OpenSpecial(const fs::path& path) {
   return _wfopen(path.c_str(), L"wb");
 }
 
+std::FILE* OpenForReading(const fs::path& path) {
+  return _wfopen(path.c_str(), L"rb");
+}
+
+std::FILE* BinaryInput() {
+  return _setmode(_fileno(stdin), _O_BINARY) < 0 ? nullptr : stdin;
+}
+
 bool IsWritable(const fs::path& path) {
   return _waccess(path.c_str(), 2) == 0;
 }
@@ -250,6 +277,13 @@ bool IsErrorTerminal() {
   DWORD mode = 0;
   return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) &&
          mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+}
+
+int ErrorTerminalWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO information;
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &information))
+    return usualTerminalWidth;
+  return information.srWindow.Right - information.srWindow.Left + 1;
 }
 
 void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
@@ -349,6 +383,13 @@ std::optional<int> RunBeside(const std::string& program,
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+fs::path FileWith(const void* function) {
+  Dl_info information{};
+  if (dladdr(function, &information) == 0 || !information.dli_fname) return {};
+  std::error_code error;
+  return fs::canonical(information.dli_fname, error);
+}
+
 std::optional<CFileId> FileIdOf(const fs::path& path) {
   struct stat information {};
   if (stat(path.c_str(), &information) != 0) return std::nullopt;
@@ -400,6 +441,14 @@ std::FILE* OpenSpecial(const fs::path& path) {
   return std::fopen(path.c_str(), "wb");
 }
 
+std::FILE* OpenForReading(const fs::path& path) {
+  return std::fopen(path.c_str(), "rb");
+}
+
+std::FILE* BinaryInput() {
+  return stdin;
+}
+
 bool IsWritable(const fs::path& path) {
   return access(path.c_str(), W_OK) == 0;
 }
@@ -433,6 +482,12 @@ CConsoleSetup::~CConsoleSetup() = default;
 
 bool IsErrorTerminal() {
   return isatty(fileno(stderr)) == 1;
+}
+
+int ErrorTerminalWidth() {
+  winsize size{};
+  const bool isTold = ioctl(fileno(stderr), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isTold ? size.ws_col : usualTerminalWidth;
 }
 
 void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {

@@ -23,6 +23,9 @@
 [[nodiscard]] std::optional<int> RunBeside(const std::string& program,
                                            const std::vector<std::string>& arguments);
 
+// The program or shared library that a function lies in; empty if the system does not tell.
+[[nodiscard]] std::filesystem::path FileWith(const void* function);
+
 // One for each file, however many names it has.
 struct CFileId {
   std::uint64_t volume = 0, file = 0;
@@ -48,6 +51,10 @@ enum class EFileKind { missing, regular, folder, special };
                                        const std::filesystem::path& like);
 // Opens a pipe or a device. Null with errno set if it fails.
 [[nodiscard]] std::FILE* OpenSpecial(const std::filesystem::path& path);
+// Opens a file for reading its bytes. Null with errno set if it fails.
+[[nodiscard]] std::FILE* OpenForReading(const std::filesystem::path& path);
+// The standard input, whose bytes are read as they are.
+[[nodiscard]] std::FILE* BinaryInput();
 // A read-only file could be replaced all the same; its owner does not want that.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& path);
 [[nodiscard]] bool SeekTo(std::FILE* file, std::int64_t offset, int whence);
@@ -72,6 +79,8 @@ class CConsoleSetup {
 };
 // Whether standard error is a terminal that understands these codes.
 [[nodiscard]] bool IsErrorTerminal();
+// The columns of that terminal.
+[[nodiscard]] int ErrorTerminalWidth();
 
 // Has `interrupt` called when the user or the system asks the program to end, and `cleanUp` before
 // the program ends at once for any other reason. Both run within a signal handler, or on another

@@ -26,10 +26,10 @@ const CWords pixelNames{{"rgb", ZTLIB_RGB},
                         {"yuyv", ZTLIB_YUYV},
                         {"uyvy", ZTLIB_UYVY},
                         {"gray", ZTLIB_GRAY}};
-const CWords typeNames{{"key", frameTypeKey},
-                       {"plain", frameTypePlain},
+const CWords typeNames{{"plain", frameTypePlain},
                        {"difference", frameTypeDifference},
-                       {"reference", frameTypeReference}};
+                       {"reference", frameTypeReference},
+                       {"key", frameTypeKey}};
 
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
@@ -96,9 +96,8 @@ std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, con
 }
 
 int Play(const CPlayOptions& options) {
-  const bool isStandard = options.y4m == "-";
   CFrameFileReader reader(options.input);
-  COutputs outputs({options.input}, {isStandard ? "" : options.y4m, options.video});
+  COutputs outputs({options.input}, {options.y4m, options.video});
   const std::vector<SinkPtr> sinks = OpenSinks(outputs, options);
   CDecoder decoder(options.scale, options.pixels);
   CStage decode("decode");
@@ -112,7 +111,7 @@ int Play(const CPlayOptions& options) {
       const std::optional<CCodedFrame> frame = reader.Next();
       if (!frame) break;
       ++frames;
-      progress.Show(frames, double(reader.Position()) / double(reader.FileSize()));
+      progress.Show(frames, reader.Share());
       const CFrameHeader header = ReadFrameHeader(frame->bytes);
       if (options.pixels == ZTLIB_GRAY && header.videoFormat != ZTLIB_VIDEO_MJPEG &&
           IsVideoFormat(header.videoFormat))
@@ -153,8 +152,6 @@ int Play(const CPlayOptions& options) {
     for (const SinkPtr& sink : sinks)
       sink->Close();
 
-  // A video on the standard output stays alone there.
-  std::FILE* target = isStandard ? stderr : Output();
   std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
   if (played > 0)
     summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());
@@ -163,7 +160,7 @@ int Play(const CPlayOptions& options) {
   summary += "\n";
   // Without a picture nothing takes the place of what is there.
   if (played > 0) outputs.Publish();
-  Print(target, summary);
+  Print(outputs.Texts(), summary);
   return reader.Damage() || damaged.Count() > 0 ? 1 : 0;
 }
 
@@ -184,13 +181,12 @@ CCommand PlayCommand() {
                        .showsDefault = true},
                       {.name = "--pixels",
                        .value = &options->pixels,
-                       .help = "Pixel format to decode to; rgb if not given",
-                       .form = "rgb|yuv|yuyv|uyvy|gray",
-                       .allowed = pixelNames},
+                       .help = "Pixel format to decode to",
+                       .allowed = pixelNames,
+                       .showsDefault = true},
                       {.name = "--drop",
                        .value = &options->dropType,
                        .help = "Lose the frames of this type",
-                       .form = "plain|difference|reference|key",
                        .allowed = typeNames},
                       {.name = "--drop-every",
                        .value = &options->dropEvery,

@@ -38,6 +38,7 @@ int RunProgram(CProgram (*describe)(), int count, char** values) {
     SetProgramName(program.name);
     const CArguments arguments = ParseArguments(program, Arguments(count, values));
     if (!arguments.run) return arguments.status;
+    SetVerbose(arguments.isVerbose);
     WatchInterrupts();
     SplitOutput();
     av_log_set_level(AV_LOG_QUIET);

@@ -65,6 +65,6 @@ int Record(const CRecordOptions& options) {
            coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
            recorder.Coder().FramesPerSecond(), meter ? meter->Summary().c_str() : "");
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }

@@ -6,18 +6,13 @@
 
 namespace {
 
-const CWords formatNames{{"mjpeg", ZTLIB_VIDEO_MJPEG},
-                         {"mjpegdiff", ZTLIB_VIDEO_MJPEGDIFF},
-                         {"layered", ZTLIB_VIDEO_LAYERED},
-                         {"layereddiff", ZTLIB_VIDEO_LAYEREDDIFF}};
-
 // The options of a command, and behind them those of all that record.
 std::vector<COption> WithRecordSettings(std::vector<COption> options, CRecordSettings& settings) {
   constexpr const char* group = "Differential video";
   const COption shared[] = {
       {.name = "--quality",
        .value = &settings.quality,
-       .help = "JPEG quality, 1 to 100",
+       .help = "JPEG quality",
        .allowed = CLimits{1, 100},
        .showsDefault = true},
       {.name = "--size",
@@ -96,8 +91,8 @@ CCommand RecordCommand() {
                                      {.name = "--format",
                                       .value = &options->settings.videoFormat,
                                       .help = "Video format",
-                                      .form = "mjpeg|mjpegdiff|layered|layereddiff",
-                                      .allowed = formatNames},
+                                      .allowed = VideoFormatNames(),
+                                      .showsDefault = true},
                                      {.name = "--psnr",
                                       .value = &options->hasPsnr,
                                       .help = "Play each frame back and measure its PSNR"}},

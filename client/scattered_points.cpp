@@ -1,13 +1,13 @@
 #include "client/scattered_points.h"
 
 #include "client/option_values.h"
-#include "client/platform.h"
 #include "client/text.h"
+#include "client/whole_file.h"
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
 #include <optional>
+#include <sstream>
 #include <string_view>
 
 namespace {
@@ -44,8 +44,7 @@ std::optional<CScatteredPoint> ParsePoint(std::string_view line) {
 }  // namespace
 
 std::vector<CScatteredPoint> ReadPoints(const std::string& path) {
-  std::ifstream file(PathOf(path));
-  if (!file) throw CError(path + ": cannot open");
+  std::istringstream file(ReadWholeFile(path));
   std::vector<CScatteredPoint> points;
   std::string line;
   for (int number = 1; std::getline(file, line); ++number) {

@@ -103,6 +103,12 @@ Json ShortsJson(Bytes bytes) {
   return bytes.empty() ? Json{{"$shorts", std::move(numbers)}} : numbers;
 }
 
+// Programs that rewrite JSON drop the point of a whole number, which would then be an int.
+Json DoubleJson(double value, std::uint64_t bits) {
+  if (!std::isfinite(value)) return {{"$double", Text("%016" PRIx64, bits)}};
+  return value == std::trunc(value) ? Json{{"$double", value}} : Json(value);
+}
+
 Json BinaryJson(const CTaggedElement& element) {
   Json json{{"$binary", HexOf(element.value)}};
   if (element.metadata.size() > 1) json["$metadata"] = HexOf(element.metadata);
@@ -147,8 +153,7 @@ class CTreeMaker {
       case 'Q':
         return {{"$long", static_cast<std::int64_t>(number)}};
       case 'F':
-        return std::isfinite(DoubleOf(element)) ? Json(DoubleOf(element))
-                                                : Json{{"$double", Text("%016" PRIx64, number)}};
+        return DoubleJson(DoubleOf(element), number);
       case 'S':
         return StringJson(element.value);
       case 'W':
@@ -351,8 +356,10 @@ class CBlockMaker {
   }
 
   void Double(CTaggedWriter& node, const std::string& name, const Json& value) const {
-    std::string bytes = Unhexed(value, 8);
-    std::reverse(bytes.begin(), bytes.end());
+    std::string bytes = value.is_number()
+                            ? NumberBytes(std::bit_cast<std::uint64_t>(value.get<double>()), 8)
+                            : Unhexed(value, 8);
+    if (!value.is_number()) std::reverse(bytes.begin(), bytes.end());
     node.Element('F', name, bytes);
   }
 

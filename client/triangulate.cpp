@@ -5,7 +5,9 @@
 #include "client/option_values.h"
 #include "client/picture_io.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -60,6 +62,33 @@ void PrintEstimate(const CTriangulator& triangulator, std::int32_t x, std::int32
   Print(Output(), line + "\n");
 }
 
+// Names given points at whose place another value is estimated. Whether any estimate is not 0.
+bool CheckPoints(const CTriangulator& triangulator, const std::vector<CScatteredPoint>& points,
+                 const std::string& file) {
+  constexpr int mostNamed = 5;
+  std::string named;
+  std::int64_t missed = 0;
+  bool isAnySet = false;
+  for (const CScatteredPoint& point : points) {
+    const std::vector<float> estimate = triangulator.At(point.x, point.y);
+    isAnySet |= std::any_of(estimate.begin(), estimate.end(), [](float v) { return v != 0; });
+    const bool isMet =
+        std::equal(point.values.begin(), point.values.end(), estimate.begin(), estimate.end(),
+                   [](float given, float estimated) {
+                     return std::abs(given - estimated) <= 1e-3F * std::max(1.0F, std::abs(given));
+                   });
+    if (isMet) continue;
+    if (++missed <= mostNamed) named += Text(" %d,%d", point.x, point.y);
+  }
+  if (missed == 0) return true;
+  if (missed > mostNamed) named += " ...";
+  Complain(
+      Text("%s: the estimate is another value at %s:%s (a point joins the mesh only if it is "
+           "close to the middle of a triangle's circumcircle)",
+           file.c_str(), CountText(missed, "given point").c_str(), named.c_str()));
+  return isAnySet;
+}
+
 int Triangulate(const CTriangulateOptions& options) {
   COutputs outputs({options.points}, {options.png});
   const std::vector<CScatteredPoint> points = ReadPoints(options.points);
@@ -81,9 +110,9 @@ int Triangulate(const CTriangulateOptions& options) {
     WritePng(outputs, options.png, *PictureOf(canvas));
     const std::string summary = options.png + ": " + map.Range() + "\n";
     outputs.Publish();
-    Print(Output(), summary);
+    Print(outputs.Texts(), summary);
   }
-  return 0;
+  return CheckPoints(triangulator, points, options.points) ? 0 : 1;
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "client/av_output.h"
+#include "client/input_file.h"
 #include "client/picture_sink.h"
 #include "client/scaler.h"
 #include "client/yuv_packing.h"
@@ -14,10 +15,11 @@ class CVideoOutput : public IPictureSink {
         unfinished(unfinishedFile),
         io(outputs) {
     AVFormatContext* made = nullptr;
-    avformat_alloc_output_context2(&made, nullptr, nullptr, path.c_str());
+    avformat_alloc_output_context2(&made, nullptr, path == standardName ? "matroska" : nullptr,
+                                   path.c_str());
     if (!made) throw CError(path + ": no container for that file name, try .mkv");
     output.reset(made);
-    const bool isLossless = avformat_query_codec(made->oformat, AV_CODEC_ID_FFV1, 0) == 1;
+    isLossless = avformat_query_codec(made->oformat, AV_CODEC_ID_FFV1, 0) == 1;
     encoder = avcodec_find_encoder(isLossless ? AV_CODEC_ID_FFV1 : made->oformat->video_codec);
     if (!encoder) throw CError(path + ": FFmpeg has no encoder for that container");
     io.Open(*made, path, unfinished);
@@ -55,15 +57,20 @@ class CVideoOutput : public IPictureSink {
     void operator()(AVFormatContext* context) const { avformat_free_context(context); }
   };
 
-  // With the size and, as near as the codec has it, the pixel format of the first picture.
+  // With the size and, if nothing is lost and as near as the codec has it, the pixel format of the
+  // first picture.
   void Open(const AVFrame& first) {
     codec = NewCodec(encoder);
     codec->width = first.width;
     codec->height = first.height;
-    codec->pix_fmt = encoder->pix_fmts ? avcodec_find_best_pix_fmt_of_list(
-                                             encoder->pix_fmts,
-                                             static_cast<AVPixelFormat>(first.format), 0, nullptr)
-                                       : static_cast<AVPixelFormat>(first.format);
+    // Most players show 4:2:0 alone where a codec loses something anyway. Only sides of even length
+    // have it with every encoder.
+    const bool isHalved = !isLossless && first.width % 2 == 0 && first.height % 2 == 0;
+    const AVPixelFormat wanted =
+        isHalved ? AV_PIX_FMT_YUV420P : static_cast<AVPixelFormat>(first.format);
+    codec->pix_fmt = encoder->pix_fmts
+                         ? avcodec_find_best_pix_fmt_of_list(encoder->pix_fmts, wanted, 0, nullptr)
+                         : wanted;
     planes = codec->pix_fmt == AV_PIX_FMT_YUVJ420P   ? AV_PIX_FMT_YUV420P
              : codec->pix_fmt == AV_PIX_FMT_YUVJ422P ? AV_PIX_FMT_YUV422P
              : codec->pix_fmt == AV_PIX_FMT_YUVJ444P ? AV_PIX_FMT_YUV444P
@@ -114,6 +121,7 @@ class CVideoOutput : public IPictureSink {
   AVPixelFormat planes = AV_PIX_FMT_NONE;
   CUnpacker unpacker;
   CScaler scaler;
+  bool isLossless = false;
   bool isOpen = false;  // the header is written, the trailer is not
 };
 

@@ -1,18 +1,16 @@
 #include "client/whole_file.h"
 
-#include "client/platform.h"
-#include "client/text.h"
+#include "client/input_file.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <sstream>
+#include <array>
 
 std::string ReadWholeFile(const std::string& path) {
-  std::ifstream file(PathOf(path), std::ios::binary);
-  std::ostringstream text;
-  // An empty file has nothing to insert, which counts as a failure of `text`.
-  if (file && file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
-  if (!file || !text) throw CError(path + ": cannot read: " + std::strerror(errno));
-  return std::move(text).str();
+  CInputFile file(path);
+  std::string text;
+  std::array<std::uint8_t, 1 << 16> bytes;
+  for (std::size_t size = bytes.size(); size == bytes.size();) {
+    size = file.Read(bytes);
+    text.append(reinterpret_cast<const char*>(bytes.data()), size);
+  }
+  return text;
 }

@@ -22,8 +22,7 @@ std::string RateText(double framesPerSecond) {
 class CY4mOutput : public IPictureSink {
  public:
   CY4mOutput(COutputs& outputs, const std::string& path, double framesPerSecond)
-      : rate(RateText(framesPerSecond)),
-        file(path == "-" ? outputs.OpenStandardOutput(path) : outputs.Open(path)) {}
+      : rate(RateText(framesPerSecond)), file(outputs.Open(path)) {}
 
   void Write(const AVFrame& picture, std::int64_t) override {
     if (!maker) {

@@ -104,6 +104,7 @@ TEST_F(ClientTest, EveryPixelFormatHasItsStreamLayout) {
 
 TEST_F(ClientTest, WrittenPicturesAndVideosCanBeRecordedAgain) {
   Succeed("play @demo.zts --png @png --y4m @a.y4m --video @a.mkv");
+  ExpectPart(ReadText("png/000000.png"), {"pHYs\0\0\0\1\0\0\0\1", 12});
   // The whole pictures of a cut input are kept.
   Bytes stream = ReadBytes(Path("a.y4m"));
   stream.resize(stream.size() * 7 / 24);
@@ -211,6 +212,8 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
       {"play @empty.zts", "no frame"},
       {"info --json @text.txt", "offset 0: frame 0: damaged"},
       {"play @demo.zts --scale 3", "--scale"},
+      {"play @demo.zts --pixels h264", "--pixels: h264 is none of rgb, yuv, yuyv, uyvy, gray"},
+      {"record @demo.zts @a.zts --size 100000x9", "sides of 1 to 65500"},
       {"play @demo.zts --video @a.unknown", "a.unknown"},
       {"play @odd.zts --pixels yuyv", "whole pairs of pixels"},
       {"record @missing.avi @a.zts", "missing.avi: cannot open: No such file"},
@@ -233,7 +236,11 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
     ExpectError("ztinside histogram @png/000003.png --mask @mask.json", "mask.json");
   }
   EXPECT_FALSE(fs::exists(Path("a.zts")));
-  EXPECT_EQ(Run("play --help").status, 0);
+  const std::string help = Succeed("record --help").output;
+  for (const char* part :
+       {"Coded frames (.zts) (required)", "JPEG quality (1 to 100; default 75)",
+        "--format mjpeg|mjpegdiff|layered|layereddiff", "Video format (default mjpeg)"})
+    ExpectPart(help, part);
 }
 
 TEST_F(ClientTest, NoInputIsWritten) {
@@ -311,6 +318,10 @@ TEST_F(ClientTest, TriangulationsEstimateAndDrawPlanes) {
   EXPECT_EQ(Run(command + " --at 4,5 --at 12,13").output, "4,5,3,7\n12,13,0,0\n");
   EXPECT_TRUE(Run(command).output.starts_with("0,0,0,7\n3,0,6,7\n"));
   ExpectPart(Run(command + " --png @field.png").output, "field.png: -11 to ");
+  EXPECT_EQ(Succeed(command).errors, "");
+  WriteText("four.csv", "100,100,5\n500,100,6\n500,400,7\n100,400,8\n");
+  ExpectError("triangulate @four.csv --rect 0,0,640,480",
+              "four.csv: the estimate is another value at 4 given points: 100,100 500,100 ");
   Succeed("ztinside mesh @points.csv --rect 0,0,12,12 --out @mesh.png");
   for (const char* name : {"field.png", "mesh.png"})
     EXPECT_EQ(ReadBytes(Path(name)).at(1), 'P');

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,7 +43,35 @@ TEST_F(OutputsTest, ALinkStaysAndItsFileIsReplaced) {
 
 TEST_F(OutputsTest, DevicesAndPatternsAreUnderstood) {
   ExpectError("play @demo.zts --y4m /dev/full", "/dev/full: cannot write");
+  // Players know this profile, whose pictures are 4:2:0.
+  Succeed("play @demo.zts --video @a.mp4");
+  ExpectPart(ReadText("a.mp4"), "avcC\1\x64");
   ExpectError("motion @png/%*.png --json @png/000011.png", "is the input");
+}
+
+TEST_F(OutputsTest, ADashIsTheStandardInputOrOutput) {
+  const auto shell = [this](std::string line) {
+    for (std::size_t at; (at = line.find('@')) != std::string::npos;)
+      line.replace(at, 1, "\"$0\"/");
+    const std::string script = "zt() { " ZTCLIENT " \"$@\"; }; " + line;
+    EXPECT_EQ(
+        CProcess("/bin/sh", {"-c", script, folder.string()}, Path("stdout"), Path("stderr")).Wait(),
+        0)
+        << line << ReadText("stderr");
+    return ReadText("stdout");
+  };
+  const std::string direct = shell("zt play @demo.zts --y4m -");
+  for (const char* line :
+       {"cat @demo.zts | zt play - --y4m -", "zt play /dev/stdin --y4m - <@demo.zts",
+        "cat @a.y4m | zt record - - --quality 75 | zt play - --y4m - | zt record - @b.zts "
+        ">/dev/null;"
+        "cat @demo.zts | zt play - --y4m /dev/stdout"})
+    EXPECT_TRUE(shell(line) == direct) << line;
+  EXPECT_EQ(Info("b.zts")["totals"]["frames"], frames);
+  ExpectPart(shell("zt play @demo.zts --video - | zt motion - --json -"), "{\n\"input\": \"-\"");
+  ExpectPart(shell("head -c 30000 @demo.zts | zt info - --json || true"), "announced and");
+  EXPECT_FALSE(fs::exists("-"));
+  ExpectError("play @demo.zts --y4m - --video -", "is to be written twice");
 }
 
 TEST_F(OutputsTest, AFailureLeavesTheOldFile) {
@@ -168,12 +197,18 @@ TEST_F(OutputsTest, ProgressIsShownOnATerminalOnly) {
   EXPECT_EQ(Run("play @demo.zts").errors, "");
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
   ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
-  CProcess client(ZTCLIENT, Expand("play @demo.zts"), Path("stdout"), ptsname(terminal));
-  EXPECT_EQ(client.Wait(), 0);
-  std::string shown(4096, '\0');
-  shown.resize(static_cast<std::size_t>(std::max(read(terminal, &shown[0], 4096), ssize_t{0})));
-  ExpectPart(shown, " %  1 frame");
-  EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+  for (const std::uint16_t columns : {30, 60, 120}) {
+    const winsize size{40, columns, 0, 0};
+    ASSERT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
+    CProcess client(ZTCLIENT, Expand("play @demo.zts"), Path("stdout"), ptsname(terminal));
+    EXPECT_EQ(client.Wait(), 0);
+    std::string shown(4096, '\0');
+    shown.resize(static_cast<std::size_t>(std::max(read(terminal, &shown[0], 4096), ssize_t{0})));
+    ExpectPart(shown, " %  1 frame");
+    EXPECT_EQ(Count(shown, "["), Count(shown, "\x1b[") + (columns > 30 ? 1 : 0)) << shown;
+    EXPECT_LE(shown.find("\x1b[K"), std::size_t{columns}) << shown;
+    EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
+  }
   close(terminal);
 }
 

@@ -42,7 +42,7 @@ const CCase cases[] = {
      Element('F', "a", std::string(6, '\0') + "\x50\x40") +
          Element('F', "b", std::string(7, '\0') + "\x80") +
          Element('F', "c", "\1" + std::string(5, '\0') + "\xF8\x7F"),
-     R"({"a":64.0,"b":-0.0,"c":{"$double":"7ff8000000000001"}})"},
+     R"({"a":{"$double":64.0},"b":{"$double":-0.0},"c":{"$double":"7ff8000000000001"}})"},
     {"texts",
      Element('S', "a", "x\"\n") + Element('S', "b", "\xC3\xA4\xF0\x9F\x98\x80") +
          Element('S', "c", "\xC0\x80\xED\xA0\x80") + Element('S', "", ""),

@@ -1,8 +1,13 @@
 #include "main/lib/imgproc/math_helper.h"
 
 #include "main/lib/base/logger.h"
+#include "main/lib/calib/disc_grid.h"
 #include "main/lib/calib/triangulation.h"
 #include "tests/support/common.h"
+
+#include <algorithm>
+#include <limits>
+#include <random>
 
 using namespace ztlib;
 
@@ -95,6 +100,31 @@ TEST(Geometry, PointsOnSegments) {
   }
   CPointF out;
   EXPECT_TRUE(PointOnSegment({0, 0}, {10, 0}, {4, 2.5f}, out, 2.5f));
+}
+
+TEST(Triangulation, DiscsAreFoundFromEveryPlaceThatTheyHold) {
+  constexpr float inf = std::numeric_limits<float>::infinity();
+  std::mt19937 random(1);
+  CDiscGrid grid;
+  grid.Start({0, -50, 90, 40}, 50);
+  std::vector<CDiscGrid::CDisc> discs = {{inf, 0, inf}, {0, NAN, NAN}, {1e30F, 0, 1}, {3, 4, inf}};
+  while (discs.size() < 600) {
+    const auto anywhere = [&] { return static_cast<float>(random() % 4000) / 16 - 100; };
+    discs.push_back(
+        {anywhere(), anywhere(), std::ldexp(1.0F, static_cast<int>(random() % 32) - 20)});
+  }
+  for (std::uint32_t i = 0; i < discs.size(); ++i)
+    grid.Add(i, discs[i]);
+  EXPECT_TRUE(grid.IsCrowded());
+  for (float y = -50; y < 40; y += 3)
+    for (float x = 0; x < 90; ++x) {
+      std::vector<std::uint32_t> expected, found;
+      for (std::uint32_t i = 0; i < discs.size(); ++i)
+        if (discs[i].Holds({x, y})) expected.push_back(i);
+      grid.ForEachAt({x, y}, [&](std::uint32_t i) { found.push_back(i); });
+      std::sort(found.begin(), found.end());
+      EXPECT_EQ(found, expected);
+    }
 }
 
 // The fuzz target would not find a fault here, because its model would have it as well.

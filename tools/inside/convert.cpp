@@ -141,7 +141,7 @@ int Convert(const CConvertOptions& options) {
                                    NameOf(options.from), before.width, before.height,
                                    output.c_str(), NameOf(options.to), frame->width, frame->height);
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 
@@ -152,11 +152,10 @@ CCommand ConvertCommand() {
   const auto format = [](const char* name, int& value, const char* help) {
     CWords words;
     for (std::size_t i = 0; i < names.size(); ++i)
-      words.emplace(names[i], static_cast<int>(i));
+      words.emplace_back(names[i], static_cast<int>(i));
     return COption{.name = name,
                    .value = &value,
                    .help = help,
-                   .form = "bool8|gray|rgb|yuv|yuyv|uyvy|rgbbayer|yuvbayerblock|yuv420block",
                    .allowed = std::move(words),
                    .isRequired = true};
   };

@@ -112,7 +112,7 @@ int Histogram(const CHistogramOptions& options) {
            picture->width, picture->height, mean, histogram.Median(), low, high) +
       Bars(histogram);
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 

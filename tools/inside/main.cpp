@@ -5,6 +5,7 @@
 #include "main/lib/base/frame_manager.h"
 #include "main/lib/base/logger.h"
 #include "tools/inside/commands.h"
+#include "ztlib.h"
 
 using namespace ztlib;
 
@@ -34,6 +35,12 @@ int main(int count, char** values) {
             .name = "ztinside",
             .help = "Shows what no function of ztlib's interface reaches.",
             .commands = {CalibrateCommand(), ConvertCommand(), HistogramCommand(), MeshCommand()},
+            .verboseHelp = "Show the log lines of the library",
+            .version =
+                [] {
+                  return Text("ztinside %d.%d.%d, with the library inside", ZTLIB_VERSION_MAJOR,
+                              ZTLIB_VERSION_MINOR, ZTLIB_VERSION_PATCH);
+                },
             .open = OpenLibrary};
       },
       count, values);

@@ -28,7 +28,7 @@ void Triangulate(CTriangulation& triangulation, const CFrameBox& frame,
 
 // Draws the sides of all triangles, the points at their corners, and dots for the points that did
 // not join the mesh.
-void DrawMesh(CCanvas& canvas, const CHeatMap& map, const CTriangulation& triangulation,
+void DrawMesh(CCanvas& canvas, const CHeatMap& map, CTriangulation& triangulation,
               const std::vector<CScatteredPoint>& points) {
   std::set<std::pair<std::int64_t, std::int64_t>> joined;
   const auto& vertices = triangulation.GetVertices();
@@ -64,7 +64,7 @@ int Mesh(const CMeshOptions& options) {
   WritePng(outputs, options.png, *PictureOf(canvas));
   const std::string summary = options.png + ": " + map.Range() + "\n";
   outputs.Publish();
-  Print(Output(), summary);
+  Print(outputs.Texts(), summary);
   return 0;
 }
 

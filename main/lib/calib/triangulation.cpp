@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace ztlib {
 
@@ -28,9 +29,19 @@ float SquaredDistance(CPointF p, float x, float y) {
   return (p.x - x) * (p.x - x) + (p.y - y) * (p.y - y);
 }
 
+CDiscGrid::CDisc DiscOf(const CTriangulation::CTriangle& triangle) {
+  return {triangle.centerX, triangle.centerY, triangle.radiusRoot};
+}
+
 std::int32_t SquaredDistance(const CTriangulation::CVertex& p, const CTriangulation::CVertex& q) {
   const std::uint32_t dx = Bits(p.x) - Bits(q.x), dy = Bits(p.y) - Bits(q.y);
   return static_cast<std::int32_t>(dx * dx + dy * dy);
+}
+
+constexpr std::int32_t noVertex = -1;
+
+bool IsRemoved(const CTriangulation::CTriangle& triangle) {
+  return triangle.a == noVertex;
 }
 
 CEdgeFunction EdgeFunction(const CTriangulation::CVertex& p, const CTriangulation::CVertex& q) {
@@ -100,13 +111,70 @@ void CTriangulation::Init(std::int64_t x0, std::int64_t y0, std::int64_t x1, std
 void CTriangulation::AddPoint(std::int64_t x, std::int64_t y, const float* values,
                               std::int32_t count) {
   if (!initialised || x < left || x >= right || y < top || y >= bottom) return;
-  for (const CVertex& vertex : vertices)
-    if (vertex.x == x && vertex.y == y) return;
+  if (2 * vertices.size() >= places.size()) GrowPlaces();
+  const std::size_t place = PlaceOf(x, y);
+  if (places[place] != 0) return;
   const std::int32_t length = std::max(count, 0);
   if (length > 0 && !values) ZT_THROW(CException, "Using null-pointer", "AddPoint", source, 105);
   isPrepared = false;
+  const auto added = static_cast<std::int32_t>(vertices.size());
   vertices.push_back({x, y, std::vector<float>(values, values + length)});
-  Connect(static_cast<std::int32_t>(vertices.size() - 1));
+  places[place] = added;
+  Connect(added);
+}
+
+// Where in the table the point at (x, y) is, or where it would be.
+std::size_t CTriangulation::PlaceOf(std::int64_t x, std::int64_t y) const {
+  const std::size_t mask = places.size() - 1;
+  std::uint64_t hash = static_cast<std::uint64_t>(x) * 0x9e3779b97f4a7c15;
+  hash = ((hash ^ hash >> 32) + static_cast<std::uint64_t>(y)) * 0xd6e8feb86659fd93;
+  std::size_t place = static_cast<std::size_t>(hash >> 32) & mask;
+  while (places[place] != 0 && (At(places[place]).x != x || At(places[place]).y != y))
+    place = (place + 1) & mask;
+  return place;
+}
+
+void CTriangulation::GrowPlaces() {
+  places.assign(std::max<std::size_t>(4 * places.size(), 64), 0);
+  for (std::size_t i = 4; i < vertices.size(); ++i)
+    places[PlaceOf(vertices[i].x, vertices[i].y)] = static_cast<std::int32_t>(i);
+}
+
+const std::vector<CTriangulation::CTriangle>& CTriangulation::DropRemoved() {
+  if (removed > 0) {
+    isIndexed = false;  // triangles get other numbers
+    std::erase_if(triangles, IsRemoved);
+    removed = 0;
+  }
+  return triangles;
+}
+
+// Sorts the small middles of all circumcircles into cells, and leaves room for more of them.
+void CTriangulation::Index() {
+  isIndexed = false;
+  DropRemoved();
+  discs.Start({static_cast<double>(left), static_cast<double>(top), static_cast<double>(right),
+               static_cast<double>(bottom)},
+              4 * triangles.size());
+  for (std::size_t i = 0; i < triangles.size(); ++i)
+    discs.Add(static_cast<std::uint32_t>(i), DiscOf(triangles[i]));
+  isIndexed = true;
+}
+
+// Puts triangles of a point and the edges of the hole in the place of the hits. If memory fails,
+// either all of that has happened or nothing.
+void CTriangulation::ReplaceHits(std::int32_t point) {
+  const std::size_t first = triangles.size(), needed = first + edges.size();
+  if (needed > triangles.capacity()) triangles.reserve(std::max(needed, 2 * first));
+  for (const std::uint32_t hit : hits)
+    triangles[hit].a = noVertex;
+  removed += hits.size();
+  for (const CEdge& edge : edges)
+    triangles.push_back(MakeTriangle(point, edge.first, edge.second));
+  if (!std::exchange(isIndexed, false)) return;
+  for (std::size_t i = first; i < needed; ++i)
+    discs.Add(static_cast<std::uint32_t>(i), DiscOf(triangles[i]));
+  isIndexed = true;
 }
 
 // An edge that belongs to two removed triangles lies inside of the hole.
@@ -121,24 +189,37 @@ void CTriangulation::Toggle(std::int32_t first, std::int32_t second) {
     edges.push_back({first, second});
 }
 
+// Leaves in `hits` the triangles whose middles hold the place, in the order of the triangles.
+void CTriangulation::FindHits(CPointF place) {
+  hits.clear();
+  const auto add = [this](std::uint32_t triangle) {
+    if (!IsRemoved(triangles[triangle])) hits.push_back(triangle);
+  };
+  // A small mesh is searched faster than its discs are sorted.
+  if (triangles.size() - removed < 128) {
+    if (removed > 32) DropRemoved();
+    for (std::uint32_t i = 0; i < triangles.size(); ++i)
+      if (DiscOf(triangles[i]).Holds(place)) add(i);
+    return;
+  }
+  if (!isIndexed || discs.IsCrowded() || removed > triangles.size() / 2 + 64) Index();
+  discs.ForEachAt(place, add);
+  std::sort(hits.begin(), hits.end());
+}
+
 // Joins a point with the boundary of the hole that it makes in the mesh. Of a circumcircle only a
 // small middle counts: the squared distance is compared with the root of the radius, and many
 // points make no hole. Results depend on that, so it stays.
 void CTriangulation::Connect(std::int32_t added) {
-  const CPointF place = ToFloat(At(added));
-  const auto isHit = [&](const CTriangle& triangle) {
-    return triangle.radiusRoot > SquaredDistance(place, triangle.centerX, triangle.centerY);
-  };
+  FindHits(ToFloat(At(added)));
   edges.clear();
-  for (const CTriangle& triangle : triangles) {
-    if (!isHit(triangle)) continue;
+  for (const std::uint32_t hit : hits) {
+    const CTriangle& triangle = triangles[hit];
     Toggle(triangle.a, triangle.b);
     Toggle(triangle.a, triangle.c);
     Toggle(triangle.c, triangle.b);
   }
-  std::erase_if(triangles, isHit);
-  for (const CEdge& edge : edges)
-    triangles.push_back(MakeTriangle(added, edge.first, edge.second));
+  ReplaceHits(added);
 }
 
 bool CTriangulation::IsFull(const CVertex& vertex) const {
@@ -187,12 +268,14 @@ bool CTriangulation::Complete(std::vector<CVertex>& list) const {
 }
 
 bool CTriangulation::Finalize() {
+  DropRemoved();
   if (!initialised || triangles.size() < 3) return false;
   isPrepared = false;
   return Complete(vertices);
 }
 
 void CTriangulation::Prepare() {
+  DropRemoved();
   std::vector<CVertex> completed;
   const auto isFull = [&](const CTriangle& triangle) { return IsFull(vertices, triangle); };
   if (triangles.size() > 2 && !std::all_of(triangles.begin(), triangles.end(), isFull)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "main/lib/calib/disc_grid.h"
 #include "main/lib/calib/triangle_grid.h"
 
 #include <cstdint>
@@ -9,7 +10,7 @@ namespace ztlib {
 
 // Scattered data on the image plane: points in pixels, each with a vector of floats, are joined
 // into triangles, and a vector can be estimated at any pixel by interpolation within the triangle
-// that holds it. Meant for tens of points: an insertion looks at every triangle and every point.
+// that holds it.
 //
 // The frame's corners are points without values until Finalize gives them some. Before Init every
 // operation does nothing. Coordinates may be any: what is told to be exact wraps within 32 bits.
@@ -48,7 +49,7 @@ class CTriangulation {
     float radiusRoot;        // square root of its radius
   };
   // The triangles in the order in which they were made, which is the order of all searches.
-  [[nodiscard]] const std::vector<CTriangle>& GetTriangles() const { return triangles; }
+  [[nodiscard]] const std::vector<CTriangle>& GetTriangles() { return DropRemoved(); }
 
  private:
   struct CEdge {
@@ -66,7 +67,13 @@ class CTriangulation {
   }
   [[nodiscard]] CTriangle MakeTriangle(std::int32_t a, std::int32_t b, std::int32_t c) const;
   [[nodiscard]] CTriangleSides SidesOf(const CTriangle& triangle) const;
+  [[nodiscard]] std::size_t PlaceOf(std::int64_t x, std::int64_t y) const;
+  void GrowPlaces();
+  const std::vector<CTriangle>& DropRemoved();
+  void Index();
+  void ReplaceHits(std::int32_t point);
   void Toggle(std::int32_t first, std::int32_t second);
+  void FindHits(CPointF place);
   void Connect(std::int32_t added);
   [[nodiscard]] bool IsFull(const CVertex& vertex) const;
   [[nodiscard]] bool IsFull(const std::vector<CVertex>& list, const CTriangle& triangle) const;
@@ -83,8 +90,13 @@ class CTriangulation {
   std::int64_t left = 0, top = 0, right = 0, bottom = 0;
   std::int32_t dimensions = 0;
   std::vector<CVertex> vertices;
-  std::vector<CTriangle> triangles;
-  std::vector<CEdge> edges;  // boundary of the hole that a point makes
+  std::vector<std::int32_t> places;  // hash table of the points; 0, a corner, where there is none
+  std::vector<CTriangle> triangles;  // those that points have removed, until they are dropped, too
+  std::size_t removed = 0;
+  bool isIndexed = false;  // whether the discs are those of `triangles`
+  CDiscGrid discs;
+  std::vector<std::uint32_t> hits;  // triangles that a point removes
+  std::vector<CEdge> edges;         // boundary of the hole that they leave
 
   // These are made by the first estimate after a change.
   bool isPrepared = false;

@@ -32,7 +32,7 @@ void Halve(Byte* __restrict target, const Byte* __restrict upper, const Byte* __
 template <class Format>
 inline V16 ChromaOfBoth(const Byte* samples) {
   const BlendedChroma<Format> chroma(samples);
-  return (chroma.left >> chroma.shift) + (chroma.right >> chroma.shift);
+  return (chroma.left >> chroma.leftShift) + (chroma.right >> chroma.rightShift);
 }
 
 template <class Format>

@@ -98,24 +98,23 @@ inline Word RightPixel(const Byte* row, std::size_t i, std::size_t count) {
 // (3 * own + ((3 * before + own + 2) >> 2) + 2) >> 2, is (13 * own + 3 * before + 10) >> 4.
 template <class Format>
 struct BlendedChroma {
-  static constexpr int shift = Format::inPlace ? 4 : 2;
+  static constexpr int leftShift = Format::inPlace ? 4 : 2;
+  static constexpr int rightShift = 2;
 
   explicit BlendedChroma(const Byte* samples, int bias = 0) {
     constexpr int index = Format::lumaFirst ? 1 : 0;
     const V32 own = LoadVector(samples);
-    const V32 before = LoadVector(samples - 4);
-    const V32 after = LoadVector(samples + 4);
-    const auto rounding = [bias](int value) {
+    // The chroma of the sample before, as lower bytes.
+    const V32 before = LoadVector(samples - 4 + index);
+    const auto rounding = [bias](int value, int shift) {
       return static_cast<std::uint16_t>(value - (bias << shift));
     };
-    if constexpr (Format::inPlace) {
-      left = WeighByte<index, 13>(own) + WeighByte<index, 3>(before) + rounding(10);
-      right = WeighByte<index, 12>(own) + WeighByte<index, 4>(after) + rounding(8);
-    } else {
-      const V16 both = WeighByte<index, 3>(own) + rounding(2);
-      left = both + WeighByte<index, 1>(before);
-      right = both + WeighByte<index, 1>(after);
-    }
+    const V16 most = WeighByte<index, 3>(own) + rounding(2, rightShift);
+    if constexpr (Format::inPlace)
+      left = WeighByte<index, 13>(own) + WeighByte<0, 3>(before) + rounding(10, leftShift);
+    else
+      left = most + WeighByte<0, 1>(before);
+    right = most + WeighByte<index, 1>(LoadVector(samples + 4));
   }
 
   V16 left;
@@ -152,8 +151,8 @@ void PairsToYuv(Byte* __restrict target, const Byte* __restrict source, std::siz
         const V16 luma = LumaOf<Format>(LoadVector(source + 4 * i));
         const BlendedChroma<Format> chroma(source + 4 * i);
         const auto spread = (V16)Pairs(256, 1);
-        const V32 left = ((V32)luma & 0xffff) | (V32)((chroma.left >> chroma.shift) * spread);
-        const V32 right = (V32)luma >> 16 | (V32)((chroma.right >> chroma.shift) * spread);
+        const V32 left = ((V32)luma & 0xffff) | (V32)((chroma.left >> chroma.leftShift) * spread);
+        const V32 right = (V32)luma >> 16 | (V32)((chroma.right >> chroma.rightShift) * spread);
         StorePixels(target + 8 * i,
                     InOrder(InterleaveLow(left, right), InterleaveHigh(left, right)));
       },

@@ -112,8 +112,8 @@ inline void UyvyToYuyv(Byte* __restrict target, const Byte* __restrict source, s
         const V16 luma = LumaOf<Uyvy>(LoadVector(source + 4 * i));
         const BlendedChroma<Uyvy> chroma(source + 4 * i);
         StoreVector(target + 4 * i,
-                    Join<Yuyv>(luma, (V16)Average((V8)(chroma.left >> chroma.shift),
-                                                  (V8)(chroma.right >> chroma.shift))));
+                    Join<Yuyv>(luma, (V16)Average((V8)(chroma.left >> chroma.leftShift),
+                                                  (V8)(chroma.right >> chroma.rightShift))));
       },
       [=](std::size_t i) {
         Store(target + 4 * i,

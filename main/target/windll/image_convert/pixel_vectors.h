@@ -157,9 +157,7 @@ inline V16 WeighByte(V32 bytes) {
   const V16 weights = V16{} + static_cast<std::uint16_t>(weight << (8 * index));
   return (V16)_mm256_maddubs_epi16((Vector)bytes, (Vector)weights);
 #else
-  const V16 upper = index == 0 ? (V16)bytes << 8 : (V16)bytes & 0xff00;
-  return (V16)_mm_mulhi_epu16((Vector)upper,
-                              (Vector)(V16{} + static_cast<std::uint16_t>(weight << 8)));
+  return WeighByte<index, 1>(bytes) * static_cast<std::uint16_t>(weight);
 #endif
 }
 
@@ -187,22 +185,21 @@ inline V8 JoinBytes(V16 low, V16 high) {
 
 // The words of `low`, which have 0 in their fourth bytes, with the fourth bytes of `fourth`.
 inline V32 JoinFourthBytes(V32 low, V32 fourth) {
-  const V32 mask = V32{} + 0xff000000U;
-#if defined(__AVX2__)
-  return (V32)_mm256_blendv_epi8((Vector)low, (Vector)fourth, (Vector)mask);
-#else
-  return low | (fourth & mask);
-#endif
+  return low | (fourth & 0xff000000U);
 }
 
 // Words of the upper halves of two registers' words.
 inline V32 JoinUpperHalves(S32 low, S32 high) {
-#if defined(__AVX2__)
-  return (V32)_mm256_blend_epi16((Vector)((V32)low >> 16), (Vector)high, 0xAA);
-#else
   return (V32)low >> 16 | ((V32)high & 0xffff0000U);
-#endif
 }
+
+#if defined(__AVX2__)
+using Order = char __attribute__((vector_size(16)));
+// The bytes of each 128 bits in another order; those that come from number -1 are 0.
+inline V8 Shuffle(V8 a, Order order) {
+  return (V8)_mm256_shuffle_epi8((Vector)a, _mm256_broadcastsi128_si256((__m128i)order));
+}
+#endif
 
 // Every second word of two registers. The words come out in the order that InOrder(V32) repairs.
 template <int order>
@@ -311,9 +308,11 @@ inline void ForInnerRange(std::size_t count, VectorStep vector, ScalarStep scala
   }
   scalar(0);
   const std::size_t last = count - 1 - size;
-  // From the second group on, `i` is a multiple of the size, so that rows which begin at aligned
+  // Behind the first group `i` is a multiple of the size, so that rows which begin at aligned
   // addresses are read and written at aligned addresses.
-  for (std::size_t i = 1; i < last; i = (i + size) / size * size)
+  vector(1);
+#pragma GCC unroll 2
+  for (std::size_t i = size; i < last; i += size)
     vector(i);
   vector(last);
   scalar(count - 1);

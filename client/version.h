@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+// What `ztclient --version` prints.
+[[nodiscard]] std::string VersionText();
