@@ -9,6 +9,8 @@
 #include "tests/support/jpeg_reference.h"
 #include "tests/support/test_frames.h"
 
+#include <random>
+
 using namespace ztlib;
 
 namespace {
@@ -99,6 +101,35 @@ TEST(JpegDecoder, PicturesInSeveralScansCostWhatTheirStreamAndTheirTargetJustify
   const auto at = std::search(giant.begin(), giant.end(), size, size + 2) + 5;
   std::ranges::copy(Bytes{17280 >> 8, 17280 & 0xFF, 30720 >> 8, 30720 & 0xFF}, at);
   EXPECT_THROW(decode(giant, 30720, 17280, 8), int);
+}
+
+// Noise of all strengths: blocks without and with all coefficients, long runs and large values.
+TEST(JpegEncoder, BothRoadsGiveTheSameStreamsAndNeedTheSameRoom) {
+  CJPEGEncoder roads[] = {CJPEGEncoder(JpegRoad::own), CJPEGEncoder(JpegRoad::libjpeg)};
+  std::mt19937 random(5);
+  for (const std::uint32_t width : {1, 8, 9, 17, 31, 33, 264, 531})
+    for (const std::uint32_t height : {1, 8, 9, 24, 33})
+      for (const std::uint32_t quality : {1, 20, 50, 75, 90, 95, 100}) {
+        Bytes pixels(std::size_t{4} * width * height);
+        const unsigned strength = quality % 2 == 0 ? 2 : 256;
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+          pixels[i] = static_cast<std::uint8_t>(random() % strength * (i / 400 % 7 < 3 ? 1 : 255));
+        const JpegPicture picture{.pixels = pixels.data(), .distance = std::size_t{4} * width};
+        Bytes streams[] = {Bytes(pixels.size() + 4096), Bytes(pixels.size() + 4096)};
+        for (int i = 0; i < 2; ++i) {
+          roads[i].Init(width, height, quality);
+          const std::size_t size = roads[i].Encode(picture, streams[i]);
+          const Bytes wide = {streams[i].begin(), streams[i].begin() + size};
+          streams[i].resize(size + 1);
+          EXPECT_EQ(roads[i].Encode(picture, streams[i]), size);
+          streams[i].resize(size);
+          EXPECT_EQ(streams[i], wide);
+          for (const std::size_t room : {size, size - 1, size / 2, std::size_t{600}})
+            EXPECT_THROW(roads[i].Encode(picture, std::span(streams[i]).first(room)), int);
+          streams[i] = wide;
+        }
+        EXPECT_EQ(streams[0], streams[1]) << width << "x" << height << " at " << quality;
+      }
 }
 
 class EncoderMJPEG : public testing::Test {

@@ -4,7 +4,6 @@
 #include "main/target/windll/image_convert/row_kernels.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include <jerror.h>
@@ -46,14 +45,6 @@ class RawGroups final : public JpegGroupSource {
 };
 
 }  // namespace
-
-JpegRoad CJPEGDecoder::DefaultRoad() {
-  static const JpegRoad road = [] {
-    const char* const libjpeg = std::getenv("ZTLIB_LIBJPEG");
-    return libjpeg && std::strcmp(libjpeg, "1") == 0 ? JpegRoad::libjpeg : JpegRoad::own;
-  }();
-  return road;
-}
 
 CJPEGDecoder::CJPEGDecoder(JpegRoad road) : road(road) {
   InitJpegErrors(errors);

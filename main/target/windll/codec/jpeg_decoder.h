@@ -5,6 +5,7 @@
 #include "main/target/windll/codec/jpeg_io.h"
 #include "main/target/windll/codec/jpeg_limits.h"
 #include "main/target/windll/codec/jpeg_planes.h"
+#include "main/target/windll/codec/jpeg_road.h"
 #include "main/target/windll/codec/jpeg_row_plan.h"
 
 #include <vector>
@@ -16,19 +17,13 @@ struct JpegSize {
   std::uint32_t height = 0;
 };
 
-// Who decodes sound baseline pictures, with the same result: BaselineScan, or libjpeg as all others.
-enum class JpegRoad : std::uint8_t { own, libjpeg };
-
 // Decodes JPEG streams from memory. Failures throw the plain `int` 1 and leave the object usable.
 // One thread at a time. Tables of one stream serve later streams that bring none. libjpeg reads every
 // header; which road a picture takes behind it is seen in nothing but time and, after a failure, in
 // the rows.
 class CJPEGDecoder {
  public:
-  // libjpeg's road for all pictures if ZTLIB_LIBJPEG=1 is in the environment, which is read once.
-  [[nodiscard]] static JpegRoad DefaultRoad();
-
-  explicit CJPEGDecoder(JpegRoad road = DefaultRoad());
+  explicit CJPEGDecoder(JpegRoad road = DefaultJpegRoad());
   virtual ~CJPEGDecoder() = default;
   CJPEGDecoder(const CJPEGDecoder&) = delete;
   CJPEGDecoder& operator=(const CJPEGDecoder&) = delete;

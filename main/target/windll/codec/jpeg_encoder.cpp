@@ -40,7 +40,7 @@ bool CJPEGEncoder::IsSourceFormat(PixelFormat format) {
   return format == PixelFormat::YUV || ConversionOf(format) || PairSplitOf(format);
 }
 
-CJPEGEncoder::CJPEGEncoder() {
+CJPEGEncoder::CJPEGEncoder(JpegRoad road) : road(road) {
   InitJpegErrors(errors);
   object.err = &errors;
   jpeg_create_compress(&object);
@@ -51,8 +51,6 @@ void CJPEGEncoder::Init(std::uint32_t newWidth, std::uint32_t newHeight, std::ui
   jpeg_abort_compress(&object);
   width = newWidth;
   height = newHeight;
-  object.image_width = width;
-  object.image_height = height;
   object.input_components = 4;
   object.in_color_space = JCS_YCbCr;
   jpeg_set_defaults(&object);
@@ -61,6 +59,7 @@ void CJPEGEncoder::Init(std::uint32_t newWidth, std::uint32_t newHeight, std::ui
 }
 
 void CJPEGEncoder::SetQuality(std::uint32_t newQuality) {
+  if (newQuality != quality) header.clear();
   quality = newQuality;
   jpeg_set_quality(&object, static_cast<int>(quality), TRUE);
 }
@@ -86,9 +85,62 @@ void CJPEGEncoder::AllocatePlanes(PixelFormat format) {
 }
 
 std::size_t CJPEGEncoder::Encode(const JpegPicture& picture, std::span<std::uint8_t> out) {
+  const auto isValid = [](std::uint32_t size) { return size > 0 && size <= JPEG_MAX_DIMENSION; };
+  // A size that no picture has fails in libjpeg.
+  if (road == JpegRoad::libjpeg || !isValid(width) || !isValid(height))
+    return EncodeByLibjpeg(picture, out);
+  AllocatePlanes(picture.format);
+  if (header.empty()) MakeHeader();
+  if (out.size() < header.size()) RaiseNoRoom();
+  std::memcpy(out.data(), header.data(), header.size());
+  const std::uint32_t sizes[] = {height, width};
+  for (std::size_t i = 0; i < 4; ++i)
+    out[sizePlace + i] = static_cast<std::uint8_t>(sizes[i / 2] >> (i % 2 == 0 ? 8 : 0));
+  coder.Begin(out.subspan(header.size()));
+  for (std::uint32_t top = 0; top < height; top += lumaRows) {
+    FillPlanes(picture, top);
+    if (!coder.CodeRow({.luma = yRows[0], .chroma = {uRows[0], vRows[0]}, .distance = paddedWidth},
+                       (width + DCTSIZE - 1) / DCTSIZE, height - top > DCTSIZE))
+      RaiseNoRoom();
+  }
+  constexpr std::uint8_t end[] = {0xff, JPEG_EOI};
+  // libjpeg fails as soon as there is no room left.
+  if (!coder.Finish() || coder.Room().size() <= sizeof end) RaiseNoRoom();
+  std::memcpy(coder.Room().data(), end, sizeof end);
+  return out.size() - coder.Room().size() + sizeof end;
+}
+
+void CJPEGEncoder::MakeHeader() {
+  // One unit, whatever the planes hold. Its header differs from others in nothing but the size.
+  std::array<std::uint8_t, 4096> stream;
+  jpeg_abort_compress(&object);
+  object.dest = destination.Attach(stream);
+  object.image_width = lumaRows;
+  object.image_height = lumaRows;
+  jpeg_start_compress(&object, TRUE);
+  JSAMPARRAY planes[] = {yRows.data(), uRows.data(), vRows.data()};
+  jpeg_write_raw_data(&object, planes, lumaRows);
+  jpeg_finish_compress(&object);
+  coder.SetTables(object);
+  // Segments have their marker, two bytes of length and their parameters.
+  constexpr std::uint8_t frame = 0xc0;
+  constexpr std::uint8_t scan = 0xda;
+  std::size_t end = 2;
+  std::uint8_t marker = 0;
+  do {
+    marker = stream[end + 1];
+    if (marker == frame) sizePlace = end + 5;
+    end += std::size_t{2} + (stream[end + 2] << 8 | stream[end + 3]);
+  } while (marker != scan);
+  header.assign(stream.begin(), stream.begin() + end);
+}
+
+std::size_t CJPEGEncoder::EncodeByLibjpeg(const JpegPicture& picture, std::span<std::uint8_t> out) {
   // The last picture may have been left in the middle by an exception that was not libjpeg's.
   jpeg_abort_compress(&object);
   object.dest = destination.Attach(out);
+  object.image_width = width;
+  object.image_height = height;
   jpeg_start_compress(&object, TRUE);
   AllocatePlanes(picture.format);
   JSAMPARRAY planes[] = {yRows.data(), uRows.data(), vRows.data()};

@@ -3,9 +3,13 @@
 #include "main/lib/base/pixel_format.h"
 #include "main/target/windll/codec/jpeg_arena.h"
 #include "main/target/windll/codec/jpeg_io.h"
+#include "main/target/windll/codec/jpeg_road.h"
+#include "main/target/windll/codec/unit_coder.h"
 
 #include <array>
 #include <vector>
+
+#include <jerror.h>
 
 namespace ztlib {
 
@@ -20,11 +24,11 @@ struct JpegPicture {
 };
 
 // Encodes pictures of one size as baseline JPEG streams, chroma halved both ways; each stream holds
-// all its tables. Failures throw the plain `int` 1 and leave the object usable. One thread at a
-// time.
+// all its tables. Failures throw the plain `int` 1 and leave the object usable. libjpeg sets the
+// tables and writes the header; who codes the scan is seen in nothing but time. One thread at a time.
 class CJPEGEncoder {
  public:
-  CJPEGEncoder();
+  explicit CJPEGEncoder(JpegRoad road = DefaultJpegRoad());
   virtual ~CJPEGEncoder() = default;
   CJPEGEncoder(const CJPEGEncoder&) = delete;
   CJPEGEncoder& operator=(const CJPEGEncoder&) = delete;
@@ -41,15 +45,20 @@ class CJPEGEncoder {
   virtual void SetQuality(std::uint32_t newQuality);
 
  private:
-  // Luma rows and chroma rows that libjpeg takes in one call.
+  // Luma rows and chroma rows of a row of units.
   static constexpr std::uint32_t lumaRows = 2 * DCTSIZE;
   static constexpr std::uint32_t chromaRows = DCTSIZE;
 
+  std::size_t EncodeByLibjpeg(const JpegPicture& picture, std::span<std::uint8_t> out);
+  // Makes the header for the present quality, with another size, and the coder's tables.
+  void MakeHeader();
+  [[noreturn]] void RaiseNoRoom() { RaiseJpegError(object, JERR_BUFFER_SIZE); }
   void AllocatePlanes(PixelFormat format);
   void FillPlanes(const JpegPicture& picture, std::uint32_t top);
   // Makes rows `y` and `y` + 1 of the planes from two rows of the picture.
   void SplitOverYuv(PixelFormat format, const std::uint8_t* const (&rows)[2], std::uint32_t y);
 
+  const JpegRoad road;
   jpeg_error_mgr errors{};
   JpegArena arena;
   JpegDestination destination;
@@ -57,6 +66,10 @@ class CJPEGEncoder {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint32_t quality = 0;
+
+  UnitCoder coder;
+  std::vector<std::uint8_t> header;  // empty after a change of quality
+  std::size_t sizePlace = 0;         // of height and width
 
   // Width of the planes: whole units of two blocks, filled up with a row's last pixel.
   std::size_t paddedWidth = 0;
