@@ -63,6 +63,27 @@ void LongTriangles() {
   ztlib_triangulation_destroy(handle);
 }
 
+// So many that the triangles are searched through a grid.
+void ManyTriangles() {
+  constexpr int side = 64;
+  Draw draw(1);
+  void* const handle = ztlib_triangulation_create();
+  ztlib_triangulation_init(handle, 0, 0, side, side, 1);
+  for (int i = 0; i < 3000; ++i) {
+    const auto value = static_cast<float>(i);
+    const std::int32_t x = draw.Between(0, side);
+    const std::int32_t y = draw.Between(0, side);
+    ztlib_triangulation_addPoint(handle, x, y, &value, 1);
+  }
+  ztlib_triangulation_finalize(handle);
+  for (int place = 0; place < side * side; ++place) {
+    float estimate = -7;
+    ztlib_triangulation_estimate(handle, place % side, place / side, &estimate, 1);
+    MixFloat(estimate);
+  }
+  ztlib_triangulation_destroy(handle);
+}
+
 }  // namespace
 
 void Triangulations() {
@@ -73,4 +94,5 @@ void Triangulations() {
         AnyCalls(draw);
     });
   Step("triangulation of long triangles", LongTriangles);
+  Step("triangulation of many triangles", ManyTriangles);
 }
