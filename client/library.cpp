@@ -7,8 +7,9 @@
 
 namespace {
 
-// The handler runs on the thread whose call has failed, before that call returns.
-thread_local std::string failure;
+// The handler runs before the call that has failed returns. One thread of the program calls the
+// library; a string for each thread would end the process if there is no memory at its first use.
+std::string failure;
 
 }  // namespace
 
