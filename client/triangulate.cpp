@@ -62,9 +62,13 @@ void PrintEstimate(const CTriangulator& triangulator, std::int32_t x, std::int32
   Print(Output(), line + "\n");
 }
 
-// Names given points at whose place another value is estimated. Whether any estimate is not 0.
-bool CheckPoints(const CTriangulator& triangulator, const std::vector<CScatteredPoint>& points,
-                 const std::string& file) {
+struct CPointCheck {
+  std::string complaint;  // names given points at whose place another value is estimated
+  bool isAnySet;          // whether any estimate is not 0
+};
+
+CPointCheck CheckPoints(const CTriangulator& triangulator,
+                        const std::vector<CScatteredPoint>& points, const std::string& file) {
   constexpr int mostNamed = 5;
   std::string named;
   std::int64_t missed = 0;
@@ -80,19 +84,19 @@ bool CheckPoints(const CTriangulator& triangulator, const std::vector<CScattered
     if (isMet) continue;
     if (++missed <= mostNamed) named += Text(" %d,%d", point.x, point.y);
   }
-  if (missed == 0) return true;
+  if (missed == 0) return {{}, true};
   if (missed > mostNamed) named += " ...";
-  Complain(
-      Text("%s: the estimate is another value at %s:%s (a point joins the mesh only if it is "
-           "close to the middle of a triangle's circumcircle)",
-           file.c_str(), CountText(missed, "given point").c_str(), named.c_str()));
-  return isAnySet;
+  return {Text("%s: the estimate is another value at %s:%s (a point joins the mesh only if it is "
+               "close to the middle of a triangle's circumcircle)",
+               file.c_str(), CountText(missed, "given point").c_str(), named.c_str()),
+          isAnySet};
 }
 
 int Triangulate(const CTriangulateOptions& options) {
   COutputs outputs({options.points}, {options.png});
   const std::vector<CScatteredPoint> points = ReadPoints(options.points);
   const CTriangulator triangulator(options.frame, points);
+  const CPointCheck check = CheckPoints(triangulator, points, options.points);
   for (const auto& [x, y] : options.places)
     PrintEstimate(triangulator, x, y);
   if (options.places.empty() && options.png.empty())
@@ -112,7 +116,8 @@ int Triangulate(const CTriangulateOptions& options) {
     outputs.Publish();
     Print(outputs.Texts(), summary);
   }
-  return CheckPoints(triangulator, points, options.points) ? 0 : 1;
+  if (!check.complaint.empty()) Complain(check.complaint);
+  return check.isAnySet ? 0 : 1;
 }
 
 }  // namespace
