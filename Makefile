@@ -108,7 +108,7 @@ wheel:
 
 format:
 	scripts/setup style
-	git ls-files '*.cpp' '*.h' '*.c' '*.inc' | xargs clang-format -i
+	git ls-files '*.cpp' '*.h' '*.hpp' '*.c' '*.inc' | xargs clang-format -i
 
 style:
 	scripts/setup style

@@ -81,9 +81,8 @@ std::shared_ptr<void> NewContext(const Clip& clip, int detectors, bool masked) {
     detectorList.Child("", detector);
   }
   std::shared_ptr<void> context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy);
-  kit::Config()
-      .Child("Configs", detectorList)
-      .Apply(ztlib_simplemotion_configure, context.get(), clip.width, clip.height);
+  kit::Apply(kit::Config().Child("Configs", detectorList), ztlib_simplemotion_configure,
+             context.get(), clip.width, clip.height);
   return context;
 }
 

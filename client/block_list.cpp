@@ -10,7 +10,7 @@ constexpr std::size_t listHeaderSize = 12, runSize = 4;
 constexpr unsigned maxBits = 31;
 
 std::uint64_t Short(std::span<const std::uint8_t> bytes) {
-  return std::uint64_t{bytes[0]} | std::uint64_t{bytes[1]} << 8;
+  return ztlib::LittleEndian(bytes.first(2));
 }
 
 }  // namespace
@@ -20,8 +20,8 @@ std::uint64_t Short(std::span<const std::uint8_t> bytes) {
 std::vector<std::uint64_t> ReadBlockList(std::span<const std::uint8_t> list) {
   std::vector<std::uint64_t> blocks;
   if (list.size() < listHeaderSize) return blocks;
-  const std::uint64_t count = LittleEndian(list.first<4>());
-  std::uint64_t runCount = LittleEndian(list.subspan<4, 4>());
+  const std::uint64_t count = ztlib::LittleEndian(list.first(4));
+  std::uint64_t runCount = ztlib::LittleEndian(list.subspan(4, 4));
   const unsigned bits = list[8];
   auto runs = list.subspan(listHeaderSize);
   if (bits > maxBits || runCount > runs.size() / runSize) return blocks;

@@ -8,12 +8,12 @@ CCodedInput::CCodedInput(const std::string& path, double framesPerSecond)
 bool CCodedInput::Next(AVFrame& picture) {
   while (const std::optional<CCodedFrame> frame = reader.Next())
     try {
-      const AVFrame& planes = unpacker.Unpack(decoder.Decode(frame->bytes));
+      const AVFrame& planes = unpacker.Unpack(FrameOf(decoder.Decode(frame->bytes)));
       av_frame_unref(&picture);
       AvCheck(av_frame_ref(&picture, &planes), name + ": cannot decode");
       timeMs = av_rescale_q(frame->index, av_inv_q(frameRate), {1, 1000});
       return true;
-    } catch (const CLibraryError&) {
+    } catch (const ztlib::Error&) {
       ++damagedFrames;
     }
   return false;

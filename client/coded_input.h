@@ -1,7 +1,7 @@
 #pragma once
 
+#include "client/frame.h"
 #include "client/frame_file.h"
-#include "client/library.h"
 #include "client/picture_source.h"
 #include "client/yuv_packing.h"
 
@@ -22,7 +22,7 @@ class CCodedInput : public IPictureSource {
   std::string name;
   AVRational frameRate;
   CFrameFileReader reader;
-  CDecoder decoder{1, ZTLIB_YUV};
+  ztlib::Decoder decoder{{ZTLIB_YUV}};
   CUnpacker unpacker;
   std::int64_t damagedFrames = 0, timeMs = 0;
 };

@@ -19,6 +19,7 @@
 
 struct CRecordOptions {
   std::string input, output;
+  int videoFormat = ZTLIB_VIDEO_MJPEG;
   bool hasPsnr = false;  // play each frame back and measure it
   CRecordSettings settings;
 };

@@ -8,6 +8,7 @@
 #include "client/demo/scene_ground.h"
 #include "client/demo/synthetic_scene.h"
 #include "client/frame_file.h"
+#include "client/frame_header.h"
 #include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
@@ -40,7 +41,7 @@ CMotionSettings SceneMotion(int width, int height) {
 }
 
 // A street with pauses: in the one that is recorded somebody always moves.
-CMotionReport WatchScene(CMomentMaker& momentMaker, const CEncoderSettings& coded,
+CMotionReport WatchScene(CMomentMaker& momentMaker, const ztlib::EncoderSettings& coded,
                          std::int64_t frames) {
   CSyntheticScene scene(coded.width, coded.height, frames > 0 ? frames : motionFrames,
                         EStreet::quiet);
@@ -82,8 +83,9 @@ class CPlayback {
   // `reference` is the picture that was coded, as ZTLIB_YUV.
   void Add(std::span<std::uint8_t> frame, const AVFrame& reference) {
     file.Write(frame);
-    rgb = &decodeRgb.Run([&]() -> const AVFrame& { return toRgb.Decode(frame); });
-    const AVFrame& yuv = decodeYuv.Run([&]() -> const AVFrame& { return toYuv.Decode(frame); });
+    rgb = &decodeRgb.Run([&]() -> const AVFrame& { return FrameOf(toRgb.Decode(frame)); });
+    const AVFrame& yuv =
+        decodeYuv.Run([&]() -> const AVFrame& { return FrameOf(toYuv.Decode(frame)); });
     const CPictureError loss = Compare(reference, yuv);
     coding.error += loss;
     const CFrameHeader header = ReadFrameHeader(frame);
@@ -105,7 +107,7 @@ class CPlayback {
  private:
   CFrameFileWriter file;
   // One decoder for the eye and one for the figures.
-  CDecoder toRgb{1, ZTLIB_RGB}, toYuv{1, ZTLIB_YUV};
+  ztlib::Decoder toRgb, toYuv{{ZTLIB_YUV}};
   CStage decodeRgb{"decode to RGB"}, decodeYuv{"decode to YUV"};
   const AVFrame* rgb = nullptr;
   CCoding coding;
@@ -151,7 +153,7 @@ int Demo(const CDemoOptions& options) {
     while (recorder.Step()) {
       const CCoder& coder = recorder.Coder();
       if (!plainCoder) {
-        CEncoderSettings plainSettings = coder.Settings();
+        ztlib::EncoderSettings plainSettings = coder.Settings();
         plainSettings.videoFormat = ZTLIB_VIDEO_MJPEG;
         plainCoder.emplace(plainSettings, coder.Scaled());
         layerView.emplace(momentMaker, outputs, layeredFile, coder);
@@ -180,7 +182,7 @@ int Demo(const CDemoOptions& options) {
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
   if (moments.size() > momentCount) moments.erase(moments.begin());
-  const CEncoderSettings& coded = recorder.Coder().Settings();
+  const ztlib::EncoderSettings& coded = recorder.Coder().Settings();
   const CReport report{
       shownName,
       coded.width,

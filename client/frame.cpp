@@ -1,8 +1,7 @@
 #include "client/frame.h"
 
-#include "ztlib.h"
-
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -21,33 +20,35 @@ constexpr std::array<AVPixelFormat, 9> names{
 
 }  // namespace
 
-FramePtr MakeFrame(int width, int height, int pixelFormat, std::size_t rowBytes,
-                   std::size_t rows) noexcept {
+AVFrame* CAvFrames::Make(const ztlib::PictureShape& shape) noexcept {
   FramePtr frame(av_frame_alloc());
   if (!frame) return nullptr;
-  frame->width = width;
-  frame->height = height;
-  frame->format = names[static_cast<std::size_t>(pixelFormat)];
+  frame->width = shape.width;
+  frame->height = shape.height;
+  frame->format = names[shape.pixelFormat];
   // As not every pixel format has a value in AVFrame::format, it also rides here.
-  frame->opaque = const_cast<AVPixelFormat*>(&names[static_cast<std::size_t>(pixelFormat)]);
+  frame->opaque = const_cast<AVPixelFormat*>(&names[shape.pixelFormat]);
   if (frame->format != AV_PIX_FMT_NONE) {
     if (av_frame_get_buffer(frame.get(), 1) < 0) return nullptr;
   } else {
-    frame->buf[0] = av_buffer_alloc(rowBytes * rows);
+    frame->buf[0] = av_buffer_alloc(shape.Size());
     if (!frame->buf[0]) return nullptr;
     frame->data[0] = frame->buf[0]->data;
-    frame->linesize[0] = static_cast<int>(rowBytes);
+    frame->linesize[0] = static_cast<int>(shape.rowBytes);
   }
   // The pictures are those of JPEG files: full range, the matrix of BT.601.
   frame->color_range = AVCOL_RANGE_JPEG;
-  frame->colorspace = pixelFormat == ZTLIB_RGB ? AVCOL_SPC_RGB : AVCOL_SPC_BT470BG;
-  return frame;
+  frame->colorspace = shape.pixelFormat == ZTLIB_RGB ? AVCOL_SPC_RGB : AVCOL_SPC_BT470BG;
+  // Fourth bytes and the borders of sensor pictures stay as they are here, also in files.
+  std::memset(frame->data[0], 0, shape.Size());
+  return frame.release();
+}
+
+bool CAvFrames::HasShape(const AVFrame& frame, const ztlib::PictureShape& shape) {
+  return frame.width == shape.width && frame.height == shape.height &&
+         PixelFormatOf(frame) == shape.pixelFormat;
 }
 
 int PixelFormatOf(const AVFrame& frame) {
   return static_cast<int>(static_cast<const AVPixelFormat*>(frame.opaque) - names.data());
-}
-
-bool IsShared(AVFrame& frame) {
-  return av_frame_is_writable(&frame) == 0;
 }

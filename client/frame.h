@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/av.h"
+#include "ztlib.hpp"
 
 #include <cstddef>
 
@@ -9,11 +10,26 @@
 static_assert(offsetof(AVFrame, data) == 0 && offsetof(AVFrame, linesize) == 64 &&
               offsetof(AVFrame, width) == 104 && offsetof(AVFrame, height) == 108);
 
-// A frame with `rows` rows of `rowBytes` bytes without padding, which its line size says. Null if
-// there is no memory.
-[[nodiscard]] FramePtr MakeFrame(int width, int height, int pixelFormat, std::size_t rowBytes,
-                                 std::size_t rows) noexcept;
-// One of ztlib_pixel_format, of a frame made by MakeFrame.
+// Makes the frames of the pool, whose rows have no padding, which their line size says.
+struct CAvFrames {
+  using Frame = AVFrame;
+
+  static AVFrame* Make(const ztlib::PictureShape& shape) noexcept;
+  static void Destroy(AVFrame* frame) noexcept { av_frame_free(&frame); }
+  static bool HasShape(const AVFrame& frame, const ztlib::PictureShape& shape);
+  // A video encoder may still hold the buffer of a picture that was shown to it.
+  static bool IsUnused(AVFrame& frame) { return av_frame_is_writable(&frame) != 0; }
+};
+
+// The frame manager that the library gets all its picture memory from.
+using CFramePool = ztlib::BasicFramePool<CAvFrames>;
+// A new frame of the pool, to be filled.
+using PoolFramePtr = CFramePool::Pointer;
+
+// One of ztlib_pixel_format, of a frame of the pool.
 [[nodiscard]] int PixelFormatOf(const AVFrame& frame);
-// Whether somebody else still looks at the bytes.
-[[nodiscard]] bool IsShared(AVFrame& frame);
+
+// The frame behind an image; throws ztlib::Error if there is none.
+[[nodiscard]] inline const AVFrame& FrameOf(const ztlib::Image& image) {
+  return image.FrameAs<AVFrame>();
+}

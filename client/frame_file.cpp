@@ -44,7 +44,7 @@ bool CFrameFileReader::IsFrameAt(std::uint64_t offset) {
   bytes = bytes.subspan(static_cast<std::size_t>(offset));
   const ztlib_blob blob{bytes.data(), minSize};
   const CFrameStart start = ReadFrameStart(bytes.first<8>());
-  return start.totalSize >= minSize && IsFrameKind(start.kind) &&
+  return start.totalSize >= minSize && IsFrameOrigin(start.origin) &&
          IsVideoFormat(ztlib_getVideoFormat(&blob));
 }
 

@@ -1,8 +1,6 @@
 #include "client/frame_header.h"
 
-#include "client/library.h"
 #include "client/text.h"
-#include "ztlib.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,13 +14,12 @@ struct CName {
 
 constexpr CName formats[] = {{0, "layered"}, {3, "mjpeg"}, {4, "layereddiff"}, {7, "mjpegdiff"}};
 // Who wrote the header: the layer splitter, the wrapping of a JPEG file, an encoder.
-constexpr std::uint32_t kindLayer = 1;
-constexpr CName kinds[] = {{kindLayer, "layer"}, {2, "wrapped"}, {3, "encoder"}};
-constexpr CName types[] = {{frameTypeKey, "key"},
-                           {frameTypeUntold, "diff"},
-                           {frameTypePlain, "plain"},
-                           {frameTypeDifference, "difference"},
-                           {frameTypeReference, "reference"}};
+constexpr CName origins[] = {{1, "layer"}, {2, "wrapped"}, {3, "encoder"}};
+constexpr CName types[] = {{ztlib::keyFrame, "key"},
+                           {ztlib::untoldFrame, "diff"},
+                           {ztlib::plainFrame, "plain"},
+                           {ztlib::differenceFrame, "difference"},
+                           {ztlib::referenceFrame, "reference"}};
 
 template <std::size_t count>
 const CName* Find(const CName (&names)[count], std::int64_t value) {
@@ -43,36 +40,31 @@ constexpr std::size_t blockCountAt = 84, listSizeAt = 88, stripSizeAt = 92;
 }  // namespace
 
 CFrameStart ReadFrameStart(std::span<const std::uint8_t, 8> bytes) {
-  return {LittleEndian(bytes.first<4>()), LittleEndian(bytes.last<4>())};
+  return {static_cast<std::uint32_t>(ztlib::LittleEndian(bytes.first(4))),
+          static_cast<std::uint32_t>(ztlib::LittleEndian(bytes.last(4)))};
 }
 
 bool IsVideoFormat(std::int32_t videoFormat) {
   return Find(formats, videoFormat) != nullptr;
 }
 
-bool IsFrameKind(std::uint32_t kind) {
-  return Find(kinds, kind) != nullptr;
+bool IsFrameOrigin(std::uint32_t origin) {
+  return Find(origins, origin) != nullptr;
 }
 
 CFrameHeader ReadFrameHeader(std::span<const std::uint8_t> frame) {
-  CFrameHeader header;
-  ClearFailure();
-  const void* payload = nullptr;
-  ztlib_getFrameInfo2(frame.data(), static_cast<std::uint32_t>(frame.size()), &header.width,
-                      &header.height, &header.videoFormat, nullptr, nullptr, &header.frameType,
-                      &payload, &header.payloadSize);
-  ThrowFailure();
-  const CFrameStart start = ReadFrameStart(frame.first<8>());
-  header.kind = start.kind;
-  header.totalSize = start.totalSize;
-  if (header.IsLoneLayer()) header.width = header.height = 0;
+  CFrameHeader header{ztlib::ReadCodedFrame(frame)};
   if (header.IsDifferential() && frame.size() >= headerSize) {
-    header.blockCount = LittleEndian(frame.subspan<blockCountAt, 4>());
-    header.listSize = LittleEndian(frame.subspan<listSizeAt, 4>());
+    const auto number = [&](std::size_t at) {
+      return static_cast<std::uint32_t>(ztlib::LittleEndian(frame.subspan(at, 4)));
+    };
+    header.blockCount = number(blockCountAt);
+    header.listSize = number(listSizeAt);
     // Layers have sizes of their own.
+    const auto body = static_cast<std::uint32_t>(header.payload.size());
     header.stripSize = header.videoFormat == ZTLIB_VIDEO_MJPEGDIFF
-                           ? LittleEndian(frame.subspan<stripSizeAt, 4>())
-                           : header.payloadSize - std::min(header.payloadSize, header.listSize);
+                           ? number(stripSizeAt)
+                           : body - std::min(body, header.listSize);
   }
   return header;
 }
@@ -84,16 +76,6 @@ CDifferentialParts PartsOf(std::span<const std::uint8_t> frame) {
   return {list, body.subspan(list.size())};
 }
 
-bool CFrameHeader::IsDifferential() const {
-  return (videoFormat == ZTLIB_VIDEO_MJPEGDIFF || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) &&
-         frameType != frameTypeKey && !IsLoneLayer();
-}
-
-bool CFrameHeader::IsLoneLayer() const {
-  return kind == kindLayer &&
-         (videoFormat == ZTLIB_VIDEO_LAYERED || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF);
-}
-
 std::string CFrameHeader::Fault() const {
   if (IsLoneLayer()) return "one layer of a picture, the others are missing";
   return IsVideoFormat(videoFormat) ? "" : Text("unknown video format %d", videoFormat);
@@ -103,8 +85,8 @@ std::string CFrameHeader::FormatName() const {
   return NameOf(formats, videoFormat);
 }
 
-std::string CFrameHeader::KindName() const {
-  return NameOf(kinds, kind);
+std::string CFrameHeader::OriginName() const {
+  return NameOf(origins, origin);
 }
 
 std::string CFrameHeader::TypeName() const {

@@ -26,7 +26,7 @@ struct CTotals {
   void Add(const CFrameHeader& header) {
     ++frames;
     bytes += header.totalSize;
-    payload += header.payloadSize;
+    payload += header.payload.size();
     smallest = std::min(smallest, header.totalSize);
     largest = std::max(largest, header.totalSize);
     blocks += header.blockCount;
@@ -70,7 +70,7 @@ CSummary ShowTable(CFrameFileReader& reader) {
     summary.Add(*frame, header);
     std::string line =
         Text("%9" PRId64 "  %12" PRIu64 "  %-11s  %-8s%9s  %-10s  %9" PRIu32, frame->index,
-             frame->offset, header.FormatName().c_str(), header.KindName().c_str(),
+             frame->offset, header.FormatName().c_str(), header.OriginName().c_str(),
              header.IsLoneLayer() ? "-" : Text("%dx%d", header.width, header.height).c_str(),
              header.TypeName().c_str(), header.totalSize);
     if (header.IsDifferential())
@@ -117,14 +117,14 @@ CSummary ShowJson(CFrameFileReader& reader, const std::string& path) {
     frames.push_back({{"offset", frame->offset},
                       {"format", header.videoFormat},
                       {"formatName", header.FormatName()},
-                      {"kind", header.kind},
-                      {"kindName", header.KindName()},
+                      {"kind", header.origin},
+                      {"kindName", header.OriginName()},
                       {"width", header.width},
                       {"height", header.height},
                       {"type", header.frameType},
                       {"typeName", header.TypeName()},
                       {"bytes", header.totalSize},
-                      {"payloadBytes", header.payloadSize}});
+                      {"payloadBytes", header.payload.size()}});
     if (header.IsDifferential())
       frames.back().update({{"blocks", header.blockCount},
                             {"listBytes", header.listSize},

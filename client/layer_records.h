@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-// Layered frames and the four records that they come apart into. All throw CLibraryError for what
+// Layered frames and the four records that they come apart into. All throw ztlib::Error for what
 // is no such thing.
 
 inline constexpr std::size_t layerCount = 4;
@@ -21,7 +21,5 @@ struct CLayerSize {
 };
 [[nodiscard]] std::array<CLayerSize, layerCount> LayerSizes(std::span<const std::uint8_t> frame);
 
-[[nodiscard]] std::array<LayerRecord, layerCount> SplitLayers(std::span<const std::uint8_t> frame);
-
 // A frame of the first so many layers, as long as it says; of all four it is what was split.
-[[nodiscard]] std::vector<std::uint8_t> JoinLayers(std::span<const LayerRecord> records);
+[[nodiscard]] std::vector<std::uint8_t> JoinWholeFrame(std::span<const LayerRecord> records);

@@ -1,10 +1,12 @@
 #include "client/layered_recording.h"
 
+#include "client/frame.h"
+
 #include <algorithm>
 
 namespace {
 
-CLayeredSettings LayeredSettings(const CEncoderSettings& settings) {
+CLayeredSettings LayeredSettings(const ztlib::EncoderSettings& settings) {
   // The coarsest steps of the first family do not fit into their 16 bits below this.
   constexpr int lowestOfFirstFamily = 12;
   CLayeredSettings layered;
@@ -20,10 +22,10 @@ CLayeredSettings LayeredSettings(const CEncoderSettings& settings) {
 
 }  // namespace
 
-CLayeredRecording::CLayeredRecording(const CEncoderSettings& settings)
+CLayeredRecording::CLayeredRecording(const ztlib::EncoderSettings& settings)
     : encoder(LayeredSettings(settings)) {}
 
-std::span<std::uint8_t> CLayeredRecording::Encode(const ImagePtr& image) {
+std::span<std::uint8_t> CLayeredRecording::Encode(const ztlib::Image& image) {
   const AVFrame& packed = FrameOf(image);
   const CLayeredPlanes planes(packed.data[0], std::ptrdiff_t{2} * packed.width, packed.width,
                               packed.height);

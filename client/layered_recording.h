@@ -1,14 +1,19 @@
 #pragma once
 
 #include "client/layered/layered_encoder.h"
-#include "client/library.h"
+#include "client/picture_encoder.h"
 
 // Codes ZTLIB_UYVY pictures as layered video, which the library has no encoder of.
 class CLayeredRecording : public IPictureEncoder {
  public:
-  explicit CLayeredRecording(const CEncoderSettings& settings);
+  // Whether pictures of that format are layered.
+  static bool Codes(ztlib_video_format videoFormat) {
+    return videoFormat == ZTLIB_VIDEO_LAYERED || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF;
+  }
 
-  [[nodiscard]] std::span<std::uint8_t> Encode(const ImagePtr& image) override;
+  explicit CLayeredRecording(const ztlib::EncoderSettings& settings);
+
+  [[nodiscard]] std::span<std::uint8_t> Encode(const ztlib::Image& image) override;
 
  private:
   CLayeredEncoder encoder;

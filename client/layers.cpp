@@ -34,7 +34,7 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
     if (!frame) break;
     try {
       work(*frame);
-    } catch (const CLibraryError& error) {
+    } catch (const ztlib::Error& error) {
       throw CError(Text("%s: frame %" PRId64 " at offset %" PRIu64 ": %s", path.c_str(),
                         frame->index, frame->offset, error.what()));
     }
@@ -94,7 +94,7 @@ int SplitRecording(const CLayersOptions& options) {
   std::array<std::optional<CFrameFileWriter>, layerCount> files;
   const std::int64_t frames =
       ForEachFrame(options.input, minFrameSize, "split", [&](const CCodedFrame& frame) {
-        const auto records = SplitLayers(frame.bytes);
+        const auto records = ztlib::SplitLayers(frame.bytes);
         for (std::size_t i = 0; i < layerCount; ++i) {
           if (!files[i]) files[i].emplace(outputs, LayerPath(options.folder, i));
           files[i]->Write(records[i]);
@@ -127,10 +127,10 @@ int JoinRecording(const CLayersOptions& options) {
         std::vector<LayerRecord> records{{frame.bytes.begin(), frame.bytes.end()}};
         for (CFrameFileReader& other : others) {
           const std::optional<CCodedFrame> record = other.Next();
-          if (!record) throw CLibraryError(Text("layer %zu has no such frame", records.size()));
+          if (!record) throw ztlib::Error(Text("layer %zu has no such frame", records.size()));
           records.emplace_back(record->bytes.begin(), record->bytes.end());
         }
-        const std::vector<std::uint8_t> joined = JoinLayers(records);
+        const std::vector<std::uint8_t> joined = JoinWholeFrame(records);
         if (!file) file.emplace(outputs, options.output);
         file->Write(joined);
       });

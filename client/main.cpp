@@ -1,6 +1,6 @@
 #include "client/commands.h"
-#include "client/library.h"
 #include "client/program.h"
+#include "client/session.h"
 #include "client/version.h"
 
 int main(int count, char** values) {
@@ -13,7 +13,7 @@ int main(int count, char** values) {
                          DemoCommand(), TriangulateCommand(), MotionCommand(), TreeCommand()},
             .verboseHelp = "Show the log lines of the library, and each picture of motion",
             .version = VersionText,
-            .open = [](bool isVerbose) { return std::make_shared<CSession>(isVerbose); }};
+            .open = OpenSession};
       },
       count, values);
 }

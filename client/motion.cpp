@@ -22,20 +22,19 @@ std::unique_ptr<IPictureSource> OpenSource(const CMotionOptions& options) {
   return std::make_unique<CMediaInput>(options.input);
 }
 
-std::vector<std::vector<CMotionBlob>> BlobsOf(const CMotionResult& result,
+std::vector<std::vector<CMotionBlob>> BlobsOf(const ztlib::MotionResult& result,
                                               const CMotionWatch& watch) {
   std::vector<std::vector<CMotionBlob>> blobs;
-  for (std::size_t i = 0; i < result.detectors.size(); ++i)
-    blobs.push_back(
-        FindBlobs(result.detectors[i], watch.Counted()[i], watch.Width(), watch.Height()));
+  for (std::size_t i = 0; i < result.areas.size(); ++i)
+    blobs.push_back(FindBlobs(result.areas[i], watch.Counted()[i], watch.Width(), watch.Height()));
   return blobs;
 }
 
-std::string FrameText(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+std::string FrameText(std::int64_t index, std::int64_t timeMs, const ztlib::MotionResult& result,
                       const std::vector<std::vector<CMotionBlob>>& blobs) {
   std::string line = Text("%9" PRId64 "  %11s  ", index, TimeText(timeMs).c_str());
-  const std::string alarm = result.isSignal ? "ALARM" : Text("%.0f %%", result.Progress());
-  if (!result.hasFigures) return line + Text("%9s  %6s\n", "-", result.isSignal ? "ALARM" : "-");
+  const std::string alarm = result.isSignal ? "ALARM" : Text("%.0f %%", Progress(result));
+  if (!result.hasMetadata) return line + Text("%9s  %6s\n", "-", result.isSignal ? "ALARM" : "-");
   std::size_t count = 0;
   const CMotionBlob* largest = nullptr;
   for (const std::vector<CMotionBlob>& list : blobs) {
@@ -77,12 +76,12 @@ class CJsonOutput {
     file->Write(",\n\"frames\": [");
   }
 
-  void Add(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+  void Add(std::int64_t index, std::int64_t timeMs, const ztlib::MotionResult& result,
            const std::vector<std::vector<CMotionBlob>>& blobs) {
     Json frame{{"index", index}, {"timeMs", timeMs}, {"signal", result.isSignal}};
-    if (result.hasFigures) {
+    if (result.hasMetadata) {
       frame["percent"] = result.detectPercent;
-      frame["progress"] = result.Progress();
+      frame["progress"] = Progress(result);
       Json& detectors = frame["detectors"] = Json::array();
       for (std::size_t i = 0; i < blobs.size(); ++i) {
         Json areas = Json::array();
@@ -92,8 +91,8 @@ class CJsonOutput {
                            {"width", blob.width},
                            {"height", blob.height},
                            {"pixels", blob.pixels}});
-        detectors.push_back({{"detectPercent", result.detectors[i].detectPercent},
-                             {"alarmPercent", result.detectors[i].alarmPercent},
+        detectors.push_back({{"detectPercent", result.areas[i].detectPercent},
+                             {"alarmPercent", result.areas[i].alarmPercent},
                              {"blobs", std::move(areas)}});
       }
     }
@@ -135,7 +134,7 @@ class CMotionPrinter {
   CMotionPrinter(COutputs& commandOutputs, double expectedFrames)
       : outputs(commandOutputs), expected(expectedFrames) {}
 
-  void Add(std::int64_t index, std::int64_t timeMs, const CMotionResult& result,
+  void Add(std::int64_t index, std::int64_t timeMs, const ztlib::MotionResult& result,
            const std::vector<std::vector<CMotionBlob>>& blobs, const CMotionEvents& events) {
     std::string text;
     if (IsVerbose() && index == 0)
@@ -193,7 +192,7 @@ int Motion(const CMotionOptions& options) {
   while (!Interrupted() && (options.frames == 0 || frames < options.frames) &&
          source->Next(*picture)) {
     const std::int64_t timeMs = source->TimeMs();
-    const CMotionResult& result = watch.Look(*picture, timeMs);
+    const ztlib::MotionResult& result = watch.Look(*picture, timeMs);
     const auto blobs = BlobsOf(result, watch);
     events.Add(result, timeMs);
     if (frames == 0 && json) json->Begin(options, watch);

@@ -5,7 +5,7 @@
 #include <cinttypes>
 #include <numeric>
 
-void CMotionEvents::Add(const CMotionResult& result, std::int64_t timeMs) {
+void CMotionEvents::Add(const ztlib::MotionResult& result, std::int64_t timeMs) {
   const bool isOpen = !events.empty() && events.back().isOpen;
   if (isOpen) {
     events.back().endMs = timeMs;

@@ -23,7 +23,7 @@ struct CMotionEvent {
 // Gathers the alarms of a video.
 class CMotionEvents {
  public:
-  void Add(const CMotionResult& result, std::int64_t timeMs);
+  void Add(const ztlib::MotionResult& result, std::int64_t timeMs);
   [[nodiscard]] std::span<const CMotionEvent> Events() const { return events; }
   // All alarms together.
   [[nodiscard]] std::int64_t LengthMs() const;

@@ -45,18 +45,18 @@ void CMotionOverlay::Outline(const CMotionSettings& settings, int width, int hei
 }
 
 const AVFrame& CMotionOverlay::Draw(const AVFrame& picture, const CMotionWatch& watch,
-                                    const CMotionResult& result) {
+                                    const ztlib::MotionResult& result) {
   const int width = picture.width, height = picture.height;
-  shown = NewPoolFrame(width, height, ZTLIB_RGB);
+  shown = CFramePool::New(width, height, ZTLIB_RGB);
   const AVFrame& plain = scaler.Convert(picture, AV_PIX_FMT_BGR0, width, height);
   if (!lines || lines->Width() != width || lines->Height() != height)
     Outline(watch.Settings(), width, height);
 
   // How each pixel of the plane is tinted.
   std::vector<float> shares(std::size_t(watch.Width()) * std::size_t(watch.Height()));
-  for (std::size_t i = 0; i < result.detectors.size(); ++i)
+  for (std::size_t i = 0; i < result.areas.size(); ++i)
     for (std::size_t at = 0; at < shares.size(); ++at)
-      if (result.detectors[i].IsMoving(at))
+      if (result.areas[i].IsMoving(at))
         shares[at] = std::max(shares[at], watch.Counted()[i][at] ? countedShare : otherShare);
 
   const int border = result.isSignal ? std::max(2, width / 160) : 0;

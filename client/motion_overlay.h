@@ -1,7 +1,7 @@
 #pragma once
 
 #include "client/canvas.h"
-#include "client/library.h"
+#include "client/frame.h"
 #include "client/motion_watch.h"
 
 #include <optional>
@@ -12,7 +12,7 @@ class CMotionOverlay {
  public:
   // The picture as ZTLIB_RGB, valid until the next call. `watch` has just looked at it.
   [[nodiscard]] const AVFrame& Draw(const AVFrame& picture, const CMotionWatch& watch,
-                                    const CMotionResult& result);
+                                    const ztlib::MotionResult& result);
 
  private:
   void Outline(const CMotionSettings& settings, int width, int height);

@@ -1,10 +1,10 @@
 #include "client/motion_settings.h"
 
 #include "client/console.h"
-#include "client/tagged_reader.h"
 #include "client/text.h"
 #include "client/tree_json.h"
 #include "client/whole_file.h"
+#include "ztlib.hpp"
 
 #include <algorithm>
 #include <initializer_list>
@@ -37,21 +37,21 @@ void Prepare(Json& detector, const std::string& name) {
       detector[key] = detector[key].get<double>();
 }
 
-CDetectorSettings SettingsOf(std::span<const std::uint8_t> detector) {
+CDetectorSettings SettingsOf(ztlib::ByteView detector) {
   CDetectorSettings settings;
   if (const auto percent = Find(detector, "MotionPercent", 'F')) {
     // No percentage comes near the upper limit, and what is no number is the lower one.
-    settings.signalPercent = std::min(1000.0, std::max(0.001, DoubleOf(*percent)));
+    settings.signalPercent = std::min(1000.0, std::max(0.001, percent->Double()));
     settings.restorePercent = settings.signalPercent * 0.66667;
   }
   const auto masks = Find(detector, "Masks", '@');
-  CTaggedReader reader(masks ? masks->value : std::span<const std::uint8_t>());
+  ztlib::TreeReader reader(masks ? masks->value : ztlib::ByteView());
   while (const auto polygon = reader.Next()) {
     if (polygon->subtype != '2' || polygon->value.size() < 4) continue;
     settings.polygons.emplace_back();
     for (std::size_t i = 0; i < polygon->value.size(); i += 2)
       settings.polygons.back().push_back(
-          static_cast<std::int16_t>(UnsignedOf(polygon->value.subspan(i, 2))));
+          static_cast<std::int16_t>(ztlib::LittleEndian(polygon->value.Sub(i, 2))));
   }
   return settings;
 }
@@ -67,14 +67,14 @@ CMotionSettings ParseMotionSettings(const std::string& text, const std::string& 
         if (IsRecord(detector)) Prepare(detector, name);
   }
   CMotionSettings settings;
-  settings.block = BlockOf(tree, name).Bytes();
-  const std::span block(reinterpret_cast<const std::uint8_t*>(settings.block.data()),
-                        settings.block.size());
+  const ztlib::TreeWriter written = BlockOf(tree, name);
+  settings.block.assign(written.Bytes().begin(), written.Bytes().end());
+  const ztlib::ByteView block(settings.block);
   for (const char tag : {'I', 'Q'})
     if (const auto violation = Find(block, "ViolationTimeMs", tag))
-      settings.violationMs = static_cast<std::int64_t>(UnsignedOf(violation->value));
+      settings.violationMs = violation->Integer();
   const auto configs = Find(block, "Configs", '@');
-  CTaggedReader reader(configs ? configs->value : std::span<const std::uint8_t>());
+  ztlib::TreeReader reader(configs ? configs->value : ztlib::ByteView());
   while (const auto detector = reader.Next())
     if (detector->tag == '@' && settings.detectors.size() < maxDetectors)
       settings.detectors.push_back(SettingsOf(detector->value));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ztlib.hpp"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,7 +15,7 @@ struct CDetectorSettings {
 };
 
 struct CMotionSettings {
-  std::string block;  // for ztlib_simplemotion_configure
+  ztlib::Bytes block;  // as ztlib::Motion takes it
   std::int64_t violationMs = 0;
   std::vector<CDetectorSettings> detectors;  // never empty
 };

@@ -1,6 +1,6 @@
 #include "client/motion_watch.h"
 
-#include "client/library.h"
+#include "client/frame.h"
 #include "client/motion_area.h"
 
 #include <algorithm>
@@ -18,47 +18,30 @@ constexpr char refusal[] = "the motion detectors refused their configuration";
 }  // namespace
 
 CMotionWatch::CMotionWatch(CMotionSettings motionSettings, int mostColumns)
-    : settings(std::move(motionSettings)), maxWidth(mostColumns) {
-  ClearFailure();
-  context = ztlib_simplemotion_create();
-  ThrowFailure();
-}
-
-CMotionWatch::~CMotionWatch() {
-  ztlib_simplemotion_destroy(context);
-}
+    : settings(std::move(motionSettings)), maxWidth(mostColumns) {}
 
 void CMotionWatch::Open(const AVFrame& first) {
   width = std::min(maxWidth, first.width);
   height = std::max(1, static_cast<int>(av_rescale(first.height, width, first.width)));
   for (const CDetectorSettings& detector : settings.detectors)
     counted.push_back(CountedPixels(detector, width, height));
-  const ztlib_blob config{settings.block.data(), settings.block.size()};
-  ClearFailure();
-  ztlib_simplemotion_configure(context, &config, width, height);
   try {
-    ThrowFailure();
-  } catch (const CLibraryError& error) {
+    motion.Configure(ztlib::ByteView(settings.block), width, height);
+  } catch (const ztlib::Error& error) {
     throw CError(std::string(refusal) + ": " + error.what());
   }
 }
 
-const CMotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64_t timeMs) {
+const ztlib::MotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64_t timeMs) {
   if (width == 0) Open(picture);
   const AVFrame& gray = scaler.Convert(picture, AV_PIX_FMT_GRAY8, width, height);
-  PoolFramePtr plane = NewPoolFrame(width, height, ZTLIB_GRAY);
+  PoolFramePtr plane = CFramePool::New(width, height, ZTLIB_GRAY);
   for (int y = 0; y < height; ++y)
     std::memcpy(plane->data[0] + std::ptrdiff_t{y} * plane->linesize[0],
                 gray.data[0] + std::ptrdiff_t{y} * gray.linesize[0],
                 static_cast<std::size_t>(width));
-  const ImagePtr image = WrapFrame(ZTLIB_GRAY, std::move(plane));
-  ClearFailure();
-  const bool isSignal = detect.Run([&] {
-    return ztlib_simplemotion_detect(context, &block, StoreBytes, image.get(),
-                                     startOfTime + timeMs);
-  });
-  ThrowFailure();
-  result = ReadMotionResult(block, isSignal);
+  const ztlib::Image image(ZTLIB_GRAY, std::move(plane));
+  detect.Run([&] { return motion.Detect(image, startOfTime + timeMs, result); });
   if (!result.isConfigured) throw CError(std::string(refusal) + " (-v tells why)");
   return result;
 }

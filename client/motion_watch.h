@@ -2,6 +2,7 @@
 
 #include "client/av.h"
 #include "client/motion_result.h"
+#include "client/motion_settings.h"
 #include "client/scaler.h"
 #include "client/statistics.h"
 
@@ -15,12 +16,9 @@ class CMotionWatch {
  public:
   // `maxWidth` is that of the planes.
   CMotionWatch(CMotionSettings motionSettings, int maxWidth);
-  ~CMotionWatch();
-  CMotionWatch(const CMotionWatch&) = delete;
-  CMotionWatch& operator=(const CMotionWatch&) = delete;
 
   // `timeMs` counts from any start. The result is valid until the next call.
-  const CMotionResult& Look(const AVFrame& picture, std::int64_t timeMs);
+  const ztlib::MotionResult& Look(const AVFrame& picture, std::int64_t timeMs);
 
   [[nodiscard]] const CMotionSettings& Settings() const { return settings; }
   // Of the planes; 0 before the first picture.
@@ -36,10 +34,9 @@ class CMotionWatch {
 
   CMotionSettings settings;
   int maxWidth;
-  void* context = nullptr;
+  ztlib::Motion motion;
   int width = 0, height = 0;
   std::vector<std::vector<bool>> counted;
   CScaler scaler;
-  std::vector<std::uint8_t> block;
-  CMotionResult result;
+  ztlib::MotionResult result;
 };

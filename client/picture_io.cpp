@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colour) {
+PoolFramePtr ReadPicture(const std::string& path, ztlib_pixel_format pixelFormat, EColour colour) {
   CMediaInput input(path);
   const FramePtr read = NewFrame();
   if (!input.Next(*read)) {
@@ -21,7 +21,7 @@ PoolFramePtr ReadPicture(const std::string& path, int pixelFormat, EColour colou
   CScaler scaler;
   const AVFrame& shown =
       scaler.Convert(*read, isGray ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_BGR0, read->width, read->height);
-  PoolFramePtr picture = NewPoolFrame(shown.width, shown.height, pixelFormat);
+  PoolFramePtr picture = CFramePool::New(shown.width, shown.height, pixelFormat);
   for (int y = 0; y < shown.height; ++y)
     std::copy_n(shown.data[0] + std::ptrdiff_t{y} * shown.linesize[0],
                 shown.width * (isGray ? 1 : 4),
@@ -44,7 +44,7 @@ CCanvas CanvasOf(const AVFrame& picture) {
 }
 
 PoolFramePtr PictureOf(const CCanvas& canvas) {
-  PoolFramePtr picture = NewPoolFrame(canvas.Width(), canvas.Height(), ZTLIB_RGB);
+  PoolFramePtr picture = CFramePool::New(canvas.Width(), canvas.Height(), ZTLIB_RGB);
   const auto byte = [](float value) {
     return static_cast<std::uint8_t>(std::clamp(value + 0.5F, 0.0F, 255.0F));
   };

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "client/canvas.h"
-#include "client/frame_pool.h"
+#include "client/frame.h"
 #include "client/output_file.h"
-#include "ztlib.h"
 
 #include <string>
 
@@ -13,7 +12,7 @@
 // becomes ZTLIB_GRAY by its luma unless that is refused; one with a palette, as masks have, never
 // is.
 enum class EColour { becomesGray, refused };
-[[nodiscard]] PoolFramePtr ReadPicture(const std::string& path, int pixelFormat,
+[[nodiscard]] PoolFramePtr ReadPicture(const std::string& path, ztlib_pixel_format pixelFormat,
                                        EColour colour = EColour::becomesGray);
 
 void WritePng(COutputs& outputs, const std::string& path, const AVFrame& picture);

@@ -17,7 +17,7 @@ struct CPlayOptions {
   int pixels = ZTLIB_RGB;
   double framesPerSecond = 25;
   std::string pngFolder, y4m, video;
-  int dropType = -1;  // an EFrameType; -1: none
+  int dropType = -1;  // a ztlib::CodedFrameType; -1: none
   std::int64_t dropEvery = 1;
 };
 
@@ -26,10 +26,10 @@ const CWords pixelNames{{"rgb", ZTLIB_RGB},
                         {"yuyv", ZTLIB_YUYV},
                         {"uyvy", ZTLIB_UYVY},
                         {"gray", ZTLIB_GRAY}};
-const CWords typeNames{{"plain", frameTypePlain},
-                       {"difference", frameTypeDifference},
-                       {"reference", frameTypeReference},
-                       {"key", frameTypeKey}};
+const CWords typeNames{{"plain", ztlib::plainFrame},
+                       {"difference", ztlib::differenceFrame},
+                       {"reference", ztlib::referenceFrame},
+                       {"key", ztlib::keyFrame}};
 
 using SinkPtr = std::unique_ptr<IPictureSink>;
 
@@ -72,8 +72,8 @@ class CLoss {
       : type(options.dropType), interval(options.dropEvery) {}
 
   bool Takes(const CFrameHeader& header) {
-    const int present = header.IsDifferential() && header.frameType == frameTypeUntold
-                            ? int{frameTypePlain}
+    const int present = header.IsDifferential() && header.frameType == ztlib::untoldFrame
+                            ? int{ztlib::plainFrame}
                             : header.frameType;
     if (present != type || ++seen % interval != 0) return false;
     ++lost;
@@ -99,7 +99,7 @@ int Play(const CPlayOptions& options) {
   CFrameFileReader reader(options.input);
   COutputs outputs({options.input}, {options.y4m, options.video});
   const std::vector<SinkPtr> sinks = OpenSinks(outputs, options);
-  CDecoder decoder(options.scale, options.pixels);
+  ztlib::Decoder decoder({static_cast<ztlib_pixel_format>(options.pixels), options.scale});
   CStage decode("decode");
   CDamageReport damaged(options.input);
   CLoss loss(options);
@@ -124,8 +124,9 @@ int Play(const CPlayOptions& options) {
       }
       const AVFrame* picture = nullptr;
       try {
-        picture = &decode.Run([&]() -> const AVFrame& { return decoder.Decode(frame->bytes); });
-      } catch (const CLibraryError& error) {
+        picture =
+            &decode.Run([&]() -> const AVFrame& { return FrameOf(decoder.Decode(frame->bytes)); });
+      } catch (const ztlib::Error& error) {
         damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
                          frame->index, frame->offset) +
                         ReasonFor(options, *frame, error.what()),

@@ -17,8 +17,8 @@ class CQualityMeter {
     if (!packer)
       packer.emplace(ZTLIB_YUV, CSize{coder.Settings().width, coder.Settings().height},
                      coder.Scaled());
-    const ImagePtr source = packer->Pack(recorder.Source());
-    error += Compare(FrameOf(source), decoder.Decode(coder.Coded()));
+    const ztlib::Image source = packer->Pack(recorder.Source());
+    error += Compare(FrameOf(source), FrameOf(decoder.Decode(coder.Coded())));
   }
   [[nodiscard]] std::string Summary() const {
     return Text(", PSNR %.2f dB of luma and %.2f dB of chroma", error.luma.Psnr(),
@@ -27,7 +27,7 @@ class CQualityMeter {
 
  private:
   std::optional<CPacker> packer;
-  CDecoder decoder{1, ZTLIB_YUV};
+  ztlib::Decoder decoder{{ZTLIB_YUV}};
   CPictureError error;
 };
 
@@ -57,7 +57,7 @@ int Record(const CRecordOptions& options) {
   if (const std::string damage = input.Damage(); !damage.empty())
     Complain(options.input + ": " + damage);
 
-  const CEncoderSettings& coding = recorder.Coder().Settings();
+  const ztlib::EncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;
   const std::string summary =
       Text("%s: %s of %dx%d, %s, %.2f bits per pixel, converted and encoded at %.0f frames/s%s\n",

@@ -61,14 +61,14 @@ std::vector<COption> WithRecordSettings(std::vector<COption> options, CRecordSet
 }
 
 // An option that would have no effect is a mistake.
-void CheckDifferential(const CCommand::IsGiven& isGiven, const CRecordSettings& settings) {
-  if (settings.videoFormat == ZTLIB_VIDEO_MJPEGDIFF) return;
+void CheckDifferential(const CCommand::IsGiven& isGiven, int videoFormat) {
+  if (videoFormat == ZTLIB_VIDEO_MJPEGDIFF) return;
   const auto refuse = [&](const char* name, const char* formats) {
     if (isGiven(name)) throw CError(std::string(name) + " needs --format " + formats);
   };
   for (const char* name : {"--reference-interval", "--advanced"})
     refuse(name, "mjpegdiff");
-  if (settings.videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) return;
+  if (videoFormat == ZTLIB_VIDEO_LAYEREDDIFF) return;
   for (const char* name : {"--key-interval", "--sensitivity", "--bits", "--no-overflow-keys"})
     refuse(name, "mjpegdiff or layereddiff");
 }
@@ -77,29 +77,35 @@ void CheckDifferential(const CCommand::IsGiven& isGiven, const CRecordSettings& 
 
 CCommand RecordCommand() {
   const auto options = std::make_shared<CRecordOptions>();
-  return {
-      .name = "record",
-      .help = "Code a video, camera stream or picture",
-      .options = WithRecordSettings({{.name = "input",
-                                      .value = &options->input,
-                                      .help = "Anything that FFmpeg reads",
-                                      .isRequired = true},
-                                     {.name = "output",
-                                      .value = &options->output,
-                                      .help = "Coded frames (.zts)",
-                                      .isRequired = true},
-                                     {.name = "--format",
-                                      .value = &options->settings.videoFormat,
-                                      .help = "Video format",
-                                      .allowed = VideoFormatNames(),
-                                      .showsDefault = true},
-                                     {.name = "--psnr",
-                                      .value = &options->hasPsnr,
-                                      .help = "Play each frame back and measure its PSNR"}},
-                                    options->settings),
-      .run = [=] { return Record(*options); },
-      .check =
-          [=](const CCommand::IsGiven& isGiven) { CheckDifferential(isGiven, options->settings); }};
+  return {.name = "record",
+          .help = "Code a video, camera stream or picture",
+          .options = WithRecordSettings({{.name = "input",
+                                          .value = &options->input,
+                                          .help = "Anything that FFmpeg reads",
+                                          .isRequired = true},
+                                         {.name = "output",
+                                          .value = &options->output,
+                                          .help = "Coded frames (.zts)",
+                                          .isRequired = true},
+                                         {.name = "--format",
+                                          .value = &options->videoFormat,
+                                          .help = "Video format",
+                                          .allowed = VideoFormatNames(),
+                                          .showsDefault = true},
+                                         {.name = "--psnr",
+                                          .value = &options->hasPsnr,
+                                          .help = "Play each frame back and measure its PSNR"}},
+                                        options->settings),
+          .run =
+              [=] {
+                options->settings.videoFormat =
+                    static_cast<ztlib_video_format>(options->videoFormat);
+                return Record(*options);
+              },
+          .check =
+              [=](const CCommand::IsGiven& isGiven) {
+                CheckDifferential(isGiven, options->videoFormat);
+              }};
 }
 
 CCommand DemoCommand() {

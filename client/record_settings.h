@@ -1,9 +1,9 @@
 #pragma once
 
-#include "client/library.h"
+#include "client/frame.h"
 
 #include <cstdint>
 
-struct CRecordSettings : CEncoderSettings {  // a size of 0: as the first picture
-  std::int64_t frames = 0;                   // 0: all
+struct CRecordSettings : ztlib::EncoderSettings {  // a size of 0: as the first picture
+  std::int64_t frames = 0;                         // 0: all
 };

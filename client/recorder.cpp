@@ -8,34 +8,21 @@
 #include <algorithm>
 #include <cinttypes>
 
-namespace {
-
-bool IsLayered(int videoFormat) {
-  return videoFormat == ZTLIB_VIDEO_LAYERED || videoFormat == ZTLIB_VIDEO_LAYEREDDIFF;
-}
-
-std::unique_ptr<IPictureEncoder> NewEncoder(const CEncoderSettings& settings) {
-  if (IsLayered(settings.videoFormat)) return std::make_unique<CLayeredRecording>(settings);
-  return std::make_unique<CEncoder>(settings);
-}
-
-}  // namespace
-
-CSize StepsOf(int videoFormat) {
-  if (IsLayered(videoFormat)) return {16, 16};
+CSize StepsOf(ztlib_video_format videoFormat) {
+  if (CLayeredRecording::Codes(videoFormat)) return {16, 16};
   return videoFormat == ZTLIB_VIDEO_MJPEGDIFF ? CSize{16, 8} : CSize{1, 1};
 }
 
-ImagePtr CPacker::Pack(const AVFrame& picture) {
+ztlib::Image CPacker::Pack(const AVFrame& picture) {
   const AVFrame& planes =
       scaler.Convert(picture, PlanarFormatFor(picture), scaled.width, scaled.height);
-  PoolFramePtr packed = NewPoolFrame(size.width, size.height, pixelFormat);
+  PoolFramePtr packed = CFramePool::New(size.width, size.height, pixelFormat);
   (pixelFormat == ZTLIB_UYVY ? PackUyvy : PackYuv)(planes, *packed);
-  return WrapFrame(pixelFormat, std::move(packed));
+  return {pixelFormat, std::move(packed)};
 }
 
 // Each encoder gets the format that it works on.
-CCoder::CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize)
+CCoder::CCoder(const ztlib::EncoderSettings& encoderSettings, CSize scaledSize)
     : settings(encoderSettings),
       scaled(scaledSize),
       packer(encoderSettings.videoFormat == ZTLIB_VIDEO_MJPEG ? ZTLIB_YUV : ZTLIB_UYVY,
@@ -44,8 +31,8 @@ CCoder::CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize)
 
 void CCoder::Code(const AVFrame& picture) {
   input.reset();
-  input = convert.Run([&] { return packer.Pack(picture); });
-  coded = encode.Run([&] { return encoder->Encode(input); });
+  input.emplace(convert.Run([&] { return packer.Pack(picture); }));
+  coded = encode.Run([&] { return encoder->Encode(*input); });
 }
 
 void CRecorder::Open() {
@@ -57,7 +44,8 @@ void CRecorder::Open() {
   const CSize step = StepsOf(settings.videoFormat);
   settings.width -= scaled.width % step.width;
   settings.height -= scaled.height % step.height;
-  const char* video = IsLayered(settings.videoFormat) ? "layered video" : "differential video";
+  const char* video =
+      CLayeredRecording::Codes(settings.videoFormat) ? "layered video" : "differential video";
   const std::string steps = Text("%d by %d pixels", step.width, step.height);
   if (settings.width == 0 || settings.height == 0)
     throw CError(Text("%s: pictures of %dx%d are too small for %s, which needs %s",
@@ -76,7 +64,7 @@ bool CRecorder::Step() {
   try {
     if (!coder) Open();
     coder->Code(*picture);
-  } catch (const CLibraryError& error) {
+  } catch (const ztlib::Error& error) {
     throw CError(Text("%s: picture %" PRId64 " of %dx%d cannot be encoded: %s",
                       source.Name().c_str(), frames, settings.width, settings.height,
                       error.what()));

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "client/library.h"
+#include "client/frame.h"
+#include "client/picture_encoder.h"
 #include "client/picture_source.h"
 #include "client/record_settings.h"
 #include "client/scaler.h"
@@ -19,32 +20,32 @@ struct CSize {
 class CPacker {
  public:
   // ZTLIB_YUV, or ZTLIB_UYVY in an even width.
-  CPacker(int targetFormat, CSize targetSize, CSize scaledSize)
+  CPacker(ztlib_pixel_format targetFormat, CSize targetSize, CSize scaledSize)
       : pixelFormat(targetFormat), size(targetSize), scaled(scaledSize) {}
 
-  [[nodiscard]] ImagePtr Pack(const AVFrame& picture);
+  [[nodiscard]] ztlib::Image Pack(const AVFrame& picture);
 
  private:
-  int pixelFormat;
+  ztlib_pixel_format pixelFormat;
   CSize size, scaled;
   CScaler scaler;
 };
 
 // The smallest parts of a picture in a video format; 1 by 1 if any size will do.
-[[nodiscard]] CSize StepsOf(int videoFormat);
+[[nodiscard]] CSize StepsOf(ztlib_video_format videoFormat);
 
 // Codes pictures of any size.
 class CCoder {
  public:
-  CCoder(const CEncoderSettings& encoderSettings, CSize scaledSize);
+  CCoder(const ztlib::EncoderSettings& encoderSettings, CSize scaledSize);
 
   void Code(const AVFrame& picture);
 
   // Of the last picture.
-  [[nodiscard]] const AVFrame& Input() const { return FrameOf(input); }
+  [[nodiscard]] const AVFrame& Input() const { return FrameOf(*input); }
   [[nodiscard]] std::span<std::uint8_t> Coded() const { return coded; }
 
-  [[nodiscard]] const CEncoderSettings& Settings() const { return settings; }
+  [[nodiscard]] const ztlib::EncoderSettings& Settings() const { return settings; }
   [[nodiscard]] CSize Scaled() const { return scaled; }
 
   // Of both stages together.
@@ -56,11 +57,11 @@ class CCoder {
   CStage convert{"convert"}, encode{"encode"};
 
  private:
-  CEncoderSettings settings;
+  ztlib::EncoderSettings settings;
   CSize scaled;
   CPacker packer;
   std::unique_ptr<IPictureEncoder> encoder;
-  ImagePtr input;
+  std::optional<ztlib::Image> input;
   std::span<std::uint8_t> coded;
 };
 

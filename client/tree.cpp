@@ -18,7 +18,8 @@ int Tree(const CTreeOptions& options) {
   // No block begins like a JSON text: neither its tags nor its end are such bytes.
   const std::size_t start = file.find_first_not_of(" \t\r\n");
   if (start != file.npos && (file[start] == '{' || file[start] == '[')) {
-    Print(Output(), BlockOf(ParseJson(file, options.input), options.input).Bytes());
+    const ztlib::TreeWriter block = BlockOf(ParseJson(file, options.input), options.input);
+    Print(Output(), {block.Bytes().begin(), block.Bytes().end()});
     return 0;
   }
   std::optional<std::size_t> damage;

@@ -1,7 +1,7 @@
 #include "client/tree_json.h"
 
-#include "client/tagged_reader.h"
 #include "client/text.h"
+#include "ztlib.hpp"
 
 #include <algorithm>
 #include <bit>
@@ -89,7 +89,7 @@ Json StringJson(Bytes bytes) {
 Json WideJson(Bytes bytes) {
   std::u16string units;
   for (std::size_t i = 0; i < bytes.size(); i += 2)
-    units += static_cast<char16_t>(UnsignedOf(bytes.subspan(i, 2)));
+    units += static_cast<char16_t>(ztlib::LittleEndian(bytes.subspan(i, 2)));
   std::string text = ToUtf8(units);
   if (FromUtf8(text)) return {{"$wide", std::move(text)}};
   return {{"$wide", std::vector<std::uint16_t>(units.begin(), units.end())}};
@@ -98,7 +98,7 @@ Json WideJson(Bytes bytes) {
 Json ShortsJson(Bytes bytes) {
   Json numbers = Json::array();
   for (std::size_t i = 0; i < bytes.size(); i += 2)
-    numbers.push_back(static_cast<std::int16_t>(UnsignedOf(bytes.subspan(i, 2))));
+    numbers.push_back(static_cast<std::int16_t>(ztlib::LittleEndian(bytes.subspan(i, 2))));
   // Without a number it would pass for a node.
   return bytes.empty() ? Json{{"$shorts", std::move(numbers)}} : numbers;
 }
@@ -109,7 +109,7 @@ Json DoubleJson(double value, std::uint64_t bits) {
   return value == std::trunc(value) ? Json{{"$double", value}} : Json(value);
 }
 
-Json BinaryJson(const CTaggedElement& element) {
+Json BinaryJson(const ztlib::TreeElement& element) {
   Json json{{"$binary", HexOf(element.value)}};
   if (element.metadata.size() > 1) json["$metadata"] = HexOf(element.metadata);
   return json;
@@ -122,9 +122,9 @@ class CTreeMaker {
 
   Json Node(Bytes node, int depth) {
     std::vector<std::pair<std::string_view, Json>> elements;
-    CTaggedReader reader(node);
-    while (const std::optional<CTaggedElement> element = reader.Next()) {
-      if (element->tag == '@' && depth == maxTreeDepth) {
+    ztlib::TreeReader reader(node);
+    while (const std::optional<ztlib::TreeElement> element = reader.Next()) {
+      if (element->tag == '@' && depth == ztlib::maxTreeDepth) {
         Note(element->value);
         break;
       }
@@ -139,8 +139,8 @@ class CTreeMaker {
     if (!damage) damage = static_cast<std::size_t>(place.data() - start);
   }
 
-  Json Value(const CTaggedElement& element, int depth) {
-    const std::uint64_t number = element.value.size() <= 8 ? UnsignedOf(element.value) : 0;
+  Json Value(const ztlib::TreeElement& element, int depth) {
+    const std::uint64_t number = element.value.size() <= 8 ? ztlib::LittleEndian(element.value) : 0;
     switch (element.tag) {
       case 'B':
         return number < 2 ? Json(number == 1) : Json{{"$bool", number}};
@@ -153,7 +153,7 @@ class CTreeMaker {
       case 'Q':
         return {{"$long", static_cast<std::int64_t>(number)}};
       case 'F':
-        return DoubleJson(DoubleOf(element), number);
+        return DoubleJson(element.Double(), number);
       case 'S':
         return StringJson(element.value);
       case 'W':
@@ -205,11 +205,18 @@ class CTreeMaker {
   std::optional<std::size_t>& damage;
 };
 
+// A number as blocks hold it, in that many bytes.
+std::string NumberBytes(std::uint64_t value, int size) {
+  std::string bytes;
+  ztlib::TreeWriter::Append(bytes, value, size);
+  return bytes;
+}
+
 class CBlockMaker {
  public:
   explicit CBlockMaker(const std::string& treeName) : file(treeName) {}
 
-  CTaggedWriter Root(const Json& json) {
+  ztlib::TreeWriter Root(const Json& json) {
     const bool isNode = json.is_array() ? !IsNumbers(json) : json.is_object() && !Word(json);
     if (!isNode && !(Word(json) && json.begin().key() == "$node")) Fail("is no node");
     return Node(json);
@@ -239,9 +246,10 @@ class CBlockMaker {
     return json.is_object() && !json.empty() && json.begin().key().starts_with('$');
   }
 
-  CTaggedWriter Node(const Json& json) {
-    if (++depth > maxTreeDepth + 1) Fail(Text("is nested deeper than %d levels", maxTreeDepth));
-    CTaggedWriter node;
+  ztlib::TreeWriter Node(const Json& json) {
+    if (++depth > ztlib::maxTreeDepth + 1)
+      Fail(Text("is nested deeper than %d levels", ztlib::maxTreeDepth));
+    ztlib::TreeWriter node;
     if (Word(json)) {
       const Json& list = json.begin().value();
       if (!list.is_array()) Fail("is no list of names and values");
@@ -261,9 +269,9 @@ class CBlockMaker {
     return node;
   }
 
-  void Element(CTaggedWriter& node, const std::string& name, const Json& value) {
-    if (name.size() > CTaggedWriter::maxNameSize)
-      Fail(Text("has a name longer than %zu bytes", CTaggedWriter::maxNameSize));
+  void Element(ztlib::TreeWriter& node, const std::string& name, const Json& value) {
+    if (name.size() > ztlib::TreeWriter::maxNameSize)
+      Fail(Text("has a name longer than %zu bytes", ztlib::TreeWriter::maxNameSize));
     if (Word(value))
       Special(node, name, value);
     else if (value.is_boolean())
@@ -271,28 +279,27 @@ class CBlockMaker {
     else if (value.is_number_integer())
       node.Int(name, Integer<std::int32_t>(value));
     else if (value.is_number_float())
-      node.Element('F', name, NumberBytes(std::bit_cast<std::uint64_t>(value.get<double>()), 8));
+      node.Double(name, value.get<double>());
     else if (value.is_string())
-      node.Element('S', name, value.get_ref<const std::string&>());
+      node.Text(name, value.get_ref<const std::string&>());
     else if (IsNumbers(value))
-      node.Element('*', name, Numbers("2", value));
+      node.Raw('*', name, Numbers("2", value));
     else if (value.is_structured())
-      node.Node(name, Node(value));
+      node.Child(name, Node(value));
     else
       Fail("has no kind");
   }
 
-  void Special(CTaggedWriter& node, const std::string& name, const Json& json) {
+  void Special(ztlib::TreeWriter& node, const std::string& name, const Json& json) {
     const std::string& word = json.begin().key();
     const Json& value = json.begin().value();
     if (json.size() > 1 && !(word == "$binary" && json.size() == 2 && json.contains("$metadata")))
       Fail("has more than one kind");
     const auto number = [&]<class T>(char tag, T) {
-      node.Element(tag, name,
-                   NumberBytes(static_cast<std::uint64_t>(Integer<T>(value)), sizeof(T)));
+      node.Raw(tag, name, NumberBytes(static_cast<std::uint64_t>(Integer<T>(value)), sizeof(T)));
     };
     if (word == "$node")
-      node.Node(name, Node(json));
+      node.Child(name, Node(json));
     else if (word == "$bool")
       number('B', std::uint8_t{});
     else if (word == "$byte")
@@ -306,17 +313,17 @@ class CBlockMaker {
     else if (word == "$double")
       Double(node, name, value);
     else if (word == "$string")
-      node.Element('S', name, Unhexed(value));
+      node.Raw('S', name, Unhexed(value));
     else if (word == "$wide")
-      node.Element('W', name, value.is_string() ? Wide(value) : Numbers<std::uint16_t>("", value));
+      node.Raw('W', name, value.is_string() ? Wide(value) : Numbers<std::uint16_t>("", value));
     else if (word == "$shorts")
-      node.Element('*', name, Numbers("2", value));
+      node.Raw('*', name, Numbers("2", value));
     else if (word == "$bytes")
-      node.Element('*', name, "1" + Unhexed(value));
+      node.Raw('*', name, "1" + Unhexed(value));
     else if (word == "$guid")
-      node.Element('G', name, Unhexed(value, 16));
+      node.Raw('G', name, Unhexed(value, 16));
     else if (word == "$binary")
-      node.Element('X', name, Metadata(json) + Unhexed(value));
+      node.Raw('X', name, Metadata(json) + Unhexed(value));
     else
       Fail("has the unknown kind " + word);
   }
@@ -336,7 +343,7 @@ class CBlockMaker {
   std::string Numbers(std::string bytes, const Json& list) const {
     if (!list.is_array()) Fail("is no list of numbers");
     for (const Json& value : list)
-      bytes += NumberBytes(static_cast<std::uint16_t>(Integer<T>(value)), 2);
+      ztlib::TreeWriter::Append(bytes, static_cast<std::uint16_t>(Integer<T>(value)), 2);
     return bytes;
   }
 
@@ -351,16 +358,18 @@ class CBlockMaker {
     std::string bytes;
     // JSON texts are UTF-8.
     for (const char16_t unit : ToUtf16(FromUtf8(value.get_ref<const std::string&>()).value()))
-      bytes += NumberBytes(unit, 2);
+      ztlib::TreeWriter::Append(bytes, unit, 2);
     return bytes;
   }
 
-  void Double(CTaggedWriter& node, const std::string& name, const Json& value) const {
-    std::string bytes = value.is_number()
-                            ? NumberBytes(std::bit_cast<std::uint64_t>(value.get<double>()), 8)
-                            : Unhexed(value, 8);
-    if (!value.is_number()) std::reverse(bytes.begin(), bytes.end());
-    node.Element('F', name, bytes);
+  void Double(ztlib::TreeWriter& node, const std::string& name, const Json& value) const {
+    if (value.is_number()) {
+      node.Double(name, value.get<double>());
+      return;
+    }
+    std::string bytes = Unhexed(value, 8);
+    std::reverse(bytes.begin(), bytes.end());
+    node.Raw('F', name, bytes);
   }
 
   std::string Metadata(const Json& json) const {
@@ -410,7 +419,7 @@ Json TreeOf(Bytes block, std::optional<std::size_t>& damage) {
   return CTreeMaker(block, damage).Node(block, 0);
 }
 
-CTaggedWriter BlockOf(const Json& tree, const std::string& name) {
+ztlib::TreeWriter BlockOf(const Json& tree, const std::string& name) {
   return CBlockMaker(name).Root(tree);
 }
 

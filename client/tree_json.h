@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/tagged_writer.h"
+#include "ztlib.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -18,7 +18,7 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json TreeOf(std::span<const std::uint8_t> block, std::optional<std::size_t>& damage);
 
 // Both throw CError, which begins with `name` and tells the place of what is wrong.
-[[nodiscard]] CTaggedWriter BlockOf(const Json& tree, const std::string& name);
+[[nodiscard]] ztlib::TreeWriter BlockOf(const Json& tree, const std::string& name);
 [[nodiscard]] Json ParseJson(std::string_view text, const std::string& name);
 
 // For people: one line for each element, lists of numbers on one line.

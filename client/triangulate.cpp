@@ -1,7 +1,6 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/heat_map.h"
-#include "client/library.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
 
@@ -19,40 +18,32 @@ struct CTriangulateOptions {
   std::string png;  // empty: none
 };
 
-// The exports of a triangulation, with failures as exceptions.
+// The values between the points.
 class CTriangulator {
  public:
   CTriangulator(const CFrameBox& frame, const std::vector<CScatteredPoint>& points)
-      : dimensions(points.empty() ? 1 : points[0].values.size()) {
-    if (!handle) throw CError("no memory for a triangulation");
-    ClearFailure();
-    ztlib_triangulation_init(handle.get(), frame[0], frame[1], frame[2], frame[3],
-                             static_cast<std::int32_t>(dimensions));
+      : dimensions(points.empty() ? 1 : points[0].values.size()),
+        mesh({frame[0], frame[1], frame[2], frame[3]}, static_cast<std::int32_t>(dimensions)) {
     for (const CScatteredPoint& point : points)
-      ztlib_triangulation_addPoint(handle.get(), point.x, point.y, point.values.data(),
-                                   static_cast<std::int32_t>(point.values.size()));
-    ztlib_triangulation_finalize(handle.get());
-    ThrowFailure();
+      mesh.AddPoint(point.x, point.y, point.values);
+    mesh.Finalize();
   }
 
-  // All values at a pixel, or as many as `out` has room for.
-  void Estimate(std::int32_t x, std::int32_t y, std::span<float> out) const {
-    ztlib_triangulation_estimate(handle.get(), x, y, out.data(),
-                                 static_cast<std::int32_t>(out.size()));
+  // The first value at a pixel.
+  [[nodiscard]] float FirstAt(std::int32_t x, std::int32_t y) const {
+    float value = 0;
+    mesh.Estimate(x, y, {&value, 1});
+    return value;
   }
   [[nodiscard]] std::vector<float> At(std::int32_t x, std::int32_t y) const {
     std::vector<float> values(dimensions);
-    Estimate(x, y, values);
+    mesh.Estimate(x, y, values);
     return values;
   }
 
  private:
-  struct CDestroy {
-    void operator()(void* triangulation) const { ztlib_triangulation_destroy(triangulation); }
-  };
-
-  std::unique_ptr<void, CDestroy> handle{ztlib_triangulation_create()};
   std::size_t dimensions;
+  ztlib::Triangulation mesh;
 };
 
 void PrintEstimate(const CTriangulator& triangulator, std::int32_t x, std::int32_t y) {
@@ -103,11 +94,8 @@ int Triangulate(const CTriangulateOptions& options) {
     for (const CScatteredPoint& point : points)
       PrintEstimate(triangulator, point.x, point.y);
   if (!options.png.empty()) {
-    const CHeatMap map(options.frame, [&](std::int32_t x, std::int32_t y) {
-      float value = 0;
-      triangulator.Estimate(x, y, {&value, 1});
-      return value;
-    });
+    const CHeatMap map(options.frame,
+                       [&](std::int32_t x, std::int32_t y) { return triangulator.FirstAt(x, y); });
     CCanvas canvas = map.Paint();
     for (const CScatteredPoint& point : points)
       map.DrawPoint(canvas, point, CHeatMap::EPoint::small);

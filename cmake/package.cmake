@@ -7,7 +7,8 @@ install(TARGETS ztlib EXPORT ztlib-targets
   RUNTIME COMPONENT runtime
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE COMPONENT development)
-install(FILES ${PROJECT_SOURCE_DIR}/include/ztlib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+install(FILES ${PROJECT_SOURCE_DIR}/include/ztlib.h ${PROJECT_SOURCE_DIR}/include/ztlib.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         COMPONENT development)
 install(EXPORT ztlib-targets NAMESPACE ztlib:: FILE ztlib-config.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib COMPONENT development)

@@ -348,7 +348,7 @@ class ClumsyClient {
                               .Int("Bits", choice % 33);
     const CallBudget budget(4 * WatchedBytes(width, height));
     failed = false;
-    config.Apply(ztlib_encoder_config, slot.handle);
+    kit::Apply(config, ztlib_encoder_config, slot.handle);
     if (failed) return;
     slot.isConfigured = slot.handle != nullptr;
     slot.width = width;

@@ -1,8 +1,6 @@
 #include "fuzz/codec_fuzz.h"
 #include "main/lib/base/cdata/HAData.h"
 
-using namespace ztlib;
-
 // Encoders of both video formats get configuration blocks, and after each a picture of the
 // configured size, which must become a frame that decodes. Another size would end the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,10 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input in{{data, size}};
     for (int steps = 0; !in.rest.empty() && steps < 4; ++steps) {
       const Bytes block = in.Block();
-      CData tree;
-      ParseTagged(tree, block.data(), block.size());
-      const std::int64_t newWidth = tree.GetInt(Tok::Width, width);
-      const std::int64_t newHeight = tree.GetInt(Tok::Height, height);
+      ztlib::CData tree;
+      ztlib::ParseTagged(tree, block.data(), block.size());
+      const std::int64_t newWidth = tree.GetInt(ztlib::Tok::Width, width);
+      const std::int64_t newHeight = tree.GetInt(ztlib::Tok::Height, height);
       // The encoder's own buffers are as large as the configured size, so that is limited here.
       constexpr std::int64_t most = 1 << 16;
       if (std::min(newWidth, newHeight) < 0 || std::max(newWidth, newHeight) > most) continue;

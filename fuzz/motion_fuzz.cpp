@@ -1,22 +1,38 @@
 #include "fuzz/codec_fuzz.h"
-#include "tests/kit/tree.h"
 
 namespace {
 
 using namespace codec_fuzz;
 
-// After any configuration a result has all of its keys or is nearly empty, and every bitmap has the
-// size of the picture.
-void CheckResult(const Tree& tree, bool signal) {
-  if (tree.elements.empty()) return Require(!signal);
-  const Tree motions = tree.Child("Motions");
-  if (tree.elements.size() == 1) return Require(motions.elements.empty());
-  Require(!motions.elements.empty() && motions.elements.size() <= 8);
-  Require(tree.Double("AlarmPercent") >= 0 && tree.Double("DetectPercent") >= 0);
-  const Tree resolution = tree.Child("Resolution");
-  const int pixels = resolution.Int("Width") * resolution.Int("Height");
-  for (const Tree::Element& element : motions.elements)
-    Require(Tree(element.value).Binary("Motion").size() ==
+// After any configuration a result is a sound tree with all of its keys, or is nearly empty, and
+// every bitmap has the size of the picture.
+void CheckResult(const Bytes& block, bool signal) {
+  const auto count = [](ztlib::ByteView node) {
+    ztlib::TreeReader reader(node);
+    std::size_t elements = 0;
+    while (reader.Next())
+      ++elements;
+    Require(!reader.IsDamaged());
+    return elements;
+  };
+  const auto find = [](ztlib::ByteView node, const char* name, char tag) {
+    const auto element = ztlib::Find(node, name, tag);
+    Require(element.has_value());
+    return *element;
+  };
+  if (count(block) == 0) return Require(!signal);
+  const ztlib::ByteView motions = find(block, "Motions", '@').value;
+  const std::size_t areas = count(motions);
+  if (count(block) == 1) return Require(areas == 0);
+  Require(areas > 0 && areas <= 8);
+  Require(find(block, "AlarmPercent", 'F').Double() >= 0);
+  Require(find(block, "DetectPercent", 'F').Double() >= 0);
+  const ztlib::ByteView resolution = find(block, "Resolution", '@').value;
+  const auto pixels =
+      find(resolution, "Width", 'I').Integer() * find(resolution, "Height", 'I').Integer();
+  ztlib::TreeReader reader(motions);
+  while (const auto area = reader.Next())
+    Require(find(area->value, "Motion", 'X').value.size() ==
             static_cast<std::size_t>(pixels / 8 + 48));
 }
 
@@ -39,7 +55,7 @@ void Detect(void* context, int format, int width, int height, std::uint8_t seed,
   const Image image(ztlib_ztimage_create_avframe(format, frame));
   Bytes result;
   const bool signal = ztlib_simplemotion_detect(context, &result, Collect, image.get(), time);
-  CheckResult(Tree(result), signal);
+  CheckResult(result, signal);
 }
 
 }  // namespace

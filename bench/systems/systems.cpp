@@ -68,13 +68,9 @@ int main() {
   const Image gray[] = {kit::NewImage(ZTLIB_GRAY, width, height, Scene(1, 0)),
                         kit::NewImage(ZTLIB_GRAY, width, height, Scene(1, 3))};
   void* const motion = ztlib_simplemotion_create();
-  kit::Config()
-      .Child("Configs", kit::Config().Child("", kit::Config().Double("Sensitivity", 50)))
-      .Apply(
-          [](void* context, const ztlib_blob* config) {
-            ztlib_simplemotion_configure(context, config, width, height);
-          },
-          motion);
+  kit::Apply(kit::Config().Child("Configs",
+                                 kit::Config().Child("", kit::Config().Double("Sensitivity", 50))),
+             ztlib_simplemotion_configure, motion, width, height);
   Bytes result;
   Measure("motion", [&](int i) {
     ztlib_simplemotion_detect(motion, &result, kit::Collect, gray[i % 2].get(), i * 40);

@@ -1,6 +1,7 @@
 #include "client/demo/block_view.h"
 
 #include "client/block_list.h"
+#include "client/frame_header.h"
 
 #include <algorithm>
 #include <array>
@@ -110,9 +111,9 @@ std::string CBlockView::Marked() {
 }
 
 std::string CBlockView::Strip() {
-  std::vector<std::uint8_t> wrapped = WrapJpeg(PartsOf(shownFrame).strip);
-  CDecoder decoder(1, ZTLIB_RGB);
-  const AVFrame& strip = decoder.Decode(wrapped);
+  std::vector<std::uint8_t> wrapped = ztlib::WrapJpeg(PartsOf(shownFrame).strip);
+  ztlib::Decoder decoder;
+  const AVFrame& strip = FrameOf(decoder.Decode(wrapped));
   const int blocks = strip.width / blockSide;
   const int perLine = std::min(blocks, stripBlocksPerLine);
   const int lines = (blocks + perLine - 1) / perLine;

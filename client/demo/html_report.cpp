@@ -23,10 +23,10 @@ struct CShownType {
   std::int32_t type;
   const char* name;
 };
-constexpr CShownType shownTypes[] = {{frameTypeKey, "key"},
-                                     {frameTypeReference, "reference"},
-                                     {frameTypePlain, "plain"},
-                                     {frameTypeDifference, "difference"}};
+constexpr CShownType shownTypes[] = {{ztlib::keyFrame, "key"},
+                                     {ztlib::referenceFrame, "reference"},
+                                     {ztlib::plainFrame, "plain"},
+                                     {ztlib::differenceFrame, "difference"}};
 
 Json Figure(const char* type, const std::string& file, const std::string& caption) {
   std::string code(AV_BASE64_SIZE(file.size()), '\0');
@@ -104,7 +104,7 @@ Json Types(const CReport& report) {
          {"type", type.name},
          {"frames", Text("%" PRIu64, frames)},
          {"meanBlocks",
-          type.type == frameTypeKey ? "all" : Text("%.0f", double(blocks) / double(frames))},
+          type.type == ztlib::keyFrame ? "all" : Text("%.0f", double(blocks) / double(frames))},
          {"bytes", ByteText(bytes / frames)},
          {"share", Text("%.0f %%", 100 * double(bytes) / double(report.differential.Bytes()))}});
   }

@@ -2,6 +2,7 @@
 
 #include "client/demo/svg_plot.h"
 #include "client/motion_events.h"
+#include "client/motion_settings.h"
 #include "client/statistics.h"
 
 #include <array>
@@ -13,7 +14,7 @@
 
 struct CFrameFigures {
   std::uint32_t bytes = 0, blocks = 0;
-  std::int32_t type = 0;                // an EFrameType
+  std::int32_t type = 0;                // a ztlib::CodedFrameType
   double lumaPsnr = 0, chromaPsnr = 0;  // in dB
 };
 

@@ -3,7 +3,7 @@
 CLayerView::CLayerView(CMomentMaker& momentMaker, COutputs& outputs, const std::string& path,
                        const CCoder& coder)
     : pictures(momentMaker), file(outputs, path) {
-  CEncoderSettings settings = coder.Settings();
+  ztlib::EncoderSettings settings = coder.Settings();
   settings.videoFormat = ZTLIB_VIDEO_LAYERED;
   const CSize step = StepsOf(settings.videoFormat);
   settings.width -= settings.width % step.width;
@@ -17,17 +17,18 @@ void CLayerView::Add(std::int64_t index, const AVFrame& picture, bool isShown) {
   if (!layered) return;
   layered->Code(picture);
   file.Write(layered->Coded());
-  const ImagePtr source = packer->Pack(picture);
-  const auto records = SplitLayers(layered->Coded());
+  const ztlib::Image source = packer->Pack(picture);
+  const auto records = ztlib::SplitLayers(layered->Coded());
   for (std::size_t i = 0; i < layerCount; ++i) {
-    std::vector<std::uint8_t> cut = JoinLayers(std::span(records).first(i + 1));
+    std::vector<std::uint8_t> cut = JoinWholeFrame(std::span(records).first(i + 1));
     bytes[i] += cut.size();
-    errors[i] += Compare(FrameOf(source), toYuv.Decode(cut)).luma;
-    const AVFrame& small = decode[i].Run([&]() -> const AVFrame& { return scaled[i].Decode(cut); });
+    errors[i] += Compare(FrameOf(source), FrameOf(toYuv.Decode(cut))).luma;
+    const AVFrame& small =
+        decode[i].Run([&]() -> const AVFrame& { return FrameOf(scaled[i].Decode(cut)); });
     if (!isShown) continue;
     shown.index = index;
     shown.cuts[i].bytes = cut.size();
-    shown.cuts[i].jpeg = pictures.Overview(toRgb.Decode(cut));
+    shown.cuts[i].jpeg = pictures.Overview(FrameOf(toRgb.Decode(cut)));
     shown.scales[i].width = small.width;
     shown.scales[i].height = small.height;
     shown.scales[i].jpeg = pictures.Overview(small);

@@ -29,10 +29,11 @@ class CLayerView {
   CFrameFileWriter file;
   std::optional<CCoder> layered;
   std::optional<CPacker> packer;
-  CDecoder toYuv{1, ZTLIB_YUV}, toRgb{1, ZTLIB_RGB};
+  ztlib::Decoder toYuv{{ZTLIB_YUV}}, toRgb;
   // As many layers as the factors 8, 4, 2 and 1 need.
-  std::array<CDecoder, layerCount> scaled{
-      {{8, ZTLIB_RGB}, {4, ZTLIB_RGB}, {2, ZTLIB_RGB}, {1, ZTLIB_RGB}}};
+  std::array<ztlib::Decoder, layerCount> scaled{
+      ztlib::Decoder({ZTLIB_RGB, 8}), ztlib::Decoder({ZTLIB_RGB, 4}),
+      ztlib::Decoder({ZTLIB_RGB, 2}), ztlib::Decoder({ZTLIB_RGB, 1})};
   std::array<CStage, layerCount> decode{CStage{"1/8"}, CStage{"1/4"}, CStage{"1/2"}, CStage{"1/1"}};
   std::array<CSquaredError, layerCount> errors;
   std::array<std::uint64_t, layerCount> bytes{};

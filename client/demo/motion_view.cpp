@@ -16,10 +16,10 @@ CMotionView::CMotionView(CMomentMaker& momentMaker, CMotionSettings settings, st
 }
 
 void CMotionView::Add(const AVFrame& picture, std::int64_t timeMs) {
-  const CMotionResult& result = watch.Look(picture, timeMs);
+  const ztlib::MotionResult& result = watch.Look(picture, timeMs);
   events.Add(result, timeMs);
   report.percents.push_back(result.detectPercent);
-  report.progress.push_back(result.Progress());
+  report.progress.push_back(Progress(result));
   lastMs = timeMs;
 
   const auto frame = static_cast<double>(report.percents.size() - 1);

@@ -1,6 +1,5 @@
 #include "client/tree_json.h"
 
-#include "client/tagged_reader.h"
 #include "client/text.h"
 #include "tests/support/common.h"
 
@@ -13,11 +12,17 @@ std::span<const std::uint8_t> AsBytes(const std::string& block) {
 }
 
 std::string Element(char tag, const std::string& name, const std::string& value) {
-  return tag + std::string(1, static_cast<char>(name.size())) + name +
-         NumberBytes(value.size(), 4) + value;
+  std::string element = tag + std::string(1, static_cast<char>(name.size())) + name;
+  ztlib::TreeWriter::Append(element, value.size(), 4);
+  return element + value;
 }
 std::string Node(const std::string& elements) {
   return elements + std::string(1, '\0');
+}
+
+std::string BlockText(const Json& tree) {
+  const ztlib::TreeWriter block = BlockOf(tree, "x");
+  return {block.Bytes().begin(), block.Bytes().end()};
 }
 
 struct CCase {
@@ -79,7 +84,7 @@ TEST(TreeJson, EveryKindGoesThereAndBack) {
     EXPECT_EQ(json.dump(), test.json) << test.name;
     EXPECT_FALSE(damage) << test.name;
     for (const std::string& text : {json.dump(), PrettyText(json)})
-      EXPECT_EQ(BlockOf(ParseJson(text, "x"), "x").Bytes(), block) << test.name << text;
+      EXPECT_EQ(BlockText(ParseJson(text, "x")), block) << test.name << text;
     all += Element('@', test.name, block);
   }
   // The readable part of a damaged block is always a tree.
@@ -93,7 +98,7 @@ TEST(TreeJson, EveryKindGoesThereAndBack) {
       bad[i / 9] = static_cast<char>(bad[i / 9] ^ 1 << i % 9);
     Damage damage, none;
     const Json kept = TreeOf(AsBytes(bad), damage);
-    const std::string block = BlockOf(kept, "x").Bytes();
+    const std::string block = BlockText(kept);
     EXPECT_EQ(TreeOf(AsBytes(block), none), kept) << i;
     EXPECT_FALSE(none) << i;
     EXPECT_LE(damage.value_or(0), bad.size()) << i;
@@ -101,18 +106,18 @@ TEST(TreeJson, EveryKindGoesThereAndBack) {
 }
 
 TEST(TreeJson, NestingEndsWhereTheLibraryEnds) {
-  for (const int levels : {maxTreeDepth, maxTreeDepth + 1}) {
+  for (const int levels : {ztlib::maxTreeDepth, ztlib::maxTreeDepth + 1}) {
     std::string block = Node(""), text = "{}";
     for (int i = 0; i < levels; ++i) {
       block = Node(Element('@', "a", block));
       text = "{\"a\":" + text + "}";
     }
-    const bool isGood = levels == maxTreeDepth;
+    const bool isGood = levels == ztlib::maxTreeDepth;
     Damage damage;
     EXPECT_EQ(TreeOf(AsBytes(block), damage).dump() == text, isGood);
     EXPECT_EQ(!damage, isGood);
     if (isGood) {
-      EXPECT_EQ(BlockOf(ParseJson(text, "x"), "x").Bytes(), block);
+      EXPECT_EQ(BlockText(ParseJson(text, "x")), block);
     } else {
       EXPECT_THROW((void)BlockOf(ParseJson(text, "x"), "x"), CError);
     }

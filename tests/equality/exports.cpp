@@ -196,7 +196,7 @@ void Motion() {
   for (const int columns : {width, width - 3})
     Step(columns == width ? "motion" : "motion of odd width", [&] {
       void* const context = ztlib_simplemotion_create();
-      Config().Apply(ztlib_simplemotion_configure, context, columns, height);
+      kit::Apply(Config(), ztlib_simplemotion_configure, context, columns, height);
       for (int moment = 0; moment < 60; ++moment) {
         Bytes picture =
             Noise(static_cast<std::size_t>(columns * height), static_cast<std::uint32_t>(moment));

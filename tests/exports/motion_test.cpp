@@ -1,5 +1,4 @@
 #include "tests/exports/blobs.h"
-#include "tests/kit/tree.h"
 #include "tests/support/jpeg_reference.h"
 
 namespace {
@@ -15,9 +14,8 @@ class MotionExports : public ExportTest {
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     void Configure(int width, int height, bool metadata = true) const {
-      kit::Config()
-          .Bool("GenerateMetadata", metadata)
-          .Apply(ztlib_simplemotion_configure, object, width, height);
+      kit::Apply(kit::Config().Bool("GenerateMetadata", metadata), ztlib_simplemotion_configure,
+                 object, width, height);
     }
     Bytes Detect(const Image& image, std::int64_t time, bool expected = false) const {
       Output output;
@@ -65,8 +63,9 @@ TEST_F(MotionExports, PicturesOfOtherFormatsAreReadWithinTheirBytes) {
     const Bytes result = Run(context, NewImage(ZTLIB_BOOL8, width, height, {0}),
                              NewImage(ZTLIB_BOOL8, width, height, {200}));
     const auto all = static_cast<float>((width - 1) * (height - 1));
-    EXPECT_EQ(kit::Tree(result).Double("DetectPercent"), static_cast<float>(100 * pixels) / all)
-        << width;
+    const auto percent = ztlib::Find(result, "DetectPercent", 'F');
+    ASSERT_TRUE(percent) << width;
+    EXPECT_EQ(percent->Double(), static_cast<float>(100 * pixels) / all) << width;
   }
   ExpectNoFailure();
 }
@@ -115,9 +114,11 @@ TEST_F(MotionExports, GrayPicturesOfAnyWidthGiveOneResultWhereverTheyLie) {
     const Bytes expected = run(still, moving);
     Bytes head(32);  // of the bitmap: version, size, and behind three words the size in pixels
     Put(head, 0, 1), Put(head, 4, w * h / 8 + 48), Put(head, 20, w), Put(head, 24, h);
-    const kit::Tree detectors = kit::Tree(expected).Child("Motions");
-    const Bytes bitmap = kit::Tree(detectors.elements.at(0).value).Binary("Motion");
-    ASSERT_EQ(First(bitmap, head.size()), head);
+    ztlib::MotionResult result;
+    result.Read(expected);
+    ASSERT_EQ(result.areas.size(), 1U);
+    const std::uint8_t* const bitmap = result.areas[0].bits.data() - head.size();
+    ASSERT_EQ(Bytes(bitmap, bitmap + head.size()), head);
     for (int i = 0; i < w * h; ++i)
       ASSERT_EQ(bitmap[32 + i / 8] >> i % 8 & 1, i < w || i >= w * (h - 1)) << w << ": " << i;
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include "include/ztlib.hpp"
 
 namespace kit {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = ztlib::Bytes;
 
 // A ztlib_output that keeps the last block that it was handed; `user` is a Bytes.
 inline void Collect(void* user, const void* data, std::uint32_t size) {

@@ -16,7 +16,7 @@ struct Handle {
   ~Handle() { destroy(&object); }
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
-  void Configure(const Config& values) { values.Apply(config, object); }
+  void Configure(const Config& values) { Apply(values, config, object); }
   void* object;
 };
 

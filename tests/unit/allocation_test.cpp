@@ -14,7 +14,15 @@ using namespace ztlib;
 namespace {
 
 using namespace counting_heap;
-using namespace kit;
+using kit::BytesOf;
+using kit::Config;
+using kit::Decoder;
+using kit::Encoder;
+using kit::Frame;
+using kit::FrameOf;
+using kit::FramePool;
+using kit::Image;
+using kit::NewImage;
 
 constexpr int width = 640;
 constexpr int height = 480;
@@ -206,9 +214,8 @@ TEST_F(Allocation, MotionTakesNoMemoryForAFrame) {
     constexpr int columns = width - 3;
     const std::unique_ptr<void, void (*)(void*)> context{ztlib_simplemotion_create(),
                                                          ztlib_simplemotion_destroy};
-    Config()
-        .Child("Configs", Config().Child("", masked).Child("", Config()))
-        .Apply(ztlib_simplemotion_configure, context.get(), columns, height);
+    kit::Apply(Config().Child("Configs", Config().Child("", masked).Child("", Config())),
+               ztlib_simplemotion_configure, context.get(), columns, height);
     const Image image = Picture(format, columns, 0, [](int) { return 0; });
     std::int64_t time = 0;
     const auto detect = [&] {
@@ -307,7 +314,7 @@ TEST_F(Allocation, CallsWithoutGuardTakeNoMemory) {
   Decoder decoder(ZTLIB_RGB);
   Encoder encoder(64, 64, ZTLIB_VIDEO_MJPEGDIFF);
   void* const motion = ztlib_simplemotion_create();
-  Config().Apply(ztlib_simplemotion_configure, motion, width, height);
+  kit::Apply(Config(), ztlib_simplemotion_configure, motion, width, height);
   void* const mesh = ztlib_triangulation_create();
   ztlib_triangulation_init(mesh, 0, 0, 9, 9, 1);
   std::uint32_t sizes[4] = {};

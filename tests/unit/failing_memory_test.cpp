@@ -152,7 +152,7 @@ std::vector<Case> Cases() {
     for (const int format : {ZTLIB_GRAY, ZTLIB_UYVY}) {
       add("new encoders", [=, config = Config().Int("Width", width).Int("Height", height)] {
         const Encoder encoder(video);
-        config.Apply(ztlib_encoder_config, encoder.object);
+        kit::Apply(config, ztlib_encoder_config, encoder.object);
         const Image image = Wrapped(format, 9);
         return encoder.Process(image.get());
       });
@@ -217,13 +217,13 @@ std::vector<Case> Cases() {
   add("new motion contexts", [=] {
     const auto context = newContext();
     if (!context) return Bytes();
-    watch.Apply(ztlib_simplemotion_configure, context.get(), width, height);
+    kit::Apply(watch, ztlib_simplemotion_configure, context.get(), width, height);
     return detect(context.get(), 100);
   });
   cases.push_back({"a motion context",
                    [=] {
                      const std::shared_ptr<void> context = newContext();
-                     watch.Apply(ztlib_simplemotion_configure, context.get(), width, height);
+                     kit::Apply(watch, ztlib_simplemotion_configure, context.get(), width, height);
                      for (int i = 0; i < 60; ++i)
                        detect(context.get(), i * std::int64_t{100});
                      return [=, time = std::int64_t{6000}]() mutable {

@@ -178,8 +178,8 @@ class MotionContext : public Motion {
     ztlib_simplemotion_configure(context.get(), &blob, width, height);
   }
   CData Detect(const Plane& plane, std::int64_t time, bool expectedSignal = false) {
-    const Image image = NewImage(ZTLIB_GRAY, static_cast<int>(plane.view.width),
-                                 static_cast<int>(plane.view.height), plane.bytes);
+    const kit::Image image = NewImage(ZTLIB_GRAY, static_cast<int>(plane.view.width),
+                                      static_cast<int>(plane.view.height), plane.bytes);
     Output output;
     EXPECT_EQ(ztlib_simplemotion_detect(context.get(), &output, Output::Receive, image.get(),
                                         time + epochOffset),

@@ -130,9 +130,9 @@ struct CCalibrationView::CInside {
 CCalibrationView::CCalibrationView(const Json& configuration, const std::string& name, int width,
                                    int height)
     : inside(std::make_unique<CInside>()) {
-  const CTaggedWriter block = BlockOf(configuration, name);
+  const ztlib::TreeWriter block = BlockOf(configuration, name);
   CData tree;
-  ParseTagged(tree, block.Block().data, block.Block().size);
+  ParseTagged(tree, block.Blob().data, block.Blob().size);
   CheckKeys(tree, name);
   inside->width = float(width);
   inside->height = float(height);

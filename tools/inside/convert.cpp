@@ -1,5 +1,5 @@
 #include "client/console.h"
-#include "client/frame_pool.h"
+#include "client/frame.h"
 #include "client/input_files.h"
 #include "client/option_values.h"
 #include "client/picture_io.h"
@@ -38,7 +38,7 @@ bool IsPng(const std::string& path) {
 }
 
 std::size_t RowsOf(const AVFrame& frame, int pixelFormat) {
-  return static_cast<std::size_t>(frame.height / ShapeOf(pixelFormat).height);
+  return static_cast<std::size_t>(frame.height / ShapeOf(pixelFormat)->height);
 }
 std::size_t BytesOf(const AVFrame& frame, int pixelFormat) {
   return static_cast<std::size_t>(frame.linesize[0]) * RowsOf(frame, pixelFormat);
@@ -61,13 +61,14 @@ PoolFramePtr ReadPng(const CConvertOptions& options) {
 }
 
 PoolFramePtr ReadRaw(const CConvertOptions& options) {
-  const CSampleShape& shape = ShapeOf(options.from);
+  const SampleShape& shape = *ShapeOf(options.from);
   if (options.width == 0) throw CError("raw input needs its --size");
   if (options.width % shape.width != 0 || options.height % shape.height != 0)
     throw CError(Text("--size: %dx%d is not made of whole samples of %s (%dx%d pixels)",
                       options.width, options.height, NameOf(options.from), shape.width,
                       shape.height));
-  PoolFramePtr frame = NewPoolFrame(options.width, options.height, options.from);
+  PoolFramePtr frame =
+      CFramePool::New(options.width, options.height, static_cast<ztlib_pixel_format>(options.from));
   const std::size_t size = BytesOf(*frame, options.from);
   std::ifstream file(PathOf(options.input), std::ios::binary);
   if (!file) throw CError(options.input + ": cannot open: " + std::strerror(errno));

@@ -66,7 +66,7 @@ void WritePlot(COutputs& outputs, const std::string& path, const CHistogram& his
   std::uint8_t* const pixels = plot.GetWritePtr();
   std::fill_n(pixels, plotWidth * plotHeight, std::uint8_t{255});
   histogram.Draw(plot, 0);
-  const PoolFramePtr picture = NewPoolFrame(plotWidth, plotHeight, ZTLIB_GRAY);
+  const PoolFramePtr picture = CFramePool::New(plotWidth, plotHeight, ZTLIB_GRAY);
   for (int y = 0; y < plotHeight; ++y)
     std::copy_n(pixels + y * plot.GetScanline(), plotWidth,
                 picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);

@@ -1,5 +1,5 @@
 #include "client/console.h"
-#include "client/frame_pool.h"
+#include "client/frame.h"
 #include "client/program.h"
 #include "client/text.h"
 #include "main/lib/base/frame_manager.h"
@@ -13,12 +13,8 @@ namespace {
 
 // The library's pictures are frames of the pool.
 std::shared_ptr<void> OpenLibrary(bool isVerbose) {
-  RegisterFrameManager(
-      [](int width, int height, int pixelFormat) -> void* {
-        return CFramePool::Instance().Allocate(width, height, pixelFormat);
-      },
-      [](void* frame) { CFramePool::Instance().Release(static_cast<AVFrame*>(frame)); }, nullptr,
-      false);
+  const FrameManager frames = FrameManager::Of<CFramePool>();
+  RegisterFrameManager(frames.allocate, frames.release, nullptr, false);
   if (isVerbose)
     Logger().AddStream(new CFunctionLogStream([](int level, const char* text) {
       Complain(Text("library log, level %d: %s", level, text));
