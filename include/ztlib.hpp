@@ -21,6 +21,7 @@
  * Threads
  *   An object belongs to one thread at a time, but for Encoder::Encode and FramePool, which any
  *   number of threads may use. Different objects are independent of each other.
+ *   A thread must not be cancelled, nor end itself, in a callable that receives a result.
  */
 #ifndef ZTLIB_HPP
 #define ZTLIB_HPP
