@@ -6,7 +6,7 @@ OUT ?= demo
 BENCH_FILTER ?= .
 ROUNDS ?= 9
 
-.PHONY: all demo test asan tsan windows bench wall bench-windows fuzz faults valgrind coverage package wheel format style lint clean
+.PHONY: all demo test asan tsan windows bench wall bench-windows fuzz faults valgrind coverage package wheel docs format style lint clean
 
 all: build/release/build.ninja
 	cmake --build --preset release -j $(JOBS)
@@ -105,6 +105,12 @@ wheel:
 	mkdir -p build/python
 	cp -r bindings/python/pyproject.toml bindings/python/ztlib build/python
 	cd build/python && /usr/bin/python3 -m build --no-isolation --wheel --outdir .
+
+# Makes the pages of the headers and of docs/ in build/docs; a warning is an error.
+docs:
+	scripts/setup docs
+	mkdir -p build/docs
+	doxygen docs/Doxyfile
 
 format:
 	scripts/setup style
