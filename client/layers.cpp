@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/failure_text.h"
 #include "client/frame_file.h"
 #include "client/layer_records.h"
 #include "client/platform.h"
@@ -23,9 +24,10 @@ std::string LayerPath(const std::string& folder, std::size_t layer) {
 }
 
 // Runs `work` on every frame of the file; whatever does not fit ends it, with the frame's number.
+// `why` makes a sentence of a failure of the library.
 template <class Work>
 std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const char* label,
-                          Work&& work) {
+                          decltype(WhyNotSplit)& why, Work&& work) {
   CFrameFileReader reader(path, minSize);
   CProgressBar progress(label);
   std::int64_t frames = 0;
@@ -36,7 +38,7 @@ std::int64_t ForEachFrame(const std::string& path, std::uint32_t minSize, const 
       work(*frame);
     } catch (const ztlib::Error& error) {
       throw CError(Text("%s: frame %" PRId64 " at offset %" PRIu64 ": %s", path.c_str(),
-                        frame->index, frame->offset, error.what()));
+                        frame->index, frame->offset, why(frame->bytes, error).c_str()));
     }
     progress.Show(++frames, reader.Share());
   }
@@ -66,8 +68,8 @@ int ShowLayerSizes(const CLayersOptions& options) {
     table += "\n";
   };
   addLine("frame", [](std::size_t i) { return Text("layer %zu", i); });
-  const std::int64_t frames =
-      ForEachFrame(options.input, minFrameSize, "sizes", [&](const CCodedFrame& frame) {
+  const std::int64_t frames = ForEachFrame(
+      options.input, minFrameSize, "sizes", WhyNotSplit, [&](const CCodedFrame& frame) {
         const auto sizes = LayerSizes(frame.bytes);
         addLine(Text("%" PRId64, frame.index), [&](std::size_t i) {
           if (!sizes[i].isThere) return std::string("-");
@@ -92,8 +94,8 @@ int SplitRecording(const CLayersOptions& options) {
   std::filesystem::create_directories(PathOf(options.folder), error);
   if (error) throw CError(options.folder + ": cannot make the folder: " + error.message());
   std::array<std::optional<CFrameFileWriter>, layerCount> files;
-  const std::int64_t frames =
-      ForEachFrame(options.input, minFrameSize, "split", [&](const CCodedFrame& frame) {
+  const std::int64_t frames = ForEachFrame(
+      options.input, minFrameSize, "split", WhyNotSplit, [&](const CCodedFrame& frame) {
         const auto records = ztlib::SplitLayers(frame.bytes);
         for (std::size_t i = 0; i < layerCount; ++i) {
           if (!files[i]) files[i].emplace(outputs, LayerPath(options.folder, i));
@@ -123,7 +125,7 @@ int JoinRecording(const CLayersOptions& options) {
   std::optional<CFrameFileWriter> file;
   const std::string first = LayerPath(options.folder, 0);
   const std::int64_t frames =
-      ForEachFrame(first, layerHeaderSize, "join", [&](const CCodedFrame& frame) {
+      ForEachFrame(first, layerHeaderSize, "join", WhyNotJoined, [&](const CCodedFrame& frame) {
         std::vector<LayerRecord> records{{frame.bytes.begin(), frame.bytes.end()}};
         for (CFrameFileReader& other : others) {
           const std::optional<CCodedFrame> record = other.Next();

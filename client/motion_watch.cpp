@@ -1,5 +1,6 @@
 #include "client/motion_watch.h"
 
+#include "client/failure_text.h"
 #include "client/frame.h"
 #include "client/motion_area.h"
 
@@ -14,6 +15,7 @@ namespace {
 constexpr std::int64_t startOfTime = 12'591'158'400'000;
 
 constexpr char refusal[] = "the motion detectors refused their configuration";
+constexpr char reason[] = ", the log lines of -v tell why";
 
 }  // namespace
 
@@ -28,7 +30,7 @@ void CMotionWatch::Open(const AVFrame& first) {
   try {
     motion.Configure(ztlib::ByteView(settings.block), width, height);
   } catch (const ztlib::Error& error) {
-    throw CError(std::string(refusal) + ": " + error.what());
+    throw CError(InPlaceOf(error, std::string(refusal) + reason));
   }
 }
 
@@ -42,6 +44,6 @@ const ztlib::MotionResult& CMotionWatch::Look(const AVFrame& picture, std::int64
                 static_cast<std::size_t>(width));
   const ztlib::Image image(ZTLIB_GRAY, std::move(plane));
   detect.Run([&] { return motion.Detect(image, startOfTime + timeMs, result); });
-  if (!result.isConfigured) throw CError(std::string(refusal) + " (-v tells why)");
+  if (!result.isConfigured) throw CError(std::string(refusal) + reason);
   return result;
 }

@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/failure_text.h"
 #include "client/frame_file.h"
 #include "client/frame_header.h"
 #include "client/picture_sink.h"
@@ -87,12 +88,13 @@ class CLoss {
 };
 
 // A frame may fail for what was asked of it.
-std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame, const char* failure) {
+std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame,
+                      const ztlib::Error& error) {
   const bool isPaired = options.pixels == ZTLIB_YUYV || options.pixels == ZTLIB_UYVY;
   const int width = ReadFrameHeader(frame.bytes).width / options.scale;
   if (isPaired && width > 0 && width % 2 != 0)
     return Text("a width of %d has no whole pairs of pixels, use rgb, yuv or gray", width);
-  return failure;
+  return WhyNotDecoded(frame.bytes, error);
 }
 
 int Play(const CPlayOptions& options) {
@@ -129,7 +131,7 @@ int Play(const CPlayOptions& options) {
       } catch (const ztlib::Error& error) {
         damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
                          frame->index, frame->offset) +
-                        ReasonFor(options, *frame, error.what()),
+                        ReasonFor(options, *frame, error),
                     progress);
         continue;
       }

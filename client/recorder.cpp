@@ -1,6 +1,7 @@
 #include "client/recorder.h"
 
 #include "client/console.h"
+#include "client/failure_text.h"
 #include "client/interrupt.h"
 #include "client/layered_recording.h"
 #include "client/yuv_packing.h"
@@ -67,7 +68,7 @@ bool CRecorder::Step() {
   } catch (const ztlib::Error& error) {
     throw CError(Text("%s: picture %" PRId64 " of %dx%d cannot be encoded: %s",
                       source.Name().c_str(), frames, settings.width, settings.height,
-                      error.what()));
+                      WhyNotEncoded(settings.width, settings.height, error).c_str()));
   }
   ++frames;
   return true;

@@ -179,7 +179,10 @@ TEST_F(ClientTest, DamageIsNamedAndTheRestIsKept) {
       {"no size", all, fifth + 4, std::string(2, '\0'), 5, bad + "damaged"},
       {"unknown kind", all, fifth, "\x09", 12, ""},
       {"unknown format", all, fifth + 24, "\5", 11, decode + "unknown video format 5"},
-      {"giant", all, size, "\xFF\xD0\xFF", 11, decode},
+      {"giant", all, size, "\xFF\xD0\xFF", 11, decode + "its JPEG picture of "},
+      {"without an end", all, good.find("\xFF\xD9", fifth), "..", 11,
+       decode + "its JPEG data is cut"},
+      {"no JPEG", all, fifth + 112, "..", 11, decode + "it holds no JPEG picture"},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.name);
@@ -218,7 +221,7 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
       {"play @odd.zts --pixels yuyv", "whole pairs of pixels"},
       {"record @missing.avi @a.zts", "missing.avi: cannot open: No such file"},
       {"record @text.txt @a.zts", "text.txt: "},
-      {"record @png/000000.png @a.zts --size 8x8", "cannot be encoded"},
+      {"record @png/000000.png @a.zts --size 8x8", "8x8 cannot be encoded: so small a picture"},
       {"record @png/000000.png @a.zts --advanced", "--advanced needs --format mjpegdiff"},
       {"record @png/000000.png @a.zts --format mjpegdiff --bits 32", "--bits"},
       {"record @png/000000.png @a.zts --format mjpegdiff --size 15x64", "too small"},

@@ -90,12 +90,12 @@ TEST_F(LayersTest, MistakesAreNamed) {
   }
   ExpectErrors({
       {"layers sizes @demo.zts", "frame 0 at offset 0: no layered frame"},
-      {"layers split @cut.zts @none", "frame 0 at offset 0: Exception"},
+      {"layers split @cut.zts @none", "frame 0 at offset 0: layers are missing"},
       {"layers split @l.zts @l.zts", "l.zts: cannot make the folder"},
       {"info @parts/layer0.zts", "the others are missing, and 11 more frames"},
       {"layers join @short @a.zts", "frame 5 at offset "},
       {"layers join @long @a.zts", "layer1.zts: more frames than in layer 0"},
-      {"layers join @swapped @b.zts", "frame 0 at offset 0: "},
+      {"layers join @swapped @b.zts", "frame 0 at offset 0: the records of its layers"},
       {"record @a.mkv @b.zts --format layered --bits 3", "mjpegdiff or layereddiff"},
       {"record @a.mkv @b.zts --format layered --size 64x15", "too small for layered video"},
   });
