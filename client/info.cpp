@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/frame_checksums.h"
 #include "client/frame_file.h"
 #include "client/frame_header.h"
 #include "client/interrupt.h"
@@ -14,7 +15,7 @@ namespace {
 
 struct CInfoOptions {
   std::string input;
-  bool isJson = false;
+  bool isJson = false, verifies = false;
 };
 
 struct CTotals {
@@ -149,6 +150,7 @@ CSummary ShowJson(CFrameFileReader& reader, const std::string& path) {
 }
 
 int Info(const CInfoOptions& options) {
+  if (options.verifies) return PrintFrameChecksums(options.input);
   CFrameFileReader reader(options.input);
   const CSummary summary = options.isJson ? ShowJson(reader, options.input) : ShowTable(reader);
   if (summary.faults > 0)
@@ -174,6 +176,10 @@ CCommand InfoCommand() {
                        .value = &options->input,
                        .help = "Coded frames (.zts)",
                        .isRequired = true},
-                      {.name = "--json", .value = &options->isJson, .help = "As JSON"}},
+                      {.name = "--json", .value = &options->isJson, .help = "As JSON"},
+                      {.name = "--verify",
+                       .value = &options->verifies,
+                       .help = "Decode all and print a checksum of each picture, as FFmpeg's "
+                               "framemd5"}},
           .run = [=] { return Info(*options); }};
 }

@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/console.h"
+#include "client/damage_report.h"
 #include "client/failure_text.h"
 #include "client/frame_file.h"
 #include "client/frame_header.h"
@@ -20,6 +21,7 @@ struct CPlayOptions {
   std::string pngFolder, y4m, video;
   int dropType = -1;  // a ztlib::CodedFrameType; -1: none
   std::int64_t dropEvery = 1;
+  std::int64_t from = 0, frames = 0;  // the first to be shown, and how many; 0: all
 };
 
 const CWords pixelNames{{"rgb", ZTLIB_RGB},
@@ -43,28 +45,6 @@ std::vector<SinkPtr> OpenSinks(COutputs& outputs, const CPlayOptions& options) {
     sinks.push_back(NewVideoOutput(outputs, options.video, rate, EUnfinished::kept));
   return sinks;
 }
-
-// Names each damaged frame, up to a number that a reader still reads.
-class CDamageReport {
- public:
-  explicit CDamageReport(std::string path) : file(std::move(path)) {}
-
-  void Add(const std::string& text, CProgressBar& progress) {
-    if (++count > maxLines) return;
-    progress.Wipe();
-    Complain(file + ": " + text);
-  }
-  void Close() const {
-    if (count > maxLines)
-      Complain(file + ": and " + CountText(count - maxLines, "more damaged frame"));
-  }
-  [[nodiscard]] std::int64_t Count() const { return count; }
-
- private:
-  static constexpr std::int64_t maxLines = 10;
-  std::string file;
-  std::int64_t count = 0;
-};
 
 // Plays a line on which frames get lost.
 class CLoss {
@@ -97,6 +77,28 @@ std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame,
   return WhyNotDecoded(frame.bytes, error);
 }
 
+// The frames before the first that is wanted, as far as that one builds on them.
+class CLeadIn {
+ public:
+  void Add(const CFrameHeader& header, std::span<const std::uint8_t> frame) {
+    if (!header.IsDifferential()) frames.clear();
+    frames.emplace_back(frame.begin(), frame.end());
+  }
+  // Brings the decoder to the frame behind them, with that frame's header.
+  void Decode(const CFrameHeader& next, ztlib::Decoder& decoder) {
+    if (next.IsDifferential())
+      for (ztlib::Bytes& frame : frames)
+        try {
+          decoder.Decode(frame);
+        } catch (const ztlib::Error&) {  // nobody wants to see it
+        }
+    frames.clear();
+  }
+
+ private:
+  std::vector<ztlib::Bytes> frames;
+};
+
 int Play(const CPlayOptions& options) {
   CFrameFileReader reader(options.input);
   COutputs outputs({options.input}, {options.y4m, options.video});
@@ -105,11 +107,12 @@ int Play(const CPlayOptions& options) {
   CStage decode("decode");
   CDamageReport damaged(options.input);
   CLoss loss(options);
+  CLeadIn leadIn;
   std::int64_t frames = 0, played = 0, baseless = 0;
   int width = 0, height = 0;
   {
     CProgressBar progress("play");
-    while (!Interrupted()) {
+    while (!Interrupted() && (options.frames == 0 || played < options.frames)) {
       const std::optional<CCodedFrame> frame = reader.Next();
       if (!frame) break;
       ++frames;
@@ -120,6 +123,11 @@ int Play(const CPlayOptions& options) {
         throw CError(options.input +
                      ": differential and layered video have no gray pictures, use rgb or yuv");
       if (loss.Takes(header)) continue;
+      if (frame->index < options.from) {
+        leadIn.Add(header, frame->bytes);
+        continue;
+      }
+      leadIn.Decode(header, decoder);
       if (!decoder.Accepts(header)) {
         ++baseless;
         continue;
@@ -151,6 +159,9 @@ int Play(const CPlayOptions& options) {
                   reader.Damage()->text.c_str()));
   else if (frames == 0 && !Interrupted())
     throw CError(options.input + ": no frame in it");
+  else if (frames <= options.from && !Interrupted())
+    throw CError(Text("%s: frame %" PRId64 " is behind its end, %s", options.input.c_str(),
+                      options.from, CountText(frames, "frame").c_str()));
   if (played > 0)
     for (const SinkPtr& sink : sinks)
       sink->Close();
@@ -187,6 +198,14 @@ CCommand PlayCommand() {
                        .help = "Pixel format to decode to",
                        .allowed = pixelNames,
                        .showsDefault = true},
+                      {.name = "--from",
+                       .value = &options->from,
+                       .help = "The first frame to show, counted from 0",
+                       .allowed = CLimits{0, 1000000000}},
+                      {.name = "--frames",
+                       .value = &options->frames,
+                       .help = "Stop after so many frames",
+                       .allowed = CPositive{}},
                       {.name = "--drop",
                        .value = &options->dropType,
                        .help = "Lose the frames of this type",

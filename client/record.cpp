@@ -51,7 +51,10 @@ int Record(const CRecordOptions& options) {
   }
   if (!file) {
     ThrowIfInterrupted();
-    throw CError(options.input + ": no picture in it");
+    throw CError(options.input +
+                 (options.settings.from == 0
+                      ? ": no picture in it"
+                      : Text(": no picture %" PRId64 " in it", options.settings.from)));
   }
   file->Close();
   if (const std::string damage = input.Damage(); !damage.empty())

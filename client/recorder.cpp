@@ -61,6 +61,8 @@ void CRecorder::Open() {
 
 bool CRecorder::Step() {
   if (Interrupted() || (settings.frames > 0 && frames == settings.frames)) return false;
+  for (; skipped < settings.from; ++skipped)
+    if (Interrupted() || !source.Next(*picture)) return false;
   if (!decodeInput.Run([&] { return source.Next(*picture); })) return false;
   try {
     if (!coder) Open();
@@ -75,7 +77,8 @@ bool CRecorder::Step() {
 }
 
 std::int64_t CRecorder::Expected() const {
-  const std::int64_t count = source.Count();
+  const std::int64_t count =
+      source.Count() > 0 ? std::max<std::int64_t>(1, source.Count() - settings.from) : 0;
   if (settings.frames == 0) return count;
   return count > 0 ? std::min(count, settings.frames) : settings.frames;
 }

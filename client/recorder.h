@@ -94,5 +94,5 @@ class CRecorder {
   CRecordSettings settings;
   FramePtr picture = NewFrame();
   std::optional<CCoder> coder;
-  std::int64_t frames = 0;
+  std::int64_t frames = 0, skipped = 0;
 };

@@ -46,6 +46,38 @@ TEST_F(DifferentialTest, OptionsReachTheEncoderAndInfoShowsTheParts) {
   }
 }
 
+TEST_F(DifferentialTest, PartsAreThoseOfTheWhole) {
+  Record(steady);
+  const std::vector<Bytes> whole = Play("d.zts");
+  for (const std::size_t from : {0, 5, 7, 10}) {
+    const std::string part = "d.zts --frames 2 --from " + std::to_string(from);
+    EXPECT_EQ(Play(part), std::vector(whole.begin() + from, whole.begin() + from + 2)) << from;
+  }
+  ExpectErrors({{"play @d.zts --from 12", "d.zts: frame 12 is behind its end, 12 frames"},
+                {"record @a.mkv @e.zts --from 40", "a.mkv: no picture 40 in it"}});
+
+  // Checksums of a part of the pictures, numbered anew.
+  const auto sums = [&](const char* file) {
+    std::vector<std::string> lines;
+    std::istringstream text(Run(std::string("info --verify @") + file).output);
+    for (std::string line; std::getline(text, line);)
+      if (!line.starts_with('#')) lines.push_back(line.substr(line.rfind(' ')));
+    return lines;
+  };
+  Succeed("record @a.mkv @all.zts --frames 9");
+  Succeed("record @a.mkv @some.zts --from 6 --frames 3");
+  const std::vector<std::string> all = sums("all.zts");
+  ASSERT_EQ(all.size(), 9U);
+  EXPECT_NE(all[0], all[8]);
+  EXPECT_EQ(sums("some.zts"), std::vector(all.begin() + 6, all.end()));
+  // The first frame is lost.
+  const std::string file = ReadText("d.zts");
+  WriteText("late.zts", file.substr(Info("d.zts")["frames"][1]["offset"]));
+  EXPECT_EQ(sums("late.zts").size(), 5U);
+  ExpectErrors(
+      {{"info @late.zts --verify", "late.zts: 6 frames left out for want of a key frame"}});
+}
+
 TEST_F(DifferentialTest, OnlyKeyAndReferenceFramesAreMissed) {
   constexpr std::tuple<const char*, std::size_t, bool> cases[] = {{"plain", 1, true},
                                                                   {"plain", 2, true},
