@@ -13,6 +13,7 @@ using System.Runtime.CompilerServices;
 using System.Runtime.ExceptionServices;
 using System.Runtime.InteropServices;
 using System.Text;
+using System.Threading;
 using Microsoft.Win32.SafeHandles;
 
 namespace Ztlib
@@ -866,6 +867,8 @@ namespace Ztlib
     {
         // The innermost call that runs on this thread.
         [ThreadStatic] static Calls current;
+        static int threadsInside;
+        static volatile Thread ending;  // the thread that ends the program
 
         // The library keeps no reference, so these live as long as the process.
         internal static readonly Native.Output Collect = (user, data, size) => Guard(() =>
@@ -891,6 +894,15 @@ namespace Ztlib
         {
             Native.Load();
             Native.Register();
+            AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => End();
+        }
+
+        // Mono ends background threads wherever they are, and no thread may end inside the library.
+        static void End()
+        {
+            ending = Thread.CurrentThread;
+            while (Volatile.Read(ref threadsInside) > (current == null ? 0 : 1))
+                Thread.Sleep(1);
         }
 
         // Runs an export. Throws ZtlibException if it fails, and what a callback has thrown first
@@ -907,20 +919,35 @@ namespace Ztlib
         // What an export hands out, in its order.
         internal static List<byte[]> Results(Action<Native.Output> export)
         {
-            Calls outer = current, call = current = new Calls();
+            Calls outer = current, call = new Calls();
+            if (outer == null)
+                Enter();
             try
             {
+                current = call;
                 export(Collect);
             }
             finally
             {
                 current = outer;
+                if (outer == null)
+                    Interlocked.Decrement(ref threadsInside);
             }
             if (call.failure != null)
                 throw new ZtlibException(call.failure, call.thrown);
             if (call.thrown != null)
                 ExceptionDispatchInfo.Capture(call.thrown).Throw();
             return call.results;
+        }
+
+        static void Enter()
+        {
+            Interlocked.Increment(ref threadsInside);
+            // Either this thread sees the end, or the end sees this thread.
+            if (ending == null || ending == Thread.CurrentThread)
+                return;
+            Interlocked.Decrement(ref threadsInside);
+            Thread.Sleep(Timeout.Infinite);
         }
 
         // What an export has handed out once.
