@@ -116,6 +116,20 @@ namespace Ztlib
             get { return FrameManager.PixelLimit; }
             set { FrameManager.PixelLimit = value; }
         }
+
+        /// <summary>
+        /// Whether arrays of the library's pictures are used again, which spares the collector a
+        /// picture for each frame (false).
+        /// </summary>
+        /// <remarks>
+        /// <see cref="Image.Pixels"/> is valid then until the image gets another picture or is
+        /// closed. Arrays that a program has wrapped are never used again.
+        /// </remarks>
+        public static bool ReuseArrays
+        {
+            get { return FrameManager.Reuse; }
+            set { FrameManager.Reuse = value; }
+        }
     }
 
     /// <summary>
@@ -171,8 +185,8 @@ namespace Ztlib
 
         /// <summary>The bytes of the picture without a copy, null for an empty image.</summary>
         /// <remarks>
-        /// The array stays as it is when the image gets another picture or is closed, because
-        /// arrays are never used again.
+        /// The array stays as it is when the image gets another picture or is closed, unless
+        /// <see cref="Context.ReuseArrays"/> is set.
         /// </remarks>
         public byte[] Pixels => Frame?.Pixels;
 
@@ -998,13 +1012,16 @@ namespace Ztlib
         internal int Width, Height;
         internal PixelFormat Format;
         internal GCHandle Pin;
+        internal bool Wrapped;  // the array is the program's
     }
 
     // All memory of pictures is managed. A frame is held here exactly as long as the library holds
     // it.
     static class FrameManager
     {
+        const int MostIdle = 8;  // what one stream has in work at a time
         internal static long PixelLimit = 1 << 26;
+        internal static bool Reuse;
         internal static readonly Native.Allocate Allocate = (width, height, format) =>
         {
             IntPtr record = IntPtr.Zero;
@@ -1013,7 +1030,11 @@ namespace Ztlib
                 if ((long)width * height > PixelLimit)
                     throw new OutOfMemoryException(
                         $"a picture of {width} x {height} pixels is above the limit");
-                var pixels = new byte[BytesOf((PixelFormat)format, width, height)];
+                long size = BytesOf((PixelFormat)format, width, height);
+                if (idle.TryDequeue(out byte[] pixels) && pixels.Length == size)
+                    Array.Clear(pixels, 0, pixels.Length);
+                else
+                    pixels = new byte[size];
                 record = Add(pixels, width, height, (PixelFormat)format);
             });
             return record;
@@ -1028,6 +1049,7 @@ namespace Ztlib
         };
         static readonly ConcurrentDictionary<IntPtr, Frame> held =
             new ConcurrentDictionary<IntPtr, Frame>();
+        static readonly ConcurrentQueue<byte[]> idle = new ConcurrentQueue<byte[]>();
 
         internal static IntPtr Hold(byte[] pixels, int width, int height, PixelFormat format)
         {
@@ -1036,7 +1058,7 @@ namespace Ztlib
                 pixels.Length != BytesOf(format, width, height))
                 throw new ArgumentException(
                     $"{pixels.Length} bytes are no picture of {width} x {height} in {format}");
-            return Add(pixels, width, height, format);
+            return Add(pixels, width, height, format, true);
         }
 
         internal static Frame Held(IntPtr record) => record == IntPtr.Zero ? null : held[record];
@@ -1048,6 +1070,8 @@ namespace Ztlib
                 return;
             frame.Pin.Free();
             Marshal.FreeHGlobal(record);
+            if (Reuse && !frame.Wrapped && idle.Count < MostIdle)
+                idle.Enqueue(frame.Pixels);
         }
 
         static long BytesOf(PixelFormat format, int width, int height)
@@ -1056,10 +1080,12 @@ namespace Ztlib
                 samples[(int)format, 2];
         }
 
-        static IntPtr Add(byte[] pixels, int width, int height, PixelFormat format)
+        static IntPtr Add(byte[] pixels, int width, int height, PixelFormat format,
+                          bool wrapped = false)
         {
-            var frame = new Frame
-                { Pixels = pixels, Width = width, Height = height, Format = format };
+            var frame = new Frame { Pixels = pixels, Format = format, Wrapped = wrapped };
+            frame.Width = width;
+            frame.Height = height;
             IntPtr record = Marshal.AllocHGlobal(112);
             frame.Pin = GCHandle.Alloc(pixels, GCHandleType.Pinned);
             Marshal.WriteIntPtr(record, 0, frame.Pin.AddrOfPinnedObject());

@@ -106,6 +106,8 @@ static class BindingTest
             Check(copy.Format == format, "format");
             Throws<ArgumentException>(".", () => new Image(new byte[7], 64, 48, format));
         }
+        Throws<ArgumentException>("65", () => new Image(new byte[6144], 65, 48, PixelFormat.Yuyv));
+        Throws<ArgumentException>("99", () => new Image(new byte[1], 1, 1, (PixelFormat)99));
         var empty = new Image();
         Check(empty.Pixels == null && empty.Width == 0 && empty.Format == null, "empty");
         Throws<ZtlibException>("empty|[Nn]ull|assigned", () => empty.Save());
@@ -301,6 +303,22 @@ static class BindingTest
         GC.Collect();
         Check(held.Count <= before, $"{held.Count} frames and not {before}");
         Check(arrays.Count(array => array.IsAlive) < 25, "arrays stay in memory");
+
+        Context.ReuseArrays = true;
+        byte[] own = Picture(), first = null;
+        new Image(own, 64, 48).Dispose();
+        using (var decoder = new Decoder())
+        {
+            for (int round = 0; round < 3; round++)
+            {
+                using (Image image = decoder.Process(JpegFrame()))
+                {
+                    Check(round == 0 ? image.Pixels != own : image.Pixels == first, "other array");
+                    first = image.Pixels;
+                }
+            }
+        }
+        Context.ReuseArrays = false;
     }
 
     static void CallbacksThatThrow()
