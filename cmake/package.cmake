@@ -33,7 +33,7 @@ if(WIN32)
   # For the linker of Visual Studio; what reads neither makes its own from the .def file.
   install(FILES ${PROJECT_BINARY_DIR}/ztlib.lib ${PROJECT_SOURCE_DIR}/main/ztlib.def
           DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION .)
+  set(sources .)
   install(FILES ${PROJECT_BINARY_DIR}/ztlib.dll.debug DESTINATION symbols)
   # The licences are those of everything that is linked in statically.
   if(ZTLIB_WINDOWS_DEPS)
@@ -42,11 +42,15 @@ if(WIN32)
 else()
   set(CPACK_GENERATOR DEB)
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libztlib-dev)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${documents} COMPONENT development)
+  set(sources ${documents})
   include(${PROJECT_SOURCE_DIR}/cmake/debian.cmake)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
               ${PROJECT_SOURCE_DIR}/LICENSE
         DESTINATION ${documents} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${sources} COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/bindings/dotnet/Ztlib.cs
+              ${PROJECT_SOURCE_DIR}/bindings/dotnet/Ztlib.dll.config
+        DESTINATION ${sources}/bindings/dotnet COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${documents} COMPONENT development)
 include(CPack)

@@ -3,7 +3,10 @@ import ctypes
 import gc
 import pathlib
 import re
+import subprocess
+import sys
 import threading
+import time
 import unittest
 import uuid
 
@@ -150,6 +153,15 @@ class Video(unittest.TestCase):
         self.assertEqual(ztlib.video_format(wrapped), VideoFormat.MJPEG)
         self.assertEqual(Decoder().process(wrapped).size, (64, 48))
 
+    def test_a_frame_in_memory_that_is_read_only_is_copied(self):
+        # A frame that names no type gets one.
+        frame = bytearray(Encoder(VideoFormat.MJPEGDIFF, 64, 48).process(Image(picture())))
+        frame[26] = 1
+        for memory, written in (bytes(frame), False), (frame, True):
+            before = bytes(memory)
+            Decoder(VideoFormat.MJPEGDIFF).process(memory)
+            self.assertEqual(memory != before, written)
+
     def test_failures(self):
         for create in Decoder, lambda video: Encoder(video, 64, 48):
             with self.assertRaisesRegex(Error, "makes no such"):
@@ -243,24 +255,41 @@ class Process(unittest.TestCase):
         self.assertIsInstance(failure.exception.__cause__, KeyError)
 
     def test_each_thread_has_its_own_failures(self):
-        outcomes = {}
+        inside, texts = threading.Event(), []
 
-        def work(name, frame):
-            outcomes[name] = set()
-            decoder = Decoder()
-            for _ in range(50):
+        def fail():
+            with self.assertRaises(Error) as failure:
+                Decoder().process(frame)
+            texts.append(str(failure.exception))
+
+        # The first thread fails while the second is inside a call, which waits for the logger.
+        def linger(level, text):
+            if threading.current_thread() is thread and level == 1:
+                inside.set()
+                time.sleep(0.05)
+        frame, thread = jpeg_frame()[:300], threading.Thread(target=fail)
+        ztlib.add_logger(linger)
+        thread.start()
+        inside.wait()
+        with self.assertRaisesRegex(Error, "Invalid or nullptr memory!$"):
+            Image().load(b"short")
+        thread.join()
+        self.assertEqual(texts, ["Unknown exception!"])
+
+    def test_a_program_ends_while_daemon_threads_decode(self):
+        subprocess.run([sys.executable, "-c", """if True:
+            import threading, time, numpy, ztlib
+            with ztlib.Encoder(ztlib.VideoFormat.MJPEG, 640, 480) as encoder:
+                frame = encoder.process(ztlib.Image(numpy.zeros((480, 640, 4), numpy.uint8)))
+            def work(decoder):
                 try:
-                    outcomes[name].add(decoder.process(frame).size)
-                except Error as failure:
-                    outcomes[name].add(str(failure))
-        threads = [threading.Thread(target=work, args=a) for a in
-                   (("good", jpeg_frame()), ("bad", jpeg_frame()[:300]))]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
-        self.assertEqual(outcomes["good"], {(64, 48)})
-        self.assertRegex(" ".join(outcomes["bad"]), "^Unknown exception!$")
+                    while True:
+                        decoder.process(frame)
+                except ztlib.Error:
+                    pass
+            for decoder in [ztlib.Decoder() for _ in range(4)]:
+                threading.Thread(target=work, args=[decoder], daemon=True).start()
+            time.sleep(0.1)"""], check=True, timeout=60)
 
     def test_zz_a_context_ends_the_loggers(self):
         with ztlib.Context():

@@ -8,7 +8,7 @@ import unittest
 
 import ztlib
 
-EXAMPLES = pathlib.Path(__file__).resolve().parents[1] / "examples"
+EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
 
 
 @unittest.skipUnless("ZTCLIENT" in os.environ, "needs ztclient")

@@ -1,7 +1,11 @@
 """Calls of the library: failures become exceptions, on the thread of the call."""
+import atexit
 import ctypes
+import os
 import threading
-from typing import Any, Callable, List
+import time
+import weakref
+from typing import Any, Callable, List, Set
 
 import numpy
 
@@ -14,6 +18,23 @@ class Error(Exception):
 
 # `failures` is a list while a call runs on this thread.
 _state = threading.local()
+_inside: Set[int] = set()  # the threads that are in the library
+_ended = False
+
+
+def _end() -> None:
+    """Keeps daemon threads out of the library, whose handles and pictures go from here on."""
+    global _ended
+    _ended = True
+    while _inside - {threading.get_ident()}:
+        time.sleep(0.001)
+
+
+if hasattr(os, "register_at_fork"):
+    os.register_at_fork(after_in_child=_inside.clear)
+# What is registered last runs first, and the first finalizer registers those of all handles.
+weakref.finalize(Error, int)
+atexit.register(_end)
 
 
 def call(function: Callable[..., Any], *arguments: Any) -> Any:
@@ -24,10 +45,17 @@ def call(function: Callable[..., Any], *arguments: Any) -> Any:
     """
     outer = getattr(_state, "failures", None)
     failures = _state.failures = []
+    if outer is None:
+        _inside.add(threading.get_ident())
     try:
+        # Either this thread sees the end, or the end sees this thread.
+        if _ended and threading.current_thread() is not threading.main_thread():
+            raise Error("the program ends")
         result = function(*arguments)
     finally:
         _state.failures = outer
+        if outer is None:
+            _inside.discard(threading.get_ident())
     if failures:
         raise failures[-1] from (failures[0] if len(failures) > 1 else None)
     return result

@@ -1,5 +1,6 @@
 """Encoders and decoders of camera video."""
 import operator
+import threading
 from typing import Any, Optional
 
 import numpy
@@ -19,6 +20,7 @@ class Encoder(Handle):
         """The arguments behind the first are those of `configure`."""
         super().__init__(call(lib.ztlib_encoder_create, video), lib.ztlib_encoder_destroy)
         self._differential = video == VideoFormat.MJPEGDIFF
+        self._lock = threading.RLock()
         self.configure(width, height, **settings)
 
     def configure(self, width: int, height: int, **settings: Any) -> None:
@@ -28,19 +30,21 @@ class Encoder(Handle):
         """
         size = operator.index(width), operator.index(height)
         block = tree.dump({**settings, "Width": size[0], "Height": size[1]})
-        call(lib.ztlib_encoder_config, self.handle, blob(block))
-        self._size = size
+        with self._lock:
+            call(lib.ztlib_encoder_config, self.handle, blob(block))
+            self._size = size
 
     def process(self, image: Image, key: bool = False) -> bytes:
         """Codes a picture of the configured size as one frame; `key` makes it a key frame.
 
         Raises ValueError for a size that differential video does not take.
         """
-        # The library would end the process.
-        if self._differential and (image.size != self._size or any(n % 8 for n in self._size)):
-            raise ValueError(f"a picture of {image.size} for an encoder of {self._size}")
         results = []
-        call(lib.ztlib_encoder_process, self.handle, results, collect, image.handle, key)
+        with self._lock:
+            # The library would end the process.
+            if self._differential and (image.size != self._size or any(n % 8 for n in self._size)):
+                raise ValueError(f"a picture of {image.size} for an encoder of {self._size}")
+            call(lib.ztlib_encoder_process, self.handle, results, collect, image.handle, key)
         return one(results)
 
 

@@ -1,11 +1,18 @@
 """What all objects of the library have in common."""
+import contextlib
 import ctypes
 import weakref
 from typing import Any, Optional, TypeVar
 
-from .calls import Error
+from .calls import Error, call
 
 T = TypeVar("T", bound="Handle")
+
+
+def _destroy(function: Any, variable: ctypes.c_void_p) -> None:
+    # A daemon thread that is behind the end of the program leaves the handle as it is.
+    with contextlib.suppress(Error):
+        call(function, variable)
 
 
 class Handle:
@@ -16,7 +23,7 @@ class Handle:
             raise Error(f"the library makes no such {type(self).__name__}")
         # An export that replaces or clears the handle gets the address of this variable.
         self._variable = ctypes.c_void_p(address)
-        self._finalizer = weakref.finalize(self, destroy, self._variable)
+        self._finalizer = weakref.finalize(self, _destroy, destroy, self._variable)
 
     @property
     def handle(self) -> ctypes.c_void_p:
