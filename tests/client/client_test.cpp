@@ -306,7 +306,8 @@ TEST_F(ClientTest, HistogramsCountThePixelsOfAPicture) {
     return bars;
   };
   EXPECT_EQ(barsOf(" --png @plot.png"), all);
-  EXPECT_EQ(ReadBytes(Path("plot.png")).at(1), 'P');
+  const Bytes plot = ReadBytes(Path("plot.png"));
+  EXPECT_EQ(Bytes(plot.begin() + 16, plot.begin() + 24), (Bytes{0, 0, 2, 208, 0, 0, 1, 224}));
   WriteText("mask.json", R"({"Masks": [[0, 0, 8192, 0, 8192, 16384, 0, 16384]]})");
   EXPECT_EQ(barsOf(" --mask @mask.json"), left);
 }

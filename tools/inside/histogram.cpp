@@ -9,6 +9,7 @@
 #include "main/lib/base/exceptions.h"
 #include "main/lib/imgproc/mask.h"
 #include "tools/inside/commands.h"
+#include "tools/inside/plot.h"
 
 #include <algorithm>
 #include <fstream>
@@ -25,8 +26,6 @@ struct CHistogramOptions {
   std::string picture;
   std::string mask, png;  // empty: none
 };
-
-constexpr int plotWidth = 256, plotHeight = 192;
 
 // The file has a list of polygons, each a list of virtual coordinates, x and y in turn, or an
 // object with such a list under "Masks".
@@ -61,18 +60,6 @@ ByteImage PlaneOf(const AVFrame& picture) {
   return plane;
 }
 
-void WritePlot(COutputs& outputs, const std::string& path, const CHistogram& histogram) {
-  ByteImage plot(plotWidth, plotHeight);
-  std::uint8_t* const pixels = plot.GetWritePtr();
-  std::fill_n(pixels, plotWidth * plotHeight, std::uint8_t{255});
-  histogram.Draw(plot, 0);
-  const PoolFramePtr picture = CFramePool::New(plotWidth, plotHeight, ZTLIB_GRAY);
-  for (int y = 0; y < plotHeight; ++y)
-    std::copy_n(pixels + y * plot.GetScanline(), plotWidth,
-                picture->data[0] + std::ptrdiff_t{y} * picture->linesize[0]);
-  WritePng(outputs, path, *picture);
-}
-
 // Returns a bar for every eight gray values.
 std::string Bars(const CHistogram& histogram) {
   constexpr int width = 8, cells = 60, bars = 256 / width;
@@ -101,7 +88,8 @@ int Histogram(const CHistogramOptions& options) {
     histogram.Make(plane);
   else
     histogram.Make(plane, ReadMask(options.mask, {plane.GetDx(), plane.GetDy()}));
-  if (!options.png.empty()) WritePlot(outputs, options.png, histogram);
+  if (!options.png.empty())
+    WritePng(outputs, options.png, *PictureOf(PlotBars({histogram.bins, 256})));
 
   int low = 0, high = 0, mean = 0;
   constexpr int eightyPercent = 80;  // in steps of 5/1024 on either side
@@ -123,16 +111,19 @@ CCommand HistogramCommand() {
   return {
       .name = "histogram",
       .help = "Plot the gray values of a picture",
-      .options =
-          {{.name = "picture",
-            .value = &options->picture,
-            .help = "Anything that FFmpeg reads",
-            .isRequired = true},
-           {.name = "--mask",
-            .value = &options->mask,
-            .help = "Count inside of these polygons: JSON lists of x and y in turn, 16384 being "
-                    "the picture's width on both axes",
-            .form = "FILE.json"},
-           {.name = "--png", .value = &options->png, .help = "Draw the plot", .form = "FILE"}},
+      .options = {{.name = "picture",
+                   .value = &options->picture,
+                   .help = "Anything that FFmpeg reads",
+                   .isRequired = true},
+                  {.name = "--mask",
+                   .value = &options->mask,
+                   .help =
+                       "Count inside of these polygons: JSON lists of x and y in turn, 16384 being "
+                       "the picture's width on both axes",
+                   .form = "FILE.json"},
+                  {.name = "--png",
+                   .value = &options->png,
+                   .help = "Draw how many pixels have which of the 256 values",
+                   .form = "FILE"}},
       .run = [=] { return Histogram(*options); }};
 }
