@@ -66,23 +66,41 @@ ScalerPtr NewScaler(const CScaler::CSetup& setup) {
   return scaler;
 }
 
-using CTable = std::array<std::uint8_t, 256>;
-
-// Full range for each value of the limited one, in which `zero` stands for 0, or for no color, and
-// `steps` for 255 steps of the full one.
-constexpr CTable StretchTable(int zero, int steps, int fullZero) {
-  CTable table{};
-  for (int value = 0; value < 256; ++value) {
-    // Rounded to the nearest value, so that a half goes up on either side of zero.
-    const int doubled = 2 * 255 * (value - zero) + steps;
-    const int rounded = (doubled >= 0 ? doubled : doubled - 2 * steps + 1) / (2 * steps);
-    table[static_cast<std::size_t>(value)] =
-        static_cast<std::uint8_t>(std::clamp(rounded + fullZero, 0, 255));
-  }
-  return table;
+// Full range for a value of the limited one, in which `zero` stands for 0, or for no color, and `steps`
+// for 255 steps of the full one: rounded to the nearest value, so that a half goes up on either side
+// of zero.
+constexpr int Stretched(int value, int zero, int steps, int fullZero) {
+  const int doubled = 2 * 255 * (value - zero) + steps;
+  const int rounded = (doubled >= 0 ? doubled : doubled - 2 * steps + 1) / (2 * steps);
+  return std::clamp(rounded + fullZero, 0, 255);
 }
-constexpr CTable stretchedLuma = StretchTable(16, 219, 0);
-constexpr CTable stretchedChroma = StretchTable(128, 224, 128);
+
+// The same without a division and within 16 bits, so that the compiler does eight at a time.
+struct CStretch {
+  std::uint16_t factor, rounding;
+  std::int16_t zero;
+
+  [[nodiscard]] constexpr std::uint8_t Apply(std::uint8_t value) const {
+    const auto quarters = static_cast<std::uint16_t>((value << 2) + rounding);
+    const auto stretched =
+        static_cast<std::int16_t>((std::uint32_t{quarters} * std::uint32_t{factor} >> 16) - zero);
+    return static_cast<std::uint8_t>(
+        std::min<std::int16_t>(std::max<std::int16_t>(stretched, 0), 255));
+  }
+  [[nodiscard]] constexpr bool Is(int limitedZero, int steps, int fullZero) const {
+    for (int value = 0; value < 256; ++value)
+      if (Apply(static_cast<std::uint8_t>(value)) != Stretched(value, limitedZero, steps, fullZero))
+        return false;
+    return true;
+  }
+  void ApplyToRow(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
+                  int width) const {
+    for (int x = 0; x < width; ++x)
+      to[x] = Apply(from[x]);
+  }
+};
+constexpr CStretch stretchLuma{19077, 3, 19}, stretchChroma{18651, 59, 34};
+static_assert(stretchLuma.Is(16, 219, 0) && stretchChroma.Is(128, 224, 128));
 
 // Whether a picture's samples are bytes in planes of their own.
 bool IsPlanarYuv(AVPixelFormat format) {
@@ -99,14 +117,13 @@ void StretchRange(const AVFrame& source, AVFrame& target) {
       av_pix_fmt_get_chroma_sub_sample(static_cast<AVPixelFormat>(target.format), &downX, &downY),
       "cannot convert pictures");
   for (int plane = 0; plane < 3; ++plane) {
-    const CTable& table = plane == 0 ? stretchedLuma : stretchedChroma;
+    const CStretch& stretch = plane == 0 ? stretchLuma : stretchChroma;
     const int width = plane == 0 ? target.width : AV_CEIL_RSHIFT(target.width, downX);
     const int height = plane == 0 ? target.height : AV_CEIL_RSHIFT(target.height, downY);
     for (int y = 0; y < height; ++y) {
-      const std::uint8_t* const from =
-          source.data[plane] + std::ptrdiff_t{y} * source.linesize[plane];
-      std::uint8_t* const to = target.data[plane] + std::ptrdiff_t{y} * target.linesize[plane];
-      std::transform(from, from + width, to, [&table](std::uint8_t value) { return table[value]; });
+      const std::ptrdiff_t row = y;
+      stretch.ApplyToRow(source.data[plane] + row * source.linesize[plane],
+                         target.data[plane] + row * target.linesize[plane], width);
     }
   }
 }

@@ -8,6 +8,39 @@
 
 namespace {
 
+// Sixteen bytes of a register, and ways to take turns with those of two.
+using Bytes16 = std::uint8_t __attribute__((vector_size(16)));
+using Pairs16 = std::uint16_t __attribute__((vector_size(16)));
+using Words16 = std::uint64_t __attribute__((vector_size(16)));
+
+Bytes16 Load16(const std::uint8_t* bytes) {
+  Bytes16 loaded;
+  std::memcpy(&loaded, bytes, sizeof loaded);
+  return loaded;
+}
+// Eight bytes, each twice.
+Bytes16 LoadTwice8(const std::uint8_t* bytes) {
+  std::uint64_t loaded = 0;
+  std::memcpy(&loaded, bytes, sizeof loaded);
+  const auto low = reinterpret_cast<Bytes16>(Words16{loaded, 0});
+  return __builtin_shufflevector(low, low, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7);
+}
+Bytes16 LowBytes(Bytes16 a, Bytes16 b) {
+  return __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+}
+Bytes16 HighBytes(Bytes16 a, Bytes16 b) {
+  return __builtin_shufflevector(a, b, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15,
+                                 31);
+}
+// Stores the pairs of two registers in turns.
+void StorePairs(std::uint8_t* target, Bytes16 a, Bytes16 b) {
+  const auto first = reinterpret_cast<Pairs16>(a), second = reinterpret_cast<Pairs16>(b);
+  const Pairs16 low = __builtin_shufflevector(first, second, 0, 8, 1, 9, 2, 10, 3, 11);
+  const Pairs16 high = __builtin_shufflevector(first, second, 4, 12, 5, 13, 6, 14, 7, 15);
+  std::memcpy(target, &low, sizeof low);
+  std::memcpy(target + sizeof low, &high, sizeof high);
+}
+
 void PackFull(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
               std::uint8_t* packed, int width) {
   for (int x = 0; x < width; ++x) {
@@ -18,21 +51,23 @@ void PackFull(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* 
   }
 }
 
-// Two pixels with the same chroma are put together in a register, the lowest byte first.
+// Two pixels have the same chroma.
 void PackHalf(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
               std::uint8_t* packed, int width) {
-  const auto chromaOf = [=](int i) {
-    return 0xFF000000U | std::uint32_t{v[i]} << 16 | std::uint32_t{u[i]} << 8;
-  };
-  for (int i = 0; i < width / 2; ++i) {
-    const std::uint64_t chroma = chromaOf(i);
-    const std::uint64_t pixels =
-        (chroma | chroma << 32) | y[2 * i] | std::uint64_t{y[2 * i + 1]} << 32;
-    std::memcpy(packed + 8 * i, &pixels, sizeof pixels);
+  const Bytes16 unused = ~Bytes16{};
+  int x = 0;
+  for (; x + 16 <= width; x += 16) {
+    const Bytes16 luma = Load16(y + x);
+    const Bytes16 blue = LoadTwice8(u + x / 2), red = LoadTwice8(v + x / 2);
+    StorePairs(packed + 4 * x, LowBytes(luma, blue), LowBytes(red, unused));
+    StorePairs(packed + 4 * x + 32, HighBytes(luma, blue), HighBytes(red, unused));
   }
-  if (width % 2 == 0) return;
-  const std::uint32_t last = chromaOf(width / 2) | y[width - 1];
-  std::memcpy(packed + 4 * (width - 1), &last, sizeof last);
+  for (; x < width; ++x) {
+    packed[4 * x] = y[x];
+    packed[4 * x + 1] = u[x / 2];
+    packed[4 * x + 2] = v[x / 2];
+    packed[4 * x + 3] = 255;
+  }
 }
 
 template <int shift>
