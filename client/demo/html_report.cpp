@@ -170,27 +170,23 @@ Json Ground(const CReport& report) {
           {"people", std::move(people)}};
 }
 
-void AddSizes(Json& page, const CReport& report) {
-  std::vector<CSeries> sizes;
-  Json& shown = page["shownTypes"] = Json::array();
+Json SizePlot(const CReport& report) {
+  CPlot plot{"Bytes per frame", "kB", 1, {}};
   for (const CShownType& type : shownTypes) {
     CSeries bars{type.name, Text("type%d", type.type), {}, EPlot::bars};
     for (const CFrameFigures& frame : report.differential.frames)
       bars.values.push_back(frame.type == type.type ? frame.bytes / 1000.0 : 0);
-    if (std::all_of(bars.values.begin(), bars.values.end(), [](double v) { return v == 0; }))
-      continue;
-    shown.push_back({{"color", bars.cssClass}, {"type", type.name}});
-    sizes.push_back(std::move(bars));
+    plot.series.push_back(std::move(bars));
   }
-  CSeries whole{"MJPEG", "first", {}};
+  CSeries whole{"MJPEG, every frame", "first", {}};
   for (const CFrameFigures& frame : report.plain.frames)
     whole.values.push_back(frame.bytes / 1000.0);
-  sizes.push_back(std::move(whole));
-  page["sizePlot"] = SvgPlot(sizes);
+  plot.series.push_back(std::move(whole));
+  return PlotValues(plot);
 }
 
-std::string QualityPlot(const CReport& report) {
-  std::vector<CSeries> qualities;
+Json QualityPlot(const CReport& report) {
+  CPlot plot{"PSNR per frame", "dB", 2, {}};
   for (const auto& [coding, color] :
        {std::pair{&report.plain, "first"}, {&report.differential, "second"}}) {
     CSeries luma{coding->name + ", luma", color, {}}, chroma{coding->name + ", chroma", {}, {}};
@@ -199,9 +195,9 @@ std::string QualityPlot(const CReport& report) {
       luma.values.push_back(frame.lumaPsnr);
       chroma.values.push_back(frame.chromaPsnr);
     }
-    qualities.insert(qualities.end(), {std::move(luma), std::move(chroma)});
+    plot.series.insert(plot.series.end(), {std::move(luma), std::move(chroma)});
   }
-  return SvgPlot(qualities);
+  return PlotValues(plot);
 }
 
 std::string DetectorText(const CMotionReport& motion) {
@@ -241,30 +237,46 @@ Json AlarmPictures(const CMotionReport& motion) {
     pictures.push_back(Figure("jpeg", picture.jpeg,
                               Text("Alarm %zu, at %s", picture.alarm + 1,
                                    TimeText(motion.events[picture.alarm].highestMs).c_str())));
-  return {{"which",
-           motion.pictures.size() < motion.events.size() ? "the strongest alarms" : "each alarm"},
+  const std::size_t count = pictures.size();
+  return {{"which", count < motion.events.size() ? "the strongest alarms" : "each alarm"},
+          {"columns", count == 1   ? "single"
+                      : count == 3 ? "pair three"
+                                   : "pair"},
           {"pictures", std::move(pictures)}};
 }
 
-Json Motion(const CMotionReport& motion) {
-  const std::size_t frames = motion.percents.size();
-  std::vector<CSeries> percents{{"moving pixels", "first", motion.percents}};
+Json MotionPlots(const CMotionReport& motion) {
+  CPlot percents{"Moving pixels over time", "% of the picture", 2, {}};
+  percents.series.push_back({"moving pixels that count", "first", motion.percents});
+  percents.frameUnit = "s";
+  percents.unitsPerFrame = motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1;
+  percents.spans = motion.alarms;
+  CPlot progress = percents;
   std::set<std::pair<double, double>> thresholds;
   for (const CDetectorSettings& detector : motion.settings.detectors)
     thresholds.emplace(detector.signalPercent, detector.restorePercent);
   for (const auto& [signal, restore] : thresholds) {
-    percents.push_back({"threshold of the alarm", "type0 dashed", std::vector(frames, signal)});
-    percents.push_back({"threshold of its end", "type3 dashed", std::vector(frames, restore)});
+    percents.levels.push_back({"type0", signal});
+    percents.levels.push_back({"type3", restore});
   }
-  const CSeries progress{"way to the alarm", "second", motion.progress};
-  const CPlotGround ground{motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1, motion.alarms};
+  progress.label = "Way to the alarm over time";
+  progress.unit = "% of the way to the alarm";
+  progress.digits = 0;
+  progress.series = {{"way to the alarm, 100 % in it", "second", motion.progress}};
+  const Json first = PlotValues(percents);
+  if (first.is_null()) return nullptr;
+  return {{"percents", first}, {"progress", PlotValues(progress)}};
+}
+
+Json Motion(const CMotionReport& motion) {
   return {{"title", HtmlText(motion.title)},
           {"detectors", DetectorText(motion)},
           {"isQuiet", motion.events.empty()},
+          // A single picture has the table beside it.
+          {"layout", motion.pictures.size() == 1 ? "pair" : "below"},
           {"shown", AlarmPictures(motion)},
           {"alarms", Alarms(motion)},
-          {"percentPlot", SvgPlot(percents, ground)},
-          {"progressPlot", SvgPlot({&progress, 1}, ground)}};
+          {"overTime", MotionPlots(motion)}};
 }
 
 Json Stages(const CReport& report) {
@@ -317,7 +329,7 @@ std::string ReportSummary(const CReport& report) {
 std::string HtmlReport(const CReport& report) {
   const CCoding& plain = report.plain;
   const CCoding& differential = report.differential;
-  Json page{
+  const Json page{
       {"name", HtmlText(report.name)},
       {"summary", ReportSummary(report)},
       {"bytesOfPlain", Text("%.0f %%", 100 * double(differential.Bytes()) / double(plain.Bytes()))},
@@ -332,11 +344,11 @@ std::string HtmlReport(const CReport& report) {
       {"blocks", Blocks(report)},
       {"ground", Ground(report)},
       {"layers", Layers(report)},
+      {"sizePlot", SizePlot(report)},
       {"qualityPlot", QualityPlot(report)},
       {"gain", Text("%d", differenceGain)},
       {"moments", Moments(report)},
       {"motion", Motion(report.motion)},
       {"stages", Stages(report)}};
-  AddSizes(page, report);
   return FillPage(reportPage, page);
 }
