@@ -1,9 +1,11 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/demo/block_view.h"
+#include "client/demo/circumstances.h"
 #include "client/demo/html_report.h"
 #include "client/demo/layer_view.h"
 #include "client/demo/moment.h"
+#include "client/demo/moment_choice.h"
 #include "client/demo/motion_view.h"
 #include "client/demo/scene_ground.h"
 #include "client/demo/synthetic_scene.h"
@@ -15,6 +17,7 @@
 #include "client/progress_bar.h"
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
 
 namespace {
@@ -61,14 +64,6 @@ std::unique_ptr<IPictureSource> OpenSource(const CDemoOptions& options) {
   return std::make_unique<CSyntheticScene>(settings.width ? settings.width : sceneWidth,
                                            settings.height ? settings.height : sceneHeight,
                                            settings.frames ? settings.frames : sceneFrames);
-}
-
-// The report shows an early, a middle and a late frame. The first one stands in as long as it is
-// not known whether the input really has as many frames as expected.
-constexpr std::size_t momentCount = 3;
-
-bool IsShown(std::int64_t index, std::int64_t expected) {
-  return index == 0 || index == expected / 6 || index == expected / 2 || index == expected * 5 / 6;
 }
 
 // One coding of the clip, written to a file and played back.
@@ -137,12 +132,11 @@ int Demo(const CDemoOptions& options) {
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::optional<CLayerView> layerView;
-  const std::string shownName =
-      options.input.empty() ? source->Name() : PathOf(options.input).filename().string();
+  const std::string shownName = options.input.empty() ? source->Name() : ShownName(options.input);
   std::optional<CMotionView> motionView;
   if (!options.input.empty())
     motionView.emplace(momentMaker, ReadMotionSettings(options.motionConfig), shownName);
-  std::vector<CMoment> moments;
+  CMomentChoice moments;
   const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
   std::optional<CGroundPicture> ground;
   bool isGroundMissing = false;
@@ -162,14 +156,17 @@ int Demo(const CDemoOptions& options) {
       if (motionView) motionView->Add(recorder.Source(), source->TimeMs());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
-      layerView->Add(index, recorder.Source(), index == 0 || index == recorder.Expected() / 2);
+      // The last one of these is in the second half, however long the clip is.
+      layerView->Add(index, recorder.Source(),
+                     index == 0 || std::has_single_bit(static_cast<std::uint64_t>(index)));
       if (scene && index == recorder.Expected() / 6) {
         ground = MeasureGround(*scene, index, plain.Rgb(), momentMaker);
         isGroundMissing = !ground && !Interrupted();
       }
-      if (IsShown(index, recorder.Expected()))
-        moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
-                                           differential.Rgb()));
+      const CFrameHeader header = ReadFrameHeader(coder.Coded());
+      if (moments.Wants(header))
+        moments.Keep(header, momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
+                                              differential.Rgb()));
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
@@ -179,7 +176,6 @@ int Demo(const CDemoOptions& options) {
   }
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
-  if (moments.size() > momentCount) moments.erase(moments.begin());
   const CEncoderSettings& coded = recorder.Coder().Settings();
   const CReport report{
       shownName,
@@ -189,11 +185,12 @@ int Demo(const CDemoOptions& options) {
       recorder.decodeInput,
       plain.Finish(*plainCoder),
       differential.Finish(recorder.Coder()),
-      std::move(moments),
+      moments.Finish(recorder.Frames()),
       blockView.Finish(),
       std::move(ground),
       layerView->Finish(),
-      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
+      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames),
+      CircumstancesOf(options, coded)};
   const std::string html = HtmlReport(report);
   outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
   const std::string summary = ReportSummary(report) + "\n" + page + "\n";

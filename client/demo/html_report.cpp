@@ -78,7 +78,7 @@ Json Moments(const CReport& report) {
         {{"pair",
           {Figure("jpeg", moment.sourceJpeg, Text("Source, frame %" PRId64, moment.index)),
            Figure("jpeg", moment.decodedJpeg,
-                  Text("Differential, decoded, frame %" PRId64, moment.index))}},
+                  Text("Differential, decoded: a %s frame", moment.typeName.c_str()))}},
          {"details",
           {Figure("png", moment.sourceDetailPng, "Source, detail"),
            Figure("png", moment.plainDetailPng, "MJPEG, detail"),
@@ -279,6 +279,13 @@ Json Motion(const CMotionReport& motion) {
           {"overTime", MotionPlots(motion)}};
 }
 
+Json Circumstances(const CReport& report) {
+  Json rows = Json::array();
+  for (const CCircumstance& row : report.circumstances)
+    rows.push_back({{"name", row.name}, {"value", HtmlText(row.value)}});
+  return rows;
+}
+
 Json Stages(const CReport& report) {
   double slowest = report.input.SecondsPerRun();
   for (const CCoding* coding : {&report.plain, &report.differential})
@@ -349,6 +356,7 @@ std::string HtmlReport(const CReport& report) {
       {"gain", Text("%d", differenceGain)},
       {"moments", Moments(report)},
       {"motion", Motion(report.motion)},
-      {"stages", Stages(report)}};
+      {"stages", Stages(report)},
+      {"circumstances", Circumstances(report)}};
   return FillPage(reportPage, page);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/demo/circumstances.h"
 #include "client/demo/svg_plot.h"
 #include "client/motion_events.h"
 #include "client/statistics.h"
@@ -32,6 +33,7 @@ struct CCoding {
 // differential video.
 struct CMoment {
   std::int64_t index = 0;
+  std::string typeName;  // of the differential frame
   std::string sourceJpeg, decodedJpeg;
   std::string sourceDetailPng, plainDetailPng, decodedDetailPng, differenceDetailPng;
 };
@@ -104,6 +106,7 @@ struct CReport {
   std::optional<CGroundPicture> ground;  // of the synthetic scene
   std::optional<CLayerPictures> layers;  // none if the pictures are too small
   CMotionReport motion;
+  std::vector<CCircumstance> circumstances;
 };
 
 // How much stronger than they are the differences of the detail are shown.
