@@ -7,9 +7,10 @@
 #include "client/demo/moment.h"
 #include "client/demo/moment_choice.h"
 #include "client/demo/motion_view.h"
+#include "client/demo/playback.h"
 #include "client/demo/scene_ground.h"
 #include "client/demo/synthetic_scene.h"
-#include "client/frame_file.h"
+#include "client/demo/yardstick.h"
 #include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
@@ -66,45 +67,14 @@ std::unique_ptr<IPictureSource> OpenSource(const CDemoOptions& options) {
                                            settings.frames ? settings.frames : sceneFrames);
 }
 
-// One coding of the clip, written to a file and played back.
-class CPlayback {
- public:
-  CPlayback(COutputs& outputs, const std::string& name, const std::string& path)
-      : file(outputs, path) {
-    coding.name = name;
-  }
-
-  // `reference` is the picture that was coded, as ZTLIB_YUV.
-  void Add(std::span<std::uint8_t> frame, const AVFrame& reference) {
-    file.Write(frame);
-    rgb = &decodeRgb.Run([&]() -> const AVFrame& { return toRgb.Decode(frame); });
-    const AVFrame& yuv = decodeYuv.Run([&]() -> const AVFrame& { return toYuv.Decode(frame); });
-    const CPictureError loss = Compare(reference, yuv);
-    coding.error += loss;
-    const CFrameHeader header = ReadFrameHeader(frame);
-    coding.frames.push_back({header.totalSize, header.blockCount, header.frameType,
-                             loss.luma.Psnr(), loss.chroma.Psnr()});
-  }
-
-  // Of the last frame.
-  [[nodiscard]] const AVFrame& Rgb() const { return *rgb; }
-
-  [[nodiscard]] CCoding Finish(const CCoder& coder) {
-    file.Close();
-    coding.encodesPerSecond = coder.FramesPerSecond();
-    coding.decodesPerSecond = decodeRgb.RunsPerSecond();
-    coding.stages = {coder.convert, coder.encode, decodeRgb, decodeYuv};
-    return std::move(coding);
-  }
-
- private:
-  CFrameFileWriter file;
-  // One decoder for the eye and one for the figures.
-  CDecoder toRgb{1, ZTLIB_RGB}, toYuv{1, ZTLIB_YUV};
-  CStage decodeRgb{"decode to RGB"}, decodeYuv{"decode to YUV"};
-  const AVFrame* rgb = nullptr;
-  CCoding coding;
-};
+// Whether the input can be read a second time: what is no file may come but once.
+bool IsRepeatable(const CDemoOptions& options) {
+  if (options.input.empty()) return true;
+  const std::vector<std::string> files = FilesOf(options.input);
+  return std::any_of(files.begin(), files.end(), [](const std::string& file) {
+    return FileKindOf(PathOf(file)) == EFileKind::regular;
+  });
+}
 
 }  // namespace
 
@@ -177,20 +147,23 @@ int Demo(const CDemoOptions& options) {
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
   const CEncoderSettings& coded = recorder.Coder().Settings();
-  const CReport report{
-      shownName,
-      coded.width,
-      coded.height,
-      coded.quality,
-      recorder.decodeInput,
-      plain.Finish(*plainCoder),
-      differential.Finish(recorder.Coder()),
-      moments.Finish(recorder.Frames()),
-      blockView.Finish(),
-      std::move(ground),
-      layerView->Finish(),
-      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames),
-      CircumstancesOf(options, coded)};
+  CReport report;
+  report.name = shownName;
+  report.framesPerSecond = av_q2d(source->FrameRate());
+  report.input = recorder.decodeInput;
+  report.plain = plain.Finish(*plainCoder);
+  report.differential = differential.Finish(recorder.Coder());
+  report.quality = coded.quality;
+  report.moments = moments.Finish(recorder.Frames());
+  report.blocks = blockView.Finish();
+  report.ground = std::move(ground);
+  report.layers = layerView->Finish();
+  report.motion =
+      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames);
+  report.circumstances = CircumstancesOf(options, coded);
+  if (IsRepeatable(options) && !Interrupted())
+    report.yardstick = MeasureYardstick([&] { return OpenSource(options); }, recorder.Coder(),
+                                        report.differential);
   const std::string html = HtmlReport(report);
   outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
   const std::string summary = ReportSummary(report) + "\n" + page + "\n";
