@@ -55,7 +55,7 @@ double BitsPerSecond(const CReport& report, const CCoding& coding) {
 }
 
 std::string MillisecondsText(double seconds) {
-  return Text("%.2f ms", 1000 * seconds);
+  return Text("%.*f", seconds < 1e-4 ? 3 : 2, 1000 * seconds);
 }
 
 // With their colours, which the page has.
@@ -81,7 +81,7 @@ std::string CodingsText(const CReport& report) {
     if (coding->width != report.plain.width || coding->height != report.plain.height)
       text += Text("; %s in %dx%d", coding->name.c_str(), coding->width, coding->height);
     if (!coding->settings.empty())
-      text += "; " + coding->settings + ", at the bit rate of differential video";
+      text += "; " + coding->settings + ", aimed at the bit rate of differential video";
   }
   return text + ". Small figures compare with MJPEG.";
 }
@@ -118,7 +118,7 @@ Json Figures(const CReport& report) {
                                      {"decode to YUV, ms", stageDecodeYuv}}) {
     const auto time = [place = stage](const CCoding& a) { return a.Seconds(place); };
     row(
-        label, [&](const CCoding& a) { return Text("%.2f", 1000 * time(a)); },
+        label, [&](const CCoding& a) { return MillisecondsText(time(a)); },
         [&](const CCoding& a, const CCoding& b) { return RatioText(time(a), time(b)); });
   }
   return rows;
@@ -350,7 +350,7 @@ Json Stages(const CReport& report) {
     Json cells = Json::array(), bars = Json::array();
     for (const auto& [coding, color] : codings) {
       const double seconds = coding->stages[i].SecondsPerRun();
-      cells.push_back({{"value", seconds > 0 ? Text("%.2f", 1000 * seconds) : "-"}});
+      cells.push_back({{"value", seconds > 0 ? MillisecondsText(seconds) : "-"}});
       const double share = slowest > 0 ? 100 * seconds / slowest : 0;
       bars.push_back({{"color", color}, {"width", Text("%.1f", share)}});
     }

@@ -113,7 +113,7 @@ class CPlotMaker {
     }
     values["gutter"] = Text("%zu", longest);
     const double end = double(frames - 1) * plot.unitsPerFrame;
-    const double mark = plot.unitsPerFrame < 1 ? NiceStep(end, 8) : std::max(1.0, NiceStep(end, 8));
+    const double mark = std::max(plot.unitsPerFrame < 1 ? 0.01 : 1.0, NiceStep(end, 8));
     const int markDigits = mark < 0.1 ? 2 : mark < 1 ? 1 : 0;
     for (int i = 0; i * mark <= end * (1 + 1e-9); ++i)
       values["marks"].push_back(
@@ -155,7 +155,7 @@ class CPlotMaker {
       if (framesPerPiece > 1) path += Text("V%.1f", YOf(piece.isRising ? piece.high : piece.low));
     }
     if (!range) return;
-    const std::string wide = Text("%.2f", 0.8 * width / double(pieceCount));
+    const std::string wide = Text("%.2f", std::min(60.0, 0.8 * width / double(pieceCount)));
     values[isBars ? "bars" : "lines"].push_back(
         {{"color", line.cssClass}, {"path", path}, {"wide", wide}});
     values["legend"].push_back({{"color", line.cssClass}, {"name", line.name}});
