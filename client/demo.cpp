@@ -1,14 +1,16 @@
 #include "client/commands.h"
 #include "client/console.h"
 #include "client/demo/block_view.h"
+#include "client/demo/circumstances.h"
 #include "client/demo/html_report.h"
 #include "client/demo/layer_view.h"
 #include "client/demo/moment.h"
+#include "client/demo/moment_choice.h"
 #include "client/demo/motion_view.h"
+#include "client/demo/playback.h"
 #include "client/demo/scene_ground.h"
 #include "client/demo/synthetic_scene.h"
-#include "client/frame_file.h"
-#include "client/frame_header.h"
+#include "client/demo/yardstick.h"
 #include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
@@ -16,6 +18,7 @@
 #include "client/progress_bar.h"
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
 
 namespace {
@@ -64,54 +67,14 @@ std::unique_ptr<IPictureSource> OpenSource(const CDemoOptions& options) {
                                            settings.frames ? settings.frames : sceneFrames);
 }
 
-// The report shows an early, a middle and a late frame. The first one stands in as long as it is
-// not known whether the input really has as many frames as expected.
-constexpr std::size_t momentCount = 3;
-
-bool IsShown(std::int64_t index, std::int64_t expected) {
-  return index == 0 || index == expected / 6 || index == expected / 2 || index == expected * 5 / 6;
+// Whether the input can be read a second time: what is no file may come but once.
+bool IsRepeatable(const CDemoOptions& options) {
+  if (options.input.empty()) return true;
+  const std::vector<std::string> files = FilesOf(options.input);
+  return std::any_of(files.begin(), files.end(), [](const std::string& file) {
+    return FileKindOf(PathOf(file)) == EFileKind::regular;
+  });
 }
-
-// One coding of the clip, written to a file and played back.
-class CPlayback {
- public:
-  CPlayback(COutputs& outputs, const std::string& name, const std::string& path)
-      : file(outputs, path) {
-    coding.name = name;
-  }
-
-  // `reference` is the picture that was coded, as ZTLIB_YUV.
-  void Add(std::span<std::uint8_t> frame, const AVFrame& reference) {
-    file.Write(frame);
-    rgb = &decodeRgb.Run([&]() -> const AVFrame& { return FrameOf(toRgb.Decode(frame)); });
-    const AVFrame& yuv =
-        decodeYuv.Run([&]() -> const AVFrame& { return FrameOf(toYuv.Decode(frame)); });
-    const CPictureError loss = Compare(reference, yuv);
-    coding.error += loss;
-    const CFrameHeader header = ReadFrameHeader(frame);
-    coding.frames.push_back({header.totalSize, header.blockCount, header.frameType,
-                             loss.luma.Psnr(), loss.chroma.Psnr()});
-  }
-
-  // Of the last frame.
-  [[nodiscard]] const AVFrame& Rgb() const { return *rgb; }
-
-  [[nodiscard]] CCoding Finish(const CCoder& coder) {
-    file.Close();
-    coding.encodesPerSecond = coder.FramesPerSecond();
-    coding.decodesPerSecond = decodeRgb.RunsPerSecond();
-    coding.stages = {coder.convert, coder.encode, decodeRgb, decodeYuv};
-    return std::move(coding);
-  }
-
- private:
-  CFrameFileWriter file;
-  // One decoder for the eye and one for the figures.
-  ztlib::Decoder toRgb, toYuv{{ZTLIB_YUV}};
-  CStage decodeRgb{"decode to RGB"}, decodeYuv{"decode to YUV"};
-  const AVFrame* rgb = nullptr;
-  CCoding coding;
-};
 
 }  // namespace
 
@@ -139,12 +102,11 @@ int Demo(const CDemoOptions& options) {
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::optional<CLayerView> layerView;
-  const std::string shownName =
-      options.input.empty() ? source->Name() : PathOf(options.input).filename().string();
+  const std::string shownName = options.input.empty() ? source->Name() : ShownName(options.input);
   std::optional<CMotionView> motionView;
   if (!options.input.empty())
     motionView.emplace(momentMaker, ReadMotionSettings(options.motionConfig), shownName);
-  std::vector<CMoment> moments;
+  CMomentChoice moments;
   const auto* const scene = dynamic_cast<const CSyntheticScene*>(source.get());
   std::optional<CGroundPicture> ground;
   bool isGroundMissing = false;
@@ -164,14 +126,17 @@ int Demo(const CDemoOptions& options) {
       if (motionView) motionView->Add(recorder.Source(), source->TimeMs());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
-      layerView->Add(index, recorder.Source(), index == 0 || index == recorder.Expected() / 2);
+      // The last one of these is in the second half, however long the clip is.
+      layerView->Add(index, recorder.Source(),
+                     index == 0 || std::has_single_bit(static_cast<std::uint64_t>(index)));
       if (scene && index == recorder.Expected() / 6) {
         ground = MeasureGround(*scene, index, plain.Rgb(), momentMaker);
         isGroundMissing = !ground && !Interrupted();
       }
-      if (IsShown(index, recorder.Expected()))
-        moments.push_back(momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
-                                           differential.Rgb()));
+      const CFrameHeader header = ReadFrameHeader(coder.Coded());
+      if (moments.Wants(header))
+        moments.Keep(header, momentMaker.Make(index, recorder.Source(), coder.Scaled(), plain.Rgb(),
+                                              differential.Rgb()));
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
@@ -181,21 +146,24 @@ int Demo(const CDemoOptions& options) {
   }
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
-  if (moments.size() > momentCount) moments.erase(moments.begin());
   const ztlib::EncoderSettings& coded = recorder.Coder().Settings();
-  const CReport report{
-      shownName,
-      coded.width,
-      coded.height,
-      coded.quality,
-      recorder.decodeInput,
-      plain.Finish(*plainCoder),
-      differential.Finish(recorder.Coder()),
-      std::move(moments),
-      blockView.Finish(),
-      std::move(ground),
-      layerView->Finish(),
-      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames)};
+  CReport report;
+  report.name = shownName;
+  report.framesPerSecond = av_q2d(source->FrameRate());
+  report.input = recorder.decodeInput;
+  report.plain = plain.Finish(*plainCoder);
+  report.differential = differential.Finish(recorder.Coder());
+  report.quality = coded.quality;
+  report.moments = moments.Finish(recorder.Frames());
+  report.blocks = blockView.Finish();
+  report.ground = std::move(ground);
+  report.layers = layerView->Finish();
+  report.motion =
+      motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames);
+  report.circumstances = CircumstancesOf(options, coded);
+  if (IsRepeatable(options) && !Interrupted())
+    report.yardstick = MeasureYardstick([&] { return OpenSource(options); }, recorder.Coder(),
+                                        report.differential);
   const std::string html = HtmlReport(report);
   outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
   const std::string summary = ReportSummary(report) + "\n" + page + "\n";

@@ -24,14 +24,17 @@ std::string VersionText() {
   std::string formats;
   for (const auto& [name, value] : VideoFormatNames())
     formats += Text(" %s (%d)", name.c_str(), value);
-  const char* const baseline = std::getenv("ZTLIB_BASELINE");
-  const bool isForced = baseline && std::string_view(baseline) == "1";
   const std::string library =
       FileWith(reinterpret_cast<const void*>(&ztlib_context_create)).string();
   return Text(
       "ztclient %s\nheader: ztlib.h %d.%d.%d\nlibrary: %s\nvideo formats:%s\nprocessor:%s\n"
       "kernels: %s",
       ZTCLIENT_VERSION, ZTLIB_VERSION_MAJOR, ZTLIB_VERSION_MINOR, ZTLIB_VERSION_PATCH,
-      library.c_str(), formats.c_str(), ProcessorText().c_str(),
-      isForced ? "baseline, forced by ZTLIB_BASELINE=1" : "the best for this processor");
+      library.c_str(), formats.c_str(), ProcessorText().c_str(), KernelText().c_str());
+}
+
+std::string KernelText() {
+  const char* const baseline = std::getenv("ZTLIB_BASELINE");
+  const bool isForced = baseline && std::string_view(baseline) == "1";
+  return isForced ? "baseline, forced by ZTLIB_BASELINE=1" : "the best for this processor";
 }

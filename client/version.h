@@ -4,3 +4,6 @@
 
 // What `ztclient --version` prints.
 [[nodiscard]] std::string VersionText();
+
+// Which kernels the library takes: "the best for this processor", or why others.
+[[nodiscard]] std::string KernelText();

@@ -42,32 +42,85 @@ std::string RatioText(double first, double second) {
   return second > 0 ? Text("%.2f", first / second) : "-";
 }
 
-double PerPixel(const CReport& report, const CCoding& coding) {
-  return 8 * double(coding.Bytes()) / (double(coding.frames.size()) * report.width * report.height);
+double Rate(double seconds) {
+  return seconds > 0 ? 1 / seconds : 0;
+}
+
+double PerPixel(const CCoding& coding) {
+  return 8 * double(coding.Bytes()) / (double(coding.frames.size()) * coding.width * coding.height);
+}
+
+double BitsPerSecond(const CReport& report, const CCoding& coding) {
+  return 8 * double(coding.Bytes()) / double(coding.frames.size()) * report.framesPerSecond;
+}
+
+std::string MillisecondsText(double seconds) {
+  return Text("%.*f", seconds < 1e-4 ? 3 : 2, 1000 * seconds);
+}
+
+// With their colours, which the page has.
+std::vector<std::pair<const CCoding*, const char*>> Codings(const CReport& report) {
+  std::vector<std::pair<const CCoding*, const char*>> codings{{&report.plain, "first"},
+                                                              {&report.differential, "second"}};
+  if (report.layers) codings.emplace_back(&report.layers->coding, "third");
+  if (report.yardstick) codings.emplace_back(&*report.yardstick, "fourth");
+  return codings;
+}
+
+Json CodingNames(const CReport& report) {
+  Json names = Json::array();
+  for (const auto& [coding, color] : Codings(report))
+    names.push_back({{"coding", coding->name}, {"color", color}});
+  return names;
+}
+
+// How the columns differ apart from their format.
+std::string CodingsText(const CReport& report) {
+  std::string text = Text("the same pictures at quality %d", report.quality);
+  for (const auto& [coding, color] : Codings(report)) {
+    if (coding->width != report.plain.width || coding->height != report.plain.height)
+      text += Text("; %s in %dx%d", coding->name.c_str(), coding->width, coding->height);
+    if (!coding->settings.empty())
+      text += "; " + coding->settings + ", aimed at the bit rate of differential video";
+  }
+  return text + ". Small figures compare with MJPEG.";
 }
 
 Json Figures(const CReport& report) {
-  const CCoding& a = report.plain;
-  const CCoding& b = report.differential;
   Json rows = Json::array();
-  const auto row = [&](const char* label, const std::string& first, const std::string& second,
-                       const std::string& ratio) {
-    rows.push_back({{"label", label}, {"a", first}, {"b", second}, {"ratio", ratio}});
+  // `value` and `ratio` make texts, the latter of a coding and of the first one.
+  const auto row = [&](const std::string& label, auto value, auto ratio) {
+    Json cells = Json::array();
+    for (const auto& [coding, color] : Codings(report))
+      cells.push_back({{"value", value(*coding)},
+                       {"ratio", coding == &report.plain ? "" : ratio(*coding, report.plain)}});
+    rows.push_back({{"label", label}, {"cells", std::move(cells)}});
   };
-  row("bytes", ByteText(a.Bytes()), ByteText(b.Bytes()),
-      RatioText(double(b.Bytes()), double(a.Bytes())));
-  row("bits per pixel", Text("%.3f", PerPixel(report, a)), Text("%.3f", PerPixel(report, b)),
-      RatioText(PerPixel(report, b), PerPixel(report, a)));
-  for (const auto& [label, error] : {std::pair{"PSNR of luma", &CPictureError::luma},
-                                     {"PSNR of chroma", &CPictureError::chroma}}) {
-    const double first = (a.error.*error).Psnr(), second = (b.error.*error).Psnr();
-    row(label, Text("%.2f dB", first), Text("%.2f dB", second), Text("%+.2f dB", second - first));
+  const auto bytesRatio = [](const CCoding& a, const CCoding& b) {
+    return RatioText(PerPixel(a), PerPixel(b));
+  };
+  row(
+      "bytes", [](const CCoding& a) { return ByteText(a.Bytes()); }, bytesRatio);
+  row(
+      Text("Mbit/s at %.4g frames/s", report.framesPerSecond),
+      [&](const CCoding& a) { return Text("%.2f", BitsPerSecond(report, a) / 1e6); }, bytesRatio);
+  row(
+      "bits per pixel", [](const CCoding& a) { return Text("%.3f", PerPixel(a)); }, bytesRatio);
+  for (const auto& [label, part] : {std::pair{"PSNR of luma, dB", &CPictureError::luma},
+                                    {"PSNR of chroma, dB", &CPictureError::chroma}}) {
+    const auto psnr = [member = part](const CCoding& a) { return (a.error.*member).Psnr(); };
+    row(
+        label, [&](const CCoding& a) { return Text("%.2f", psnr(a)); },
+        [&](const CCoding& a, const CCoding& b) { return Text("%+.2f", psnr(a) - psnr(b)); });
   }
-  for (const auto& [label, rate] :
-       {std::pair{"time to convert and encode", &CCoding::encodesPerSecond},
-        {"time to decode", &CCoding::decodesPerSecond}})
-    row(label, Text("%.2f ms", 1000 / a.*rate), Text("%.2f ms", 1000 / b.*rate),
-        RatioText(a.*rate, b.*rate));
+  for (const auto& [label, stage] : {std::pair{"convert the source, ms", stageConvert},
+                                     {"encode, ms", stageEncode},
+                                     {"decode to YUV, ms", stageDecodeYuv}}) {
+    const auto time = [place = stage](const CCoding& a) { return a.Seconds(place); };
+    row(
+        label, [&](const CCoding& a) { return MillisecondsText(time(a)); },
+        [&](const CCoding& a, const CCoding& b) { return RatioText(time(a), time(b)); });
+  }
   return rows;
 }
 
@@ -78,7 +131,7 @@ Json Moments(const CReport& report) {
         {{"pair",
           {Figure("jpeg", moment.sourceJpeg, Text("Source, frame %" PRId64, moment.index)),
            Figure("jpeg", moment.decodedJpeg,
-                  Text("Differential, decoded, frame %" PRId64, moment.index))}},
+                  Text("Differential, decoded: a %s frame", moment.typeName.c_str()))}},
          {"details",
           {Figure("png", moment.sourceDetailPng, "Source, detail"),
            Figure("png", moment.plainDetailPng, "MJPEG, detail"),
@@ -170,27 +223,23 @@ Json Ground(const CReport& report) {
           {"people", std::move(people)}};
 }
 
-void AddSizes(Json& page, const CReport& report) {
-  std::vector<CSeries> sizes;
-  Json& shown = page["shownTypes"] = Json::array();
+Json SizePlot(const CReport& report) {
+  CPlot plot{"Bytes per frame", "kB", 1, {}};
   for (const CShownType& type : shownTypes) {
     CSeries bars{type.name, Text("type%d", type.type), {}, EPlot::bars};
     for (const CFrameFigures& frame : report.differential.frames)
       bars.values.push_back(frame.type == type.type ? frame.bytes / 1000.0 : 0);
-    if (std::all_of(bars.values.begin(), bars.values.end(), [](double v) { return v == 0; }))
-      continue;
-    shown.push_back({{"color", bars.cssClass}, {"type", type.name}});
-    sizes.push_back(std::move(bars));
+    plot.series.push_back(std::move(bars));
   }
-  CSeries whole{"MJPEG", "first", {}};
+  CSeries whole{"MJPEG, every frame", "first", {}};
   for (const CFrameFigures& frame : report.plain.frames)
     whole.values.push_back(frame.bytes / 1000.0);
-  sizes.push_back(std::move(whole));
-  page["sizePlot"] = SvgPlot(sizes);
+  plot.series.push_back(std::move(whole));
+  return PlotValues(plot);
 }
 
-std::string QualityPlot(const CReport& report) {
-  std::vector<CSeries> qualities;
+Json QualityPlot(const CReport& report) {
+  CPlot plot{"PSNR per frame", "dB", 2, {}};
   for (const auto& [coding, color] :
        {std::pair{&report.plain, "first"}, {&report.differential, "second"}}) {
     CSeries luma{coding->name + ", luma", color, {}}, chroma{coding->name + ", chroma", {}, {}};
@@ -199,9 +248,9 @@ std::string QualityPlot(const CReport& report) {
       luma.values.push_back(frame.lumaPsnr);
       chroma.values.push_back(frame.chromaPsnr);
     }
-    qualities.insert(qualities.end(), {std::move(luma), std::move(chroma)});
+    plot.series.insert(plot.series.end(), {std::move(luma), std::move(chroma)});
   }
-  return SvgPlot(qualities);
+  return PlotValues(plot);
 }
 
 std::string DetectorText(const CMotionReport& motion) {
@@ -241,53 +290,73 @@ Json AlarmPictures(const CMotionReport& motion) {
     pictures.push_back(Figure("jpeg", picture.jpeg,
                               Text("Alarm %zu, at %s", picture.alarm + 1,
                                    TimeText(motion.events[picture.alarm].highestMs).c_str())));
-  return {{"which",
-           motion.pictures.size() < motion.events.size() ? "the strongest alarms" : "each alarm"},
+  const std::size_t count = pictures.size();
+  return {{"which", count < motion.events.size() ? "the strongest alarms" : "each alarm"},
+          {"columns", count == 1   ? "single"
+                      : count == 3 ? "pair three"
+                                   : "pair"},
           {"pictures", std::move(pictures)}};
 }
 
-Json Motion(const CMotionReport& motion) {
-  const std::size_t frames = motion.percents.size();
-  std::vector<CSeries> percents{{"moving pixels", "first", motion.percents}};
+Json MotionPlots(const CMotionReport& motion) {
+  CPlot percents{"Moving pixels over time", "% of the picture", 2, {}};
+  percents.series.push_back({"moving pixels that count", "first", motion.percents});
+  percents.frameUnit = "s";
+  percents.unitsPerFrame = motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1;
+  percents.spans = motion.alarms;
+  CPlot progress = percents;
   std::set<std::pair<double, double>> thresholds;
   for (const CDetectorSettings& detector : motion.settings.detectors)
     thresholds.emplace(detector.signalPercent, detector.restorePercent);
   for (const auto& [signal, restore] : thresholds) {
-    percents.push_back({"threshold of the alarm", "type0 dashed", std::vector(frames, signal)});
-    percents.push_back({"threshold of its end", "type3 dashed", std::vector(frames, restore)});
+    percents.levels.push_back({"type0", signal});
+    percents.levels.push_back({"type3", restore});
   }
-  const CSeries progress{"way to the alarm", "second", motion.progress};
-  const CPlotGround ground{motion.secondsPerFrame > 0 ? motion.secondsPerFrame : 1, motion.alarms};
+  progress.label = "Way to the alarm over time";
+  progress.unit = "% of the way to the alarm";
+  progress.digits = 0;
+  progress.series = {{"way to the alarm, 100 % in it", "second", motion.progress}};
+  const Json first = PlotValues(percents);
+  if (first.is_null()) return nullptr;
+  return {{"percents", first}, {"progress", PlotValues(progress)}};
+}
+
+Json Motion(const CMotionReport& motion) {
   return {{"title", HtmlText(motion.title)},
           {"detectors", DetectorText(motion)},
           {"isQuiet", motion.events.empty()},
+          // A single picture has the table beside it.
+          {"layout", motion.pictures.size() == 1 ? "pair" : "below"},
           {"shown", AlarmPictures(motion)},
           {"alarms", Alarms(motion)},
-          {"percentPlot", SvgPlot(percents, ground)},
-          {"progressPlot", SvgPlot({&progress, 1}, ground)}};
+          {"overTime", MotionPlots(motion)}};
+}
+
+Json Circumstances(const CReport& report) {
+  Json rows = Json::array();
+  for (const CCircumstance& row : report.circumstances)
+    rows.push_back({{"name", row.name}, {"value", HtmlText(row.value)}});
+  return rows;
 }
 
 Json Stages(const CReport& report) {
-  double slowest = report.input.SecondsPerRun();
-  for (const CCoding* coding : {&report.plain, &report.differential})
+  const auto codings = Codings(report);
+  double slowest = 0;
+  for (const auto& [coding, color] : codings)
     for (const CStage& stage : coding->stages)
       slowest = std::max(slowest, stage.SecondsPerRun());
-  const auto time = [](const CStage& stage) { return Text("%.2f", stage.SecondsPerRun() * 1000); };
-  const auto bar = [&](const CStage& stage, const char* color) {
-    const double share = slowest > 0 ? 100 * stage.SecondsPerRun() / slowest : 0;
-    return Json{{"color", color}, {"width", Text("%.1f", share)}};
-  };
   Json rows = Json::array();
-  rows.push_back({{"stage", report.input.Name()},
-                  {"a", time(report.input)},
-                  {"b", ""},
-                  {"bars", Json::array({bar(report.input, "first")})}});
   for (std::size_t i = 0; i < report.plain.stages.size(); ++i) {
-    const CStage &first = report.plain.stages[i], &second = report.differential.stages[i];
-    rows.push_back({{"stage", first.Name()},
-                    {"a", time(first)},
-                    {"b", time(second)},
-                    {"bars", Json::array({bar(first, "first"), bar(second, "second")})}});
+    Json cells = Json::array(), bars = Json::array();
+    for (const auto& [coding, color] : codings) {
+      const double seconds = coding->stages[i].SecondsPerRun();
+      cells.push_back({{"value", seconds > 0 ? MillisecondsText(seconds) : "-"}});
+      const double share = slowest > 0 ? 100 * seconds / slowest : 0;
+      bars.push_back({{"color", color}, {"width", Text("%.1f", share)}});
+    }
+    rows.push_back({{"stage", report.plain.stages[i].Name()},
+                    {"cells", std::move(cells)},
+                    {"bars", std::move(bars)}});
   }
   return rows;
 }
@@ -307,36 +376,42 @@ std::string ReportSummary(const CReport& report) {
          Text(
              " of %dx%d at quality %d: MJPEG %s with a luma PSNR of %.1f dB, differential %s (%s "
              "times) with %.1f dB, converted and encoded at %.0f and decoded at %.0f frames/s",
-             report.width, report.height, report.quality, ByteText(plain.Bytes()).c_str(),
+             plain.width, plain.height, report.quality, ByteText(plain.Bytes()).c_str(),
              plain.error.luma.Psnr(), ByteText(differential.Bytes()).c_str(),
              RatioText(double(differential.Bytes()), double(plain.Bytes())).c_str(),
-             differential.error.luma.Psnr(), differential.encodesPerSecond,
-             differential.decodesPerSecond);
+             differential.error.luma.Psnr(),
+             Rate(differential.Seconds(stageConvert) + differential.Seconds(stageEncode)),
+             Rate(differential.Seconds(stageDecodeRgb)));
 }
 
 std::string HtmlReport(const CReport& report) {
   const CCoding& plain = report.plain;
   const CCoding& differential = report.differential;
-  Json page{
+  const Json page{
       {"name", HtmlText(report.name)},
       {"summary", ReportSummary(report)},
       {"bytesOfPlain", Text("%.0f %%", 100 * double(differential.Bytes()) / double(plain.Bytes()))},
-      {"bytesOfPixels", Text("1 : %.0f", 24 / PerPixel(report, differential))},
-      {"bytesPerFrame", ByteText(differential.Bytes() / differential.frames.size())},
+      {"bytesOfPixels", Text("1 : %.0f", 24 / PerPixel(differential))},
+      {"bitRate", Text("%.2f Mbit/s", BitsPerSecond(report, differential) / 1e6)},
+      {"frameRate", Text("%.4g", report.framesPerSecond)},
       {"lumaPsnr", Text("%.1f dB", differential.error.luma.Psnr())},
-      {"encoded", Text("%.0f /s", differential.encodesPerSecond)},
-      {"decoded", Text("%.0f /s", differential.decodesPerSecond)},
-      {"first", plain.name},
-      {"second", differential.name},
+      {"converted", MillisecondsText(differential.Seconds(stageConvert))},
+      {"encoded", MillisecondsText(differential.Seconds(stageEncode))},
+      {"decoded", MillisecondsText(differential.Seconds(stageDecodeRgb))},
+      {"motionRate", Text("%.0f /s", report.motion.framesPerSecond)},
+      {"input", MillisecondsText(report.input.SecondsPerRun())},
+      {"codings", CodingNames(report)},
+      {"codingsText", CodingsText(report)},
       {"figures", Figures(report)},
       {"blocks", Blocks(report)},
       {"ground", Ground(report)},
       {"layers", Layers(report)},
+      {"sizePlot", SizePlot(report)},
       {"qualityPlot", QualityPlot(report)},
       {"gain", Text("%d", differenceGain)},
       {"moments", Moments(report)},
       {"motion", Motion(report.motion)},
-      {"stages", Stages(report)}};
-  AddSizes(page, report);
+      {"stages", Stages(report)},
+      {"circumstances", Circumstances(report)}};
   return FillPage(reportPage, page);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/demo/circumstances.h"
 #include "client/demo/svg_plot.h"
 #include "client/motion_events.h"
 #include "client/motion_settings.h"
@@ -18,21 +19,26 @@ struct CFrameFigures {
   double lumaPsnr = 0, chromaPsnr = 0;  // in dB
 };
 
+// Places in CCoding::stages.
+enum EStage : std::size_t { stageConvert, stageEncode, stageDecodeRgb, stageDecodeYuv };
+
 // The clip in one video format.
 struct CCoding {
-  std::string name;
-  std::vector<CFrameFigures> frames;
-  CPictureError error;         // of all frames together
-  std::vector<CStage> stages;  // the same ones for every coding
-  double encodesPerSecond = 0, decodesPerSecond = 0;
+  std::string name, settings{};  // the latter where they are not those of the report
+  int width = 0, height = 0;
+  std::vector<CFrameFigures> frames{};
+  CPictureError error{};         // of all frames together
+  std::vector<CStage> stages{};  // one for each EStage
 
   [[nodiscard]] std::uint64_t Bytes() const;
+  [[nodiscard]] double Seconds(EStage stage) const { return stages[stage].SecondsPerRun(); }
 };
 
 // One frame to look at: image files of the whole pictures and of the detail that lost most in
 // differential video.
 struct CMoment {
   std::int64_t index = 0;
+  std::string typeName;  // of the differential frame
   std::string sourceJpeg, decodedJpeg;
   std::string sourceDetailPng, plainDetailPng, decodedDetailPng, differenceDetailPng;
 };
@@ -62,6 +68,7 @@ struct CLayerPictures {
     std::string jpeg;
   };
   std::int64_t index = 0;
+  CCoding coding;  // of the whole frames
   std::array<CCut, 4> cuts;
   std::array<CScale, 4> scales;
 };
@@ -97,14 +104,17 @@ struct CGroundPicture {
 
 struct CReport {
   std::string name;  // of the input
-  int width = 0, height = 0, quality = 0;
-  CStage input;
+  int quality = 0;
+  double framesPerSecond = 0;
+  CStage input{"input"};
   CCoding plain, differential;
+  std::optional<CCoding> yardstick;  // none if the input does not come twice
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
   std::optional<CGroundPicture> ground;  // of the synthetic scene
   std::optional<CLayerPictures> layers;  // none if the pictures are too small
   CMotionReport motion;
+  std::vector<CCircumstance> circumstances;
 };
 
 // How much stronger than they are the differences of the detail are shown.

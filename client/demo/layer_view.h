@@ -2,7 +2,7 @@
 
 #include "client/demo/html_report.h"
 #include "client/demo/moment.h"
-#include "client/frame_file.h"
+#include "client/demo/playback.h"
 #include "client/layer_records.h"
 #include "client/recorder.h"
 
@@ -26,17 +26,18 @@ class CLayerView {
 
  private:
   CMomentMaker& pictures;
-  CFrameFileWriter file;
+  CPlayback playback;
   std::optional<CCoder> layered;
   std::optional<CPacker> packer;
   ztlib::Decoder toYuv{{ZTLIB_YUV}}, toRgb;
-  // As many layers as the factors 8, 4, 2 and 1 need.
-  std::array<ztlib::Decoder, layerCount> scaled{
-      ztlib::Decoder({ZTLIB_RGB, 8}), ztlib::Decoder({ZTLIB_RGB, 4}),
-      ztlib::Decoder({ZTLIB_RGB, 2}), ztlib::Decoder({ZTLIB_RGB, 1})};
-  std::array<CStage, layerCount> decode{CStage{"1/8"}, CStage{"1/4"}, CStage{"1/2"}, CStage{"1/1"}};
-  std::array<CSquaredError, layerCount> errors;
-  std::array<std::uint64_t, layerCount> bytes{};
-  std::int64_t frames = 0;
+  // Of the factors 8, 4 and 2, which need as many layers as their place says; the whole is played
+  // back.
+  static constexpr std::size_t cutCount = layerCount - 1;
+  std::array<ztlib::Decoder, cutCount> scaled{ztlib::Decoder({ZTLIB_RGB, 8}),
+                                              ztlib::Decoder({ZTLIB_RGB, 4}),
+                                              ztlib::Decoder({ZTLIB_RGB, 2})};
+  std::array<CStage, cutCount> decode{CStage{"1/8"}, CStage{"1/4"}, CStage{"1/2"}};
+  std::array<CSquaredError, cutCount> errors;
+  std::array<std::uint64_t, cutCount> bytes{};
   CLayerPictures shown;
 };

@@ -95,6 +95,7 @@ CMoment CMomentMaker::Make(std::int64_t index, const AVFrame& source, CSize scal
                                                    Pixel(decoded, x, y)[channel]));
   };
   return {index,
+          {},
           Overview(original),
           Overview(decoded),
           Png(*Detail(area, channelOf(original))),

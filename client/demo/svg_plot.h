@@ -1,6 +1,7 @@
 #pragma once
 
-#include <span>
+#include "client/tree_json.h"
+
 #include <string>
 #include <vector>
 
@@ -16,21 +17,32 @@ struct CSeries {
   EPlot kind = EPlot::line;
 };
 
+// A value that is marked over all frames.
+struct CPlotLevel {
+  std::string cssClass;
+  double value = 0;
+};
+
 // A part of the frames that is marked, from its first to its last.
 struct CPlotSpan {
   double from = 0, to = 0;
   bool isOpen = true;  // goes on behind the last frame
 };
 
-// What is below the values.
-struct CPlotGround {
+// A plot over frames. The scale fits the values.
+struct CPlot {
+  std::string label;            // says what it shows
+  std::string unit;             // of the values
+  int digits = 1;               // behind the point, of the values at the pointer
+  std::vector<CSeries> series;  // the first one at the back
+  std::string frameUnit = "frame";
   double unitsPerFrame = 1;  // of the scale below
-  std::span<const CPlotSpan> spans;
+  std::vector<CPlotLevel> levels{};
+  std::vector<CPlotSpan> spans{};
 };
 
-// A plot over frame numbers as an inline SVG element, the first series at the back. The scale fits
-// the values. Its colours come from the page's style sheet.
-[[nodiscard]] std::string SvgPlot(std::span<const CSeries> series, const CPlotGround& ground = {});
+// The values of the page's part `plot`; null for less than two frames, which make no plot.
+[[nodiscard]] Json PlotValues(const CPlot& plot);
 
 // A text that stands in HTML as it is.
 [[nodiscard]] std::string HtmlText(const std::string& text);

@@ -32,6 +32,21 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
   EXPECT_GE(people, 4);
 }
 
+TEST_F(ClientTest, ReportShowsFramesThatExistAndNoPlaces) {
+  // The clip announces twelve frames and holds fewer.
+  Succeed("play @demo.zts --video @a.avi");
+  Bytes clip = ReadBytes(Path("a.avi"));
+  clip.resize(clip.size() * 2 / 3);
+  WriteBytes(Path("cut.avi"), clip);
+  Succeed("demo @cut.avi --sensitivity 0 --no-overflow-keys --quality 60 --out @cut");
+  const std::string html = ReadText("cut/report.html");
+  for (const char* part :
+       {"decoded: a key frame", "decoded: a reference frame", "decoded: a plain frame",
+        "<th class=\"n\">Layered</th>", "<dd>ztclient demo cut.avi --quality 60 --sensitivity 0 "})
+    ExpectPart(html, part);
+  EXPECT_EQ(Count(html, folder.filename().string()), 0U);
+}
+
 TEST_F(ClientTest, CalibrationIsDrawnOverThePicture) {
   Succeed("play @demo.zts --png @png");
   WriteText("c.json", R"({"X0Virtual": 2000, "Y0Virtual": 14165, "X1Virtual": 14000,

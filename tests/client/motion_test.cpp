@@ -83,7 +83,7 @@ TEST_F(MotionClientTest, ReportMarksTheAlarm) {
   const std::string html = ReadText("report.html");
   ExpectPart(html, "<tr><td>1</td><td class=\"n\">0:04.50</td>");
   // In both plots a field shows the alarm, which begins at 4.5 s of 10.9 s.
-  EXPECT_EQ(Count(html, "<rect class=\"span\" x=\"445."), 2U);
+  EXPECT_EQ(Count(html, "<rect class=\"span\" x=\"413."), 2U);
 }
 
 TEST_F(MotionClientTest, ConfigurationsReachTheDetectors) {
