@@ -20,7 +20,7 @@ double NiceStep(double range, double count) {
   return 10 * power;
 }
 
-// One more than so many values are shown by the extremes of pieces, as there is no room for all.
+// There is no room for more values than this; the extremes of so many pieces stand for them.
 constexpr std::size_t maxValues = 1400, maxPieces = 700;
 
 struct CPiece {
