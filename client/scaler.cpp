@@ -76,31 +76,29 @@ constexpr int Stretched(int value, int zero, int steps, int fullZero) {
 }
 
 // The same without a division and within 16 bits, so that the compiler does eight at a time.
+template <std::uint16_t factor, std::uint16_t rounding, std::int16_t zero>
 struct CStretch {
-  std::uint16_t factor, rounding;
-  std::int16_t zero;
-
-  [[nodiscard]] constexpr std::uint8_t Apply(std::uint8_t value) const {
+  static constexpr std::uint8_t Apply(std::uint8_t value) {
     const auto quarters = static_cast<std::uint16_t>((value << 2) + rounding);
     const auto stretched =
         static_cast<std::int16_t>((std::uint32_t{quarters} * std::uint32_t{factor} >> 16) - zero);
     return static_cast<std::uint8_t>(
         std::min<std::int16_t>(std::max<std::int16_t>(stretched, 0), 255));
   }
-  [[nodiscard]] constexpr bool Is(int limitedZero, int steps, int fullZero) const {
+  static constexpr bool Is(int limitedZero, int steps, int fullZero) {
     for (int value = 0; value < 256; ++value)
       if (Apply(static_cast<std::uint8_t>(value)) != Stretched(value, limitedZero, steps, fullZero))
         return false;
     return true;
   }
-  void ApplyToRow(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
-                  int width) const {
+  static void Row(const std::uint8_t* __restrict from, std::uint8_t* __restrict to, int width) {
     for (int x = 0; x < width; ++x)
       to[x] = Apply(from[x]);
   }
 };
-constexpr CStretch stretchLuma{19077, 3, 19}, stretchChroma{18651, 59, 34};
-static_assert(stretchLuma.Is(16, 219, 0) && stretchChroma.Is(128, 224, 128));
+using CStretchLuma = CStretch<19077, 3, 19>;
+using CStretchChroma = CStretch<18651, 59, 34>;
+static_assert(CStretchLuma::Is(16, 219, 0) && CStretchChroma::Is(128, 224, 128));
 
 // Whether a picture's samples are bytes in planes of their own.
 bool IsPlanarYuv(AVPixelFormat format) {
@@ -117,13 +115,13 @@ void StretchRange(const AVFrame& source, AVFrame& target) {
       av_pix_fmt_get_chroma_sub_sample(static_cast<AVPixelFormat>(target.format), &downX, &downY),
       "cannot convert pictures");
   for (int plane = 0; plane < 3; ++plane) {
-    const CStretch& stretch = plane == 0 ? stretchLuma : stretchChroma;
+    const auto stretch = plane == 0 ? CStretchLuma::Row : CStretchChroma::Row;
     const int width = plane == 0 ? target.width : AV_CEIL_RSHIFT(target.width, downX);
     const int height = plane == 0 ? target.height : AV_CEIL_RSHIFT(target.height, downY);
     for (int y = 0; y < height; ++y) {
       const std::ptrdiff_t row = y;
-      stretch.ApplyToRow(source.data[plane] + row * source.linesize[plane],
-                         target.data[plane] + row * target.linesize[plane], width);
+      stretch(source.data[plane] + row * source.linesize[plane],
+              target.data[plane] + row * target.linesize[plane], width);
     }
   }
 }
