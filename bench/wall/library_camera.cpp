@@ -19,11 +19,11 @@ class CLibraryCamera final : public ICamera {
         shown(ZTLIB_RGB, 1, stream.video),
         watched(ZTLIB_GRAY, WatchedScale(stream.width), stream.video),
         context(ztlib_simplemotion_create(), ztlib_simplemotion_destroy) {
-    kit::Config()
-        .Child("Configs", kit::Config().Child("", kit::Config().Bool("GenerateMetadata", true)))
-        .Apply(ztlib_simplemotion_configure, context.get(),
-               stream.width / WatchedScale(stream.width),
-               stream.height / WatchedScale(stream.width));
+    kit::Apply(
+        kit::Config().Child("Configs",
+                            kit::Config().Child("", kit::Config().Bool("GenerateMetadata", true))),
+        ztlib_simplemotion_configure, context.get(), stream.width / WatchedScale(stream.width),
+        stream.height / WatchedScale(stream.width));
   }
 
   void Next() override {

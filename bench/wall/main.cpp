@@ -1,4 +1,5 @@
 #include "bench/wall/camera.h"
+#include "bench/wall/handle_memory.h"
 #include "client/demo/synthetic_scene.h"
 #include "client/media_input.h"
 #include "tests/kit/frames.h"
@@ -171,6 +172,7 @@ void Run(const COptions& options) {
   {
     const kit::FramePool pool;
     streams = EncodeStreams(options);
+    PrintHandleMemory(streams);
   }
   const std::pair<const char*, MakeCamera> implementations[] = {{"ztlib", NewLibraryCamera},
                                                                 {"peers", NewPeerCamera}};
