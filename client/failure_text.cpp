@@ -23,7 +23,7 @@ std::size_t BigEndian(Bytes bytes, std::size_t at) {
 std::string JpegFault(Bytes jpeg) {
   if (jpeg.size() < 4 || jpeg[0] != 0xFF || jpeg[1] != 0xD8) return "it holds no JPEG picture";
   constexpr std::array<std::uint8_t, 2> end{0xFF, 0xD9};
-  const bool isWhole = !std::ranges::search(jpeg, end).empty();
+  const bool isWhole = std::search(jpeg.begin(), jpeg.end(), end.begin(), end.end()) != jpeg.end();
   for (std::size_t at = 2; at + 4 <= jpeg.size();) {
     const unsigned marker = jpeg[at + 1];
     const std::size_t size = BigEndian(jpeg, at + 2);

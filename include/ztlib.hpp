@@ -288,7 +288,7 @@ struct PlainFrames {
 
   static Frame* Make(const PictureShape& shape) {
     auto frame = std::make_unique<Frame>();
-    frame->memory.reset(new std::uint8_t[shape.Size()]());
+    frame->memory = std::make_unique<std::uint8_t[]>(shape.Size());
     frame->data[0] = frame->memory.get();
     frame->linesize[0] = static_cast<std::int32_t>(shape.rowBytes);
     frame->width = shape.width;
