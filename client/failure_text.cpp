@@ -67,6 +67,7 @@ std::string LayersFault(Bytes frame, const CFrameHeader& header) {
 
 std::string InPlaceOf(const ztlib::Error& error, const std::string& sentence) {
   const std::string_view words = error.what();
+  if (words == "std::bad_alloc") return "out of memory";
   const bool isOfLibrary = words.starts_with("Exception [") || words == "Unknown exception!" ||
                            words.starts_with("std::");
   if (!isOfLibrary) return std::string(words);
