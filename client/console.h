@@ -22,5 +22,10 @@ void SetProgramName(const char* name);
 void SetVerbose(bool isVerbose);
 [[nodiscard]] bool IsVerbose();
 
-// One line on standard error: "<program>: <text>".
+// One line on standard error: "<program>: <text>". Any thread may call it, and ShowStatus.
 void Complain(const std::string& text);
+
+// A line at the bottom of the terminal behind standard error, in place of the one before. Whatever
+// else the program prints wipes it.
+void ShowStatus(const std::string& line);
+void WipeStatus();

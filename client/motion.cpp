@@ -156,7 +156,6 @@ class CMotionPrinter {
  private:
   // Whoever reads along sees an alarm when it is over.
   void Show(const std::string& text) {
-    progress.Wipe();
     Print(outputs.Texts(), text);
     Flush(outputs.Texts());
   }

@@ -1,12 +1,8 @@
 #include "client/commands.h"
 #include "client/console.h"
-#include "client/damage_report.h"
-#include "client/failure_text.h"
-#include "client/frame_file.h"
-#include "client/frame_header.h"
+#include "client/frame_player.h"
 #include "client/picture_sink.h"
 #include "client/progress_bar.h"
-#include "client/statistics.h"
 
 #include <cinttypes>
 #include <memory>
@@ -67,56 +63,19 @@ class CLoss {
   std::int64_t interval, seen = 0, lost = 0;
 };
 
-// A frame may fail for what was asked of it.
-std::string ReasonFor(const CPlayOptions& options, const CCodedFrame& frame,
-                      const ztlib::Error& error) {
-  const bool isPaired = options.pixels == ZTLIB_YUYV || options.pixels == ZTLIB_UYVY;
-  const int width = ReadFrameHeader(frame.bytes).width / options.scale;
-  if (isPaired && width > 0 && width % 2 != 0)
-    return Text("a width of %d has no whole pairs of pixels, use rgb, yuv or gray", width);
-  return WhyNotDecoded(frame.bytes, error);
-}
-
-// The frames before the first that is wanted, as far as that one builds on them.
-class CLeadIn {
- public:
-  void Add(const CFrameHeader& header, std::span<const std::uint8_t> frame) {
-    if (!header.IsDifferential()) frames.clear();
-    frames.emplace_back(frame.begin(), frame.end());
-  }
-  // Brings the decoder to the frame behind them, with that frame's header.
-  void Decode(const CFrameHeader& next, ztlib::Decoder& decoder) {
-    if (next.IsDifferential())
-      for (ztlib::Bytes& frame : frames)
-        try {
-          decoder.Decode(frame);
-        } catch (const ztlib::Error&) {  // nobody wants to see it
-        }
-    frames.clear();
-  }
-
- private:
-  std::vector<ztlib::Bytes> frames;
-};
-
 int Play(const CPlayOptions& options) {
-  CFrameFileReader reader(options.input);
+  CFramePlayer player(options.input,
+                      {static_cast<ztlib_pixel_format>(options.pixels), options.scale});
   COutputs outputs({options.input}, {options.y4m, options.video});
   const std::vector<SinkPtr> sinks = OpenSinks(outputs, options);
-  ztlib::Decoder decoder({static_cast<ztlib_pixel_format>(options.pixels), options.scale});
-  CStage decode("decode");
-  CDamageReport damaged(options.input);
   CLoss loss(options);
-  CLeadIn leadIn;
-  std::int64_t frames = 0, played = 0, baseless = 0;
   int width = 0, height = 0;
   {
     CProgressBar progress("play");
-    while (!Interrupted() && (options.frames == 0 || played < options.frames)) {
-      const std::optional<CCodedFrame> frame = reader.Next();
+    while (options.frames == 0 || player.Pictures() < options.frames) {
+      const std::optional<CCodedFrame> frame = player.Next();
       if (!frame) break;
-      ++frames;
-      progress.Show(frames, reader.Share());
+      progress.Show(player.Frames(), player.Share());
       const CFrameHeader header = ReadFrameHeader(frame->bytes);
       if (options.pixels == ZTLIB_GRAY && header.videoFormat != ZTLIB_VIDEO_MJPEG &&
           IsVideoFormat(header.videoFormat))
@@ -124,58 +83,38 @@ int Play(const CPlayOptions& options) {
                      ": differential and layered video have no gray pictures, use rgb or yuv");
       if (loss.Takes(header)) continue;
       if (frame->index < options.from) {
-        leadIn.Add(header, frame->bytes);
+        player.Skip(*frame, header);
         continue;
       }
-      leadIn.Decode(header, decoder);
-      if (!decoder.Accepts(header)) {
-        ++baseless;
-        continue;
-      }
-      const AVFrame* picture = nullptr;
-      try {
-        picture =
-            &decode.Run([&]() -> const AVFrame& { return FrameOf(decoder.Decode(frame->bytes)); });
-      } catch (const ztlib::Error& error) {
-        damaged.Add(Text("frame %" PRId64 " at offset %" PRIu64 " cannot be decoded: ",
-                         frame->index, frame->offset) +
-                        ReasonFor(options, *frame, error),
-                    progress);
-        continue;
-      }
-      ++played;
+      const AVFrame* const picture = player.Decode(*frame, header);
+      if (!picture) continue;
       width = picture->width;
       height = picture->height;
       for (const SinkPtr& sink : sinks)
         sink->Write(*picture, frame->index);
     }
   }
-  damaged.Close();
-  if (baseless > 0)
-    Complain(options.input + ": " + CountText(baseless, "frame") +
-             " left out for want of a key frame before");
-  if (reader.Damage())
-    Complain(Text("%s: offset %" PRIu64 ": %s", options.input.c_str(), reader.Damage()->offset,
-                  reader.Damage()->text.c_str()));
-  else if (frames == 0 && !Interrupted())
-    throw CError(options.input + ": no frame in it");
-  else if (frames <= options.from && !Interrupted())
+  player.Close();
+  if (player.Frames() <= options.from && !player.IsDamaged() && !Interrupted())
     throw CError(Text("%s: frame %" PRId64 " is behind its end, %s", options.input.c_str(),
-                      options.from, CountText(frames, "frame").c_str()));
+                      options.from, CountText(player.Frames(), "frame").c_str()));
+  const std::int64_t played = player.Pictures();
   if (played > 0)
     for (const SinkPtr& sink : sinks)
       sink->Close();
 
   std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
   if (played > 0)
-    summary += Text(" of %dx%d, decoded at %.0f frames/s", width, height, decode.RunsPerSecond());
+    summary +=
+        Text(" of %dx%d, decoded at %.0f frames/s", width, height, player.DecodedPerSecond());
   if (loss.Lost() > 0) summary += Text(", %" PRId64 " dropped", loss.Lost());
-  if (damaged.Count() > 0) summary += Text(", %" PRId64 " damaged", damaged.Count());
+  if (player.DamagedFrames() > 0)
+    summary += Text(", %" PRId64 " damaged", player.DamagedFrames());
   summary += "\n";
   // Without a picture nothing takes the place of what is there.
   if (played > 0) outputs.Publish();
   Print(outputs.Texts(), summary);
-  return reader.Damage() || damaged.Count() > 0 ? 1 : 0;
+  return player.IsDamaged() ? 1 : 0;
 }
 
 }  // namespace

@@ -6,17 +6,33 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cmath>
-#include <cstdio>
 
-CProgressBar::CProgressBar(std::string text)
-    : label(std::move(text)), isTerminal(IsErrorTerminal()) {}
+CProgressBar::CProgressBar(std::string text, std::size_t inputCount)
+    : label(std::move(text)), isTerminal(IsErrorTerminal()), inputs(inputCount) {}
 
-void CProgressBar::Show(std::int64_t frames, double share) {
+void CProgressBar::Show(std::int64_t frames, double share, std::size_t input) {
   if (!isTerminal) return;
+  const std::lock_guard lock(mutex);
+  inputs[input] = {frames, share};
   const Clock::time_point now = Clock::now();
   if (now < next) return;
   next = now + std::chrono::milliseconds(100);
-  const double seconds = std::chrono::duration<double>(now - start).count();
+  ShowStatus(Line(std::chrono::duration<double>(now - start).count()));
+}
+
+void CProgressBar::End(std::size_t input) {
+  const std::lock_guard lock(mutex);
+  inputs[input].share = 1;
+  ++done;
+}
+
+std::string CProgressBar::Line(double seconds) const {
+  std::int64_t frames = 0;
+  double share = 0;
+  for (const CInput& input : inputs) {
+    frames += input.frames;
+    share = share < 0 || input.share < 0 ? -1 : share + input.share / double(inputs.size());
+  }
   std::string text = CountText(frames, "frame");
   if (seconds > 0) text += Text("  %.0f frames/s", double(frames) / seconds);
   if (share > 0) {
@@ -24,6 +40,7 @@ void CProgressBar::Show(std::int64_t frames, double share) {
     text += Text("  %" PRId64 ":%02" PRId64 " left", left / 60, left % 60);
   }
   std::string line = label + "  ";
+  if (inputs.size() > 1) line += Text("%zu of %zu  ", done, inputs.size());
   // A terminal goes to the next line when the last column is filled.
   const auto columns = static_cast<std::size_t>(std::max(1, ErrorTerminalWidth()) - 1);
   if (share >= 0) {
@@ -38,14 +55,5 @@ void CProgressBar::Show(std::int64_t frames, double share) {
       line += "[" + std::string(full, '#') + std::string(cells - full, '.') + "] ";
     line += percent;
   }
-  line = (line + text).substr(0, columns);
-  std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
-  std::fflush(stderr);
-  isShown = true;
-}
-
-void CProgressBar::Wipe() {
-  if (isShown) std::fputs("\r\x1b[K", stderr);
-  std::fflush(stderr);
-  isShown = false;
+  return (line + text).substr(0, columns);
 }
