@@ -34,7 +34,9 @@ struct COption {
   // "input" is a word at its place, "--size" an option; "!--no-keys" clears a flag. A bool is a
   // flag. What a function gets may be refused by a CError.
   const char* name;
-  std::variant<std::string*, int*, std::int64_t*, double*, bool*, Parse, ParseAll> value;
+  std::variant<std::string*, std::vector<std::string>*, int*, std::int64_t*, double*, bool*, Parse,
+               ParseAll>
+      value;
   const char* help;
 
   const char* form = nullptr;  // stands for the value in the help, where its kind does not tell

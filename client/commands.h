@@ -4,6 +4,7 @@
 #include "client/record_settings.h"
 
 #include <string>
+#include <vector>
 
 // The commands of ztclient. What one does returns the exit status; what stops it is thrown as
 // CError.
@@ -18,7 +19,9 @@
 [[nodiscard]] CCommand TreeCommand();
 
 struct CRecordOptions {
-  std::string input, output;
+  std::vector<std::string> inputs;
+  std::string output;  // a pattern for NamesFor
+  int threads = 0;     // 0: as many as there are cores
   int videoFormat = ZTLIB_VIDEO_MJPEG;
   bool hasPsnr = false;  // play each frame back and measure it
   CRecordSettings settings;

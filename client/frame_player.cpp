@@ -64,8 +64,7 @@ const AVFrame* CFramePlayer::Decode(const CCodedFrame& frame, const CFrameHeader
 
 // A frame may fail for what was asked of it.
 std::string CFramePlayer::ReasonFor(const CCodedFrame& frame, const ztlib::Error& error) const {
-  const bool isPaired =
-      settings.pixelFormat == ZTLIB_YUYV || settings.pixelFormat == ZTLIB_UYVY;
+  const bool isPaired = settings.pixelFormat == ZTLIB_YUYV || settings.pixelFormat == ZTLIB_UYVY;
   const int width = ReadFrameHeader(frame.bytes).width / settings.scaleDown;
   if (isPaired && width > 0 && width % 2 != 0)
     return Text("a width of %d has no whole pairs of pixels, use rgb, yuv or gray", width);
@@ -82,8 +81,8 @@ void CFramePlayer::Close() const {
   if (baseless > 0)
     Complain(CountText(baseless, "frame") + " left out for want of a key frame before");
   if (reader.Damage())
-    Complain(Text("offset %" PRIu64 ": %s", reader.Damage()->offset,
-                  reader.Damage()->text.c_str()));
+    Complain(
+        Text("offset %" PRIu64 ": %s", reader.Damage()->offset, reader.Damage()->text.c_str()));
   else if (frames == 0 && !Interrupted())
     throw CError(path + ": no frame in it");
 }

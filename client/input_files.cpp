@@ -62,3 +62,11 @@ std::vector<std::string> FilesOf(const std::string& name) {
       files.push_back(std::move(file));
   return files;
 }
+
+std::vector<std::string> FilesOf(const std::vector<std::string>& names) {
+  std::vector<std::string> files;
+  for (const std::string& name : names)
+    for (std::string& file : FilesOf(name))
+      files.push_back(std::move(file));
+  return files;
+}

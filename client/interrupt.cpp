@@ -21,9 +21,9 @@ struct CRecord {
   std::string line;  // empty: the file goes
 };
 
-// Far more than any command writes at a time.
-constexpr std::size_t most = 64;
-std::array<bool, most> taken{};
+// Far more than all threads of a command write at a time.
+constexpr std::size_t most = 256;
+std::array<std::atomic<bool>, most> taken{};
 
 // Read by signal handlers at any moment, so a record that they may hold is not freed: whoever takes
 // one away looks afterwards whether the end has begun, and that is told before records are read.
@@ -81,10 +81,9 @@ void EndAtOnceWith(const char* complaint) noexcept {
 }
 
 CDoomedFile::CDoomedFile(std::filesystem::path file) : path(std::move(file)) {
-  while (place < most && taken[place])
+  while (place < most && taken[place].exchange(true))
     ++place;
   if (place == most) throw CError(path.string() + ": too many files at a time");
-  taken[place] = true;
 }
 
 CDoomedFile::~CDoomedFile() {

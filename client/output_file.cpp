@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
+#include <mutex>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -26,12 +29,20 @@ fs::path PartialName(const fs::path& name, int attempt) {
   return partial;
 }
 
-std::string keptRecordings;
+std::mutex keptMutex;
+std::map<std::thread::id, std::string> keptRecordings;
+
+void AddKept(const std::string& text) {
+  const std::lock_guard lock(keptMutex);
+  keptRecordings[std::this_thread::get_id()] += text;
+}
 
 }  // namespace
 
-const std::string& KeptRecordings() {
-  return keptRecordings;
+std::string TakeKeptRecordings() {
+  const std::lock_guard lock(keptMutex);
+  const auto kept = keptRecordings.extract(std::this_thread::get_id());
+  return kept ? std::move(kept.mapped()) : "";
 }
 
 COutputFile::COutputFile(std::string name) : path(std::move(name)), file(Output()) {}
@@ -78,7 +89,7 @@ COutputFile::~COutputFile() {
   if (beside.empty()) return;
   std::error_code error;
   if (unfinished == EUnfinished::kept && hasContent)
-    keptRecordings += KeptText();
+    AddKept(KeptText());
   else
     fs::remove(beside, error);
 }

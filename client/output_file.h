@@ -56,9 +56,9 @@ class COutputFile {
   bool hasContent = false, isClosed = false;
 };
 
-// The unfinished recordings that this process has left behind, to be put to the error that ended
-// it; empty if there are none.
-[[nodiscard]] const std::string& KeptRecordings();
+// The unfinished recordings that this thread has left behind since the last call, to be put to the
+// error that ended its work; empty if there are none.
+[[nodiscard]] std::string TakeKeptRecordings();
 
 // All files that a command writes. None of them is one that it reads, whatever the names are.
 class COutputs {

@@ -2,7 +2,7 @@
 #include "client/console.h"
 #include "client/frame_player.h"
 #include "client/picture_sink.h"
-#include "client/progress_bar.h"
+#include "client/several_inputs.h"
 
 #include <cinttypes>
 #include <memory>
@@ -10,12 +10,13 @@
 namespace {
 
 struct CPlayOptions {
-  std::string input;
+  std::vector<std::string> inputs;
+  int threads = 0;  // 0: as many as there are cores
   int scale = 1;
   int pixels = ZTLIB_RGB;
   double framesPerSecond = 25;
-  std::string pngFolder, y4m, video;
-  int dropType = -1;  // a ztlib::CodedFrameType; -1: none
+  std::string pngFolder, y4m, video;  // patterns for NamesFor
+  int dropType = -1;                  // a ztlib::CodedFrameType; -1: none
   std::int64_t dropEvery = 1;
   std::int64_t from = 0, frames = 0;  // the first to be shown, and how many; 0: all
 };
@@ -63,58 +64,74 @@ class CLoss {
   std::int64_t interval, seen = 0, lost = 0;
 };
 
-int Play(const CPlayOptions& options) {
-  CFramePlayer player(options.input,
-                      {static_cast<ztlib_pixel_format>(options.pixels), options.scale});
-  COutputs outputs({options.input}, {options.y4m, options.video});
+CDone PlayOne(const CPlayOptions& options, std::size_t index, CProgressBar& progress) {
+  const std::string& input = options.inputs[index];
+  CFramePlayer player(input, {static_cast<ztlib_pixel_format>(options.pixels), options.scale});
+  COutputs outputs(options.inputs, {options.y4m, options.video});
   const std::vector<SinkPtr> sinks = OpenSinks(outputs, options);
   CLoss loss(options);
   int width = 0, height = 0;
-  {
-    CProgressBar progress("play");
-    while (options.frames == 0 || player.Pictures() < options.frames) {
-      const std::optional<CCodedFrame> frame = player.Next();
-      if (!frame) break;
-      progress.Show(player.Frames(), player.Share());
-      const CFrameHeader header = ReadFrameHeader(frame->bytes);
-      if (options.pixels == ZTLIB_GRAY && header.videoFormat != ZTLIB_VIDEO_MJPEG &&
-          IsVideoFormat(header.videoFormat))
-        throw CError(options.input +
-                     ": differential and layered video have no gray pictures, use rgb or yuv");
-      if (loss.Takes(header)) continue;
-      if (frame->index < options.from) {
-        player.Skip(*frame, header);
-        continue;
-      }
-      const AVFrame* const picture = player.Decode(*frame, header);
-      if (!picture) continue;
-      width = picture->width;
-      height = picture->height;
-      for (const SinkPtr& sink : sinks)
-        sink->Write(*picture, frame->index);
+  while (options.frames == 0 || player.Pictures() < options.frames) {
+    const std::optional<CCodedFrame> frame = player.Next();
+    if (!frame) break;
+    progress.Show(player.Frames(), player.Share(), index);
+    const CFrameHeader header = ReadFrameHeader(frame->bytes);
+    if (options.pixels == ZTLIB_GRAY && header.videoFormat != ZTLIB_VIDEO_MJPEG &&
+        IsVideoFormat(header.videoFormat))
+      throw CError(input +
+                   ": differential and layered video have no gray pictures, use rgb or yuv");
+    if (loss.Takes(header)) continue;
+    if (frame->index < options.from) {
+      player.Skip(*frame, header);
+      continue;
     }
+    const AVFrame* const picture = player.Decode(*frame, header);
+    if (!picture) continue;
+    width = picture->width;
+    height = picture->height;
+    for (const SinkPtr& sink : sinks)
+      sink->Write(*picture, frame->index);
   }
   player.Close();
   if (player.Frames() <= options.from && !player.IsDamaged() && !Interrupted())
-    throw CError(Text("%s: frame %" PRId64 " is behind its end, %s", options.input.c_str(),
-                      options.from, CountText(player.Frames(), "frame").c_str()));
+    throw CError(Text("%s: frame %" PRId64 " is behind its end, %s", input.c_str(), options.from,
+                      CountText(player.Frames(), "frame").c_str()));
   const std::int64_t played = player.Pictures();
   if (played > 0)
     for (const SinkPtr& sink : sinks)
       sink->Close();
 
-  std::string summary = Text("%s: %s", options.input.c_str(), CountText(played, "frame").c_str());
+  std::string summary = Text("%s: %s", input.c_str(), CountText(played, "frame").c_str());
   if (played > 0)
     summary +=
         Text(" of %dx%d, decoded at %.0f frames/s", width, height, player.DecodedPerSecond());
   if (loss.Lost() > 0) summary += Text(", %" PRId64 " dropped", loss.Lost());
-  if (player.DamagedFrames() > 0)
-    summary += Text(", %" PRId64 " damaged", player.DamagedFrames());
+  if (player.DamagedFrames() > 0) summary += Text(", %" PRId64 " damaged", player.DamagedFrames());
   summary += "\n";
   // Without a picture nothing takes the place of what is there.
   if (played > 0) outputs.Publish();
-  Print(outputs.Texts(), summary);
-  return player.IsDamaged() ? 1 : 0;
+  return {.status = player.IsDamaged() ? 1 : 0,
+          .frames = played,
+          .summary = std::move(summary),
+          .to = outputs.Texts()};
+}
+
+int Play(const CPlayOptions& options) {
+  const std::vector<std::string> folders = NamesFor(options.pngFolder, options.inputs),
+                                 streams = NamesFor(options.y4m, options.inputs),
+                                 videos = NamesFor(options.video, options.inputs);
+  std::vector<std::string> all = streams;
+  all.insert(all.end(), videos.begin(), videos.end());
+  // What is written of one input is no other one, either.
+  const COutputs checked(options.inputs, all);
+  return ForEachInput(options.inputs, options.threads, "play",
+                      [&](std::size_t index, CProgressBar& progress) {
+                        CPlayOptions one = options;
+                        one.pngFolder = folders[index];
+                        one.y4m = streams[index];
+                        one.video = videos[index];
+                        return PlayOne(one, index, progress);
+                      });
 }
 
 }  // namespace
@@ -122,11 +139,13 @@ int Play(const CPlayOptions& options) {
 CCommand PlayCommand() {
   const auto options = std::make_shared<CPlayOptions>();
   return {.name = "play",
-          .help = "Decode a .zts file",
+          .help = "Decode .zts files",
           .options = {{.name = "input",
-                       .value = &options->input,
-                       .help = "Coded frames (.zts)",
+                       .value = &options->inputs,
+                       .help = "Coded frames (.zts), of one recording or of several",
+                       .form = "NAME...",
                        .isRequired = true},
+                      ThreadsOption(options->threads),
                       {.name = "--scale",
                        .value = &options->scale,
                        .help = "Divide width and height",
@@ -162,15 +181,15 @@ CCommand PlayCommand() {
                        .showsDefault = true},
                       {.name = "--png",
                        .value = &options->pngFolder,
-                       .help = "Write numbered PNG files",
+                       .help = "Write numbered PNG files; {} in DIR is the name of the input",
                        .form = "DIR"},
                       {.name = "--y4m",
                        .value = &options->y4m,
-                       .help = "Write YUV4MPEG2, - for standard output",
+                       .help = "Write YUV4MPEG2, - for standard output; {} as for --png",
                        .form = "FILE|-"},
                       {.name = "--video",
                        .value = &options->video,
-                       .help = "Write a video, lossless in .mkv",
+                       .help = "Write a video, lossless in .mkv; {} as for --png",
                        .form = "FILE"}},
           .run = [=] { return Play(*options); }};
 }

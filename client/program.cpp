@@ -46,12 +46,20 @@ int RunProgram(CProgram (*describe)(), int count, char** values) {
     const int status = arguments.run();
     Flush(Output());
     return Interrupted() ? interruptedStatus : status;
+  } catch (...) {
+    return ReportFailure();
+  }
+}
+
+int ReportFailure(const std::string& about) {
+  try {
+    throw;
   } catch (const CInterrupted&) {
     return interruptedStatus;
   } catch (const std::bad_alloc&) {
-    Complain(noMemory + KeptRecordings());
+    Complain(about + noMemory + TakeKeptRecordings());
   } catch (const std::exception& error) {
-    Complain(error.what() + KeptRecordings());
+    Complain(error.what() + TakeKeptRecordings());
   }
   return 1;
 }

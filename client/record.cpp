@@ -4,8 +4,8 @@
 #include "client/input_files.h"
 #include "client/media_input.h"
 #include "client/picture_io.h"
-#include "client/progress_bar.h"
 #include "client/recorder.h"
+#include "client/several_inputs.h"
 
 namespace {
 
@@ -31,43 +31,50 @@ class CQualityMeter {
   CPictureError error;
 };
 
-}  // namespace
-
-int Record(const CRecordOptions& options) {
-  COutputs outputs(FilesOf(options.input), {options.output});
-  CMediaInput input(options.input);
+CDone RecordOne(const CRecordOptions& options, std::size_t index, CProgressBar& progress) {
+  const std::string& name = options.inputs[index];
+  COutputs outputs(FilesOf(options.inputs), {options.output});
+  CMediaInput input(name);
   CRecorder recorder(input, options.settings);
   std::optional<CFrameFileWriter> file;
   std::optional<CQualityMeter> meter;
   if (options.hasPsnr) meter.emplace();
-  {
-    CProgressBar progress("record");
-    while (recorder.Step()) {
-      if (!file) file.emplace(outputs, options.output, EUnfinished::kept);
-      file->Write(recorder.Coder().Coded());
-      if (meter) meter->Add(recorder);
-      progress.Show(recorder.Frames(), recorder.Share());
-    }
+  while (recorder.Step()) {
+    if (!file) file.emplace(outputs, options.output, EUnfinished::kept);
+    file->Write(recorder.Coder().Coded());
+    if (meter) meter->Add(recorder);
+    progress.Show(recorder.Frames(), recorder.Share(), index);
   }
   if (!file) {
     ThrowIfInterrupted();
-    throw CError(options.input +
-                 (options.settings.from == 0
-                      ? ": no picture in it"
-                      : Text(": no picture %" PRId64 " in it", options.settings.from)));
+    throw CError(name + (options.settings.from == 0
+                             ? ": no picture in it"
+                             : Text(": no picture %" PRId64 " in it", options.settings.from)));
   }
   file->Close();
-  if (const std::string damage = input.Damage(); !damage.empty())
-    Complain(options.input + ": " + damage);
+  if (const std::string damage = input.Damage(); !damage.empty()) Complain(name + ": " + damage);
 
   const ztlib::EncoderSettings& coding = recorder.Coder().Settings();
   const double pixels = double(recorder.Frames()) * coding.width * coding.height;
-  const std::string summary =
+  std::string summary =
       Text("%s: %s of %dx%d, %s, %.2f bits per pixel, converted and encoded at %.0f frames/s%s\n",
            options.output.c_str(), CountText(recorder.Frames(), "frame").c_str(), coding.width,
            coding.height, ByteText(file->Bytes()).c_str(), 8 * double(file->Bytes()) / pixels,
            recorder.Coder().FramesPerSecond(), meter ? meter->Summary().c_str() : "");
   outputs.Publish();
-  Print(outputs.Texts(), summary);
-  return 0;
+  return {.frames = recorder.Frames(), .summary = std::move(summary), .to = outputs.Texts()};
+}
+
+}  // namespace
+
+int Record(const CRecordOptions& options) {
+  const std::vector<std::string> names = NamesFor(options.output, options.inputs);
+  // What is recorded of one input is no other one, either.
+  const COutputs checked(FilesOf(options.inputs), names);
+  return ForEachInput(options.inputs, options.threads, "record",
+                      [&](std::size_t index, CProgressBar& progress) {
+                        CRecordOptions one = options;
+                        one.output = names[index];
+                        return RecordOne(one, index, progress);
+                      });
 }

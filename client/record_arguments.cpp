@@ -1,5 +1,6 @@
 #include "client/commands.h"
 #include "client/option_values.h"
+#include "client/several_inputs.h"
 #include "client/text.h"
 
 #include <memory>
@@ -81,16 +82,21 @@ void CheckDifferential(const CCommand::IsGiven& isGiven, int videoFormat) {
 
 CCommand RecordCommand() {
   const auto options = std::make_shared<CRecordOptions>();
+  const COption::ParseAll takeNames{[=](const std::vector<std::string>& names) {
+    if (names.size() < 2) throw CError("record needs an input and an output");
+    options->inputs.assign(names.begin(), names.end() - 1);
+    options->output = names.back();
+  }};
   return {.name = "record",
-          .help = "Code a video, camera stream or picture",
-          .options = WithRecordSettings({{.name = "input",
-                                          .value = &options->input,
-                                          .help = "Anything that FFmpeg reads",
+          .help = "Code videos, camera streams or pictures",
+          .options = WithRecordSettings({{.name = "names",
+                                          .value = takeNames,
+                                          .help = "Inputs, which are anything that FFmpeg reads, "
+                                                  "and last the output (.zts), where {} stands "
+                                                  "for the name of the input",
+                                          .form = "INPUT... OUTPUT",
                                           .isRequired = true},
-                                         {.name = "output",
-                                          .value = &options->output,
-                                          .help = "Coded frames (.zts)",
-                                          .isRequired = true},
+                                         ThreadsOption(options->threads),
                                          {.name = "--format",
                                           .value = &options->videoFormat,
                                           .help = "Video format",

@@ -4,7 +4,7 @@
 #include "client/frame.h"
 
 std::shared_ptr<void> OpenSession(bool isVerbose) {
-  // A command shows one recording, and pictures of damaged frames go nowhere.
+  // Pictures of damaged frames go nowhere.
   CFramePool::ClearFrames(false);
   ztlib_logger logger = nullptr;
   if (isVerbose)

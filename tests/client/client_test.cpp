@@ -256,7 +256,7 @@ TEST_F(ClientTest, ErrorsAreOneLineAndStatusOne) {
   EXPECT_FALSE(fs::exists(Path("a.zts")));
   const std::string help = Succeed("record --help").output;
   for (const char* part :
-       {"Coded frames (.zts) (required)", "JPEG quality (1 to 100; default 75)",
+       {"for the name of the input (required)", "JPEG quality (1 to 100; default 75)",
         "--format mjpeg|mjpegdiff|layered|layereddiff", "Video format (default mjpeg)"})
     ExpectPart(help, part);
 }

@@ -200,11 +200,15 @@ TEST_F(OutputsTest, ProgressIsShownOnATerminalOnly) {
   for (const std::uint16_t columns : {30, 60, 120}) {
     const winsize size{40, columns, 0, 0};
     ASSERT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
-    CProcess client(ZTCLIENT, Expand("play @demo.zts"), Path("stdout"), ptsname(terminal));
+    const bool isSeveral = columns == 120;
+    CProcess client(ZTCLIENT,
+                    Expand(isSeveral ? "play @demo.zts @demo-diff.zts" : "play @demo.zts"),
+                    Path("stdout"), ptsname(terminal));
     EXPECT_EQ(client.Wait(), 0);
     std::string shown(4096, '\0');
     shown.resize(static_cast<std::size_t>(std::max(read(terminal, &shown[0], 4096), ssize_t{0})));
     ExpectPart(shown, " %  1 frame");
+    EXPECT_EQ(Count(shown, "play  0 of 2  ["), isSeveral ? 1U : 0U) << shown;
     EXPECT_EQ(Count(shown, "["), Count(shown, "\x1b[") + (columns > 30 ? 1 : 0)) << shown;
     EXPECT_LE(shown.find("\x1b[K"), std::size_t{columns}) << shown;
     EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << shown;
