@@ -32,8 +32,10 @@ void AddCommand(std::string& page, const std::string& names, const CCommand& com
   if (!command.parts.empty()) return;
   std::string line = name;
   for (const COption& option : command.options)
-    if (option.name[0] != '-' && option.name[0] != '!')
-      line += option.isRequired ? std::string(" ") + option.name : Text(" [%s]", option.name);
+    if (option.name[0] != '-' && option.name[0] != '!') {
+      const char* const shown = option.form ? option.form : option.name;
+      line += option.isRequired ? std::string(" ") + shown : Text(" [%s]", shown);
+    }
   page += ".SS \"" + Escaped(line) + "\"\n" + Escaped(command.help) + ".\n";
   for (const COption& option : command.options)
     AddEntry(page, option.name + (option.name[0] == '!' ? 1 : 0), FormOf(option),

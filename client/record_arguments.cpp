@@ -94,7 +94,7 @@ CCommand RecordCommand() {
                                           .help = "Inputs, which are anything that FFmpeg reads, "
                                                   "and last the output (.zts), where {} stands "
                                                   "for the name of the input",
-                                          .form = "INPUT... OUTPUT",
+                                          .form = "input... output",
                                           .isRequired = true},
                                          ThreadsOption(options->threads),
                                          {.name = "--format",
