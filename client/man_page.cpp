@@ -25,6 +25,13 @@ void AddEntry(std::string& page, std::string_view name, const std::string& form,
   page += "\n" + Escaped(text) + "\n";
 }
 
+// What a word or words without an option's name stand for.
+std::string PlaceOf(const COption& option) {
+  if (std::holds_alternative<COption::ParseAll>(option.value)) return option.form;
+  const bool isSeveral = std::holds_alternative<std::vector<std::string>*>(option.value);
+  return std::string(option.name) + (isSeveral ? "..." : "");
+}
+
 void AddCommand(std::string& page, const std::string& names, const CCommand& command) {
   const std::string name = names + " " + command.name;
   for (const CCommand& part : command.parts)
@@ -32,10 +39,8 @@ void AddCommand(std::string& page, const std::string& names, const CCommand& com
   if (!command.parts.empty()) return;
   std::string line = name;
   for (const COption& option : command.options)
-    if (option.name[0] != '-' && option.name[0] != '!') {
-      const char* const shown = option.form ? option.form : option.name;
-      line += option.isRequired ? std::string(" ") + shown : Text(" [%s]", shown);
-    }
+    if (option.name[0] != '-' && option.name[0] != '!')
+      line += option.isRequired ? " " + PlaceOf(option) : Text(" [%s]", option.name);
   page += ".SS \"" + Escaped(line) + "\"\n" + Escaped(command.help) + ".\n";
   for (const COption& option : command.options)
     AddEntry(page, option.name + (option.name[0] == '!' ? 1 : 0), FormOf(option),

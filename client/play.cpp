@@ -143,7 +143,7 @@ CCommand PlayCommand() {
           .options = {{.name = "input",
                        .value = &options->inputs,
                        .help = "Coded frames (.zts), of one recording or of several",
-                       .form = "input...",
+                       .form = "NAME...",
                        .isRequired = true},
                       ThreadsOption(options->threads),
                       {.name = "--scale",
