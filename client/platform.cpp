@@ -248,6 +248,22 @@ std::vector<std::string> FilesLike(const std::string&) {
   return {};
 }
 
+std::vector<std::string> FilesNamedBy(const std::string& word) {
+  const fs::path pattern = PathOf(word);
+  if (pattern.filename().native().find_first_of(L"*?") == std::wstring::npos) return {word};
+  WIN32_FIND_DATAW found;
+  const HANDLE search = FindFirstFileW(pattern.c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return {word};
+  const std::shared_ptr<void> owned(search, FindClose);
+  std::vector<std::string> files;
+  do
+    if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+      files.push_back((pattern.parent_path() / found.cFileName).string());
+  while (FindNextFileW(search, &found));
+  std::sort(files.begin(), files.end());
+  return files.empty() ? std::vector{word} : files;
+}
+
 std::FILE* BinaryCopyOf(std::FILE* file) {
   const int copy = _dup(_fileno(file));
   // Without this a video would get a carriage return before each byte that looks like a newline.
@@ -468,6 +484,10 @@ std::vector<std::string> FilesLike(const std::string& pattern) {
     files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
   globfree(&found);
   return files;
+}
+
+std::vector<std::string> FilesNamedBy(const std::string& word) {
+  return {word};
 }
 
 std::FILE* BinaryCopyOf(std::FILE* file) {

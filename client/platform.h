@@ -64,6 +64,10 @@ enum class EFileKind { missing, regular, folder, special };
 // for them.
 [[nodiscard]] std::vector<std::string> FilesLike(const std::string& pattern);
 
+// The files that a word on the command line names: where shells leave patterns to programs, those that
+// "*" and "?" in its last part stand for; the word itself elsewhere, and if there are none.
+[[nodiscard]] std::vector<std::string> FilesNamedBy(const std::string& word);
+
 // A copy of a stream that writes bytes as they are, and where to send what nobody reads.
 [[nodiscard]] std::FILE* BinaryCopyOf(std::FILE* file);
 extern const char* const nowhere;

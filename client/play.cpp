@@ -191,5 +191,8 @@ CCommand PlayCommand() {
                        .value = &options->video,
                        .help = "Write a video, lossless in .mkv; {} as for --png",
                        .form = "FILE"}},
-          .run = [=] { return Play(*options); }};
+          .run = [=] {
+            options->inputs = InputsNamedBy(options->inputs);
+            return Play(*options);
+          }};
 }

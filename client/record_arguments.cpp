@@ -84,7 +84,7 @@ CCommand RecordCommand() {
   const auto options = std::make_shared<CRecordOptions>();
   const COption::ParseAll takeNames{[=](const std::vector<std::string>& names) {
     if (names.size() < 2) throw CError("record needs an input and an output");
-    options->inputs.assign(names.begin(), names.end() - 1);
+    options->inputs = InputsNamedBy({names.begin(), names.end() - 1});
     options->output = names.back();
   }};
   return {.name = "record",

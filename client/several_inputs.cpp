@@ -116,6 +116,14 @@ COption ThreadsOption(int& threads) {
       .allowed = CLimits{1, maxThreads}};
 }
 
+std::vector<std::string> InputsNamedBy(const std::vector<std::string>& words) {
+  std::vector<std::string> inputs;
+  for (const std::string& word : words)
+    for (std::string& file : FilesNamedBy(word))
+      inputs.push_back(std::move(file));
+  return inputs;
+}
+
 std::vector<std::string> NamesFor(const std::string& pattern,
                                   const std::vector<std::string>& inputs) {
   const std::string_view mark = "{}";

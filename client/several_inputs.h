@@ -16,6 +16,9 @@
 // The option --threads.
 [[nodiscard]] COption ThreadsOption(int& threads);
 
+// The inputs that words on the command line name.
+[[nodiscard]] std::vector<std::string> InputsNamedBy(const std::vector<std::string>& words);
+
 // The name of an output for each of the inputs: "{}" in the pattern stands for what the input is
 // called, without its folder and ending. Throws CError if two of them would have the same name.
 [[nodiscard]] std::vector<std::string> NamesFor(const std::string& pattern,
