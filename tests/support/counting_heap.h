@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 
 // This heap of a program, which libjpeg uses too, counts its calls and can let one of them fail. It
@@ -14,7 +15,9 @@ inline std::atomic<int> callsToFailure = 0;  // the last of them fails; 0 for no
 
 // Counts a call that may fail; returns false for the one that does.
 inline bool CountPoint() {
-  return callsToFailure == 0 || --callsToFailure != 0;
+  if (callsToFailure == 0 || --callsToFailure != 0) return true;
+  errno = ENOMEM;
+  return false;
 }
 
 // While it lives, no call is counted and none fails. Live blocks are still counted.
