@@ -1,5 +1,6 @@
 #include "bench/clip.h"
 #include "bench/decoding.h"
+#include "bench/ffmpeg_peer.h"
 #include "main/target/windll/codec/jpeg_decoder.h"
 
 #include <algorithm>
@@ -219,44 +220,18 @@ void EncodeLibjpeg(benchmark::State& state, SceneOf scene) {
   jpeg_destroy_compress(&object);
 }
 
-// FFmpeg's quantiser 4 gives a stream of about the same size.
 void EncodeFfmpeg(benchmark::State& state, SceneOf scene) {
-  const Bytes& pixels = scene().pixels;
-  AVFrame* picture = av_frame_alloc();
-  picture->format = AV_PIX_FMT_YUVJ420P;
-  picture->width = width;
-  picture->height = height;
-  picture->quality = 4 * FF_QP2LAMBDA;
-  av_frame_get_buffer(picture, 0);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      const std::uint8_t* const pixel = &pixels[(std::size_t{width} * y + x) * 2];
-      const int plane = 1 + x % 2;
-      picture->data[0][y * picture->linesize[0] + x] = pixel[1];
-      picture->data[plane][y / 2 * picture->linesize[plane] + x / 2] = pixel[0];
-    }
-  const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
-  AVCodecContext* context = avcodec_alloc_context3(codec);
-  context->width = width;
-  context->height = height;
-  context->pix_fmt = AV_PIX_FMT_YUVJ420P;
-  context->time_base = {1, 25};
-  context->flags |= AV_CODEC_FLAG_QSCALE;
-  context->global_quality = 4 * FF_QP2LAMBDA;
-  context->thread_count = 1;
-  avcodec_open2(context, codec, nullptr);
-  AVPacket* packet = av_packet_alloc();
+  FfmpegPeer peer(avcodec_find_encoder(AV_CODEC_ID_MJPEG), width, height);
+  AVFrame* picture = peer.Planes(scene().pixels);
   for (auto _ : state) {
     ++picture->pts;
-    if (avcodec_send_frame(context, picture) != 0 || avcodec_receive_packet(context, packet) != 0) {
+    const int bytes = peer.Encode(picture);
+    if (bytes == 0) {
       state.SkipWithError("not encoded");
       break;
     }
-    state.counters["bytes"] = packet->size;
-    av_packet_unref(packet);
+    state.counters["bytes"] = bytes;
   }
-  av_packet_free(&packet);
-  avcodec_free_context(&context);
   av_frame_free(&picture);
 }
 

@@ -1,5 +1,6 @@
 #include "bench/clip.h"
 #include "bench/decoding.h"
+#include "bench/ffmpeg_peer.h"
 #include "main/target/windll/codec/block_kernels.h"
 
 #include <algorithm>
@@ -14,17 +15,13 @@
 #include <utility>
 #include <vector>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
-
 #include <benchmark/benchmark.h>
 
 // Measures differential video at 1920x1080 and quality 75 through the exports, with a share of the
-// blocks in every frame's list, and with the blocks that change in a real clip. The peers are plain video, FFmpeg's MJPEG, and its MPEG-4 without B
-// frames, which shows the cost of a still scene for a codec with motion search. The least possible
-// cost is one pass over the bytes of the picture: to read them for encoding, to copy them for
-// decoding.
+// blocks in every frame's list, and with the blocks that change in a real clip. The peers are plain
+// video, FFmpeg's MJPEG, and its MPEG-4 without B frames, which shows the cost of a still scene for a
+// codec with motion search. The least possible cost is one pass over the bytes of the picture: to read
+// them for encoding, to copy them for decoding.
 
 namespace {
 
@@ -171,59 +168,18 @@ void CopyPass(benchmark::State& state, std::size_t size) {
   }
 }
 
-struct Peer {
-  Peer(AVCodecID id, const AVCodec* codec) : context(avcodec_alloc_context3(codec)) {
-    context->width = width;
-    context->height = height;
-    context->pix_fmt = id == AV_CODEC_ID_MJPEG ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
-    context->time_base = {1, 25};
-    context->thread_count = 1;
-    context->gop_size = 600;
-    context->flags |= AV_CODEC_FLAG_QSCALE;
-    context->global_quality = 4 * FF_QP2LAMBDA;
-    avcodec_open2(context, codec, nullptr);
-  }
-  ~Peer() {
-    av_packet_free(&packet);
-    avcodec_free_context(&context);
-  }
-  Peer(const Peer&) = delete;
-  Peer& operator=(const Peer&) = delete;
-  AVCodecContext* context;
-  AVPacket* packet = av_packet_alloc();
-};
-
-AVFrame* PlanarFrame(const Bytes& uyvy, AVPixelFormat format) {
-  AVFrame* picture = av_frame_alloc();
-  picture->format = format;
-  picture->width = width;
-  picture->height = height;
-  picture->quality = 4 * FF_QP2LAMBDA;
-  av_frame_get_buffer(picture, 0);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      const std::uint8_t* const pixel = &uyvy[(static_cast<std::size_t>(y) * width + x) * 2];
-      picture->data[0][y * picture->linesize[0] + x] = pixel[1];
-      picture->data[1 + x % 2][y / 2 * picture->linesize[1 + x % 2] + x / 2] = pixel[0];
-    }
-  return picture;
-}
-
 void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
-  Peer peer(id, avcodec_find_encoder(id));
+  FfmpegPeer peer(avcodec_find_encoder(id), width, height);
   std::vector<AVFrame*> frames;
   for (const Bytes& pixels : PicturesOf(percent))
-    frames.push_back(PlanarFrame(pixels, peer.context->pix_fmt));
+    frames.push_back(peer.Planes(pixels));
   std::int64_t next = 0;
   const auto encode = [&] {
     AVFrame* frame = frames[next == 0 ? 0 : 1 + next % (frames.size() - 1)];
     frame->pts = next++;
-    if (avcodec_send_frame(peer.context, frame) != 0 ||
-        avcodec_receive_packet(peer.context, peer.packet) != 0)
-      return false;
-    state.counters["bytes"] = peer.packet->size;
-    av_packet_unref(peer.packet);
-    return true;
+    const int bytes = peer.Encode(frame);
+    state.counters["bytes"] = bytes;
+    return bytes > 0;
   };
   bool good = encode();
   for (auto _ : state)
@@ -235,12 +191,11 @@ void EncodePeer(benchmark::State& state, AVCodecID id, int percent) {
 
 // Decodes what follows the first picture, which it refers to, again and again.
 void DecodePeer(benchmark::State& state, AVCodecID id, int percent) {
-  Peer encoder(id, avcodec_find_encoder(id));
-  const AVCodec* codec = avcodec_find_decoder(id);
-  Peer decoder(id, codec);
+  FfmpegPeer encoder(avcodec_find_encoder(id), width, height);
+  FfmpegPeer decoder(avcodec_find_decoder(id), width, height);
   std::vector<Bytes> packets;
   for (const Bytes& pixels : PicturesOf(percent)) {
-    AVFrame* frame = PlanarFrame(pixels, encoder.context->pix_fmt);
+    AVFrame* frame = encoder.Planes(pixels);
     frame->pts = static_cast<std::int64_t>(packets.size());
     avcodec_send_frame(encoder.context, frame);
     avcodec_receive_packet(encoder.context, encoder.packet);
