@@ -22,9 +22,9 @@ extern "C" {
 #include <benchmark/benchmark.h>
 
 // Measures plain video at 1920x1080 and quality 75 through the exports. The peers are direct calls
-// of libjpeg-turbo with four-byte or gray pixels, its decoder that leaves the planes as they are, and
-// FFmpeg's codec on one thread, which stays in planes, too. The library's own decoder is also measured as
-// it decodes what its road for sound pictures leaves out.
+// of libjpeg-turbo with four-byte or gray pixels, its decoder that leaves the planes as they are,
+// and FFmpeg's codec on one thread, which stays in planes, too. The library's own decoder is also
+// measured as it decodes what its road for sound pictures leaves out.
 
 namespace {
 

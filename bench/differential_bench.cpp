@@ -19,9 +19,9 @@
 
 // Measures differential video at 1920x1080 and quality 75 through the exports, with a share of the
 // blocks in every frame's list, and with the blocks that change in a real clip. The peers are plain
-// video, FFmpeg's MJPEG, and its MPEG-4 without B frames, which shows the cost of a still scene for a
-// codec with motion search. The least possible cost is one pass over the bytes of the picture: to read
-// them for encoding, to copy them for decoding.
+// video, FFmpeg's MJPEG, and its MPEG-4 without B frames, which shows the cost of a still scene for
+// a codec with motion search. The least possible cost is one pass over the bytes of the picture: to
+// read them for encoding, to copy them for decoding.
 
 namespace {
 

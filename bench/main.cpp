@@ -11,9 +11,10 @@
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
-// With --rounds=N every WHAT/VARIANT is measured in N rounds, in each of them our implementation and
-// its peers in turn, so that whatever disturbs the machine meets all of them alike. The times of all
-// rounds come out as JSON, in microseconds. Without it this is like any program of Google Benchmark.
+// With --rounds=N every WHAT/VARIANT is measured in N rounds, in each of them our implementation
+// and its peers in turn, so that whatever disturbs the machine meets all of them alike. The times
+// of all rounds come out as JSON, in microseconds. Without it this is like any program of Google
+// Benchmark.
 
 namespace {
 

@@ -22,8 +22,8 @@ template <class T>
 CLimits(T, T) -> CLimits<T>;
 
 struct COption {
-  // A variant of nothing but pointers and bare functions never takes itself for empty, not even when
-  // copying a function failed; it would destroy what it does not hold.
+  // A variant of nothing but pointers and bare functions never takes itself for empty, not even
+  // when copying a function failed; it would destroy what it does not hold.
   template <class T>
   struct CParser {
     std::function<void(const T&)> take;
@@ -73,8 +73,8 @@ struct CProgram {
   std::function<std::shared_ptr<void>(bool isVerbose)> open;
 };
 
-// What the words behind the program's name ask for. `run` is empty if it asked for help or was wrong; then `status` is the
-// exit status.
+// What the words behind the program's name ask for. `run` is empty if it asked for help or was
+// wrong; then `status` is the exit status.
 struct CArguments {
   std::function<int()> run;
   bool isVerbose = false;

@@ -12,10 +12,12 @@
 // What the systems that the client runs on do each in its own way. Texts, and names of files among
 // them, are UTF-8 on all of them.
 
-// A name as the system has it. The constructor of a path would take its bytes for those of a locale.
+// A name as the system has it. The constructor of a path would take its bytes for those of a
+// locale.
 [[nodiscard]] std::filesystem::path PathOf(std::string_view name);
 
-// The words behind the program's name, from what `main` gets or from where the system has them whole.
+// The words behind the program's name, from what `main` gets or from where the system has them
+// whole.
 [[nodiscard]] std::vector<std::string> Arguments(int count, char** values);
 
 // Runs a program that lies beside the running one, to its end. Its exit status; nothing if there is
@@ -64,8 +66,8 @@ enum class EFileKind { missing, regular, folder, special };
 // for them.
 [[nodiscard]] std::vector<std::string> FilesLike(const std::string& pattern);
 
-// The files that a word on the command line names: where shells leave patterns to programs, those that
-// "*" and "?" in its last part stand for; the word itself elsewhere, and if there are none.
+// The files that a word on the command line names: where shells leave patterns to programs, those
+// that "*" and "?" in its last part stand for; the word itself elsewhere, and if there are none.
 [[nodiscard]] std::vector<std::string> FilesNamedBy(const std::string& word);
 
 // A copy of a stream that writes bytes as they are, and where to send what nobody reads.

@@ -66,9 +66,9 @@ ScalerPtr NewScaler(const CScaler::CSetup& setup) {
   return scaler;
 }
 
-// Full range for a value of the limited one, in which `zero` stands for 0, or for no color, and `steps`
-// for 255 steps of the full one: rounded to the nearest value, so that a half goes up on either side
-// of zero.
+// Full range for a value of the limited one, in which `zero` stands for 0, or for no color, and
+// `steps` for 255 steps of the full one: rounded to the nearest value, so that a half goes up on
+// either side of zero.
 constexpr int Stretched(int value, int zero, int steps, int fullZero) {
   const int doubled = 2 * 255 * (value - zero) + steps;
   const int rounded = (doubled >= 0 ? doubled : doubled - 2 * steps + 1) / (2 * steps);

@@ -34,6 +34,7 @@ struct CDone {
 using InputWork = std::function<CDone(std::size_t input, CProgressBar& progress)>;
 
 // Runs the work and prints the summaries in the order of the inputs, and one of all behind those of
-// several. The exit status, 1 if any of them failed. `threads` is at least 1, or 0 for as many as there are cores.
+// several. The exit status, 1 if any of them failed. `threads` is at least 1, or 0 for as many as
+// there are cores.
 [[nodiscard]] int ForEachInput(const std::vector<std::string>& inputs, int threads,
                                const char* label, const InputWork& work);

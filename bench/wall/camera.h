@@ -21,7 +21,8 @@ class ICamera {
 };
 using CameraPtr = std::unique_ptr<ICamera>;
 
-// The stream outlives the camera, and belongs to the same thread: the library may write into frames.
+// The stream outlives the camera, and belongs to the same thread: the library may write into
+// frames.
 [[nodiscard]] CameraPtr NewLibraryCamera(CStream& stream);
 // FFmpeg's decoder on one thread, libyuv's conversions, OpenCV's MOG2.
 [[nodiscard]] CameraPtr NewPeerCamera(CStream& stream);

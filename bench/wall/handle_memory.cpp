@@ -16,8 +16,8 @@ double HeapMegabytes() {
   return static_cast<double>(info.uordblks + info.hblkhd) / 1048576;
 }
 
-// `use` makes a handle, uses it and calls `measure` while it lives, with the megabytes that are not the
-// handle's.
+// `use` makes a handle, uses it and calls `measure` while it lives, with the megabytes that are not
+// the handle's.
 void Print(const std::string& name,
            const std::function<void(const std::function<void(double)>& measure)>& use) {
   const double before = HeapMegabytes();

@@ -131,8 +131,8 @@ CRow RunWall(const std::vector<CStream>& streams, std::size_t cameras, std::size
   return row;
 }
 
-// Copies as many bytes as a picture of 1080p for the screen has; what threads lose here is lost to the
-// memory that they share.
+// Copies as many bytes as a picture of 1080p for the screen has; what threads lose here is lost to
+// the memory that they share.
 CRow RunCopies(std::size_t threads, double seconds) {
   constexpr std::size_t size = std::size_t{1920} * 1080 * 4;
   std::vector<kit::Bytes> from(threads, kit::Bytes(size, 1)), to(threads, kit::Bytes(size, 2));

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// What one kind of camera sends: its frames in the library's video, and the same pictures as the peer
-// gets them, in MJPEG or, where frames build on others, in MPEG-4 of FFmpeg.
+// What one kind of camera sends: its frames in the library's video, and the same pictures as the
+// peer gets them, in MJPEG or, where frames build on others, in MPEG-4 of FFmpeg.
 struct CStream {
   int video, width, height;  // video is a ztlib_video_format
   std::vector<kit::Bytes> frames;

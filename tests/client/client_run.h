@@ -81,8 +81,8 @@ inline CY4m ParseY4m(const std::string& stream, std::size_t frameBytes) {
   return y4m;
 }
 
-// Each test has a folder with "demo.zts", twelve frames of the drawn scene, and its report. Its name
-// has a blank and letters that no single code page has, so every command meets such names.
+// Each test has a folder with "demo.zts", twelve frames of the drawn scene, and its report. Its
+// name has a blank and letters that no single code page has, so every command meets such names.
 class ClientTest : public testing::Test {
  protected:
   static constexpr int frames = 12, width = 320, height = 240;

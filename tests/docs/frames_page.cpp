@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
-// Prints docs/frames.md: one small frame of each video format, made by the library and by the encoder
-// of layered video that tests have.
+// Prints docs/frames.md: one small frame of each video format, made by the library and by the
+// encoder of layered video that tests have.
 namespace {
 
 constexpr int width = 32, height = 16;

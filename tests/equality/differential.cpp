@@ -61,8 +61,8 @@ void Sequence(std::uint32_t seed) {
   }
 }
 
-// A coded picture of another size than the header tells, or than the base at a new scale, is one run
-// of pixels, whose pairs reach over the ends of rows.
+// A coded picture of another size than the header tells, or than the base at a new scale, is one
+// run of pixels, whose pairs reach over the ends of rows.
 void OtherSizes(const Encoder& encoder) {
   const Bytes frame = encoder.Process(NewImage(ZTLIB_UYVY, 24, 48, Noise(24 * 48 * 2, 1)).get());
   for (const auto& [width, height] : {std::pair(24, 48), {23, 40}, {51, 22}, {51, 48}, {23, 48}}) {

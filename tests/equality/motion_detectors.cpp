@@ -5,8 +5,8 @@ using namespace ztlib;
 
 namespace {
 
-// Forty frames to learn, then noise, then clocks that go on, stand and go back. Frames may be taller
-// than the mask, and another detector without a mask reads the metadata.
+// Forty frames to learn, then noise, then clocks that go on, stand and go back. Frames may be
+// taller than the mask, and another detector without a mask reads the metadata.
 void Detect(const CData& settings, int width, int height, int rows, bool isAllMoving = false) {
   CSingleSimpleMotion detector, other;
   detector.Configure(settings, {width, height});

@@ -9,8 +9,8 @@ namespace {
 
 enum class Outcome : std::uint8_t { refused, irregular, decoded };
 
-// What becomes of a stream at 1 / `scale`. That its pixels are right is compared elsewhere; here it is
-// whether libjpeg is left out, and that nothing is read beyond the end marker.
+// What becomes of a stream at 1 / `scale`. That its pixels are right is compared elsewhere; here it
+// is whether libjpeg is left out, and that nothing is read beyond the end marker.
 Outcome Scan(const Bytes& stream, unsigned scale = 1, bool lumaOnly = false) {
   JpegObject<jpeg_decompress_struct> object;
   jpeg_error_mgr errors;

@@ -50,8 +50,8 @@ TEST(Mask, WorkFollowsWhatPolygonsAdd) {
 }
 
 TEST(Mask, TreesHoldVirtualCoordinates) {
-  // Arrays of a tree, and the same polygon in pixels of 160 by 120: both ways by the width, and none
-  // leaves out the last row and column.
+  // Arrays of a tree, and the same polygon in pixels of 160 by 120: both ways by the width, and
+  // none leaves out the last row and column.
   const std::pair<std::vector<short>, CMaskPolygon> cases[] = {
       {{0, 0, 8192, 0, 8192, 4096, 0, 4096, 7}, {{0, 0}, {80, 0}, {80, 40}, {0, 40}}},
       {{5}, {{0, 0}, {159, 0}, {159, 119}, {0, 119}}}};

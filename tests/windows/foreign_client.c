@@ -1,5 +1,6 @@
-// A client that is built by a compiler for Microsoft's tools: it has no C runtime, only the library.
-// Nothing in it could catch an exception of g++, so that one which left the library would end it.
+// A client that is built by a compiler for Microsoft's tools: it has no C runtime, only the
+// library. Nothing in it could catch an exception of g++, so that one which left the library would
+// end it.
 #include <ztlib.h>
 
 // The linker wants this wherever there are floats.
