@@ -81,7 +81,7 @@ std::string CodingsText(const CReport& report) {
     if (coding->width != report.plain.width || coding->height != report.plain.height)
       text += Text("; %s in %dx%d", coding->name.c_str(), coding->width, coding->height);
     if (!coding->settings.empty())
-      text += "; " + coding->settings + ", aimed at the bit rate of differential video";
+      text += "; " + coding->settings + ", aimed at the luma PSNR of MJPEG";
   }
   return text + ". Small figures compare with MJPEG.";
 }

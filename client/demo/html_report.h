@@ -108,7 +108,7 @@ struct CReport {
   double framesPerSecond = 0;
   CStage input{"input"};
   CCoding plain, differential;
-  std::optional<CCoding> yardstick;  // none if the input does not come twice
+  std::optional<CCoding> yardstick;  // none if FFmpeg refused
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
   std::optional<CGroundPicture> ground;  // of the synthetic scene
