@@ -50,7 +50,8 @@ CMotionReport WatchScene(CMomentMaker& momentMaker, const ztlib::EncoderSettings
                          std::int64_t frames) {
   CSyntheticScene scene(coded.width, coded.height, frames > 0 ? frames : motionFrames,
                         EStreet::quiet);
-  CMotionView view(momentMaker, SceneMotion(coded.width, coded.height), "A quiet street");
+  CMotionView view(momentMaker, SceneMotion(coded.width, coded.height),
+                   "A quiet street, drawn for this section");
   CProgressBar progress("motion");
   const FramePtr picture = NewFrame();
   // The report needs one picture at least.
@@ -155,7 +156,7 @@ int Demo(const CDemoOptions& options) {
   report.input = recorder.decodeInput;
   report.plain = plain.Finish(*plainCoder);
   report.differential = differential.Finish(recorder.Coder());
-  report.quality = coded.quality;
+  report.settings = coded;
   report.moments = moments.Finish(recorder.Frames());
   report.blocks = blockView.Finish();
   report.ground = std::move(ground);

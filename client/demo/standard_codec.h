@@ -13,7 +13,7 @@ class CStandardEncoder {
   [[nodiscard]] AVCodecID Id() const { return codec->codec_id; }
   [[nodiscard]] const char* Name() const { return isH264 ? "H.264" : "MPEG-4"; }
   [[nodiscard]] const char* Settings() const {
-    return isH264 ? "H.264 is libx264's, preset veryfast without delay" : "MPEG-4 is FFmpeg's";
+    return isH264 ? "libx264, preset veryfast without delay" : "FFmpeg's own encoder";
   }
 
   // A packet that is valid until the next call. `planes` are in 4:2:0. `quantizer` is that of H.264,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <utility>
 
 CYardstick::CYardstick(const CCoder& coder, AVRational sourceRate)
@@ -15,7 +16,10 @@ CYardstick::CYardstick(const CCoder& coder, AVRational sourceRate)
 void CYardstick::Open() {
   encoder.emplace(settings, frameRate);
   decoder.emplace(encoder->Id());
-  coding = {encoder->Name(), encoder->Settings(), settings.width, settings.height};
+  coding = {
+      encoder->Name(),
+      std::string("for comparison: ") + encoder->Settings() + ", aimed at the luma PSNR of MJPEG",
+      settings.width, settings.height};
   // FFmpeg's conversion to RGB is no subject here.
   for (const char* stage : {"convert", "encode", "decode to RGB", "decode to YUV"})
     coding.stages.emplace_back(stage);
