@@ -19,7 +19,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cinttypes>
 #include <filesystem>
+#include <limits>
 
 namespace {
 
@@ -48,7 +50,8 @@ CMotionReport WatchScene(CMomentMaker& momentMaker, const ztlib::EncoderSettings
                          std::int64_t frames) {
   CSyntheticScene scene(coded.width, coded.height, frames > 0 ? frames : motionFrames,
                         EStreet::quiet);
-  CMotionView view(momentMaker, SceneMotion(coded.width, coded.height), "A quiet street");
+  CMotionView view(momentMaker, SceneMotion(coded.width, coded.height),
+                   "A quiet street, drawn for this section");
   CProgressBar progress("motion");
   const FramePtr picture = NewFrame();
   // The report needs one picture at least.
@@ -62,18 +65,12 @@ CMotionReport WatchScene(CMomentMaker& momentMaker, const ztlib::EncoderSettings
 std::unique_ptr<IPictureSource> OpenSource(const CDemoOptions& options) {
   if (!options.input.empty()) return std::make_unique<CMediaInput>(options.input);
   const CRecordSettings& settings = options.settings;
-  return std::make_unique<CSyntheticScene>(settings.width ? settings.width : sceneWidth,
-                                           settings.height ? settings.height : sceneHeight,
-                                           settings.frames ? settings.frames : sceneFrames);
-}
-
-// Whether the input can be read a second time: what is no file may come but once.
-bool IsRepeatable(const CDemoOptions& options) {
-  if (options.input.empty()) return true;
-  const std::vector<std::string> files = FilesOf(options.input);
-  return std::any_of(files.begin(), files.end(), [](const std::string& file) {
-    return FileKindOf(PathOf(file)) == EFileKind::regular;
-  });
+  // Those that are passed over come in addition.
+  const std::int64_t passed =
+      std::min(settings.from, std::numeric_limits<std::int64_t>::max() - settings.frames);
+  return std::make_unique<CSyntheticScene>(
+      settings.width ? settings.width : sceneWidth, settings.height ? settings.height : sceneHeight,
+      settings.frames ? settings.frames + passed : sceneFrames);
 }
 
 }  // namespace
@@ -102,6 +99,7 @@ int Demo(const CDemoOptions& options) {
   CMomentMaker momentMaker;
   CBlockView blockView(momentMaker);
   std::optional<CLayerView> layerView;
+  std::optional<CYardstick> yardstick;
   const std::string shownName = options.input.empty() ? source->Name() : ShownName(options.input);
   std::optional<CMotionView> motionView;
   if (!options.input.empty())
@@ -119,10 +117,12 @@ int Demo(const CDemoOptions& options) {
         plainSettings.videoFormat = ZTLIB_VIDEO_MJPEG;
         plainCoder.emplace(plainSettings, coder.Scaled());
         layerView.emplace(momentMaker, outputs, layeredFile, coder);
+        yardstick.emplace(coder, source->FrameRate());
       }
       plainCoder->Code(recorder.Source());
       plain.Add(plainCoder->Coded(), plainCoder->Input());
       differential.Add(coder.Coded(), plainCoder->Input());
+      yardstick->Add(recorder.Source(), plainCoder->Input(), plain.LumaPsnr());
       if (motionView) motionView->Add(recorder.Source(), source->TimeMs());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
@@ -142,7 +142,10 @@ int Demo(const CDemoOptions& options) {
   }
   if (recorder.Frames() == 0) {
     ThrowIfInterrupted();
-    throw CError(source->Name() + ": no picture in it");
+    throw CError(source->Name() +
+                 (options.settings.from == 0
+                      ? ": no picture in it"
+                      : Text(": no picture %" PRId64 " in it", options.settings.from)));
   }
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
@@ -153,7 +156,7 @@ int Demo(const CDemoOptions& options) {
   report.input = recorder.decodeInput;
   report.plain = plain.Finish(*plainCoder);
   report.differential = differential.Finish(recorder.Coder());
-  report.quality = coded.quality;
+  report.settings = coded;
   report.moments = moments.Finish(recorder.Frames());
   report.blocks = blockView.Finish();
   report.ground = std::move(ground);
@@ -161,9 +164,7 @@ int Demo(const CDemoOptions& options) {
   report.motion =
       motionView ? motionView->Finish() : WatchScene(momentMaker, coded, options.settings.frames);
   report.circumstances = CircumstancesOf(options, coded);
-  if (IsRepeatable(options) && !Interrupted())
-    report.yardstick = MeasureYardstick([&] { return OpenSource(options); }, recorder.Coder(),
-                                        report.differential);
+  report.yardstick = yardstick->Finish();
   const std::string html = HtmlReport(report);
   outputs.Write(page, std::span(reinterpret_cast<const std::uint8_t*>(html.data()), html.size()));
   const std::string summary = ReportSummary(report) + "\n" + page + "\n";

@@ -47,6 +47,7 @@ std::string CommandText(const CDemoOptions& options) {
   }
   if (given.width) text += Text(" --size %dx%d", given.width, given.height);
   addOption("--quality", given.quality, usual.quality);
+  addOption("--from", given.from, usual.from);
   addOption("--frames", given.frames, usual.frames);
   addOption("--key-interval", given.keyInterval, usual.keyInterval);
   addOption("--reference-interval", given.referenceInterval, usual.referenceInterval);

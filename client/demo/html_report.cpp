@@ -21,12 +21,14 @@ namespace {
 
 struct CShownType {
   std::int32_t type;
-  const char* name;
+  const char *name, *about;
 };
-constexpr CShownType shownTypes[] = {{ztlib::keyFrame, "key"},
-                                     {ztlib::referenceFrame, "reference"},
-                                     {ztlib::plainFrame, "plain"},
-                                     {ztlib::differenceFrame, "difference"}};
+constexpr CShownType shownTypes[] = {
+    {ztlib::keyFrame, "key", "the whole picture"},
+    {ztlib::referenceFrame, "reference", "changed blocks, on which later frames build"},
+    {ztlib::plainFrame, "plain", "changed blocks; nothing builds on them"},
+    {ztlib::differenceFrame, "difference",
+     "how blocks differ from the last key or reference frame; nothing builds on them"}};
 
 Json Figure(const char* type, const std::string& file, const std::string& caption) {
   std::string code(AV_BASE64_SIZE(file.size()), '\0');
@@ -58,32 +60,35 @@ std::string MillisecondsText(double seconds) {
   return Text("%.*f", seconds < 1e-4 ? 3 : 2, 1000 * seconds);
 }
 
+struct CShownCoding {
+  const CCoding* coding;
+  const char *color, *about;
+};
+
 // With their colours, which the page has.
-std::vector<std::pair<const CCoding*, const char*>> Codings(const CReport& report) {
-  std::vector<std::pair<const CCoding*, const char*>> codings{{&report.plain, "first"},
-                                                              {&report.differential, "second"}};
-  if (report.layers) codings.emplace_back(&report.layers->coding, "third");
-  if (report.yardstick) codings.emplace_back(&*report.yardstick, "fourth");
+std::vector<CShownCoding> Codings(const CReport& report) {
+  std::vector<CShownCoding> codings{
+      {&report.plain, "first", "each picture by itself, as JPEG"},
+      {&report.differential, "second",
+       "JPEG, too, but most frames hold only the blocks of 16 by 16 pixels that changed"}};
+  if (report.layers)
+    codings.push_back({&report.layers->coding, "third",
+                       "the format of older cameras: each picture in four layers, from coarse to "
+                       "fine"});
+  if (report.yardstick)
+    codings.push_back({&*report.yardstick, "fourth", report.yardstick->settings.c_str()});
   return codings;
 }
 
 Json CodingNames(const CReport& report) {
   Json names = Json::array();
-  for (const auto& [coding, color] : Codings(report))
-    names.push_back({{"coding", coding->name}, {"color", color}});
-  return names;
-}
-
-// How the columns differ apart from their format.
-std::string CodingsText(const CReport& report) {
-  std::string text = Text("the same pictures at quality %d", report.quality);
-  for (const auto& [coding, color] : Codings(report)) {
+  for (const auto& [coding, color, about] : Codings(report)) {
+    std::string text = about;
     if (coding->width != report.plain.width || coding->height != report.plain.height)
-      text += Text("; %s in %dx%d", coding->name.c_str(), coding->width, coding->height);
-    if (!coding->settings.empty())
-      text += "; " + coding->settings + ", aimed at the bit rate of differential video";
+      text += Text("; in %dx%d", coding->width, coding->height);
+    names.push_back({{"coding", coding->name}, {"color", color}, {"about", text}});
   }
-  return text + ". Small figures compare with MJPEG.";
+  return names;
 }
 
 Json Figures(const CReport& report) {
@@ -91,7 +96,7 @@ Json Figures(const CReport& report) {
   // `value` and `ratio` make texts, the latter of a coding and of the first one.
   const auto row = [&](const std::string& label, auto value, auto ratio) {
     Json cells = Json::array();
-    for (const auto& [coding, color] : Codings(report))
+    for (const auto& [coding, color, about] : Codings(report))
       cells.push_back({{"value", value(*coding)},
                        {"ratio", coding == &report.plain ? "" : ratio(*coding, report.plain)}});
     rows.push_back({{"label", label}, {"cells", std::move(cells)}});
@@ -141,6 +146,15 @@ Json Moments(const CReport& report) {
   return moments;
 }
 
+std::string TypeText(const CShownType& type, const ztlib::EncoderSettings& settings) {
+  std::string text = type.about;
+  if (type.type == ztlib::keyFrame) {
+    text += Text(", every %d frames", settings.keyInterval);
+    if (settings.hasOverflowKeys) text += " and when more than 40 % of the blocks changed";
+  }
+  return text;
+}
+
 Json Types(const CReport& report) {
   Json rows = Json::array();
   for (const CShownType& type : shownTypes) {
@@ -155,6 +169,7 @@ Json Types(const CReport& report) {
     rows.push_back(
         {{"color", Text("type%d", type.type)},
          {"type", type.name},
+         {"about", TypeText(type, report.settings)},
          {"frames", Text("%" PRIu64, frames)},
          {"meanBlocks",
           type.type == ztlib::keyFrame ? "all" : Text("%.0f", double(blocks) / double(frames))},
@@ -168,10 +183,10 @@ Json Blocks(const CReport& report) {
   if (!report.blocks) return nullptr;
   const CBlockPictures& blocks = *report.blocks;
   return {
-      {"frame", Text("Frame %" PRId64 ", a %s frame: %zu of %zu blocks", blocks.index,
-                     blocks.typeName.c_str(), blocks.blocks, blocks.allBlocks)},
-      {"marked",
-       Figure("jpeg", blocks.markedJpeg, "Its blocks; the rest comes from the reference")},
+      {"frame", Text("Frame %" PRId64 ", a %s frame: %zu of the %zu blocks of 16 by 16 pixels",
+                     blocks.index, blocks.typeName.c_str(), blocks.blocks, blocks.allBlocks)},
+      {"marked", Figure("jpeg", blocks.markedJpeg,
+                        "Its blocks; the rest comes from the last key or reference frame")},
       {"whole", Figure("jpeg", blocks.decodedJpeg, "The decoded picture")},
       {"strip", Figure("png", blocks.stripPng,
                        Text("The blocks as they are sent, side by side as one JPEG picture (folded "
@@ -315,6 +330,7 @@ Json MotionPlots(const CMotionReport& motion) {
   progress.label = "Way to the alarm over time";
   progress.unit = "% of the way to the alarm";
   progress.digits = 0;
+  progress.levels = {{"type0", 100}};
   progress.series = {{"way to the alarm, 100 % in it", "second", motion.progress}};
   const Json first = PlotValues(percents);
   if (first.is_null()) return nullptr;
@@ -342,17 +358,17 @@ Json Circumstances(const CReport& report) {
 Json Stages(const CReport& report) {
   const auto codings = Codings(report);
   double slowest = 0;
-  for (const auto& [coding, color] : codings)
+  for (const auto& [coding, color, about] : codings)
     for (const CStage& stage : coding->stages)
       slowest = std::max(slowest, stage.SecondsPerRun());
   Json rows = Json::array();
   for (std::size_t i = 0; i < report.plain.stages.size(); ++i) {
     Json cells = Json::array(), bars = Json::array();
-    for (const auto& [coding, color] : codings) {
+    for (const auto& [coding, color, about] : codings) {
       const double seconds = coding->stages[i].SecondsPerRun();
       cells.push_back({{"value", seconds > 0 ? MillisecondsText(seconds) : "-"}});
-      const double share = slowest > 0 ? 100 * seconds / slowest : 0;
-      bars.push_back({{"color", color}, {"width", Text("%.1f", share)}});
+      if (seconds > 0)
+        bars.push_back({{"color", color}, {"width", Text("%.1f", 100 * seconds / slowest)}});
     }
     rows.push_back({{"stage", report.plain.stages[i].Name()},
                     {"cells", std::move(cells)},
@@ -376,7 +392,7 @@ std::string ReportSummary(const CReport& report) {
          Text(
              " of %dx%d at quality %d: MJPEG %s with a luma PSNR of %.1f dB, differential %s (%s "
              "times) with %.1f dB, converted and encoded at %.0f and decoded at %.0f frames/s",
-             plain.width, plain.height, report.quality, ByteText(plain.Bytes()).c_str(),
+             plain.width, plain.height, report.settings.quality, ByteText(plain.Bytes()).c_str(),
              plain.error.luma.Psnr(), ByteText(differential.Bytes()).c_str(),
              RatioText(double(differential.Bytes()), double(plain.Bytes())).c_str(),
              differential.error.luma.Psnr(),
@@ -401,7 +417,7 @@ std::string HtmlReport(const CReport& report) {
       {"motionRate", Text("%.0f /s", report.motion.framesPerSecond)},
       {"input", MillisecondsText(report.input.SecondsPerRun())},
       {"codings", CodingNames(report)},
-      {"codingsText", CodingsText(report)},
+      {"quality", Text("%d", report.settings.quality)},
       {"figures", Figures(report)},
       {"blocks", Blocks(report)},
       {"ground", Ground(report)},

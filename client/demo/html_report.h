@@ -5,6 +5,7 @@
 #include "client/motion_events.h"
 #include "client/motion_settings.h"
 #include "client/statistics.h"
+#include "ztlib.hpp"
 
 #include <array>
 #include <cstddef>
@@ -24,7 +25,7 @@ enum EStage : std::size_t { stageConvert, stageEncode, stageDecodeRgb, stageDeco
 
 // The clip in one video format.
 struct CCoding {
-  std::string name, settings{};  // the latter where they are not those of the report
+  std::string name, settings{};  // the latter where it is not the library's
   int width = 0, height = 0;
   std::vector<CFrameFigures> frames{};
   CPictureError error{};         // of all frames together
@@ -103,12 +104,12 @@ struct CGroundPicture {
 };
 
 struct CReport {
-  std::string name;  // of the input
-  int quality = 0;
+  std::string name;                 // of the input
+  ztlib::EncoderSettings settings;  // of differential video
   double framesPerSecond = 0;
   CStage input{"input"};
   CCoding plain, differential;
-  std::optional<CCoding> yardstick;  // none if the input does not come twice
+  std::optional<CCoding> yardstick;  // none if FFmpeg refused
   std::vector<CMoment> moments;
   std::optional<CBlockPictures> blocks;  // none if no frame had any
   std::optional<CGroundPicture> ground;  // of the synthetic scene

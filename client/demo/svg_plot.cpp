@@ -102,7 +102,8 @@ class CPlotMaker {
 
   void AddScales(Json& values, double step) const {
     const int digits = step < 1 ? 1 : 0;
-    std::size_t longest = 0;
+    // Plots below each other begin at the same place.
+    std::size_t longest = 3;
     for (int i = 0; i <= std::lround((high - low) / step); ++i) {
       const double value = low + i * step;
       const std::string text = Text("%.*f", digits, value);

@@ -53,11 +53,6 @@ float Wrapped(float position, float length) {
   return rest < 0 ? rest + length : rest;
 }
 
-std::uint8_t ToByte(float value) {
-  const float biased = value + 0.5F;
-  return static_cast<std::uint8_t>(std::clamp(biased, 0.0F, 255.0F));
-}
-
 }  // namespace
 
 CSyntheticScene::CSyntheticScene(int width, int height, std::int64_t frames, EStreet kind)
@@ -295,27 +290,34 @@ void CSyntheticScene::Draw(CCanvas& target, const CPerson& person, float time) c
 // Ambient light, lamps and glow make the picture, the sensor adds noise, more in the dark.
 void CSyntheticScene::Expose(AVFrame& picture, float day) {
   const float dusk = 4 * day * (1 - day);
-  const CColor ambient{0.15F + 0.85F * day + 0.10F * dusk, 0.17F + 0.83F * day,
-                       0.27F + 0.71F * day - 0.04F * dusk};
   const float night = 1 - day;
   const float noise = 2.2F + 2.8F * night;
+  // Red, green and blue.
+  using CLight = float __attribute__((vector_size(16)));
+  using CSamples = std::int32_t __attribute__((vector_size(16)));
+  const CLight ambient{0.15F + 0.85F * day + 0.10F * dusk, 0.17F + 0.83F * day,
+                       0.27F + 0.71F * day - 0.04F * dusk};
+  constexpr CLight lampColor{1, 0.82F, 0.52F}, glowColor{1, 0.9F, 0.62F}, tintColor{1, 0, -1};
   const std::span<const CCanvas::CPixel> pixels = canvas.Pixels();
   std::size_t i = 0;
   for (int y = 0; y < picture.height; ++y) {
     std::uint8_t* row = picture.data[0] + std::ptrdiff_t{y} * picture.linesize[0];
     for (int x = 0; x < picture.width; ++x, ++i) {
       const CColor& color = pixels[i].color;
-      const float lamp = light[i];
-      const float glow = pixels[i].glow * night;
       // The sum of four bytes is close enough to the normal distribution.
       const std::uint32_t bits = random();
-      const float sum = float((bits & 255) + (bits >> 8 & 255) + (bits >> 16 & 255) + (bits >> 24));
+      const auto sum =
+          float(int((bits & 255) + (bits >> 8 & 255) + (bits >> 16 & 255) + (bits >> 24)));
       const float grain = (sum - 510) / 148 * noise;
-      const float tint = (float(bits & 255) - 127.5F) / 128 * noise * 0.5F;
-      row[3 * x] = ToByte(color.red * (ambient.red + lamp + glow) + grain + tint);
-      row[3 * x + 1] = ToByte(color.green * (ambient.green + 0.82F * lamp + 0.9F * glow) + grain);
-      row[3 * x + 2] =
-          ToByte(color.blue * (ambient.blue + 0.52F * lamp + 0.62F * glow) + grain - tint);
+      const float tint = (float(int(bits & 255)) - 127.5F) / 128 * noise * 0.5F;
+      CLight exposed = CLight{color.red, color.green, color.blue} *
+                           (ambient + light[i] * lampColor + pixels[i].glow * night * glowColor) +
+                       grain + tint * tintColor + 0.5F;
+      exposed = exposed > 0 ? exposed : CLight{};
+      exposed = exposed < 255 ? exposed : CLight{} + 255;
+      const CSamples samples = __builtin_convertvector(exposed, CSamples);
+      for (int channel = 0; channel < 3; ++channel)
+        row[3 * x + channel] = static_cast<std::uint8_t>(samples[channel]);
     }
   }
 }

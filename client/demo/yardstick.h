@@ -1,20 +1,42 @@
 #pragma once
 
 #include "client/demo/html_report.h"
-#include "client/picture_source.h"
+#include "client/demo/standard_codec.h"
 #include "client/recorder.h"
 
-#include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 
-// Starts the clip again.
-using OpenPictures = std::function<std::unique_ptr<IPictureSource>()>;
+// The same pictures with an encoder that everybody knows, at the luma PSNR of another coding. What
+// each picture misses corrects the next one, so the clip is needed but once.
+class CYardstick {
+ public:
+  // `coder` is that of the other coding.
+  CYardstick(const CCoder& coder, AVRational sourceRate);
 
-// The same pictures with an encoder that everybody knows, at the bytes per second of another coding:
-// H.264 of libx264 where FFmpeg has it, else its own MPEG-4. Like a camera's, it gives each picture
-// at once. `coder` is that of the other coding. Nothing if FFmpeg refuses, or if the user wants it
-// to end.
-[[nodiscard]] std::optional<CCoding> MeasureYardstick(const OpenPictures& open, const CCoder& coder,
-                                                      const CCoding& coding);
+  // `reference` is what other encoders got of the picture, as ZTLIB_YUV, and `lumaPsnr` what the
+  // other coding has for it. If FFmpeg refuses, a message says so, and nothing more is done.
+  void Add(const AVFrame& picture, const AVFrame& reference, double lumaPsnr);
+
+  // Nothing if FFmpeg refused.
+  [[nodiscard]] std::optional<CCoding> Finish();
+
+ private:
+  static constexpr int mostTicks = 60000;  // per second, of MPEG-4
+  static constexpr double finest = 1, coarsest = 51;
+
+  // Begins anew.
+  void Open();
+  // Returns the PSNR of luma.
+  double Code(const AVFrame& picture, const AVFrame& reference);
+
+  ztlib::EncoderSettings settings;
+  CSize scaled;
+  AVRational frameRate;
+  CScaler toPlanes;
+  CPacker packer;
+  std::optional<CStandardEncoder> encoder;
+  std::optional<CStandardDecoder> decoder;
+  double quantizer = 23;
+  CCoding coding;
+  bool hasFailed = false;
+};

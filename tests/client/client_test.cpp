@@ -18,6 +18,16 @@ TEST_F(ClientTest, ReportIsOnePageWithItsPicturesInside) {
     text.erase(at, text.find('"', at) - at);
   for (const char* part : {"http", "nan", "inf"})
     EXPECT_EQ(Count(text, part), 0U) << part;
+  // The yardstick meets the quality of MJPEG but for the first pictures.
+  double plain = 0, yardstick = 0;
+  const std::string cell = "<td class=\"n\">%*[^/]/small></td>";
+  EXPECT_EQ(std::sscanf(&html[html.find("PSNR of luma, dB")],
+                        ("%*[^/]/td><td class=\"n\">%lf<small></small></td>" + cell + cell +
+                         "<td class=\"n\">%lf")
+                            .c_str(),
+                        &plain, &yardstick),
+            2);
+  EXPECT_NEAR(plain, yardstick, 1.5);
   // The measured heights are those of the scene.
   int people = 0;
   for (std::size_t at = html.find("true height"); at != std::string::npos;
@@ -38,11 +48,11 @@ TEST_F(ClientTest, ReportShowsFramesThatExistAndNoPlaces) {
   Bytes clip = ReadBytes(Path("a.avi"));
   clip.resize(clip.size() * 2 / 3);
   WriteBytes(Path("cut.avi"), clip);
-  Succeed("demo @cut.avi --sensitivity 0 --no-overflow-keys --quality 60 --out @cut");
+  Succeed("demo @cut.avi --from 1 --sensitivity 0 --no-overflow-keys --quality 60 --out @cut");
   const std::string html = ReadText("cut/report.html");
   for (const char* part :
        {"decoded: a key frame", "decoded: a reference frame", "decoded: a plain frame",
-        "<th class=\"n\">Layered</th>", "<dd>ztclient demo cut.avi --quality 60 --sensitivity 0 "})
+        "<th class=\"n\">Layered</th>", "<dd>ztclient demo cut.avi --quality 60 --from 1 --sens"})
     ExpectPart(html, part);
   EXPECT_EQ(Count(html, folder.filename().string()), 0U);
 }
