@@ -19,7 +19,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cinttypes>
 #include <filesystem>
 #include <limits>
 
@@ -122,7 +121,8 @@ int Demo(const CDemoOptions& options) {
       plainCoder->Code(recorder.Source());
       plain.Add(plainCoder->Coded(), plainCoder->Input());
       differential.Add(coder.Coded(), plainCoder->Input());
-      yardstick->Add(recorder.Source(), plainCoder->Input(), plain.LumaPsnr());
+      yardstick->Add(recorder.Source(), plainCoder->Input(),
+                     static_cast<std::uint32_t>(coder.Coded().size()));
       if (motionView) motionView->Add(recorder.Source(), source->TimeMs());
       const std::int64_t index = recorder.Frames() - 1;
       blockView.Add(index, coder.Coded(), differential.Rgb());
@@ -140,13 +140,7 @@ int Demo(const CDemoOptions& options) {
       progress.Show(recorder.Frames(), recorder.Share());
     }
   }
-  if (recorder.Frames() == 0) {
-    ThrowIfInterrupted();
-    throw CError(source->Name() +
-                 (options.settings.from == 0
-                      ? ": no picture in it"
-                      : Text(": no picture %" PRId64 " in it", options.settings.from)));
-  }
+  recorder.CheckNotEmpty();
   if (isGroundMissing)
     Complain(page + ": without meters in the picture, which need ztinside beside this program");
   const ztlib::EncoderSettings& coded = recorder.Coder().Settings();

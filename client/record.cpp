@@ -45,12 +45,7 @@ CDone RecordOne(const CRecordOptions& options, std::size_t index, CProgressBar& 
     if (meter) meter->Add(recorder);
     progress.Show(recorder.Frames(), recorder.Share(), index);
   }
-  if (!file) {
-    ThrowIfInterrupted();
-    throw CError(name + (options.settings.from == 0
-                             ? ": no picture in it"
-                             : Text(": no picture %" PRId64 " in it", options.settings.from)));
-  }
+  recorder.CheckNotEmpty();
   file->Close();
   if (const std::string damage = input.Damage(); !damage.empty()) Complain(name + ": " + damage);
 

@@ -76,6 +76,14 @@ bool CRecorder::Step() {
   return true;
 }
 
+void CRecorder::CheckNotEmpty() const {
+  if (frames > 0) return;
+  ThrowIfInterrupted();
+  throw CError(source.Name() + (settings.from == 0
+                                    ? ": no picture in it"
+                                    : Text(": no picture %" PRId64 " in it", settings.from)));
+}
+
 std::int64_t CRecorder::Expected() const {
   const std::int64_t count =
       source.Count() > 0 ? std::max<std::int64_t>(1, source.Count() - settings.from) : 0;

@@ -74,6 +74,9 @@ class CRecorder {
   // Codes the next picture; false at the end, and when the user wants it to end.
   bool Step();
 
+  // Throws CError if there was no picture to be coded.
+  void CheckNotEmpty() const;
+
   // Of the last step.
   [[nodiscard]] const AVFrame& Source() const { return *picture; }
   [[nodiscard]] const CCoder& Coder() const { return *coder; }

@@ -18,7 +18,6 @@ class CPlayback {
 
   // Of the last frame.
   [[nodiscard]] const AVFrame& Rgb() const { return *rgb; }
-  [[nodiscard]] double LumaPsnr() const { return coding.frames.back().lumaPsnr; }
 
   [[nodiscard]] CCoding Finish(const CCoder& coder);
   // In place of Finish, if there was nothing to play.

@@ -16,16 +16,16 @@ CYardstick::CYardstick(const CCoder& coder, AVRational sourceRate)
 void CYardstick::Open() {
   encoder.emplace(settings, frameRate);
   decoder.emplace(encoder->Id());
-  coding = {
-      encoder->Name(),
-      std::string("for comparison: ") + encoder->Settings() + ", aimed at the luma PSNR of MJPEG",
-      settings.width, settings.height};
+  coding = {encoder->Name(),
+            std::string("for comparison: ") + encoder->Settings() +
+                ", aimed at the bytes of differential video",
+            settings.width, settings.height};
   // FFmpeg's conversion to RGB is no subject here.
   for (const char* stage : {"convert", "encode", "decode to RGB", "decode to YUV"})
     coding.stages.emplace_back(stage);
 }
 
-double CYardstick::Code(const AVFrame& picture, const AVFrame& reference) {
+void CYardstick::Code(const AVFrame& picture, const AVFrame& reference) {
   const FramePtr planes = NewFrame();
   AvCheck(av_frame_ref(planes.get(), &coding.stages[stageConvert].Run([&]() -> const AVFrame& {
             return toPlanes.Convert(picture, AV_PIX_FMT_YUV420P, scaled.width, scaled.height);
@@ -44,29 +44,32 @@ double CYardstick::Code(const AVFrame& picture, const AVFrame& reference) {
   coding.error += loss;
   coding.frames.push_back(
       {static_cast<std::uint32_t>(packet.size), 0, 0, loss.luma.Psnr(), loss.chroma.Psnr()});
-  return loss.luma.Psnr();
 }
 
-void CYardstick::Add(const AVFrame& picture, const AVFrame& reference, double lumaPsnr) {
+void CYardstick::Add(const AVFrame& picture, const AVFrame& reference, std::uint32_t bytes) {
   if (hasFailed) return;
-  // 6 more of the quantizer mean twice the error, which is 6 dB.
-  const auto aim = [&](double excess) {
-    quantizer = std::clamp(quantizer + excess, finest, coarsest);
+  wanted += bytes;
+  // 6 more of the quantizer mean about half the bytes.
+  const auto aim = [&](double share) {
+    const double excess = 6 * std::log2(double(coding.Bytes()) / double(wanted));
+    quantizer = std::clamp(quantizer + share * excess, finest, coarsest);
+    return excess;
   };
   try {
     if (!encoder) {
       // No picture before it tells how to code the first one.
       constexpr int mostTrials = 6;
-      constexpr double tolerance = 0.2;
+      constexpr double tolerance = 0.5;
       for (int i = 0; i < mostTrials; ++i) {
         Open();
-        const double excess = Code(picture, reference) - lumaPsnr;
-        if (std::abs(excess) < tolerance) break;
-        aim(excess);
+        Code(picture, reference);
+        if (std::abs(aim(1)) < tolerance) break;
       }
       Open();
     }
-    aim(Code(picture, reference) - lumaPsnr);
+    Code(picture, reference);
+    // More swings, less is too late for clips of seconds.
+    aim(0.3);
   } catch (const CError& error) {
     Complain(std::string("the report is without a comparison with FFmpeg: ") + error.what());
     hasFailed = true;

@@ -6,16 +6,16 @@
 
 #include <optional>
 
-// The same pictures with an encoder that everybody knows, at the luma PSNR of another coding. What
-// each picture misses corrects the next one, so the clip is needed but once.
+// The same pictures with an encoder that everybody knows, in as many bytes as another coding takes.
+// What all pictures so far miss corrects the next one, so the clip is needed but once.
 class CYardstick {
  public:
   // `coder` is that of the other coding.
   CYardstick(const CCoder& coder, AVRational sourceRate);
 
-  // `reference` is what other encoders got of the picture, as ZTLIB_YUV, and `lumaPsnr` what the
-  // other coding has for it. If FFmpeg refuses, a message says so, and nothing more is done.
-  void Add(const AVFrame& picture, const AVFrame& reference, double lumaPsnr);
+  // `reference` is what other encoders got of the picture, as ZTLIB_YUV, and `bytes` what it takes in
+  // the other coding. If FFmpeg refuses, a message says so, and nothing more is done.
+  void Add(const AVFrame& picture, const AVFrame& reference, std::uint32_t bytes);
 
   // Nothing if FFmpeg refused.
   [[nodiscard]] std::optional<CCoding> Finish();
@@ -26,8 +26,7 @@ class CYardstick {
 
   // Begins anew.
   void Open();
-  // Returns the PSNR of luma.
-  double Code(const AVFrame& picture, const AVFrame& reference);
+  void Code(const AVFrame& picture, const AVFrame& reference);
 
   ztlib::EncoderSettings settings;
   CSize scaled;
@@ -37,6 +36,7 @@ class CYardstick {
   std::optional<CStandardEncoder> encoder;
   std::optional<CStandardDecoder> decoder;
   double quantizer = 23;
+  std::uint64_t wanted = 0;  // bytes of all pictures so far
   CCoding coding;
   bool hasFailed = false;
 };
