@@ -1,12 +1,13 @@
 #include "client/platform.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <system_error>
 
 #if defined(_WIN32)
-#include <atomic>
 #include <memory>
 #include <new>
 
@@ -33,6 +34,17 @@ namespace {
 
 // Of terminals that do not tell.
 constexpr int usualTerminalWidth = 80;
+
+// The threads that wait for input, 0 for none. Whoever ends a wait holds the mutex, so that the
+// thread cannot go on to its output meanwhile.
+std::mutex waitMutex;
+std::array<std::uint32_t, 64> waits{};
+
+void Replace(std::uint32_t before, std::uint32_t after) {
+  const std::lock_guard lock(waitMutex);
+  const auto place = std::find(waits.begin(), waits.end(), before);
+  if (place != waits.end()) *place = after;
+}
 
 }  // namespace
 
@@ -99,13 +111,10 @@ int LastErrno() {
 void (*onInterrupt)() = nullptr;
 void (*onCleanUp)() = nullptr;
 
-// The thread that waits for input, null while none does.
-std::atomic<HANDLE> waiting = nullptr;
-
 // Runs on a thread of its own.
 BOOL WINAPI HandleConsole(DWORD event) {
   onInterrupt();
-  if (const HANDLE thread = waiting) CancelSynchronousIo(thread);
+  EndWaits();
   if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return TRUE;
   // The console closes: five seconds after this the system ends the process, and at once when this
   // returns. The orderly end ends this thread too.
@@ -309,13 +318,21 @@ void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
 }
 
 CInterruptibleWait::CInterruptibleWait() {
-  // A handle that is good on other threads.
-  static const HANDLE thread = OpenThread(THREAD_TERMINATE, FALSE, GetCurrentThreadId());
-  waiting = thread;
+  Replace(0, GetCurrentThreadId());
 }
 
 CInterruptibleWait::~CInterruptibleWait() {
-  waiting = nullptr;
+  Replace(GetCurrentThreadId(), 0);
+}
+
+void EndWaits() {
+  const std::lock_guard lock(waitMutex);
+  for (const std::uint32_t id : waits) {
+    const HANDLE thread = id ? OpenThread(THREAD_TERMINATE, FALSE, id) : nullptr;
+    if (!thread) continue;
+    CancelSynchronousIo(thread);
+    CloseHandle(thread);
+  }
 }
 
 void RemoveAtOnce(const fs::path::value_type* path) noexcept {
@@ -346,6 +363,16 @@ CFileId IdOf(const struct stat& information) {
 void (*onInterrupt)() = nullptr;
 void (*onCleanUp)() = nullptr;
 bool isHangupIgnored = false;
+
+// For one thread, and ignored by default.
+constexpr int endOfWait = SIGURG;
+
+bool IsFirstThread() {
+  return gettid() == getpid();
+}
+
+// The call that waits returns, and that is all.
+void LeaveCall(int) {}
 
 void HandleRequest(int) {
   const int before = errno;
@@ -517,6 +544,7 @@ void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
   sigaction(SIGHUP, nullptr, &hangup);
   isHangupIgnored = hangup.sa_handler == SIG_IGN;
   InstallRequests(SA_RESTART);
+  Install(endOfWait, LeaveCall, 0);
   for (const int signal : {SIGPIPE, SIGQUIT, SIGABRT})
     Install(signal, HandleEnd, 0);
   // A file beyond the limit of its size is a failed write like any other.
@@ -524,11 +552,23 @@ void WatchSignals(void (*interrupt)(), void (*cleanUp)()) {
 }
 
 CInterruptibleWait::CInterruptibleWait() {
-  InstallRequests(0);
+  if (IsFirstThread())
+    InstallRequests(0);
+  else
+    Replace(0, static_cast<std::uint32_t>(gettid()));
 }
 
 CInterruptibleWait::~CInterruptibleWait() {
-  InstallRequests(SA_RESTART);
+  if (IsFirstThread())
+    InstallRequests(SA_RESTART);
+  else
+    Replace(static_cast<std::uint32_t>(gettid()), 0);
+}
+
+void EndWaits() {
+  const std::lock_guard lock(waitMutex);
+  for (const std::uint32_t id : waits)
+    if (id) tgkill(getpid(), static_cast<pid_t>(id), endOfWait);
 }
 
 void RemoveAtOnce(const char* path) noexcept {

@@ -93,8 +93,8 @@ class CConsoleSetup {
 // thread.
 void WatchSignals(void (*interrupt)(), void (*cleanUp)());
 
-// While one lives, a request to end also ends a wait for input, with EINTR. Elsewhere the system
-// goes on with what it was asked for, so that no output is lost.
+// While one lives, a request to end also ends a wait for input on this thread, with EINTR. Elsewhere
+// the system goes on with what it was asked for, so that no output is lost.
 class CInterruptibleWait {
  public:
   CInterruptibleWait();
@@ -102,6 +102,9 @@ class CInterruptibleWait {
   CInterruptibleWait(const CInterruptibleWait&) = delete;
   CInterruptibleWait& operator=(const CInterruptibleWait&) = delete;
 };
+// Ends such waits on all threads but the first one, which requests reach by themselves. Whoever has
+// other threads calls it until they end: one may have been about to wait.
+void EndWaits();
 
 // For signal handlers. A file, or an empty folder.
 void RemoveAtOnce(const std::filesystem::path::value_type* path) noexcept;

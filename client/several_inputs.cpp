@@ -72,8 +72,10 @@ class CWorkers {
       }
   }
   [[nodiscard]] CDone Wait(std::size_t input) {
+    constexpr std::chrono::milliseconds patience{100};
     std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return results[input].has_value(); });
+    while (!changed.wait_for(lock, patience, [&] { return results[input].has_value(); }))
+      if (Interrupted()) EndWaits();
     return *results[input];
   }
 

@@ -121,20 +121,24 @@ TEST_F(ConsoleTest, NamesAndProgressAreReadable) {
 TEST_F(ConsoleTest, CtrlCEndsAWaitForInput) {
   Succeed("play @demo.zts --y4m @a.y4m");
   const std::string video = ReadText("a.y4m");
-  const std::string name = "\\\\.\\pipe\\ztclient-" + std::to_string(GetCurrentProcessId());
-  const HANDLE pipe = CreateNamedPipeA(name.c_str(), PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1,
-                                       1 << 16, 0, 0, nullptr);
-  ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
-  CConsole console = Console();
-  CProcess client = Start("record " + name + " @out.zts");
-  ConnectNamedPipe(pipe, nullptr);
-  DWORD written = 0;
-  EXPECT_TRUE(WriteFile(pipe, video.data(), static_cast<DWORD>(video.size()), &written, nullptr));
-  EXPECT_TRUE(Await([&] { return Size("out.partial.zts") > 150'000; }));
-  console.PressCtrlC();
-  EXPECT_EQ(client.Wait(), 130);
-  CloseHandle(pipe);
-  EXPECT_GE(Info("out.zts")["totals"]["bytes"], 150'000);
+  const std::string title = "ztclient-" + std::to_string(GetCurrentProcessId());
+  const std::string name = "\\\\.\\pipe\\" + title;
+  for (const std::string other : {"", " @a.y4m"}) {
+    const HANDLE pipe = CreateNamedPipeA(name.c_str(), PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1,
+                                         1 << 16, 0, 0, nullptr);
+    ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+    CConsole console = Console();
+    CProcess client = Start("record " + name + other + " @{}.zts");
+    ConnectNamedPipe(pipe, nullptr);
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(pipe, video.data(), static_cast<DWORD>(video.size()), &written, nullptr));
+    EXPECT_TRUE(Await([&] { return Size(title + ".partial.zts") > 150'000; }));
+    console.PressCtrlC();
+    EXPECT_EQ(client.Wait(), 130);
+    CloseHandle(pipe);
+    EXPECT_GE(Info(title + ".zts")["totals"]["bytes"], 150'000);
+    fs::remove(Path(title + ".zts"));
+  }
 }
 
 }  // namespace

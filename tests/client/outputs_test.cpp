@@ -119,6 +119,7 @@ TEST_F(OutputsTest, TheFirstInterruptEndsInOrder) {
     const char* written;  // when so many bytes are there
     std::uintmax_t bytes;
   } cases[] = {{"record @in.y4m @out.zts", SIGINT, "out.partial.zts", 150'000},
+               {"record @a.mkv @in.y4m @b.{}.zts", SIGINT, "b.in.partial.zts", 150'000},
                {"motion @in.y4m --json @out.json --video @out.mkv --png @shots", SIGTERM,
                 "shots/000010.png", 1}};
   for (const auto& [arguments, signal, written, bytes] : cases) {
