@@ -41,11 +41,19 @@ CProcess::CProcess(const fs::path& program, const std::vector<std::string>& word
   start.hStdOutput = Open(output, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
   start.hStdError = Open(errors, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
   PROCESS_INFORMATION made{};
-  const BOOL isMade = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0,
-                                     nullptr, nullptr, &start, &made);
+  BOOL isMade = FALSE;
+  DWORD error = 0;
+  // While other tests start programs, too, the system may refuse one for a moment.
+  for (int i = 0; i < 5 && !isMade; ++i) {
+    if (i > 0) Sleep(200);
+    isMade = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                            nullptr, &start, &made);
+    error = GetLastError();
+  }
   for (const HANDLE handle : {start.hStdInput, start.hStdOutput, start.hStdError})
     CloseHandle(handle);
-  if (!isMade) throw std::runtime_error(program.string() + " does not start");
+  if (!isMade)
+    throw std::runtime_error(program.string() + " does not start: error " + std::to_string(error));
   CloseHandle(made.hThread);
   process = made.hProcess;
 }
