@@ -29,7 +29,8 @@ std::string TitleOf(const std::string& input) {
   if (const std::size_t scheme = input.find("://"); scheme == std::string::npos) {
     title = PathOf(input).stem().string();
   } else {
-    // Cameras tend to differ in their hosts alone. Passwords do not belong in names of files.
+    // Cameras tend to differ in their hosts alone, and channels of one host behind a question mark. A
+    // user and password before the host do not belong in names of files.
     title = input.substr(scheme + 3);
     title.erase(0, title.substr(0, title.find('/')).rfind('@') + 1);
   }
